@@ -1,0 +1,27 @@
+// From a picture file to the network's input.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace vistrel {
+
+// The network sees a square of this many pixels on each side.
+inline constexpr int kNetworkSide = 1536;
+
+struct PreprocessedImage {
+    std::vector<float> tensor;  // 3 x 1536 x 1536: planes red, green, blue; rows from the top; 0..1
+    std::int32_t width = 0;     // pixels, upright picture before it was stretched
+    std::int32_t height = 0;    // likewise
+    float focalPx = 0.0F;       // assumed focal length in pixels: the width
+};
+
+// Decodes the picture at `path`, turns it upright by the EXIF `orientation` (2..8; any other value
+// leaves it as it is), stretches it to the square and scales the colours to 0..1. Logs one line.
+//
+// Throws std::runtime_error: "Failed to open file for stb_image", "stb_image failed to load (" +
+// the decoder's reason + ")", or "stb_image_resize failed"; std::bad_alloc. Any thread.
+[[nodiscard]] PreprocessedImage LoadAndPreprocess(const std::wstring& path, int orientation);
+
+}  // namespace vistrel

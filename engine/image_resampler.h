@@ -1,0 +1,16 @@
+// The resampler behind ResizeToSquare, once for every x86-64 processor and once for those with
+// AVX2. Both give the same bytes: the library is deterministic as long as nothing fuses
+// multiplications and additions.
+#pragma once
+
+#include "engine/image_resizing.h"
+
+namespace vistrel {
+
+// False when there is not enough memory or the size is beyond the library.
+using Resampler = bool(const RowSource& source, int side, const RowSink& sink);
+
+[[nodiscard]] Resampler ResampleBaseline;
+[[nodiscard]] Resampler ResampleAvx2;  // only where the processor has AVX2
+
+}  // namespace vistrel

@@ -1,0 +1,166 @@
+#include "engine/splat_ply.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <optional>
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "engine/decimation.h"
+#include "engine/disparity_range.h"
+#include "engine/log.h"
+#include "engine/output_file.h"
+#include "engine/splat_encoding.h"
+#include "engine/splat_ply_format.h"
+
+namespace vistrel {
+namespace {
+
+// Gaussians per step: what a step touches stays in the fastest cache.
+constexpr std::size_t kBlock = 256;
+static_assert(kBlock * kVertexBytes <= OutputFile::kLargestPiece);
+
+constexpr const VertexGroup& kMeans = kVertexGroups.front();
+static_assert(kMeans.source == &GaussianSet::means);
+
+using Indices = std::span<const std::int32_t>;
+
+// The Gaussians to write, some at a time: all of them as they lie in the set, or the kept ones.
+class Selection {
+  public:
+    Selection(const GaussianSet& gaussians, float keepRatio)
+        : gaussians_(gaussians), count_(gaussians.count) {
+        if (!(keepRatio < 1.0F)) return;
+        count_ = DecimatedCount(gaussians.count, keepRatio);
+        kept_ = MostImportant(gaussians, count_);
+        LogInfo("  Decimating: keeping " + std::to_string(count_) + " of " +
+                std::to_string(gaussians.count));
+    }
+
+    [[nodiscard]] std::int32_t Count() const { return count_; }
+
+    // One attribute of `count` written Gaussians from the `first` on, where it lies or brought
+    // together in `scratch`.
+    [[nodiscard]] std::span<const float> Values(const VertexGroup& group, std::size_t first,
+                                                std::size_t count, float* scratch) const {
+        const std::vector<float>& data = (gaussians_.*group.source).data;
+        const std::size_t components = group.components;
+        if (!kept_) return std::span(data).subspan(first * components, count * components);
+        float* to = scratch;
+        for (const std::int32_t index : Indices(*kept_).subspan(first, count)) {
+            to = std::copy_n(&data[static_cast<std::size_t>(index) * components], components, to);
+        }
+        return {scratch, to};
+    }
+
+  private:
+    const GaussianSet& gaussians_;
+    std::int32_t count_;
+    std::optional<std::vector<std::int32_t>> kept_;
+};
+
+// Turns blocks of Gaussians into vertex records.
+class RecordBuilder {
+  public:
+    explicit RecordBuilder(const Selection& selection) : selection_(selection) {}
+
+    // Writes `count` <= kBlock records to `records`; returns the block's means.
+    std::span<const float> Build(std::size_t first, std::size_t count, std::byte* records) {
+        std::array<const float*, kVertexGroups.size()> values{};
+        for (std::size_t g = 0; g < kVertexGroups.size(); ++g) {
+            values[g] = Encoded(kVertexGroups[g], first, count, scratch_[g].data()).data();
+        }
+        Interleave(values, count, records, std::make_index_sequence<kVertexGroups.size()>());
+        return {values.front(), count * kMeans.components};
+    }
+
+  private:
+    using Scratch = std::array<float, kBlock * 4>;
+
+    std::span<const float> Encoded(const VertexGroup& group, std::size_t first, std::size_t count,
+                                   float* scratch) const {
+        const std::span<const float> linear = selection_.Values(group, first, count, scratch);
+        const std::span<float> encoded(scratch, linear.size());
+        switch (group.encoding) {
+            case Encoding::SameBits:
+                return linear;
+            case Encoding::Color:
+                EncodeColors(linear, encoded);
+                break;
+            case Encoding::Opacity:
+                EncodeOpacities(linear, encoded);
+                break;
+            case Encoding::Scale:
+                EncodeScales(linear, encoded);
+                break;
+        }
+        return encoded;
+    }
+
+    // The sizes are known when this is compiled, so that each copy is a move or two.
+    template <std::size_t... kGroup>
+    static void Interleave(std::array<const float*, sizeof...(kGroup)> values, std::size_t count,
+                           std::byte* records, std::index_sequence<kGroup...> /*groups*/) {
+        for (std::size_t i = 0; i < count; ++i) {
+            (Take<kGroup>(values[kGroup], records), ...);
+        }
+    }
+
+    template <std::size_t kGroup>
+    static void Take(const float*& from, std::byte*& to) {
+        constexpr std::size_t kComponents = kVertexGroups[kGroup].components;
+        constexpr bool kFromMemory = kVertexGroups[kGroup].encoding == Encoding::SameBits;
+        // Encoded values were just made; the others come from memory, and in steps too short for
+        // the processor to foresee.
+        if constexpr (kFromMemory) PrefetchAhead(from);
+        std::memcpy(to, from, kComponents * sizeof(float));
+        from += kComponents;
+        to += kComponents * sizeof(float);
+    }
+
+    static void PrefetchAhead(const float* from) {
+        constexpr std::uintptr_t kAhead = 2048;  // bytes; found by measuring
+        // May lie behind the end of the array, where pointer arithmetic must not go.
+        const std::uintptr_t address = reinterpret_cast<std::uintptr_t>(from) + kAhead;
+        __builtin_prefetch(
+            reinterpret_cast<const void*>(address));  // NOLINT(performance-no-int-to-ptr)
+    }
+
+    const Selection& selection_;
+    std::array<Scratch, kVertexGroups.size()> scratch_;
+};
+
+}  // namespace
+
+void WriteSplatPly(const GaussianSet& gaussians, const std::wstring& outputPath, float focalPx,
+                   std::uint32_t width, std::uint32_t height, float keepRatio) {
+    const Selection selection(gaussians, keepRatio);
+    const auto total = static_cast<std::size_t>(selection.Count());
+    {
+        OutputFile file(outputPath);
+        file.Append(SplatPlyHeader(selection.Count()));
+        RecordBuilder records(selection);
+        DisparityPercentiles percentiles;
+        for (std::size_t first = 0; first < total; first += kBlock) {
+            const std::size_t count = std::min(kBlock, total - first);
+            percentiles.Count(records.Build(first, count, file.Next(count * kVertexBytes).data()));
+        }
+        percentiles.EndFirstLook();
+        std::array<float, kBlock * kMeans.components> scratch{};
+        for (std::size_t first = 0; first < total; first += kBlock) {
+            const std::size_t count = std::min(kBlock, total - first);
+            percentiles.CountAgain(selection.Values(kMeans, first, count, scratch.data()));
+        }
+        file.Append(
+            SplatPlyCamera({focalPx, width, height, selection.Count(), percentiles.Range()}));
+    }
+    LogInfoWide(L"  Saved PLY with " + std::to_wstring(selection.Count()) + L" Gaussians to " +
+                outputPath);
+}
+
+}  // namespace vistrel

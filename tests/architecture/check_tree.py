@@ -1,0 +1,168 @@
+#!/usr/bin/env python3
+"""Checks the source tree: who may include and link what, and words that no file may hold.
+
+Usage: check_tree.py [ROOT]. Prints one line per finding and exits with 1 when there is any.
+"""
+
+import re
+import subprocess
+import sys
+from pathlib import Path
+
+# Folder -> (include prefixes of ours that it may use, third parties that it may use).
+# The longest matching folder counts.
+ARROWS = {
+    "engine": (["engine/"], ["stb", "onnxruntime", "exiv2", "hwy"]),
+    "download": (["download/", "engine/wide.h", "engine/log.h"], ["curl"]),
+    "batch": (["batch/", "engine/"], []),
+    "batch/dialogs": (["batch/", "shell/ui_text.h", "shell/settings.h"], ["qt"]),
+    "viewer": (["viewer/"], ["qt"]),
+    "viewer/loader": (["viewer/web_view.h", "viewer/loader/"], ["qt", "qtwebengine"]),
+    "shell": (["shell/", "batch/", "viewer/", "download/", "engine/"], ["qt"]),
+    "tools": (["tools/", "engine/", "batch/", "viewer/"], ["cli11", "stb", "qt"]),
+    "tests": (["tests/", "engine/", "download/", "batch/", "viewer/", "shell/", "tools/"],
+              ["gtest", "gmock", "eigen", "stb", "hwy", "qt", "curl", "onnxruntime"]),
+    "benchmarks": (["benchmarks/", "tests/support/", "engine/"],
+                   ["benchmark", "eigen", "stb", "hwy", "onnxruntime"]),
+}
+
+# Nothing outside the folder itself includes what lies in it.
+CLOSED_FOLDERS = ["viewer/loader"]
+
+THIRD_PARTIES = {
+    "stb": r"stb_\w+\.h",
+    "onnxruntime": r"onnxruntime_\w+\.h",
+    "exiv2": r"exiv2/.*",
+    "hwy": r"hwy/.*",
+    "eigen": r"Eigen/.*",
+    "curl": r"curl/.*",
+    "cli11": r"CLI/.*",
+    "gtest": r"gtest/.*",
+    "gmock": r"gmock/.*",
+    "benchmark": r"benchmark/.*",
+    "qtwebengine": r"Qt?WebEngine\w*(/.*)?",
+    "qt": r"Q[A-Za-z]\w*(/.*)?",
+}
+
+# Folder -> third parties that exactly one file of it may include.
+ONE_FILE_ONLY = {
+    "engine": ["stb_image.h", "stb_image_resize2.h", "onnxruntime_cxx_api.h", "exiv2/exiv2.hpp"],
+}
+
+# CMake target -> what may stand behind it in target_link_libraries.
+LINKS = {
+    "vistrel_engine": ["vistrel_warnings", "Threads::Threads", "Stb::stb", "PkgConfig::exiv2",
+                       "PkgConfig::hwy", "OnnxRuntime::onnxruntime"],
+    "vistrel_resampler_avx2": ["vistrel_warnings", "Stb::stb"],
+    "vistrel-convert": ["vistrel_warnings", "vistrel_engine", "CLI11::CLI11"],
+    "vistrel_splat_drawing": ["vistrel_warnings", "Stb::stb"],
+    "splat-picture": ["vistrel_warnings", "vistrel_splat_drawing", "CLI11::CLI11"],
+}
+
+# Put together here so that this file does not hold them itself.
+FORBIDDEN_WORDS = [re.compile(r"\bspec" + r"\.md\b"), re.compile(r"\bPart" + r"\s+[1-9]\.[1-9]\b")]
+
+INCLUDE = re.compile(r'^\s*#\s*include\s*[<"]([^>"]+)[>"]', re.MULTILINE)
+LINK = re.compile(r"target_link_libraries\s*\(\s*([^)]*)\)")
+SOURCE_ENDINGS = {".h", ".hpp", ".cpp", ".cc", ".inc"}
+
+
+def tracked_files(root):
+    """Files under version control, and new ones that are not ignored."""
+    listed = subprocess.run(
+        ["git", "-C", str(root), "ls-files", "-z", "--cached", "--others", "--exclude-standard"],
+        check=True, capture_output=True).stdout
+    names = sorted({name.decode(errors="surrogateescape") for name in listed.split(b"\0") if name})
+    return [name for name in names if (root / name).is_file()]
+
+
+def folder_rule(name):
+    matching = [folder for folder in ARROWS if name.startswith(folder + "/")]
+    return max(matching, key=len, default=None)
+
+
+def third_party(header):
+    for party, pattern in THIRD_PARTIES.items():
+        if re.fullmatch(pattern, header):
+            return party
+    return None
+
+
+def check_include(name, header):
+    folder = folder_rule(name)
+    if folder is None:
+        return None
+    ours, parties = ARROWS[folder]
+    party = third_party(header)
+    if party is not None:
+        if party not in parties:
+            return f"{name}: {folder}/ may not use {party} ({header})"
+        if name.endswith(".h") and folder == "engine" and "-inl" not in name:
+            return f"{name}: a header of the engine shows {party}"
+        return None
+    for closed in CLOSED_FOLDERS:
+        if header.startswith(closed + "/") and not name.startswith(closed + "/"):
+            return f"{name}: nothing outside {closed}/ includes {header}"
+    if folder_rule(header) is None or any(header.startswith(prefix) for prefix in ours):
+        return None
+    return f"{name}: {folder}/ may not include {header}"
+
+
+def check_includes(root, names):
+    findings = []
+    users = {}
+    for name in names:
+        if Path(name).suffix not in SOURCE_ENDINGS:
+            continue
+        for header in INCLUDE.findall((root / name).read_text(errors="replace")):
+            finding = check_include(name, header)
+            if finding:
+                findings.append(finding)
+            users.setdefault((name.split("/")[0], header), set()).add(name)
+    for folder, headers in ONE_FILE_ONLY.items():
+        for header in headers:
+            files = sorted(users.get((folder, header), set()))
+            if len(files) > 1:
+                findings.append(f"{header} is included by more than one file: {', '.join(files)}")
+    return findings
+
+
+def check_links(root, names):
+    findings = []
+    for name in names:
+        if Path(name).name != "CMakeLists.txt":
+            continue
+        for arguments in LINK.findall((root / name).read_text()):
+            target, *libraries = arguments.split()
+            for library in libraries:
+                if library in ("PUBLIC", "PRIVATE", "INTERFACE") or target not in LINKS:
+                    continue
+                if library not in LINKS[target]:
+                    findings.append(f"{name}: {target} may not link {library}")
+    return findings
+
+
+def check_words(root, names):
+    findings = []
+    for name in names:
+        text = name + "\n" + (root / name).read_text(errors="replace")
+        for pattern in FORBIDDEN_WORDS:
+            if pattern.search(text):
+                findings.append(f"{name}: holds a word that matches {pattern.pattern}")
+    return findings
+
+
+def check_tree(root):
+    names = tracked_files(root)
+    return check_includes(root, names) + check_links(root, names) + check_words(root, names)
+
+
+def main():
+    root = Path(sys.argv[1]) if len(sys.argv) > 1 else Path(__file__).resolve().parents[2]
+    findings = check_tree(root)
+    print("\n".join(findings) or "The tree keeps its rules.")
+    return 1 if findings else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

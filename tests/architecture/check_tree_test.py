@@ -1,0 +1,74 @@
+#!/usr/bin/env python3
+"""The tree keeps its rules, and the checker sees a tree that does not."""
+
+import subprocess
+import tempfile
+import unittest
+from pathlib import Path
+
+import check_tree
+
+
+class ThisTree(unittest.TestCase):
+    def test_keeps_its_rules(self):
+        self.assertEqual(check_tree.check_tree(Path(__file__).resolve().parents[2]), [])
+
+
+class BrokenTree(unittest.TestCase):
+    def findings(self, name, text):
+        """What the checker says of a tree with just this file."""
+        with tempfile.TemporaryDirectory() as folder:
+            root = Path(folder)
+            subprocess.run(["git", "init", "-q", folder], check=True)
+            (root / name).parent.mkdir(parents=True, exist_ok=True)
+            (root / name).write_text(text)
+            return check_tree.check_tree(root)
+
+    def test_allowed_file_has_no_finding(self):
+        self.assertEqual(self.findings("engine/a.cpp", '#include <vector>\n#include "engine/b.h"\n'), [])
+
+    def test_engine_including_the_shell(self):
+        self.assertTrue(self.findings("engine/a.cpp", '#include "shell/settings.h"\n'))
+
+    def test_engine_using_qt(self):
+        self.assertTrue(self.findings("engine/a.cpp", "#include <QString>\n"))
+
+    def test_engine_header_showing_a_third_party(self):
+        self.assertTrue(self.findings("engine/a.h", "#include <exiv2/exiv2.hpp>\n"))
+
+    def test_download_taking_more_of_the_engine_than_it_may(self):
+        self.assertEqual(self.findings("download/a.cpp", '#include "engine/wide.h"\n'), [])
+        self.assertTrue(self.findings("download/a.cpp", '#include "engine/splat_ply.h"\n'))
+
+    def test_batch_converter_using_qt_that_only_its_dialogs_may(self):
+        self.assertTrue(self.findings("batch/a.cpp", "#include <QDialog>\n"))
+        self.assertEqual(self.findings("batch/dialogs/a.cpp", "#include <QDialog>\n"), [])
+
+    def test_shell_including_the_loader(self):
+        self.assertTrue(self.findings("shell/a.cpp", '#include "viewer/loader/a.h"\n'))
+
+    def test_viewer_using_the_browser_engine(self):
+        self.assertTrue(self.findings("viewer/a.cpp", "#include <QWebEngineView>\n"))
+        self.assertEqual(self.findings("viewer/loader/a.cpp", "#include <QWebEngineView>\n"), [])
+
+    def test_third_party_in_two_files(self):
+        with tempfile.TemporaryDirectory() as folder:
+            root = Path(folder)
+            subprocess.run(["git", "init", "-q", folder], check=True)
+            (root / "engine").mkdir()
+            for name in ("a.cpp", "b.cpp"):
+                (root / "engine" / name).write_text("#include <stb_image.h>\n")
+            self.assertTrue(check_tree.check_tree(root))
+
+    def test_engine_linking_what_it_may_not(self):
+        self.assertTrue(self.findings(
+            "engine/CMakeLists.txt", "target_link_libraries(vistrel_engine PRIVATE Qt6::Core)\n"))
+
+    def test_words_that_no_file_may_hold(self):
+        self.assertTrue(self.findings("docs/a.txt", "see spec" + ".md for this\n"))
+        self.assertTrue(self.findings("docs/a.txt", "see Part" + " 1.2 for this\n"))
+        self.assertTrue(self.findings("docs/spec" + ".md", ""))
+
+
+if __name__ == "__main__":
+    unittest.main()

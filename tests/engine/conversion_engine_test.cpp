@@ -1,0 +1,238 @@
+#include "engine/conversion_engine.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
+#include <filesystem>
+#include <future>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "engine/wide.h"
+#include "tests/support/exif_bytes.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/support/test_models.h"
+#include "tests/support/test_pictures.h"
+
+namespace vistrel {
+namespace {
+
+std::wstring GoodModel() {
+    return FromPath(test::ModelFile("echo"));
+}
+std::wstring WrongModel() {
+    return FromPath(test::ModelFile("three_outputs"));
+}
+
+using test::ReadFile;
+
+constexpr float kKeepAll = 1.0F;
+
+// The ending of the PLY files that the engine writes: image_size (2 x 4), frame (2 x 4), disparity
+// (2 x 4), color_space (1) and version (3).
+constexpr std::size_t kBytesFromImageSizeOn = 28;
+
+class ConversionEngineTest : public testing::Test {
+  protected:
+    ConversionEngineTest() {
+        engine_.onProgress = [this](const std::wstring& stage) { stages_.push_back(stage); };
+        engine_.onFinished = [this](bool success, const std::wstring& text) {
+            results_.emplace_back(success, text);
+        };
+    }
+
+    // A 4 x 3 picture that decodes; the network at `model`; the output "out.ply".
+    bool Run(const std::wstring& model, ExecutionProvider provider = ExecutionProvider::Cpu) {
+        return engine_.Run(model, FromPath(photo_), FromPath(output_), kKeepAll, provider);
+    }
+
+    // The single failure that was reported.
+    [[nodiscard]] std::wstring Failure() const {
+        EXPECT_EQ(results_.size(), 1U);
+        EXPECT_FALSE(results_.empty() || results_.front().first);
+        return results_.empty() ? L"" : results_.front().second;
+    }
+
+    test::TemporaryFolder folder_;
+    std::filesystem::path photo_ =
+        folder_.Write("photo.png", test::EncodePng(test::NoisePicture(4, 3)));
+    std::filesystem::path output_ = folder_ / "out.ply";
+    ConversionEngine engine_;
+    std::vector<std::wstring> stages_;
+    std::vector<std::pair<bool, std::wstring>> results_;
+};
+
+TEST_F(ConversionEngineTest, GoodRunReportsItsStagesInOrderAndThenThePath) {
+    EXPECT_TRUE(Run(GoodModel()));
+    EXPECT_EQ(stages_, (std::vector<std::wstring>{
+                           L"Preprocessing image\u2026", L"Running ONNX inference (CPU)\u2026",
+                           L"Unprojecting Gaussians\u2026", L"Saving PLY\u2026"}));
+    ASSERT_EQ(results_.size(), 1U);
+    EXPECT_EQ(results_.front(), std::make_pair(true, FromPath(output_)));
+    EXPECT_EQ(ReadFile(output_).substr(0, 4), "ply\n");
+}
+
+TEST_F(ConversionEngineTest, RunWithoutCallbacksWorks) {
+    engine_.onProgress = nullptr;
+    engine_.onFinished = nullptr;
+    EXPECT_TRUE(Run(GoodModel()));
+    EXPECT_FALSE(Run(L"no such model"));
+    EXPECT_TRUE(std::filesystem::exists(output_));
+}
+
+TEST_F(ConversionEngineTest, PictureSizeInTheFileIsTheUprightOne) {
+    photo_ = folder_.Write("turned.jpg",
+                           test::JpegWithExif(test::EncodeJpeg(test::NoisePicture(4, 3), 90),
+                                              test::TiffBlock(test::OrientationEntry(6))));
+    ASSERT_TRUE(Run(GoodModel()));
+    const std::string ply = ReadFile(output_);
+    std::uint32_t size[2] = {};
+    std::memcpy(size, ply.data() + ply.size() - kBytesFromImageSizeOn, sizeof size);
+    EXPECT_EQ(size[0], 3U);
+    EXPECT_EQ(size[1], 4U);
+}
+
+TEST_F(ConversionEngineTest, NamesWithAnyBytesWork) {
+    const std::string odd = "\xE5\x86\x99\xE7\x9C\x9F # \xFF";
+    photo_ = folder_.Write(odd + ".png", test::EncodePng(test::NoisePicture(4, 3)));
+    output_ = folder_ / (odd + ".ply");
+    const std::filesystem::path model =
+        folder_.Write(odd + ".onnx", ReadFile(test::ModelFile("echo")));
+    EXPECT_TRUE(engine_.Run(FromPath(model), FromPath(photo_), FromPath(output_), kKeepAll,
+                            ExecutionProvider::Cpu));
+    EXPECT_TRUE(std::filesystem::exists(output_));
+}
+
+TEST_F(ConversionEngineTest, RunDoesNotTouchBusy) {
+    engine_.busy = true;
+    EXPECT_TRUE(Run(GoodModel()));
+    EXPECT_TRUE(engine_.busy);
+}
+
+TEST_F(ConversionEngineTest, KeepRatioThinsTheScene) {
+    ASSERT_TRUE(engine_.Run(GoodModel(), FromPath(photo_), FromPath(output_), 0.0F,
+                            ExecutionProvider::Cpu));
+    EXPECT_NE(ReadFile(output_).find("\nelement vertex 1\n"), std::string::npos);
+}
+
+TEST_F(ConversionEngineTest, MissingPictureFailsAndLeavesNoPly) {
+    std::filesystem::remove(photo_);
+    EXPECT_FALSE(Run(GoodModel()));
+    EXPECT_EQ(Failure(), L"Failed to open file for stb_image");
+    EXPECT_EQ(stages_.size(), 1U);
+    EXPECT_FALSE(std::filesystem::exists(output_));
+}
+
+TEST_F(ConversionEngineTest, CorruptPictureFailsAndLeavesNoPly) {
+    photo_ = folder_.Write("broken.png", "this is no picture");
+    EXPECT_FALSE(Run(GoodModel()));
+    EXPECT_EQ(Failure().substr(0, 26), L"stb_image failed to load (");
+    EXPECT_FALSE(std::filesystem::exists(output_));
+}
+
+TEST_F(ConversionEngineTest, MissingModelFailsWithTheRuntimesTextAndLeavesNoPly) {
+    EXPECT_FALSE(Run(L"no such model"));
+    EXPECT_NE(Failure().find(L"no such model"), std::wstring::npos);
+    EXPECT_EQ(stages_.size(), 2U);
+    EXPECT_FALSE(std::filesystem::exists(output_));
+}
+
+TEST_F(ConversionEngineTest, WrongModelFailsWithTheParsersTextAndLeavesNoPly) {
+    EXPECT_FALSE(Run(WrongModel()));
+    EXPECT_EQ(Failure(), L"Unexpected number of model outputs: 3");
+    EXPECT_FALSE(std::filesystem::exists(output_));
+}
+
+TEST_F(ConversionEngineTest, FailureBeforeWritingKeepsTheFormerFile) {
+    folder_.Write("out.ply", "former scene");
+    EXPECT_FALSE(Run(WrongModel()));
+    EXPECT_EQ(ReadFile(output_), "former scene");
+}
+
+TEST_F(ConversionEngineTest, MissingOutputFolderFailsAndIsNotMade) {
+    output_ = folder_ / "missing/out.ply";
+    EXPECT_FALSE(Run(GoodModel()));
+    EXPECT_EQ(Failure(), L"Cannot open output file");
+    EXPECT_EQ(stages_.size(), 4U);
+    EXPECT_FALSE(std::filesystem::exists(folder_ / "missing"));
+}
+
+TEST_F(ConversionEngineTest, UnlistedCudaFailsWithTheListAndNoFallback) {
+    ConversionEngine engine([] { return std::vector<std::string>{"CPUExecutionProvider"}; });
+    engine.onProgress = engine_.onProgress;
+    engine.onFinished = engine_.onFinished;
+    EXPECT_FALSE(engine.Run(GoodModel(), FromPath(photo_), FromPath(output_), kKeepAll,
+                            ExecutionProvider::Cuda));
+    EXPECT_EQ(stages_.back(), L"Running ONNX inference (CUDA)\u2026");
+    EXPECT_EQ(
+        Failure(),
+        L"CUDAExecutionProvider not found in the loaded DLL. Supported: CPUExecutionProvider ");
+    EXPECT_FALSE(std::filesystem::exists(output_));
+}
+
+TEST_F(ConversionEngineTest, AnyOtherProviderNumberIsTheCpu) {
+    EXPECT_TRUE(Run(GoodModel(), ExecutionProvider{7}));
+    EXPECT_EQ(stages_.at(1), L"Running ONNX inference (CPU)\u2026");
+}
+
+// What a progress callback throws ends the run as a failure, at whichever stage it happens.
+class ThrowingProgress : public ConversionEngineTest, public testing::WithParamInterface<int> {};
+
+TEST_P(ThrowingProgress, EndsTheRunWithItsTextAndLeavesNoPly) {
+    engine_.onProgress = [this](const std::wstring& stage) {
+        stages_.push_back(stage);
+        if (stages_.size() == static_cast<std::size_t>(GetParam())) {
+            throw std::runtime_error("stop: \xE5\x81\x9C\xE6\xAD\xA2");
+        }
+    };
+    EXPECT_FALSE(Run(GoodModel()));
+    EXPECT_EQ(Failure(), L"stop: \u505C\u6B62");
+    EXPECT_EQ(stages_.size(), static_cast<std::size_t>(GetParam()));
+    EXPECT_FALSE(std::filesystem::exists(output_));
+}
+
+INSTANTIATE_TEST_SUITE_P(AtEachStage, ThrowingProgress, testing::Values(1, 2, 3, 4));
+
+TEST_F(ConversionEngineTest, ExceptionWithoutTextGivesAnEmptyMessage) {
+    engine_.onProgress = [](const std::wstring&) { throw std::runtime_error(""); };
+    EXPECT_FALSE(Run(GoodModel()));
+    EXPECT_EQ(Failure(), L"");
+}
+
+TEST_F(ConversionEngineTest, ForeignExceptionGivesTheGeneralMessage) {
+    engine_.onProgress = [](const std::wstring&) { throw 42; };
+    EXPECT_FALSE(Run(GoodModel()));
+    EXPECT_EQ(Failure(), L"Unknown error during inference.");
+}
+
+TEST_F(ConversionEngineTest, SuccessCallbackThatThrowsTurnsTheRunIntoAFailure) {
+    engine_.onFinished = [this](bool success, const std::wstring& text) {
+        if (success) throw std::runtime_error("window gone");
+        results_.emplace_back(success, text);
+    };
+    EXPECT_FALSE(Run(GoodModel()));
+    EXPECT_EQ(Failure(), L"window gone");
+    EXPECT_TRUE(std::filesystem::exists(output_));
+}
+
+TEST_F(ConversionEngineTest, TwoRunsAtOnceOnOneEngine) {
+    engine_.onProgress = nullptr;
+    std::atomic<int> succeeded = 0;
+    engine_.onFinished = [&](bool success, const std::wstring&) { succeeded += success ? 1 : 0; };
+    const auto run = [&](const char* name) {
+        engine_.Run(GoodModel(), FromPath(photo_), FromPath(folder_ / name), kKeepAll,
+                    ExecutionProvider::Cpu);
+    };
+    std::thread other(run, "other.ply");
+    run("one.ply");
+    other.join();
+    EXPECT_EQ(succeeded, 2);
+    EXPECT_EQ(ReadFile(folder_ / "one.ply"), ReadFile(folder_ / "other.ply"));
+}
+
+}  // namespace
+}  // namespace vistrel

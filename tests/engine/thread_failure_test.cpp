@@ -1,0 +1,42 @@
+// A machine that has no thread left: pthread_create is replaced for this program alone.
+#include <gtest/gtest.h>
+#include <pthread.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <system_error>
+
+#include "engine/conversion_engine.h"
+#include "engine/wide.h"
+#include "tests/support/temporary_folder.h"
+
+extern "C" int pthread_create(pthread_t* /*thread*/, const pthread_attr_t* /*attributes*/,
+                              void* (* /*routine*/)(void*), void* /*argument*/) {
+    return EAGAIN;
+}
+
+namespace vistrel {
+namespace {
+
+TEST(StartAsyncWithoutThreads, ThrowsASystemErrorAndIsFreeForTheNextStart) {
+    const test::TemporaryFolder folder;
+    ConversionEngine engine;
+    bool called = false;
+    engine.onFinished = [&called](bool, const std::wstring&) { called = true; };
+    const auto start = [&] {
+        engine.StartAsync(L"model", L"photo", FromPath(folder / "sub/out.ply"), 1.0F,
+                          ExecutionProvider::Cpu);
+    };
+    try {
+        start();
+        FAIL() << "nothing was thrown";
+    } catch (const std::system_error& error) {
+        EXPECT_EQ(error.code(), std::errc::resource_unavailable_try_again);
+    }
+    EXPECT_FALSE(engine.busy);
+    EXPECT_FALSE(called);
+    EXPECT_TRUE(std::filesystem::is_empty(folder / "sub"));
+}
+
+}  // namespace
+}  // namespace vistrel

@@ -1,0 +1,222 @@
+#!/usr/bin/env python3
+"""vistrel-convert from outside: exit status, streams, signals, and what is left on disk.
+
+Usage: vistrel_convert_test.py PROGRAM MODELS PHOTO (then unittest's own arguments)
+"""
+
+import os
+import re
+import resource
+import signal
+import subprocess
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+PROGRAM, MODELS, PHOTO = "", Path(), Path()
+
+STAGES = ["Preprocessing image…", "Running ONNX inference (CPU)…", "Unprojecting Gaussians…", "Saving PLY…"]
+
+
+def run(*arguments, **options):
+    return subprocess.run([PROGRAM, *map(os.fsencode, arguments)], capture_output=True, timeout=120,
+                          check=False, **options)
+
+
+class Convert(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = Path(folder.name)
+        self.output = self.folder / "out.ply"
+
+    def model(self, name="echo.onnx"):
+        return ["--model", MODELS / name]
+
+    def start(self, photo, output):
+        """Starts a conversion and leaves it running; its messages can be read line by line."""
+        process = subprocess.Popen([PROGRAM, *self.model(), photo, output],
+                                   stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
+        self.addCleanup(process.stderr.close)
+        self.addCleanup(process.kill)
+        return process
+
+    def wait_for_stage(self, process, stage):
+        for line in process.stderr:
+            if line.decode().rstrip("\n") == stage:
+                return
+        self.fail(f"{stage} never came")
+
+
+class GoodConversion(Convert):
+    def test_leaves_the_ply_and_tells_on_the_right_streams(self):
+        result = run(*self.model(), PHOTO, self.output)
+        self.assertEqual(result.returncode, 0)
+        self.assertEqual(result.stderr.decode().splitlines(), STAGES)
+        log = result.stdout.decode().splitlines()
+        self.assertEqual(log[-1].split(" Gaussians to ")[1], str(self.output))
+        stamp = r"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d - INFO - "
+        for line in log:
+            self.assertRegex(line, f"^(INFO - |{stamp})  ")
+        self.assertTrue(any(re.fullmatch(stamp + "  Using CPU Execution Provider.", line) for line in log))
+        self.assertTrue(self.output.read_bytes().startswith(b"ply\nformat binary_little_endian 1.0\n"))
+
+    def test_creates_the_folders_of_the_output(self):
+        output = self.folder / "a" / "b" / "out.ply"
+        self.assertEqual(run(*self.model(), PHOTO, output).returncode, 0)
+        self.assertTrue(output.exists())
+
+    def test_output_without_a_folder_goes_to_the_current_one(self):
+        self.assertEqual(run(*self.model(), PHOTO, "out.ply", cwd=self.folder).returncode, 0)
+        self.assertTrue(self.output.exists())
+
+    def test_names_that_are_no_utf8(self):
+        photo = os.fsencode(self.folder) + b"/\xff \xe5\x86\x99 #.jpg"
+        output = os.fsencode(self.folder) + b"/\xfe.ply"
+        Path(os.fsdecode(photo)).write_bytes(PHOTO.read_bytes())
+        result = run(*self.model(), photo, output)
+        self.assertEqual(result.returncode, 0)
+        self.assertTrue(os.path.exists(output))
+        self.assertIn(photo, result.stdout)
+
+    def test_name_that_looks_like_an_option(self):
+        (self.folder / "-photo.jpg").write_bytes(PHOTO.read_bytes())
+        result = run(*self.model(), "--", "-photo.jpg", "out.ply", cwd=self.folder)
+        self.assertEqual(result.returncode, 0)
+
+    def test_keep_ratio_thins_the_scene(self):
+        result = run(*self.model(), "--keep-ratio", "0", PHOTO, self.output)
+        self.assertEqual(result.returncode, 0)
+        self.assertIn(b"\nelement vertex 1\n", self.output.read_bytes())
+        self.assertIn(b"  Decimating: keeping 1 of ", result.stdout)
+
+    def test_output_that_is_no_file(self):
+        self.assertEqual(run(*self.model(), PHOTO, "/dev/null").returncode, 0)
+        self.assertTrue(Path("/dev/null").is_char_device())
+
+    def test_reader_of_the_log_that_went_away(self):
+        reader, writer = os.pipe()
+        os.close(reader)
+        process = subprocess.run([PROGRAM, *self.model(), PHOTO, self.output], stdout=writer,
+                                 stderr=subprocess.DEVNULL, timeout=120, check=False)
+        os.close(writer)
+        self.assertEqual(process.returncode, 0)
+        self.assertTrue(self.output.exists())
+
+
+class FailedConversion(Convert):
+    def check(self, result, last_line):
+        self.assertEqual(result.returncode, 1)
+        self.assertEqual(result.stderr.decode().splitlines()[-1], last_line)
+
+    def test_missing_photo(self):
+        self.check(run(*self.model(), self.folder / "none.jpg", self.output),
+                   "Error: Failed to open file for stb_image")
+        self.assertEqual(list(self.folder.iterdir()), [])
+
+    def test_missing_model(self):
+        result = run("--model", self.folder / "none.onnx", PHOTO, self.output)
+        self.assertEqual(result.returncode, 1)
+        self.assertRegex(result.stderr.decode().splitlines()[-1], "^Error: .*none.onnx")
+        self.assertEqual(list(self.folder.iterdir()), [])
+
+    def test_cuda_that_is_not_there(self):
+        result = run(*self.model(), "--provider", "cuda", PHOTO, self.output)
+        self.assertEqual(result.returncode, 1)
+        self.assertIn("Running ONNX inference (CUDA)…", result.stderr.decode())
+        self.assertEqual(list(self.folder.iterdir()), [])
+
+    def test_folder_that_cannot_be_made(self):
+        (self.folder / "file").write_text("kept")
+        result = run(*self.model(), PHOTO, self.folder / "file" / "sub" / "out.ply")
+        self.assertEqual(result.returncode, 1)
+        self.assertRegex(result.stderr.decode(), "^Error: create_directories: ")
+        self.assertEqual((self.folder / "file").read_text(), "kept")
+
+    def test_output_that_is_a_folder(self):
+        self.check(run(*self.model(), PHOTO, self.folder), "Error: Cannot open output file")
+
+    def test_full_disk_leaves_no_half_file(self):
+        limit = lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (100, 100))
+        result = run(*self.model(), PHOTO, self.output, preexec_fn=limit)
+        self.check(result, f"Error: {self.output} could not be written whole and was removed. "
+                           "Is the disk full?")
+        self.assertEqual(list(self.folder.iterdir()), [])
+
+
+class WrongUsage(Convert):
+    def test_is_told_with_status_2_and_touches_nothing(self):
+        good = [*self.model(), PHOTO, self.output]
+        for arguments in ([], [PHOTO, self.output], [*self.model(), PHOTO], [*good, "more"],
+                          ["--unknown", *good], ["--provider", "gpu", *good],
+                          ["--keep-ratio", "2", *good], ["--keep-ratio", "many", *good],
+                          ["--keep-ratio", "nan", *good]):
+            with self.subTest(arguments=arguments):
+                result = run(*arguments)
+                self.assertEqual(result.returncode, 2)
+                self.assertNotEqual(result.stderr, b"")
+                self.assertEqual(list(self.folder.iterdir()), [])
+
+    def test_output_over_the_photo_or_the_model_is_refused(self):
+        photo, model = self.folder / "photo.jpg", self.folder / "model.onnx"
+        photo.write_bytes(PHOTO.read_bytes())
+        model.write_bytes((MODELS / "echo.onnx").read_bytes())
+        before = (photo.read_bytes(), model.read_bytes())
+        for output in (photo, model):
+            self.assertEqual(run("--model", model, photo, output).returncode, 2)
+        self.assertEqual((photo.read_bytes(), model.read_bytes()), before)
+
+    def test_help_and_version(self):
+        for option, text in (("--help", b"--model"), ("--version", b"vistrel-convert 1.0.0\n")):
+            result = run(option)
+            self.assertEqual(result.returncode, 0)
+            self.assertIn(text, result.stdout)
+
+
+class Interrupted(Convert):
+    def test_before_the_writing_it_stops_at_once_and_keeps_the_former_file(self):
+        photo = self.folder / "photo.jpg"
+        os.mkfifo(photo)  # nobody writes into it: the program waits for its picture
+        self.output.write_text("former scene")
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+            with self.subTest(number=number):
+                process = self.start(photo, self.output)
+                self.wait_for_stage(process, STAGES[0])
+                process.send_signal(number)
+                self.assertEqual(process.wait(timeout=60), -number)
+                self.assertEqual(self.output.read_text(), "former scene")
+
+    def test_while_writing_the_file_gets_whole_first(self):
+        os.mkfifo(self.output)  # nobody reads from it yet: the program waits for its reader
+        process = self.start(PHOTO, self.output)
+        self.wait_for_stage(process, STAGES[-1])
+        process.send_signal(signal.SIGINT)
+        ply = self.output.read_bytes()
+        self.assertEqual(process.wait(timeout=60), 0)
+        self.assertEqual(run(*self.model(), PHOTO, self.folder / "whole.ply").returncode, 0)
+        self.assertEqual(ply, (self.folder / "whole.ply").read_bytes())
+
+    def test_while_writing_the_second_time_it_stops_at_once(self):
+        os.mkfifo(self.output)
+        process = self.start(PHOTO, self.output)
+        self.wait_for_stage(process, STAGES[-1])
+        while process.poll() is None:  # equal signals that wait together count once
+            process.send_signal(signal.SIGINT)
+        self.assertEqual(process.returncode, -signal.SIGINT)
+
+    def test_hang_up_that_the_caller_ignores_stays_ignored(self):
+        photo = self.folder / "photo.jpg"
+        os.mkfifo(photo)
+        old = signal.signal(signal.SIGHUP, signal.SIG_IGN)
+        process = self.start(photo, self.output)
+        signal.signal(signal.SIGHUP, old)
+        self.wait_for_stage(process, STAGES[0])
+        process.send_signal(signal.SIGHUP)
+        process.send_signal(signal.SIGTERM)
+        self.assertEqual(process.wait(timeout=60), -signal.SIGTERM)
+
+
+if __name__ == "__main__":
+    PROGRAM, MODELS, PHOTO = sys.argv[1], Path(sys.argv[2]), Path(sys.argv[3])
+    unittest.main(argv=[sys.argv[0], *sys.argv[4:]])

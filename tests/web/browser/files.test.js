@@ -1,0 +1,222 @@
+import assert from "node:assert/strict";
+import { createServer } from "node:http";
+import { after, test } from "node:test";
+import { gzipSync } from "node:zlib";
+import { heldBytes } from "../support/memory.js";
+import { centreOf } from "../support/prediction.js";
+import { ksplatFile, plyFile, splatFile, spzFile } from "../support/splat_files.js";
+import { startBrowser } from "../support/viewer_page.js";
+
+/** @typedef {import("../support/splat_files.js").Gaussian} Gaussian */
+
+const browser = await startBrowser();
+/** @type {Gaussian[]} */
+const kGaussians = [
+    { center: [0, 0, 0], scale: 0.06, color: [1, 0, 0] },
+    { center: [0.2, 0.2, 0.5], scale: 0.06, color: [0, 1, 0] },
+    { center: [-0.25, -0.15, 0.5], scale: 0.06, color: [0, 0, 1] },
+];
+const good = await browser.file("good.ply", plyFile(kGaussians));
+const kQuery = "mode=0&nst=1";
+
+const reference = await browser.open({ query: `${kQuery}&openFile=${good}` });
+const expected = await reference.picture();
+await reference.close();
+
+/**
+ * The three Gaussians are where the reference shows them, as strong up to the format's precision.
+ * @param {import("../support/png.js").Picture} picture
+ */
+function assertShown(picture) {
+    for (const channel of /** @type {const} */ ([0, 1, 2])) {
+        for (const x of [0, 100]) {
+            const wanted = centreOf(expected, channel, { x, width: 100 });
+            const found = centreOf(picture, channel, { x, width: 100 });
+            assert.ok(Math.abs(found.x - wanted.x) < 0.5, `${channel}: ${found.x}, ${wanted.x}`);
+            assert.ok(Math.abs(found.y - wanted.y) < 0.5, `${channel}: ${found.y}, ${wanted.y}`);
+            assert.ok(Math.abs(found.sum / wanted.sum - 1) < 0.15, `${found.sum}, ${wanted.sum}`);
+        }
+    }
+}
+
+const kFormats = /** @type {const} */ ([
+    ["camera.ply", plyFile(kGaussians, { camera: true })],
+    ["scene.splat", splatFile(kGaussians)],
+    ["scene.spz", spzFile(kGaussians)],
+    ["scene.ksplat", ksplatFile(kGaussians)],
+    ["SCENE.PLY", plyFile(kGaussians)],
+    ["SCENE.SPLAT", splatFile(kGaussians)],
+    ["SCENE.SPZ", spzFile(kGaussians)],
+    ["SCENE.KSPLAT", ksplatFile(kGaussians)],
+    ["with space.ply", plyFile(kGaussians)],
+    ["日本.splat", splatFile(kGaussians)],
+]);
+for (const [name, bytes] of kFormats) {
+    test(`FileIsShown ${name}`, async () => {
+        const file = await browser.file(name, bytes);
+        const page = await browser.open({
+            query: `${kQuery}&openFile=${file.replaceAll(" ", "%20")}`,
+        });
+        assert.deepEqual(page.reports, []);
+        assertShown(await page.picture());
+        await page.close();
+    });
+}
+
+test("ApostropheInANameIsNoObstacle", async () => {
+    const file = await browser.file("it's.ply", plyFile(kGaussians));
+    const page = await browser.open({ query: kQuery });
+    await page.call("FileFromNative", file);
+    await page.call("ChgstFromNative", 0);
+    assertShown(await page.picture());
+    await page.close();
+});
+
+test("BrokenFilesLeaveThePageAlive", async () => {
+    const whole = plyFile(kGaussians);
+    const header = whole.subarray(0, whole.indexOf("end_header") + 11);
+    const broken = /** @type {const} */ ([
+        ["empty.ply", Buffer.alloc(0)],
+        ["short.ply", Buffer.from("pl")],
+        ["text.ply", Buffer.from("This is no splat file at all, whatever its name.")],
+        ["headless.ply", whole.subarray(0, 40)],
+        ["bodyless.ply", header],
+        ["truncated.ply", whole.subarray(0, whole.length - 30)],
+        ["many.ply", plyFile(kGaussians, { count: 100_000_000 })],
+        ["huge.ply", plyFile(kGaussians, { count: 4_294_967_295 })],
+        ["negative.ply", plyFile(kGaussians, { count: -1 })],
+        ["empty.splat", Buffer.alloc(0)],
+        ["odd.splat", splatFile(kGaussians).subarray(0, 50)],
+        ["empty.spz", Buffer.alloc(0)],
+        ["truncated.spz", spzFile(kGaussians).subarray(0, 40)],
+        ["garbage.spz", gzipSync(Buffer.alloc(100, 7))],
+        ["huge.spz", hugeSpz()],
+        ["short.ksplat", Buffer.alloc(100)],
+        ["truncated.ksplat", ksplatFile(kGaussians).subarray(0, 5200)],
+    ]);
+    const page = await browser.open({ query: `${kQuery}&openFile=${good}` });
+    for (const [name, bytes] of broken) {
+        const file = await browser.file(name, bytes);
+        page.reports.length = 0;
+        await page.call("FileFromNative", file);
+        assert.ok(page.reports.length > 0, `${name} is not reported`);
+        assert.ok(!page.reports.some((report) => report.startsWith("uncaught")), page.reports[0]);
+        page.reports.length = 0;
+        await page.call("FileFromNative", good);
+        assert.deepEqual(page.reports, []);
+        assertShown(await page.picture());
+    }
+    await page.close();
+});
+
+/** A file that tells of more Gaussians than it holds. */
+function hugeSpz() {
+    const header = Buffer.alloc(16);
+    header.write("NGSP", 0, "latin1");
+    header.writeUInt32LE(2, 4);
+    header.writeUInt32LE(2_000_000_000, 8);
+    header.writeUInt8(12, 13);
+    return gzipSync(header);
+}
+
+test("FileWithoutGaussiansShowsNothing", async () => {
+    const file = await browser.file("none.ply", plyFile([]));
+    const page = await browser.open({ query: `${kQuery}&openFile=${file}` });
+    assert.equal(centreOf(await page.picture(), 0).sum, 0);
+    assert.deepEqual(page.reports, ['No Gaussians in "none.ply"']);
+    await page.call("FileFromNative", good);
+    assertShown(await page.picture());
+    await page.close();
+});
+
+test("SecondFileTakesThePlaceOfTheFirst", async () => {
+    const second = await browser.file(
+        "second.ply",
+        plyFile([{ center: [0, 0, 0], scale: 0.1, color: [0, 1, 0] }]),
+    );
+    const page = await browser.open({ query: `${kQuery}&openFile=${good}` });
+    await page.call("FileFromNative", second);
+    const picture = await page.picture();
+    assert.equal(centreOf(picture, 0).sum, 0);
+    assert.ok(centreOf(picture, 1).sum > 0);
+    await page.close();
+});
+
+test("LaterOfTwoFilesIsShown", async () => {
+    const second = await browser.file(
+        "later.ply",
+        plyFile([{ center: [0, 0, 0], scale: 0.1, color: [0, 1, 0] }]),
+    );
+    const page = await browser.open({ query: `${kQuery}&openFile=${good}` });
+    await page.page.evaluate(
+        ([first, second]) => {
+            const { FileFromNative } = /** @type {any} */ (window);
+            FileFromNative(first);
+            FileFromNative(second);
+        },
+        [good, second],
+    );
+    await page.rest();
+    assert.equal(centreOf(await page.picture(), 0).sum, 0);
+    await page.close();
+});
+
+test("ManyFilesHoldNoMoreThanAFew", async () => {
+    const page = await browser.open({ query: `${kQuery}&openFile=${good}`, width: 64, height: 48 });
+    for (let i = 0; i < 3; ++i) await page.call("FileFromNative", good);
+    const { objects } = await page.watch();
+    for (let i = 0; i < 12; ++i) await page.call("FileFromNative", good);
+    assert.deepEqual((await page.watch()).objects, objects);
+    assert.ok(centreOf(await page.picture(), 0).sum > 0);
+    await page.close();
+});
+
+test("ReplacedFilesAreLetGo", async () => {
+    const page = await browser.open({ query: `${kQuery}&openFile=${good}`, width: 64, height: 48 });
+    for (let i = 0; i < 2; ++i) await page.call("FileFromNative", good);
+    const before = await heldBytes(page.page);
+    for (let i = 0; i < 12; ++i) await page.call("FileFromNative", good);
+    // The least that Spark holds for a file is 2048 Gaussians of 16 bytes.
+    const growth = (await heldBytes(page.page)) - before;
+    assert.ok(growth < 2 * 2048 * 16, `${growth}`);
+    await page.close();
+});
+
+test("MissingFileIsReported", async () => {
+    const page = await browser.open({ query: `${kQuery}&openFile=/nowhere/a.ply` });
+    assert.ok(page.reports.includes("Network error !"), `${page.reports}`);
+    assert.equal((await page.watch()).frames, 0);
+    await page.close();
+});
+
+test("InvalidUrlIsReported", async () => {
+    const page = await browser.open({ query: `${kQuery}&openFile=http://[/a.ply` });
+    assert.deepEqual(page.reports, ["Invalid URL"]);
+    await page.call("FileFromNative", "http://[/a.ply");
+    assert.deepEqual(page.reports, ["Invalid URL", "Invalid URL"]);
+    await page.close();
+});
+
+test("RefusedRequestIsReportedWithItsStatus", async () => {
+    const server = createServer((_request, response) => {
+        response.writeHead(404, { "Access-Control-Allow-Origin": "*" }).end("no");
+    });
+    after(() => server.close());
+    await new Promise((resolve) => server.listen(0, "127.0.0.1", () => resolve(undefined)));
+    const { port } = /** @type {import("node:net").AddressInfo} */ (server.address());
+    const page = await browser.open({ query: `${kQuery}&openFile=http://127.0.0.1:${port}/a.ply` });
+    assert.ok(page.reports.includes("Read error Status code: 404"), `${page.reports}`);
+    await page.close();
+});
+
+test("UrlWithoutANameIsReadAllTheSame", async () => {
+    const server = createServer((_request, response) => {
+        response.writeHead(200, { "Access-Control-Allow-Origin": "*" }).end(plyFile(kGaussians));
+    });
+    after(() => server.close());
+    await new Promise((resolve) => server.listen(0, "127.0.0.1", () => resolve(undefined)));
+    const { port } = /** @type {import("node:net").AddressInfo} */ (server.address());
+    const page = await browser.open({ query: `${kQuery}&openFile=http://127.0.0.1:${port}/` });
+    assertShown(await page.picture());
+    await page.close();
+});

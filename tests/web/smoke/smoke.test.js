@@ -1,0 +1,130 @@
+/**
+ * What must work in every browser. VISTREL_TEST_BROWSER chooses between the newest Chromium and
+ * "qtwebengine", the one that the program embeds.
+ */
+import assert from "node:assert/strict";
+import { test } from "node:test";
+import { centreOf, pixelOf } from "../support/prediction.js";
+import { startQt } from "../support/qt_page.js";
+import { ksplatFile, plyFile, splatFile, spzFile } from "../support/splat_files.js";
+import {
+    alternating,
+    assertPicture,
+    combined,
+    eyesOf,
+    kMatrices,
+} from "../support/stereo_checks.js";
+import { startBrowser } from "../support/viewer_page.js";
+
+/** @typedef {import("../support/splat_files.js").Gaussian} Gaussian */
+
+const inQt = process.env.VISTREL_TEST_BROWSER === "qtwebengine";
+const browser = inQt ? await startQt() : await startBrowser();
+/** @type {Gaussian[]} */
+const kGaussians = [
+    { center: [0.02, 0.05, 0], scale: 0.05, color: [1, 0, 0] },
+    { center: [0.12, 0.2, 0.8], scale: 0.05, color: [0, 1, 0] },
+    { center: [-0.15, -0.1, -0.4], scale: 0.05, color: [0, 0, 1] },
+];
+const good = await browser.file("good.ply", plyFile(kGaussians, { camera: true }));
+const kLook = {
+    position: /** @type {[number, number, number]} */ ([-0.3, 0.5, -3]),
+    fov: 30,
+    width: 200,
+    height: 150,
+    dltx: 60,
+    dpt: 100,
+    sharp: true,
+    half: true,
+};
+
+/**
+ * @param {import("../support/png.js").Picture} picture in mode 0
+ * @param {Partial<typeof kLook>} [look]
+ */
+function assertPoints(picture, look = {}) {
+    assert.equal(picture.width, 200);
+    for (const side of /** @type {const} */ (["left", "right"])) {
+        const part = { x: side === "left" ? 0 : 100, width: 100 };
+        for (const channel of /** @type {const} */ ([0, 1, 2])) {
+            const found = centreOf(picture, channel, part);
+            const wanted = pixelOf(kGaussians[channel].center, { ...kLook, ...look }, side);
+            const told = `${side} ${channel}: ${found.x}, ${found.y}; ${wanted.x}, ${wanted.y}`;
+            assert.ok(Math.hypot(found.x - wanted.x, found.y - wanted.y) < 0.7, told);
+        }
+    }
+}
+
+test("EveryFormatIsShownWhereItBelongs", async () => {
+    const files = /** @type {const} */ ([
+        ["a.ply", plyFile(kGaussians, { camera: true })],
+        ["A.PLY", plyFile(kGaussians)],
+        ["a.splat", splatFile(kGaussians)],
+        ["a.spz", spzFile(kGaussians)],
+        ["a.ksplat", ksplatFile(kGaussians)],
+    ]);
+    for (const [name, bytes] of files) {
+        const file = await browser.file(name, bytes);
+        const page = await browser.open({ query: `nreso=1&mode=0&nst=1&openFile=${file}` });
+        assert.deepEqual(page.reports, [], name);
+        assertPoints(await page.picture());
+        await page.close();
+    }
+});
+
+test("ModesAreComputedFromBothEyes", async () => {
+    const page = await browser.open({ query: `mode=0&nst=1&openFile=${good}` });
+    const { left, right } = await eyesOf(page);
+    await page.call("ChgstFromNative", 2);
+    assertPicture(await page.picture(), combined(kMatrices.dubois, left, right), 1);
+    await page.call("ChgstFromNative", 4);
+    assertPicture(await page.picture(), combined(kMatrices.grey, left, right), 1);
+    await page.call("ChgstFromNative", 5);
+    assertPicture(await page.picture(), alternating(left, right, 150), 0);
+    await page.call("SwapFromNative", true);
+    assertPicture(await page.picture(), alternating(right, left, 150), 0);
+    await page.close();
+});
+
+test("FocusAndDepthMoveTheEyes", async () => {
+    const page = await browser.open({ query: `mode=0&nst=1&openFile=${good}` });
+    await page.call("SetFocusFromNative", 20, 36);
+    assertPoints(await page.picture(), { dltx: 92, dpt: 120 });
+    await page.close();
+});
+
+test("NothingIsDrawnAtRest", async () => {
+    const page = await browser.open({ query: `mode=0&nst=1&openFile=${good}` });
+    const before = await page.watch();
+    await page.screenshot();
+    assert.deepEqual(await page.watch(), before);
+    assert.equal(before.sorts, 1);
+    await page.close();
+});
+
+test("ViewSurvivesTheNextStart", async () => {
+    const page = await browser.open({ query: `mode=0&nst=1&openFile=${good}` });
+    await page.call("SetFocusFromNative", 20, 36);
+    await page.call("ChgstFromNative", 3);
+    await page.go(`mode=0&openFile=${good}`);
+    const { dltx, dpt, stType } = await page.savedView();
+    assert.deepEqual([dltx, Math.round(dpt), stType], [92, 120, 3]);
+    await page.close();
+});
+
+test("BrokenFileLeavesThePageAlive", async () => {
+    const page = await browser.open({ query: `mode=0&nst=1&openFile=${good}` });
+    await page.call("FileFromNative", await browser.file("bad.ply", "ply, but no more than that"));
+    assert.equal(page.reports.length, 1);
+    assert.equal(centreOf(await page.picture(), 0).sum, 0);
+    await page.call("FileFromNative", good);
+    assertPoints(await page.picture());
+    await page.close();
+});
+
+test("OtherNamesAreRefused", async () => {
+    const page = await browser.open({ query: "mode=0" });
+    await page.call("FileFromNative", "/a/b.obj");
+    assert.deepEqual(page.alerts, ["It is not a Gaussian spreading file!"]);
+    await page.close();
+});

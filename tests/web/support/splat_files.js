@@ -1,0 +1,189 @@
+/**
+ * Splat files made of a few Gaussians, in every format that the viewer opens.
+ */
+import { gzipSync } from "node:zlib";
+
+/**
+ * @typedef {object} Gaussian
+ * @property {[number, number, number]} center world units
+ * @property {number | [number, number, number]} scale standard deviations, world units
+ * @property {[number, number, number]} color sRGB, 0..1
+ * @property {number} [opacity] 0..1, 1 when absent
+ */
+
+const kShDc = 0.28209478;
+
+/**
+ * @param {Gaussian} gaussian
+ * @returns {[number, number, number]}
+ */
+function scales({ scale }) {
+    return typeof scale === "number" ? [scale, scale, scale] : scale;
+}
+
+/**
+ * @param {Gaussian} gaussian
+ * @returns {number}
+ */
+function logit({ opacity = 1 }) {
+    const o = Math.min(0.999999, Math.max(1e-6, opacity));
+    return Math.log(o / (1 - o));
+}
+
+/** The elements that the program's own files carry beside the Gaussians. */
+const kCameraElements = /** @type {const} */ ([
+    ["extrinsic", 16, "float"],
+    ["intrinsic", 9, "float"],
+    ["image_size", 2, "uint"],
+    ["frame", 2, "int"],
+    ["disparity", 2, "float"],
+    ["color_space", 1, "uchar"],
+    ["version", 3, "uchar"],
+]);
+
+/**
+ * @param {Gaussian[]} gaussians
+ * @param {{ camera?: boolean, count?: number, degree?: 0 | 1 }} [options] camera: with the seven
+ *     camera elements; count: what the header tells, if not the truth; degree: with spherical
+ *     harmonics of that degree, which make the red depend on the viewing direction's y
+ * @returns {Buffer}
+ */
+export function plyFile(gaussians, { camera = false, count = gaussians.length, degree = 0 } = {}) {
+    const rest = degree === 1 ? 9 : 0;
+    const names = ["x", "y", "z", "f_dc_0", "f_dc_1", "f_dc_2"];
+    for (let i = 0; i < rest; ++i) names.push(`f_rest_${i}`);
+    names.push("opacity", "scale_0", "scale_1", "scale_2", "rot_0", "rot_1", "rot_2", "rot_3");
+    const lines = ["ply", "format binary_little_endian 1.0", `element vertex ${count}`];
+    for (const name of names) lines.push(`property float ${name}`);
+    if (camera) {
+        for (const [name, size, type] of kCameraElements) {
+            lines.push(`element ${name} ${size}`, `property ${type} ${name}`);
+        }
+    }
+    const header = Buffer.from(lines.join("\n") + "\nend_header\n");
+    const vertices = new Float32Array(gaussians.length * names.length);
+    gaussians.forEach((gaussian, index) => {
+        const harmonics = new Array(rest).fill(0);
+        if (rest > 0) harmonics[0] = 0.5;
+        const record = [
+            ...gaussian.center,
+            ...gaussian.color.map((c) => (c - 0.5) / kShDc),
+            ...harmonics,
+            logit(gaussian),
+            ...scales(gaussian).map((s) => Math.log(s)),
+            1, 0, 0, 0,
+        ];
+        vertices.set(record, index * names.length);
+    });
+    const body = Buffer.from(vertices.buffer);
+    const end = camera ? cameraElements(gaussians.length) : Buffer.alloc(0);
+    return Buffer.concat([header, body, end]);
+}
+
+/**
+ * @param {number} count of Gaussians
+ * @returns {Buffer}
+ */
+function cameraElements(count) {
+    const extrinsic = [1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1];
+    const intrinsic = [1000, 0, 320, 0, 1000, 240, 0, 0, 1];
+    return Buffer.concat([
+        Buffer.from(new Float32Array([...extrinsic, ...intrinsic]).buffer),
+        Buffer.from(new Uint32Array([640, 480]).buffer),
+        Buffer.from(new Int32Array([1, count]).buffer),
+        Buffer.from(new Float32Array([0.1, 1]).buffer),
+        Buffer.from([1, 1, 5, 0]),
+    ]);
+}
+
+/** @param {number} value 0..1 */
+function byte(value) {
+    return Math.max(0, Math.min(255, Math.round(value * 255)));
+}
+
+/**
+ * 32 bytes a Gaussian: position, scale, colour with opacity, quaternion w, x, y, z.
+ * @param {Gaussian[]} gaussians
+ * @returns {Buffer}
+ */
+export function splatFile(gaussians) {
+    const file = Buffer.alloc(32 * gaussians.length);
+    gaussians.forEach((gaussian, index) => {
+        const at = 32 * index;
+        [...gaussian.center, ...scales(gaussian)].forEach((value, i) => {
+            file.writeFloatLE(value, at + 4 * i);
+        });
+        [...gaussian.color, gaussian.opacity ?? 1].forEach((value, i) => {
+            file.writeUInt8(byte(value), at + 24 + i);
+        });
+        file.set([255, 128, 128, 128], at + 28);
+    });
+    return file;
+}
+
+/**
+ * Version 2: gzip over a 16-byte header and one array for each attribute.
+ * @param {Gaussian[]} gaussians
+ * @returns {Buffer}
+ */
+export function spzFile(gaussians) {
+    const kFractionalBits = 12;
+    const count = gaussians.length;
+    const header = Buffer.alloc(16);
+    header.write("NGSP", 0, "latin1");
+    header.writeUInt32LE(2, 4);
+    header.writeUInt32LE(count, 8);
+    header.writeUInt8(0, 12);
+    header.writeUInt8(kFractionalBits, 13);
+    const positions = Buffer.alloc(9 * count);
+    const alphas = Buffer.alloc(count);
+    const colors = Buffer.alloc(3 * count);
+    const logScales = Buffer.alloc(3 * count);
+    const rotations = Buffer.alloc(3 * count, 128);
+    gaussians.forEach((gaussian, index) => {
+        gaussian.center.forEach((value, i) => {
+            const fixed = Math.round(value * 2 ** kFractionalBits);
+            positions.writeIntLE(fixed, 9 * index + 3 * i, 3);
+        });
+        alphas.writeUInt8(byte(gaussian.opacity ?? 1), index);
+        gaussian.color.forEach((value, i) => {
+            colors.writeUInt8(byte(((value - 0.5) / kShDc) * 0.15 + 0.5), 3 * index + i);
+        });
+        scales(gaussian).forEach((value, i) => {
+            logScales.writeUInt8(Math.round((Math.log(value) + 10) * 16), 3 * index + i);
+        });
+    });
+    return gzipSync(Buffer.concat([header, positions, alphas, colors, logScales, rotations]));
+}
+
+/**
+ * Version 0.1, uncompressed, one section.
+ * @param {Gaussian[]} gaussians
+ * @returns {Buffer}
+ */
+export function ksplatFile(gaussians) {
+    const kHeader = 4096;
+    const kSection = 1024;
+    const kRecord = 44;
+    const count = gaussians.length;
+    const file = Buffer.alloc(kHeader + kSection + kRecord * count);
+    file.writeUInt8(0, 0);
+    file.writeUInt8(1, 1);
+    file.writeUInt32LE(1, 4); // sections that there is room for
+    file.writeUInt32LE(1, 8); // sections
+    file.writeUInt32LE(count, 12);
+    file.writeUInt32LE(count, 16);
+    file.writeUInt16LE(0, 20); // not compressed
+    file.writeUInt32LE(count, kHeader);
+    file.writeUInt32LE(count, kHeader + 4);
+    gaussians.forEach((gaussian, index) => {
+        const at = kHeader + kSection + kRecord * index;
+        [...gaussian.center, ...scales(gaussian), 1, 0, 0, 0].forEach((value, i) => {
+            file.writeFloatLE(value, at + 4 * i);
+        });
+        [...gaussian.color, gaussian.opacity ?? 1].forEach((value, i) => {
+            file.writeUInt8(byte(value), at + 40 + i);
+        });
+    });
+    return file;
+}

@@ -1,0 +1,44 @@
+import assert from "node:assert/strict";
+import { mock, test } from "node:test";
+import { fileNameOf, formatOf } from "../../../web/src/file_name.js";
+
+test("EveryEndingHasItsCode", () => {
+    assert.equal(formatOf("/a/b.splat"), 0);
+    assert.equal(formatOf("/a/b.ksplat"), 1);
+    assert.equal(formatOf("/a/b.ply"), 2);
+    assert.equal(formatOf("/a/b.spz"), 3);
+});
+
+test("UpperCaseEndingIsNoSplatFile", () => {
+    assert.equal(formatOf("SCENE.PLY"), null);
+});
+
+test("OtherEndingIsNoSplatFile", () => {
+    for (const name of ["a.obj", "ply", "a.ply.txt", "a.sog", "", "a.plyx"]) {
+        assert.equal(formatOf(name), null, name);
+    }
+});
+
+test("NameIsTheLastSegment", () => {
+    assert.equal(fileNameOf("/home/a/scene.ply", "file://"), "scene.ply");
+    assert.equal(fileNameOf("file:///home/a/scene.spz", "file://"), "scene.spz");
+    assert.equal(fileNameOf("C:/Scans/a.ply", "file://"), "a.ply");
+});
+
+test("QueryAndFragmentAreNotPartOfTheName", () => {
+    assert.equal(fileNameOf("/a/b.ply?x=/c.splat#/d", "file://"), "b.ply");
+});
+
+test("PathThatEndsInASlashHasNoName", () => {
+    assert.equal(fileNameOf("/home/a/", "file://"), "");
+});
+
+test("InvalidUrlIsReportedAndHasNoName", () => {
+    const error = mock.method(console, "error", () => {});
+    try {
+        assert.equal(fileNameOf("http://[", "file://"), "");
+        assert.deepEqual(error.mock.calls.map((call) => call.arguments), [["Invalid URL"]]);
+    } finally {
+        error.mock.restore();
+    }
+});

@@ -1,0 +1,37 @@
+import assert from "node:assert/strict";
+import { test } from "node:test";
+import { parseQuery } from "../../../web/src/query.js";
+
+test("EmptyQueryIsSharpModeWithoutFile", () => {
+    assert.deepEqual(parseQuery(""), { bsharp: true, filepath: null, nstt: 0, highreso: false });
+});
+
+test("ModeOneIsGeneral", () => {
+    assert.equal(parseQuery("?mode=1").bsharp, false);
+});
+
+test("AnyOtherModeIsSharp", () => {
+    for (const mode of ["0", "2", "01", "true", ""]) {
+        assert.equal(parseQuery(`?mode=${mode}`).bsharp, true, mode);
+    }
+});
+
+test("FileNameIsDecoded", () => {
+    const query = parseQuery("?nreso=1&mode=0&nst=1&openFile=/home/a/My%20Scans/a.ply");
+    assert.equal(query.filepath, "/home/a/My Scans/a.ply");
+    assert.equal(query.nstt, 1);
+    assert.equal(query.highreso, true);
+});
+
+test("AmpersandCutsTheFileName", () => {
+    assert.equal(parseQuery("?openFile=/a&b.ply").filepath, "/a");
+});
+
+test("EmptyFileNameIsNoFile", () => {
+    assert.equal(parseQuery("?openFile=").filepath, null);
+});
+
+test("OnlyOneAsksForAFreshView", () => {
+    assert.equal(parseQuery("?nst=0").nstt, 0);
+    assert.equal(parseQuery("?nst=true").nstt, 0);
+});

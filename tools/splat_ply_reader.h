@@ -1,0 +1,37 @@
+// Reads the splat PLY files that the engine writes, independently of the engine's own code.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <filesystem>
+#include <vector>
+
+namespace vistrel {
+
+// One vertex record, as it lies in the file.
+struct SplatVertex {
+    std::array<float, 3> position;  // x right, y down, z forward; the camera is the origin
+    std::array<float, 3> colorDc;   // (sRGB value - 0.5) / 0.28209478, red, green, blue
+    float opacityLogit;             // ln(o / (1 - o))
+    std::array<float, 3> logScale;  // natural logarithms of the standard deviations
+    std::array<float, 4> rotation;  // quaternion w, x, y, z; need not be normalised
+};
+static_assert(sizeof(SplatVertex) == 56);
+
+struct SplatFile {
+    std::vector<SplatVertex> vertices;
+    float focalX = 0.0F;  // pixels of the photograph, like the three below
+    float focalY = 0.0F;
+    float centreX = 0.0F;  // principal point; 0 is the left edge of the first pixel
+    float centreY = 0.0F;
+    std::uint32_t width = 0;  // the photograph's size in pixels, at least 1
+    std::uint32_t height = 0;
+};
+
+// Reads the whole file. The header must be, line by line, the one that the engine writes, and the
+// file exactly as long as the header tells; nothing is allocated before that is certain.
+//
+// Throws std::runtime_error that tells what is wrong. Any thread.
+[[nodiscard]] SplatFile ReadSplatPly(const std::filesystem::path& path);
+
+}  // namespace vistrel

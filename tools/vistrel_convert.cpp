@@ -1,0 +1,157 @@
+// The conversion engine on the command line.
+//
+// The log goes to standard output, stage texts and errors to standard error. Exit status 0: the PLY
+// is there; 1: it is not, the reason was told; 2: wrong usage.
+#include <CLI/CLI.hpp>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <filesystem>
+#include <mutex>
+#include <string>
+#include <system_error>
+#include <thread>
+
+#include "engine/conversion_engine.h"
+#include "engine/wide.h"
+#include "tools/interrupts.h"
+#include "tools/whole_ply.h"
+
+namespace vistrel {
+namespace {
+
+struct Options {
+    std::string model;
+    std::string provider = "cpu";
+    float keepRatio = 1.0F;
+    std::string photo;
+    std::string output;
+};
+
+// Writing the scene over the picture or the network would lose them.
+bool OutputIsAnInput(const Options& options) {
+    std::error_code ignored;
+    return std::filesystem::equivalent(options.output, options.photo, ignored) ||
+           std::filesystem::equivalent(options.output, options.model, ignored);
+}
+
+void Tell(const std::string& line) {
+    std::fprintf(stderr, "%s\n", line.c_str());
+}
+
+// Whether the output file is being written. Reached on the converting thread, and on the main
+// thread when a signal comes: whoever holds the lock decides what happens to the file.
+class OutputGate {
+  public:
+    // The converting thread is about to write.
+    void Enter() {
+        const std::lock_guard lock(mutex_);
+        writing_ = true;
+    }
+
+    // The user wants to stop. Before the writing nothing is lost: ends the process. While writing,
+    // which takes a tenth of a second, the first wish waits for a whole file; the second does not.
+    void Stop(int signal, const std::filesystem::path& output) {
+        const std::lock_guard lock(mutex_);
+        if (!writing_) Interrupts::DieOf(signal);
+        if (asked_) {
+            std::error_code ignored;
+            if (std::filesystem::is_regular_file(output, ignored)) {
+                std::filesystem::remove(output, ignored);
+            }
+            Interrupts::DieOf(signal);
+        }
+        asked_ = true;
+    }
+
+  private:
+    std::mutex mutex_;
+    bool writing_ = false;  // guarded by mutex_
+    bool asked_ = false;    // guarded by mutex_
+};
+
+bool Convert(const Options& options) {
+    Interrupts interrupts;
+    OutputGate gate;
+    const std::filesystem::path output = options.output;
+    const std::wstring outputPath = FromPath(output);
+    CreateOutputFolder(outputPath);
+
+    ConversionEngine engine;
+    engine.onProgress = [&gate](const std::wstring& stage) {
+        if (stage == kSavingStage) gate.Enter();
+        Tell(ToUtf8(stage));
+    };
+    std::wstring failure;
+    engine.onFinished = [&failure](bool success, const std::wstring& text) {
+        if (!success) failure = text;
+    };
+
+    bool converted = false;
+    std::thread worker([&] {
+        converted = engine.Run(
+            FromUtf8(options.model), FromUtf8(options.photo), outputPath, options.keepRatio,
+            options.provider == "cuda" ? ExecutionProvider::Cuda : ExecutionProvider::Cpu);
+        interrupts.Wake();
+    });
+    while (const int signal = interrupts.Wait()) gate.Stop(signal, output);
+    worker.join();
+
+    if (!converted) {
+        Tell("Error: " + ToUtf8(failure));
+        return false;
+    }
+    if (!IsWholeSplatPly(output)) {
+        std::filesystem::remove(output);
+        Tell("Error: " + output.native() +
+             " could not be written whole and was removed. "
+             "Is the disk full?");
+        return false;
+    }
+    return true;
+}
+
+int Main(int argc, char** argv) {
+    Options options;
+    CLI::App app("Turns one photograph into a 3D Gaussian Splat scene (binary PLY).",
+                 "vistrel-convert");
+    app.set_version_flag("--version", "vistrel-convert " VISTREL_VERSION);
+    app.add_option("--model", options.model, "ONNX file of the network")->required();
+    app.add_option("--provider", options.provider, "What the network runs on")
+        ->check(CLI::IsMember({"cpu", "cuda"}))
+        ->capture_default_str();
+    app.add_option("--keep-ratio", options.keepRatio, "Share of the Gaussians to keep")
+        ->capture_default_str();
+    app.add_option("PHOTO", options.photo, "Picture to convert")->required();
+    app.add_option("OUTPUT", options.output, "PLY file to write; its folder is created")
+        ->required();
+    constexpr int kWrongUsage = 2;
+    try {
+        app.parse(argc, argv);
+        if (!(options.keepRatio >= 0.0F && options.keepRatio <= 1.0F)) {  // also not a number
+            throw CLI::ValidationError("--keep-ratio", "is a number from 0 to 1");
+        }
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? EXIT_SUCCESS : kWrongUsage;
+    }
+    if (OutputIsAnInput(options)) {
+        Tell("OUTPUT would overwrite PHOTO or MODEL.");
+        return kWrongUsage;
+    }
+
+    std::signal(SIGPIPE, SIG_IGN);  // a reader of the log that went away is no reason to stop
+    try {
+        return Convert(options) ? EXIT_SUCCESS : EXIT_FAILURE;
+    } catch (const std::exception& error) {
+        Tell(std::string("Error: ") + error.what());
+        return EXIT_FAILURE;
+    }
+}
+
+}  // namespace
+}  // namespace vistrel
+
+int main(int argc, char** argv) {
+    return vistrel::Main(argc, argv);
+}

@@ -1,0 +1,225 @@
+import { Matrix4, PerspectiveCamera, WebGLRenderer } from "three";
+import { OrbitControls } from "./OrbitControls3d.js";
+import { DrawLoop, FrameRate } from "./draw_loop.js";
+import { createEffect } from "./effects/create_effect.js";
+import { fileNameOf } from "./file_name.js";
+import { readFile } from "./read_file.js";
+import { loadSavedView, storeSavedView } from "./saved_view.js";
+import { SplatScene } from "./splat_scene.js";
+import { SplatSorter } from "./splat_sorter.js";
+import { middleView } from "./stereo_camera2.js";
+import { defaultSettings, kSharpStartFocus } from "./view_settings.js";
+
+/** Frames drawn after a change of the view or of a setting. */
+const kFramesAfterChange = 10;
+const kFramesAfterResize = 100;
+/** Frames that are kept in store while a file is read. */
+const kFramesWhileReading = 100;
+/** Frames drawn after a file was read, while its Gaussians are parsed and sorted. */
+const kFramesAfterReading = 300;
+
+/**
+ * Camera, controls, scene and effect of the page. Members that the page's start and the calls from
+ * outside need are public.
+ */
+export class Viewer {
+    /** @type {import("./view_settings.js").ViewSettings} */
+    settings;
+    /** @type {OrbitControls} */
+    controls;
+    /** @type {import("./effects/eye_pair_effect.js").EyePairEffect | null} */
+    #effect = null;
+    #renderer = new WebGLRenderer({ antialias: true });
+    /** @type {PerspectiveCamera} */
+    #camera;
+    #splats;
+    #loop;
+    #sorter;
+    #middleView = new Matrix4();
+    /** Numbers the files in the order in which they were asked for. */
+    #lastAsked = 0;
+    #lastShown = 0;
+
+    /**
+     * @param {HTMLElement} container receives the canvas
+     * @param {boolean} bsharp SHARP mode; otherwise general mode
+     * @param {(framesPerSecond: number) => void} onRate about once a second while drawing
+     */
+    constructor(container, bsharp, onRate) {
+        this.settings = defaultSettings(bsharp);
+        this.#renderer.setPixelRatio(window.devicePixelRatio);
+        this.#renderer.setSize(window.innerWidth, window.innerHeight);
+        container.appendChild(this.#renderer.domElement);
+        this.#camera = createCamera(bsharp);
+        this.#splats = new SplatScene(this.#renderer);
+        const rate = new FrameRate(performance.now());
+        this.#loop = new DrawLoop({
+            update: () => this.controls.update(),
+            draw: () => {
+                if (!this.#draw()) return false;
+                const perSecond = rate.count(performance.now());
+                if (perSecond !== null) onRate(perSecond);
+                return true;
+            },
+            request: (step) => requestAnimationFrame(step),
+        });
+        this.#sorter = new SplatSorter(
+            (viewToWorld) => this.#splats.sort(viewToWorld),
+            () => this.#loop.wake(),
+        );
+        this.controls = createControls(this.#camera, this.#renderer.domElement, bsharp);
+        this.controls.addEventListener("change", () => {
+            if (!this.#loop.isUpdating) this.redraw();
+        });
+    }
+
+    /** @returns {boolean} false when there is no effect to draw with */
+    #draw() {
+        if (this.#effect === null) return false;
+        this.#effect.render(this.#splats.scene, this.#camera, this.settings.swap);
+        middleView(this.#camera, this.settings, this.#middleView);
+        this.#sorter.request(this.#middleView);
+        return true;
+    }
+
+    /** Draws what changed. */
+    redraw() {
+        this.#loop.drawFrames(kFramesAfterChange);
+    }
+
+    /** Fits everything to the window and its device pixel ratio. */
+    resize() {
+        this.#camera.aspect = window.innerWidth / window.innerHeight;
+        this.#camera.updateProjectionMatrix();
+        this.#renderer.setPixelRatio(window.devicePixelRatio);
+        this.#renderer.setSize(window.innerWidth, window.innerHeight);
+        this.#effect?.setSize(window.innerWidth, window.innerHeight);
+        this.#loop.drawFrames(kFramesAfterResize);
+    }
+
+    /**
+     * Exchanges the stereo effect. The change shows at the next drawn frame.
+     * @param {number} mode 0..5
+     */
+    setMode(mode) {
+        this.#effect?.end();
+        this.#effect?.dispose();
+        this.settings.stType = mode;
+        this.#effect = createEffect(this.#renderer, this.settings);
+        this.#effect.setSize(window.innerWidth, window.innerHeight);
+    }
+
+    /**
+     * @param {string} url
+     * @param {boolean} start also creates the effect, without which nothing is drawn
+     */
+    load(url, start) {
+        this.#loop.stopTimer = kFramesWhileReading;
+        const number = ++this.#lastAsked;
+        readFile(url, (bytes) => {
+            // A large file that was asked for first may arrive last.
+            if (number > this.#lastShown) {
+                this.#lastShown = number;
+                this.#show(bytes, fileNameOf(url, window.location.origin));
+            }
+            if (start) this.setMode(this.settings.stType);
+            this.#loop.drawFrames(kFramesAfterReading);
+        });
+    }
+
+    /**
+     * @param {ArrayBuffer} bytes
+     * @param {string} name
+     */
+    async #show(bytes, name) {
+        const shown = this.#splats.show(bytes, name);
+        this.#sorter.invalidate();
+        if (!(await shown)) return;
+        this.#sorter.invalidate();
+        this.#loop.wake();
+    }
+
+    /** Takes the stereo mode and the eyes' exchange from the saved view and nothing else. */
+    restoreMode() {
+        if (this.settings.bsharp) this.settings.dltx = kSharpStartFocus;
+        const saved = loadSavedView(window.localStorage);
+        if (saved) this.#restoreEyes(saved);
+    }
+
+    /** Takes the whole saved view. */
+    restoreView() {
+        const { settings } = this;
+        if (settings.bsharp) settings.dltx = kSharpStartFocus;
+        const saved = loadSavedView(window.localStorage);
+        if (!saved) return;
+        this.#restoreEyes(saved);
+        settings.dltx = saved.dltx ?? settings.dltx;
+        settings.dpt = saved.dpt ?? settings.dpt;
+        const camera = this.#camera;
+        if (saved.position) camera.position.fromArray(saved.position);
+        if (saved.target) this.controls.target.fromArray(saved.target);
+        if (settings.bsharp) {
+            camera.fov = saved.fov ?? camera.fov;
+        } else {
+            camera.zoom = saved.zoom ?? camera.zoom;
+        }
+        camera.updateProjectionMatrix();
+        this.controls.update();
+    }
+
+    /** @param {import("./saved_view.js").SavedView} saved */
+    #restoreEyes(saved) {
+        this.settings.swap = saved.swap ?? this.settings.swap;
+        this.settings.stType = saved.stType ?? this.settings.stType;
+    }
+
+    saveView() {
+        const { swap, dltx, dpt, stType } = this.settings;
+        const { position, fov, zoom } = this.#camera;
+        storeSavedView(window.localStorage, {
+            position: position.toArray(),
+            target: this.controls.target.toArray(),
+            fov,
+            zoom,
+            swap,
+            dltx,
+            dpt,
+            stType,
+        });
+    }
+}
+
+/**
+ * The start view. Scenes are y-down.
+ * @param {boolean} bsharp
+ * @returns {PerspectiveCamera}
+ */
+function createCamera(bsharp) {
+    const newFov = bsharp ? 30 : 65;
+    const aspect = window.innerWidth / window.innerHeight;
+    const camera = new PerspectiveCamera(newFov, aspect, 0.1, 500);
+    if (bsharp) {
+        camera.position.set(-0.3, 0.5, -3);
+    } else {
+        camera.position.set(0, -1, -3);
+    }
+    camera.lookAt(0, 0, 0);
+    camera.up.set(0, -1, 0);
+    return camera;
+}
+
+/**
+ * @param {PerspectiveCamera} camera
+ * @param {HTMLElement} element
+ * @param {boolean} bsharp
+ * @returns {OrbitControls}
+ */
+function createControls(camera, element, bsharp) {
+    const controls = new OrbitControls(camera, element);
+    controls.rotateSpeed = 0.5;
+    controls.maxPolarAngle = 0.75 * Math.PI;
+    controls.minPolarAngle = 0.1;
+    controls.usefov = bsharp;
+    controls.fovZoomSpeed = 1;
+    return controls;
+}
