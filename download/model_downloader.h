@@ -1,0 +1,43 @@
+// Fetches the network's ONNX file over HTTPS into a file, in the background.
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace vistrel {
+
+// Where the network's file is to be had.
+inline constexpr const char* kModelUrl =
+    "https://huggingface.co/pearsonkyle/Sharp-onnx/resolve/main/sharp_fp16.onnx";
+
+class ModelDownloader {
+  private:
+    struct Shared;
+    std::shared_ptr<Shared> shared_;  // constant after construction; holds what follows
+
+  public:
+    // Called on the download thread after every chunk: the share done (0 to 1; 0 where the size is
+    // unknown) and a text for the user.
+    using OnProgress = std::function<void(double fraction, const std::wstring& text)>;
+    // Called on the download thread at the end: true and the destination, or false and the reason.
+    using OnFinished = std::function<void(bool success, const std::wstring& message)>;
+
+    explicit ModelDownloader(std::string url = kModelUrl);
+    ~ModelDownloader();
+    ModelDownloader(const ModelDownloader&) = delete;
+    ModelDownloader& operator=(const ModelDownloader&) = delete;
+
+    // True while a download goes on; cleared just before onFinished is called.
+    std::atomic<bool>& busy;
+    // Set by the owner to stop after the current chunk; cleared by every start.
+    std::atomic<bool>& cancelRequested;
+
+    // Starts a download into `destPath` on a detached thread, which shares all it touches. Does
+    // nothing while one goes on. Both callbacks may be empty. Throws std::system_error when there is
+    // no thread to be had.
+    void StartDownload(const std::wstring& destPath, OnProgress onProgress, OnFinished onFinished);
+};
+
+}  // namespace vistrel

@@ -1,0 +1,24 @@
+// The user's own folders, and the program's. Any thread; nothing throws.
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace vistrel {
+
+// $XDG_DATA_HOME, default ~/.local/share.
+[[nodiscard]] std::wstring UserDataFolder();
+// UserDataFolder() + "/Vistrel/Models/sharp_fp16.onnx".
+[[nodiscard]] std::wstring ModelFile();
+// The documents folder, where there is none the home folder.
+[[nodiscard]] std::wstring DocumentsFolder();
+// $XDG_CONFIG_HOME/Vistrel/settings.json, default ~/.config.
+[[nodiscard]] std::wstring SettingsFile();
+// Of this user alone: $TMPDIR, else $XDG_RUNTIME_DIR, else /tmp/vistrel-<uid>, which is made where
+// it is missing. Nothing where that one belongs to somebody else, is a link or cannot be made. Ends
+// in a separator.
+[[nodiscard]] std::optional<std::wstring> TemporaryFolder();
+// Folder of the running program, links resolved.
+[[nodiscard]] std::wstring ProgramFolder();
+
+}  // namespace vistrel
