@@ -19,10 +19,9 @@ namespace {
 // Shown in every language.
 constexpr const wchar_t* kHelpFailure = L"ヘルプファイルを開けませんでした。";
 
-QStringList PhotographAndSceneFilters() {
+QStringList PhotographAndSceneFilters(bool japanese) {
     const QString photographs = "*.jpg *.jpeg *.png *.bmp *.tif *.tiff";
     const QString scenes = "*.ply *.splat *.spz *.ksplat";
-    const bool japanese = IsJapaneseUser();
     const auto filter = [japanese](const char* english, const char* translated,
                                    const QString& patterns) {
         return QString::fromUtf8(japanese ? translated : english) + " (" + patterns + ')';
@@ -51,11 +50,11 @@ QUrl AddressOf(const std::filesystem::path& file) {
 }  // namespace
 
 QuestionDialogs::QuestionDialogs(QWidget* owner)
-    : openAddress(QDesktopServices::openUrl), owner_(owner) {}
+    : openAddress(QDesktopServices::openUrl), isJapaneseUser(IsJapaneseUser), owner_(owner) {}
 
 std::optional<std::wstring> QuestionDialogs::AskPhotographOrScene() {
     FileQuestion question;
-    question.filters = PhotographAndSceneFilters();
+    question.filters = PhotographAndSceneFilters(isJapaneseUser());
     return AskFile(owner_, question);
 }
 
@@ -106,7 +105,7 @@ void QuestionDialogs::TellAbout() {
 }
 
 void QuestionDialogs::OpenHelp(const std::wstring& appDir) {
-    const wchar_t* name = IsJapaneseUser() ? L"help_jp.html" : L"help_en.html";
+    const wchar_t* name = isJapaneseUser() ? L"help_jp.html" : L"help_en.html";
     const std::filesystem::path page = ToPath(appDir + L'/' + name);
     // The desktop reports success as soon as some program was started, even for a missing file.
     std::error_code ignored;

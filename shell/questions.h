@@ -38,6 +38,8 @@ class QuestionDialogs : public Questions {
 
     // Opens an address in the user's browser and tells whether that worked; a test sets its own.
     std::function<bool(const QUrl& address)> openAddress;
+    // The language of the help page and of the file filters, asked each time.
+    std::function<bool()> isJapaneseUser;
 
     std::optional<std::wstring> AskPhotographOrScene() override;
     std::optional<std::wstring> AskModel(const std::wstring& modelPath) override;
