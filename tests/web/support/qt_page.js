@@ -12,6 +12,7 @@ import { RestingPage } from "./resting_page.js";
 import { installWatch } from "./watch.js";
 
 const kDriver = fileURLToPath(new URL("qt_driver.py", import.meta.url));
+const kWithDisplay = fileURLToPath(new URL("../../../tools/with_display", import.meta.url));
 const kEnvironment = {
     ...process.env,
     QTWEBENGINE_CHROMIUM_FLAGS:
@@ -75,7 +76,7 @@ class QtBrowser {
 }
 
 class QtPage extends RestingPage {
-    #process = spawn("xvfb-run", ["-a", "/usr/bin/python3", kDriver], {
+    #process = spawn(kWithDisplay, ["/usr/bin/python3", kDriver], {
         env: kEnvironment,
         stdio: ["pipe", "pipe", "ignore"],
     });
@@ -110,6 +111,7 @@ class QtPage extends RestingPage {
      * @returns {Promise<any>}
      */
     send(method, params = {}) {
+        if (this.#process.exitCode !== null) return Promise.reject(new Error("The page has ended"));
         const id = ++this.#lastId;
         this.#process.stdin.write(JSON.stringify({ id, method, params }) + "\n");
         return new Promise((resolve, reject) => this.#waiting.set(id, { resolve, reject }));
