@@ -23,7 +23,7 @@ ARROWS = {
     "tools": (["tools/", "engine/", "batch/", "viewer/", "shell/extraction.h"], ["cli11", "stb", "qt"]),
     "tests": (["tests/", "engine/", "download/", "batch/", "viewer/", "shell/", "tools/"],
               ["gtest", "gmock", "eigen", "stb", "hwy", "qt", "curl", "onnxruntime"]),
-    "benchmarks": (["benchmarks/", "tests/support/", "engine/"],
+    "benchmarks": (["benchmarks/", "tests/support/", "engine/", "batch/"],
                    ["benchmark", "eigen", "stb", "hwy", "onnxruntime"]),
 }
 
