@@ -108,7 +108,8 @@ TEST_F(SidebarTest, LastControlOfTheTallestLayoutFitsIntoTheWindow) {
 TEST_F(SidebarTest, ViewerControlsAreHiddenAtFirst) {
     Make();
     for (int id = 1040; id <= 1051; ++id) EXPECT_TRUE(Find(id)->isHidden()) << id;
-    for (const int id : {1001, 1002, 1003, 1010, 1011, 1012, 1030, 1031, 1032, 1033, 1034, 1035, 1036})
+    for (const int id :
+         {1001, 1002, 1003, 1010, 1011, 1012, 1030, 1031, 1032, 1033, 1034, 1035, 1036})
         EXPECT_FALSE(Find(id)->isHidden()) << id;
 }
 
@@ -218,7 +219,8 @@ TEST_F(SidebarTest, FontsHaveTheirSizesAndWeights) {
     };
     expectFont(1001, 16, 700);
     for (const int id : {1002, 1010, 1030, 1033, 1040}) expectFont(id, 14, 600);
-    for (const int id : {1003, 1011, 1015, 1031, 1034, 1035, 1043, 1045, 1047}) expectFont(id, 11, 400);
+    for (const int id : {1003, 1011, 1015, 1031, 1034, 1035, 1043, 1045, 1047})
+        expectFont(id, 11, 400);
     for (const int id : {1012, 1013, 1032, 1036, 1041, 1042, 1044, 1049, 1050, 1051})
         expectFont(id, 14, 400);
 }
@@ -346,9 +348,8 @@ TEST_P(SidebarLanguageTest, StatusTextsFitIntoTheirLabels) {
 TEST_P(SidebarLanguageTest, TextsAreThoseOfTheTable) {
     Make();
     const std::map<int, std::size_t> slots = {
-        {1003, 63}, {1010, 0}, {1013, 44}, {1030, 1},  {1031, 3},  {1032, 4},  {1035, 5},
-        {1033, 8},  {1040, 2}, {1041, 9},  {1042, 10}, {1043, 11}, {1049, 14}, {1050, 15},
-        {1051, 16}};
+        {1003, 63}, {1010, 0}, {1013, 44}, {1030, 1},  {1031, 3},  {1032, 4},  {1035, 5}, {1033, 8},
+        {1040, 2},  {1041, 9}, {1042, 10}, {1043, 11}, {1049, 14}, {1050, 15}, {1051, 16}};
     for (const auto& [id, slot] : slots) {
         EXPECT_EQ(Find(id)->property("text").toString(), QString::fromWCharArray(Text(slot))) << id;
     }

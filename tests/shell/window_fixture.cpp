@@ -2,9 +2,9 @@
 
 #include <QAbstractButton>
 #include <QAction>
+#include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QEventLoop>
-#include <QCoreApplication>
 #include <filesystem>
 
 #include "engine/wide.h"
