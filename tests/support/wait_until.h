@@ -1,0 +1,16 @@
+// Waiting in tests for what the event loop brings.
+#pragma once
+
+#include <chrono>
+#include <functional>
+
+namespace vistrel::test {
+
+// Runs the event loop until `condition` holds. False when it does not within `timeout`.
+[[nodiscard]] bool WaitUntil(const std::function<bool()>& condition,
+                             std::chrono::milliseconds timeout = std::chrono::seconds(60));
+
+// Runs the event loop until everything is delivered that is posted now.
+void DeliverPosted();
+
+}  // namespace vistrel::test

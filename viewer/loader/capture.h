@@ -1,0 +1,39 @@
+// Pictures of what a browser view shows.
+#pragma once
+
+#include <QPointer>
+#include <QString>
+#include <map>
+
+#include "viewer/loader/later.h"
+#include "viewer/web_view.h"
+
+class QWebEngineView;
+
+namespace vistrel::loader {
+
+// The pictures that are being taken of one view. Thread of the event loop.
+class Captures {
+  public:
+    explicit Captures(QWebEngineView& view) : view_(view) {}
+
+    // At device pixels. The display runs some frames behind the page, so the picture is taken when
+    // it has caught up; a page that draws no more frames is taken as it is after some seconds.
+    void Start(WebView::CaptureCompleted completed);
+
+    // Whether a line of the page's console was meant for this object and no one else.
+    bool TakeConsoleLine(const QString& line);
+
+    // Takes the pictures that are still waited for: the page draws no more.
+    void FinishAll();
+
+  private:
+    void Finish(int number);
+
+    QWebEngineView& view_;
+    int lastNumber_ = 0;
+    std::map<int, WebView::CaptureCompleted> waiting_;
+    Later later_;
+};
+
+}  // namespace vistrel::loader

@@ -1,0 +1,179 @@
+#include "viewer/loader/view.h"
+
+#include <QChildEvent>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonValue>
+#include <QVariant>
+#include <QWebEngineSettings>
+#include <QWebEngineView>
+#include <utility>
+
+#include "viewer/loader/address.h"
+
+namespace vistrel::loader {
+namespace {
+
+// A view without a menu of its own, and through which dragged files pass to the window around it.
+class BrowserWidget final : public QWebEngineView {
+  public:
+    explicit BrowserWidget(QWidget& host) : QWebEngineView(&host) {
+        setContextMenuPolicy(Qt::PreventContextMenu);
+        LetDropsThrough();
+    }
+
+  protected:
+    bool event(QEvent* event) override {
+        const bool handled = QWebEngineView::event(event);
+        // The widget that draws comes anew with each helper process and takes drops at first.
+        if (event->type() == QEvent::ChildAdded || event->type() == QEvent::ChildPolished) {
+            LetDropsThrough();
+        }
+        return handled;
+    }
+
+  private:
+    void LetDropsThrough() {
+        setAcceptDrops(false);
+        for (QWidget* child : findChildren<QWidget*>()) child->setAcceptDrops(false);
+    }
+};
+
+std::wstring JsonOf(const QVariant& value) {
+    const QJsonArray array = {QJsonValue::fromVariant(value)};
+    const QString text = QString::fromUtf8(QJsonDocument(array).toJson(QJsonDocument::Compact));
+    return text.mid(1, text.size() - 2).toStdWString();  // without the brackets
+}
+
+QString StatusName(QWebEnginePage::RenderProcessTerminationStatus status) {
+    switch (status) {
+        case QWebEnginePage::NormalTerminationStatus:
+            return QStringLiteral("ended");
+        case QWebEnginePage::AbnormalTerminationStatus:
+            return QStringLiteral("ended abnormally");
+        case QWebEnginePage::CrashedTerminationStatus:
+            return QStringLiteral("crashed");
+        case QWebEnginePage::KilledTerminationStatus:
+            return QStringLiteral("was killed");
+    }
+    return QStringLiteral("is gone");
+}
+
+}  // namespace
+
+View::View(QWidget& host, std::shared_ptr<Profile> profile)
+    : profile_(std::move(profile)),
+      widget_(new BrowserWidget(host)),
+      page_(std::make_unique<Page>(profile_->Get())),
+      captures_(*widget_) {
+    widget_->setPage(page_.get());
+    page_->SetConsole([this](const QString& line) { OnConsoleLine(line); });
+    QObject::connect(page_.get(), &QWebEnginePage::loadStarted, page_.get(),
+                     [this] { lastScriptBeforeLoad_ = lastScript_; });
+    QObject::connect(page_.get(), &QWebEnginePage::loadFinished, page_.get(),
+                     [this](bool success) { OnLoadFinished(success); });
+    QObject::connect(page_.get(), &QWebEnginePage::renderProcessTerminated, page_.get(),
+                     [this](QWebEnginePage::RenderProcessTerminationStatus status, int exitCode) {
+                         OnProcessEnded(status, exitCode);
+                     });
+}
+
+View::~View() {
+    // Local storage is kept only when page, widget and profile end in this order.
+    page_->disconnect(page_.get());
+    page_->SetConsole({});
+    page_.reset();
+    delete widget_;
+}
+
+void View::Navigate(const std::wstring& url) {
+    const QUrl address = AddressOf(url);
+    if (IsLocal(address)) {
+        page_->load(address);
+    } else {
+        OnLoadFinished(false);
+    }
+}
+
+void View::ExecuteScript(const std::wstring& script, ScriptCompleted completed) {
+    const int number = ++lastScript_;
+    scripts_.emplace(number, std::move(completed));
+    page_->runJavaScript(QString::fromStdWString(WithEncodedBytes(script)),
+                         [this, number, page = QPointer<Page>(page_.get())](const QVariant& value) {
+                             // A page that is being destroyed answers too.
+                             if (page && page_.get() == page) CompleteScript(number, true, value);
+                         });
+}
+
+void View::CapturePreview(CaptureCompleted completed) {
+    captures_.Start(std::move(completed));
+}
+
+void View::SetNavigationCompletedHandler(NavigationCompleted handler) {
+    navigationCompleted_ = std::move(handler);
+}
+
+void View::SetProcessFailedHandler(ProcessFailed handler) {
+    processFailed_ = std::move(handler);
+}
+
+void View::SetConsoleMessageHandler(ConsoleMessage handler) {
+    consoleMessage_ = std::move(handler);
+}
+
+void View::SetScriptEnabled(bool enabled) {
+    page_->settings()->setAttribute(QWebEngineSettings::JavascriptEnabled, enabled);
+}
+
+void View::SetDefaultScriptDialogsEnabled(bool enabled) {
+    page_->SetScriptDialogs(enabled);
+}
+
+// This browser has neither a status bar nor messages from the page that could be turned on.
+void View::SetStatusBarEnabled(bool /*enabled*/) {}
+void View::SetWebMessageEnabled(bool /*enabled*/) {}
+
+void View::OnLoadFinished(bool success) {
+    // Scripts that were sent to the document before this one will not answer any more.
+    FailScripts(lastScriptBeforeLoad_);
+    later_.Post([this, success] {
+        const NavigationCompleted handler = navigationCompleted_;
+        if (handler) handler(success);
+    });
+}
+
+void View::OnProcessEnded(QWebEnginePage::RenderProcessTerminationStatus status, int exitCode) {
+    FailScripts(lastScript_);
+    captures_.FinishAll();
+    const QString reason = QStringLiteral("The page's process %1 with exit code %2")
+                               .arg(StatusName(status))
+                               .arg(exitCode);
+    later_.Post([this, reason = reason.toStdWString()] {
+        const ProcessFailed handler = processFailed_;
+        if (handler) handler(reason);
+    });
+}
+
+void View::OnConsoleLine(const QString& line) {
+    if (captures_.TakeConsoleLine(line)) return;
+    later_.Post([this, text = line.toStdWString()] {
+        const ConsoleMessage handler = consoleMessage_;
+        if (handler) handler(text);
+    });
+}
+
+void View::CompleteScript(int number, bool success, const QVariant& value) {
+    auto found = scripts_.extract(number);
+    if (found.empty() || !found.mapped()) return;
+    later_.Post([completed = std::move(found.mapped()), success, json = JsonOf(value)] {
+        completed(success, json);
+    });
+}
+
+void View::FailScripts(int last) {
+    while (!scripts_.empty() && scripts_.begin()->first <= last) {
+        CompleteScript(scripts_.begin()->first, false, {});
+    }
+}
+
+}  // namespace vistrel::loader

@@ -1,0 +1,61 @@
+// One browser in a host window.
+#pragma once
+
+#include <QPointer>
+#include <map>
+#include <memory>
+
+#include "viewer/loader/capture.h"
+#include "viewer/loader/later.h"
+#include "viewer/loader/page.h"
+#include "viewer/loader/profile.h"
+#include "viewer/web_view.h"
+
+class QWebEngineView;
+
+namespace vistrel::loader {
+
+class View final : public WebView, private WebViewSettings {
+  public:
+    // `host` becomes the parent of the browser's widget, which is shown with it.
+    View(QWidget& host, std::shared_ptr<Profile> profile);
+    ~View() override;
+
+    QWebEngineView* Widget() { return widget_; }
+
+    WebViewSettings& Settings() override { return *this; }
+    void Navigate(const std::wstring& url) override;
+    void ExecuteScript(const std::wstring& script, ScriptCompleted completed) override;
+    void CapturePreview(CaptureCompleted completed) override;
+    void SetNavigationCompletedHandler(NavigationCompleted handler) override;
+    void SetProcessFailedHandler(ProcessFailed handler) override;
+    void SetConsoleMessageHandler(ConsoleMessage handler) override;
+
+  private:
+    void SetScriptEnabled(bool enabled) override;
+    void SetDefaultScriptDialogsEnabled(bool enabled) override;
+    void SetStatusBarEnabled(bool enabled) override;
+    void SetWebMessageEnabled(bool enabled) override;
+
+    void OnLoadFinished(bool success);
+    void OnProcessEnded(QWebEnginePage::RenderProcessTerminationStatus status, int exitCode);
+    void OnConsoleLine(const QString& line);
+    void CompleteScript(int number, bool success, const QVariant& value);
+    void FailScripts(int last);
+
+    std::shared_ptr<Profile> profile_;
+    // The host deletes it, should it go first.
+    QPointer<QWebEngineView> widget_;
+    std::unique_ptr<Page> page_;
+    Captures captures_;
+    // Scripts that have not answered yet, by number, and the last one before the page's document.
+    std::map<int, ScriptCompleted> scripts_;
+    int lastScript_ = 0;
+    int lastScriptBeforeLoad_ = 0;
+    NavigationCompleted navigationCompleted_;
+    ProcessFailed processFailed_;
+    ConsoleMessage consoleMessage_;
+    Later later_;
+};
+
+}  // namespace vistrel::loader
