@@ -4,8 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
-#include <QCoreApplication>
-#include <QDeadlineTimer>
 #include <QDialog>
 #include <QPointer>
 #include <QTimer>
@@ -29,16 +27,6 @@ void OnNextDialog(std::function<void(Dialog& dialog)> answer) {
         }
         if (any && any->isVisible()) any->reject();
     });
-}
-
-// Runs the event loop until `condition` holds.
-inline bool WaitUntil(const std::function<bool()>& condition) {
-    const QDeadlineTimer deadline(60'000);
-    while (!condition()) {
-        if (deadline.hasExpired()) return false;
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents | QEventLoop::AllEvents, 50);
-    }
-    return true;
 }
 
 }  // namespace vistrel::test

@@ -53,8 +53,8 @@ class QuestionsTest : public testing::Test {
     // Answers the next message box with `button`.
     void Answer(QMessageBox::StandardButton button) {
         OnNextDialog<QMessageBox>([this, button](QMessageBox& box) {
-            shown = {box.windowTitle(), box.text(),       box.icon(), box.standardButtons(),
-                     box.textFormat(),  box.parentWidget()};
+            shown = {box.windowTitle(),     box.text(),       box.icon(),
+                     box.standardButtons(), box.textFormat(), box.parentWidget()};
             box.button(button)->click();
         });
     }
