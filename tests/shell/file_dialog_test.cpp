@@ -119,8 +119,8 @@ TEST_F(FileDialogTest, JapaneseUsersSeeJapaneseFilters) {
 
 class OpenFilterTest : public FileDialogTest {
   protected:
-    // The files that are listed under filter number `index`.
-    QStringList Listed(int index) {
+    // The files that are listed under filter number `index` once there are `count`.
+    QStringList Listed(int index, int count) {
         for (const char* name : {"a.jpg", "b.jpeg", "c.png", "d.bmp", "e.tif", "f.tiff", "g.ply",
                                  "h.splat", "i.spz", "j.ksplat", "k.JPG", "l.txt", "m"}) {
             (void)Make(name);
@@ -133,6 +133,7 @@ class OpenFilterTest : public FileDialogTest {
                  auto& box = *dialog.findChild<QComboBox*>("fileTypeCombo");
                  box.setCurrentIndex(index);
                  emit box.activated(index);
+                 EXPECT_TRUE(test::WaitUntil([&] { return ListedIn(dialog).size() == count; }));
                  listed = ListedIn(dialog);
              });
         listed.sort();
@@ -141,21 +142,21 @@ class OpenFilterTest : public FileDialogTest {
 };
 
 TEST_F(OpenFilterTest, FirstFilterTakesPhotographsAndScenesInCapitalsToo) {
-    EXPECT_EQ(Listed(0), (QStringList{"a.jpg", "b.jpeg", "c.png", "d.bmp", "e.tif", "f.tiff",
-                                      "g.ply", "h.splat", "i.spz", "j.ksplat", "k.JPG"}));
+    EXPECT_EQ(Listed(0, 11), (QStringList{"a.jpg", "b.jpeg", "c.png", "d.bmp", "e.tif", "f.tiff",
+                                          "g.ply", "h.splat", "i.spz", "j.ksplat", "k.JPG"}));
 }
 
 TEST_F(OpenFilterTest, SecondFilterTakesPhotographs) {
-    EXPECT_EQ(Listed(1),
+    EXPECT_EQ(Listed(1, 7),
               (QStringList{"a.jpg", "b.jpeg", "c.png", "d.bmp", "e.tif", "f.tiff", "k.JPG"}));
 }
 
 TEST_F(OpenFilterTest, ThirdFilterTakesScenes) {
-    EXPECT_EQ(Listed(2), (QStringList{"g.ply", "h.splat", "i.spz", "j.ksplat"}));
+    EXPECT_EQ(Listed(2, 4), (QStringList{"g.ply", "h.splat", "i.spz", "j.ksplat"}));
 }
 
 TEST_F(OpenFilterTest, LastFilterTakesNamesWithoutADotToo) {
-    EXPECT_EQ(Listed(3).size(), 13);
+    EXPECT_EQ(Listed(3, 13).size(), 13);
 }
 
 TEST_F(FileDialogTest, ExistingFileIsOpened) {
@@ -294,7 +295,7 @@ TEST_F(FileDialogTest, AppendedExtensionIsAskedAboutToo) {
 TEST_F(FileDialogTest, FolderIsEnteredAndNotChosen) {
     std::filesystem::create_directory(files / "sub");
     OnNextDialog<QFileDialog>([this](QFileDialog& dialog) {
-        NameOf(dialog).setText("sub");
+        NameOf(dialog).setText(At("sub"));
         Accept(dialog);
         EXPECT_TRUE(dialog.isVisible());
         EXPECT_EQ(dialog.directory().path(), At("sub"));
