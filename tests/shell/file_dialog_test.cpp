@@ -165,6 +165,16 @@ TEST_F(FileDialogTest, ExistingFileIsOpened) {
     EXPECT_EQ(questions.AskPhotographOrScene(), FromPath(files / "a.jpg"));
 }
 
+TEST_F(FileDialogTest, NextDialogBeginsWhereTheLastEnded) {
+    (void)Make("a.jpg");
+    Type(At("a.jpg"));
+    (void)questions.AskPhotographOrScene();
+    Look([this] { return questions.AskPhotographOrScene(); },
+         [this](QFileDialog& dialog) {
+             EXPECT_EQ(dialog.directory().path(), FromWide(FromPath(files.Path())));
+         });
+}
+
 TEST_F(FileDialogTest, MissingFileIsNotOpened) {
     Look([this] { return questions.AskPhotographOrScene(); },
          [this](QFileDialog& dialog) {
