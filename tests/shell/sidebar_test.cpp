@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QComboBox>
 #include <QFontMetrics>
@@ -13,8 +14,10 @@
 #include <QRect>
 #include <QSlider>
 #include <QTest>
+#include <limits>
 #include <map>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "shell/look.h"
@@ -108,7 +111,8 @@ TEST_F(SidebarTest, LastControlOfTheTallestLayoutFitsIntoTheWindow) {
 TEST_F(SidebarTest, ViewerControlsAreHiddenAtFirst) {
     Make();
     for (int id = 1040; id <= 1051; ++id) EXPECT_TRUE(Find(id)->isHidden()) << id;
-    for (const int id : {1001, 1002, 1003, 1010, 1011, 1012, 1030, 1031, 1032, 1033, 1034, 1035, 1036})
+    for (const int id :
+         {1001, 1002, 1003, 1010, 1011, 1012, 1030, 1031, 1032, 1033, 1034, 1035, 1036})
         EXPECT_FALSE(Find(id)->isHidden()) << id;
 }
 
@@ -218,7 +222,8 @@ TEST_F(SidebarTest, FontsHaveTheirSizesAndWeights) {
     };
     expectFont(1001, 16, 700);
     for (const int id : {1002, 1010, 1030, 1033, 1040}) expectFont(id, 14, 600);
-    for (const int id : {1003, 1011, 1015, 1031, 1034, 1035, 1043, 1045, 1047}) expectFont(id, 11, 400);
+    for (const int id : {1003, 1011, 1015, 1031, 1034, 1035, 1043, 1045, 1047})
+        expectFont(id, 11, 400);
     for (const int id : {1012, 1013, 1032, 1036, 1041, 1042, 1044, 1049, 1050, 1051})
         expectFont(id, 14, 400);
 }
@@ -261,6 +266,7 @@ TEST_F(SidebarTest, FocusIsSeenOnEveryControlThatTakesIt) {
     sidebar->ShowViewerControls(true);
     sidebar->show();
     sidebar->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(sidebar.get()));
     for (const int id : {1002, 1003, 1011, 1012, 1032, 1033, 1036, 1041, 1044, 1046, 1048, 1049}) {
         QWidget* const control = Find(id);
         Find(1050)->setFocus();
@@ -276,6 +282,7 @@ TEST_F(SidebarTest, TabGoesFromTopToBottom) {
     sidebar->ShowViewerControls(true);
     sidebar->show();
     sidebar->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(sidebar.get()));
     Find(1003)->setFocus();
     std::vector<int> order;
     for (int i = 0; i < 15; ++i) {
@@ -333,11 +340,11 @@ TEST_P(SidebarLanguageTest, NoEntryOfAComboIsCutOff) {
 
 TEST_P(SidebarLanguageTest, StatusTextsFitIntoTheirLabels) {
     Make();
-    for (const std::size_t slot : {26, 27, 29, 30}) {
+    for (const unsigned slot : {26U, 27U, 29U, 30U}) {
         sidebar->generateStatus->setText(QString::fromWCharArray(Text(slot)));
         EXPECT_TRUE(dynamic_cast<const TextLabel&>(*sidebar->generateStatus).Fits()) << slot;
     }
-    for (const std::size_t slot : {23, 24}) {
+    for (const unsigned slot : {23U, 24U}) {
         sidebar->downloadStatus->setText(QString::fromWCharArray(Text(slot)));
         EXPECT_TRUE(dynamic_cast<const TextLabel&>(*sidebar->downloadStatus).Fits()) << slot;
     }
@@ -345,11 +352,10 @@ TEST_P(SidebarLanguageTest, StatusTextsFitIntoTheirLabels) {
 
 TEST_P(SidebarLanguageTest, TextsAreThoseOfTheTable) {
     Make();
-    const std::map<int, std::size_t> slots = {
-        {1003, 63}, {1010, 0}, {1013, 44}, {1030, 1},  {1031, 3},  {1032, 4},  {1035, 5},
-        {1033, 8},  {1040, 2}, {1041, 9},  {1042, 10}, {1043, 11}, {1049, 14}, {1050, 15},
-        {1051, 16}};
-    for (const auto& [id, slot] : slots) {
+    const std::map<int, std::size_t> texts = {
+        {1003, 63}, {1010, 0}, {1013, 44}, {1030, 1},  {1031, 3},  {1032, 4},  {1035, 5}, {1033, 8},
+        {1040, 2},  {1041, 9}, {1042, 10}, {1043, 11}, {1049, 14}, {1050, 15}, {1051, 16}};
+    for (const auto& [id, slot] : texts) {
         EXPECT_EQ(Find(id)->property("text").toString(), QString::fromWCharArray(Text(slot))) << id;
     }
     for (int i = 0; i < 6; ++i) {
