@@ -20,39 +20,10 @@
 #include "engine/wide.h"
 #include "shell/user_folders.h"
 #include "shell/whole_file.h"
+#include "shell/wide_text.h"
 
 namespace vistrel {
 namespace {
-
-// QString's own conversions replace the lone surrogates that stand for bytes of file names.
-QString ToQString(const std::wstring& text) {
-    QString result;
-    for (const wchar_t character : text) {
-        const auto code = static_cast<char32_t>(character);
-        if (code <= 0xFFFF) {
-            result += QChar(static_cast<char16_t>(code));
-        } else if (code <= 0x10FFFF) {
-            result += QChar(QChar::highSurrogate(code));
-            result += QChar(QChar::lowSurrogate(code));
-        } else {
-            result += QChar(QChar::ReplacementCharacter);
-        }
-    }
-    return result;
-}
-
-std::wstring FromQString(const QString& text) {
-    std::wstring result;
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        char32_t code = text[i].unicode();
-        if (text[i].isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate()) {
-            code = QChar::surrogateToUcs4(text[i], text[i + 1]);
-            ++i;
-        }
-        result += static_cast<wchar_t>(code);
-    }
-    return result;
-}
 
 // Nothing where the text is broken or holds something else.
 std::optional<QJsonObject> ParseObject(const std::string& text) {
@@ -64,7 +35,7 @@ std::optional<QJsonObject> ParseObject(const std::string& text) {
 std::wstring TextMember(const QJsonObject& object, const char* name, const std::wstring& fallback) {
     const QJsonValue value = object[QLatin1String(name)];
     if (!value.isString()) return fallback;
-    const std::wstring text = FromQString(value.toString());
+    const std::wstring text = ToWide(value.toString());
     return text.substr(0, text.find(L'\0'));
 }
 
@@ -139,9 +110,9 @@ void AppSettings::Save() const {
     // A file that is there and cannot be read may hold members of others. A broken one is lost.
     if (!old && std::filesystem::exists(path, failure)) return;
     QJsonObject object = ParseObject(old.value_or("")).value_or(QJsonObject());
-    object.insert("modelPath", ToQString(modelPath));
-    object.insert("outputDir", ToQString(outputDir));
-    object.insert("outputFilename", ToQString(outputFilename));
+    object.insert("modelPath", FromWide(modelPath));
+    object.insert("outputDir", FromWide(outputDir));
+    object.insert("outputFilename", FromWide(outputFilename));
     object.insert("stereoMode", ToJson(stereoMode));
     object.insert("isSwapped", isSwapped ? 1 : 0);
     object.insert("focus", FormatDouble(focus));

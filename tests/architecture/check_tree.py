@@ -60,6 +60,7 @@ LINKS = {
     "vistrel-convert": ["vistrel_warnings", "vistrel_batch", "vistrel_engine", "CLI11::CLI11"],
     "vistrel_splat_drawing": ["vistrel_warnings", "Stb::stb"],
     "splat-picture": ["vistrel_warnings", "vistrel_splat_drawing", "CLI11::CLI11"],
+    "vistrel_viewer": ["vistrel_warnings", "vistrel_engine", "${CMAKE_DL_LIBS}", "Qt6::Widgets"],
 }
 
 # Put together here so that this file does not hold them itself.

@@ -3,33 +3,18 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <string>
 
+#include "tests/shell/another_process.h"
 #include "tests/support/temporary_folder.h"
 
 namespace vistrel {
 namespace {
-
-// Runs `work` in another process, as a user without any rights where this one has all.
-bool InAnotherProcess(const std::function<bool()>& work) {
-    const pid_t child = fork();
-    if (child == 0) {
-        constexpr uid_t kNobody = 65534;
-        if (geteuid() == 0 && setuid(kNobody) != 0) _exit(2);
-        _exit(work() ? 0 : 1);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) != 2);
-    return WEXITSTATUS(status) == 0;
-}
 
 long Entries(const std::filesystem::path& folder) {
     return std::distance(std::filesystem::directory_iterator(folder), {});
@@ -104,7 +89,7 @@ TEST_F(WholeFile, FullDiskLeavesTheOldFile) {
     const auto path = folder.Write("f", "old");
     std::filesystem::permissions(folder.Path(), std::filesystem::perms{0777});
     std::filesystem::permissions(path, std::filesystem::perms{0666});
-    EXPECT_FALSE(InAnotherProcess([&] {
+    EXPECT_FALSE(test::RunAsNobody([&] {
         signal(SIGXFSZ, SIG_IGN);
         const rlimit limit{1000, 1000};
         setrlimit(RLIMIT_FSIZE, &limit);
@@ -118,13 +103,13 @@ TEST_F(WholeFile, FolderThatTakesNoNewFileStillTakesNewBytes) {
     const auto path = folder.Write("f", "something long");
     std::filesystem::permissions(folder.Path(), std::filesystem::perms{0555});
     std::filesystem::permissions(path, std::filesystem::perms{0666});
-    EXPECT_TRUE(InAnotherProcess([&] { return WriteWholeFile(path, "new", false); }));
+    EXPECT_TRUE(test::RunAsNobody([&] { return WriteWholeFile(path, "new", false); }));
     EXPECT_EQ(ReadWholeFile(path), "new");
 }
 
 TEST_F(WholeFile, ProtectedFolderTakesNoNewFile) {
     std::filesystem::permissions(folder.Path(), std::filesystem::perms{0555});
-    EXPECT_FALSE(InAnotherProcess([&] { return WriteWholeFile(folder / "f", "x", false); }));
+    EXPECT_FALSE(test::RunAsNobody([&] { return WriteWholeFile(folder / "f", "x", false); }));
     EXPECT_EQ(Entries(folder.Path()), 0);
 }
 
