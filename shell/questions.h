@@ -7,6 +7,8 @@
 #include <optional>
 #include <string>
 
+#include "shell/file_dialog.h"
+
 class QUrl;
 class QWidget;
 
@@ -52,7 +54,10 @@ class QuestionDialogs : public Questions {
     void OpenHelp(const std::wstring& appDir) override;
 
   private:
+    std::optional<std::wstring> Ask(FileQuestion question);
+
     QPointer<QWidget> owner_;
+    std::wstring lastFolder_;  // of the file that was chosen last; empty before
 };
 
 }  // namespace vistrel
