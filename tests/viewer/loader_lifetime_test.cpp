@@ -189,5 +189,18 @@ TEST_F(LoaderLifetimeTest, HelperKilledWhileLoadingCompletesTheNavigation) {
     EXPECT_EQ(browser.navigations, (std::vector<bool>{false}));
 }
 
+TEST_F(LoaderLifetimeTest, FolderNameThatIsNoUtf8CostsOnlyTheStorage) {
+    const auto page = Page("a.html", "here");
+    {
+        Browser browser(folder_ / "b\xFF");
+        ASSERT_TRUE(browser.OpenFile(page));
+        EXPECT_EQ(browser.Run(L"localStorage.setItem('a', 'b'); localStorage.getItem('a')"),
+                  L"\"b\"");
+    }
+    for (const auto& entry : std::filesystem::directory_iterator(folder_.Path())) {
+        EXPECT_EQ(entry.path(), page);
+    }
+}
+
 }  // namespace
 }  // namespace vistrel::test

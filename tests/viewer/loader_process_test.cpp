@@ -41,6 +41,20 @@ class LoaderProcessTest : public testing::Test {
         return End(process);
     }
 
+    // Runs the probe by unshare, with the browser's sandbox turned on.
+    Ended RunLockedIn(const QStringList& arguments) {
+        QProcess process;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.remove(QStringLiteral("QTWEBENGINE_DISABLE_SANDBOX"));
+        process.setProcessEnvironment(environment);
+        process.start(
+            QStringLiteral("unshare"),
+            QStringList{QStringLiteral("--user")} + arguments +
+                QStringList{QString::fromStdString(profile_.native()),
+                            QString::fromStdString(page_.native()), QStringLiteral("show")});
+        return End(process);
+    }
+
     TemporaryFolder folder_;
     const std::filesystem::path profile_ = folder_ / "a/b/profile";
     const std::filesystem::path page_ = folder_.Write("a.html", "<!doctype html><body>");
@@ -101,25 +115,22 @@ TEST_F(LoaderProcessTest, FolderWithAnyNameKeepsTheStorage) {
     }
 }
 
-TEST_F(LoaderProcessTest, NameThatIsNoUtf8CostsOnlyTheStorage) {
-    const Ended ended = Run(folder_ / "b\xFF", "store", "gone");
-    EXPECT_EQ(ended.status, 0) << ended.messages;
-    EXPECT_EQ(ended.output, "\"gone\"\n");
+// Where the browser would end the program, there is no browser, and the program goes on.
+TEST_F(LoaderProcessTest, RootWithTheSandboxGetsNoBrowser) {
+    const Ended ended = RunLockedIn({"--map-root-user", VISTREL_LOADER_PROBE});
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_NE(ended.messages.find("Error: there is no browser environment"), std::string::npos)
+        << ended.messages;
 }
 
-TEST_F(LoaderProcessTest, NothingIsWrittenBesideTheFolder) {
-    const TemporaryFolder home;
-    QProcess process;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    for (const char* name : {"HOME", "XDG_CACHE_HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME"}) {
-        environment.insert(QString::fromLatin1(name), QString::fromStdString(home.Path().native()));
-    }
-    process.setProcessEnvironment(environment);
-    Start(process, profile_, "store", "kept");
-    EXPECT_EQ(End(process).status, 0);
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(home.Path())) {
-        ADD_FAILURE() << entry.path();
-    }
+TEST_F(LoaderProcessTest, MachineWithoutNamespacesGetsNoBrowser) {
+    const Ended ended =
+        RunLockedIn({"--map-user=1234", "--keep-caps", "sh", "-c",
+                     "echo 0 > /proc/sys/user/max_user_namespaces && exec \"$0\" \"$@\"",
+                     VISTREL_LOADER_PROBE});
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_NE(ended.messages.find("Error: there is no browser environment"), std::string::npos)
+        << ended.messages;
 }
 
 TEST_F(LoaderProcessTest, LibraryShowsItsTwoFunctionsAndNothingElse) {
