@@ -56,6 +56,7 @@ LINKS = {
                        "PkgConfig::hwy", "OnnxRuntime::onnxruntime"],
     "vistrel_resampler_avx2": ["vistrel_warnings", "Stb::stb"],
     "vistrel_batch": ["vistrel_warnings", "vistrel_engine"],
+    "vistrel_batch_dialogs": ["vistrel_warnings", "vistrel_batch", "vistrel_shell", "Qt6::Widgets"],
     "vistrel-convert": ["vistrel_warnings", "vistrel_batch", "vistrel_engine", "CLI11::CLI11"],
     "vistrel_splat_drawing": ["vistrel_warnings", "Stb::stb"],
     "splat-picture": ["vistrel_warnings", "vistrel_splat_drawing", "CLI11::CLI11"],

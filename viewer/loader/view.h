@@ -37,6 +37,8 @@ class View final : public WebView, private WebViewSettings {
     void SetStatusBarEnabled(bool enabled) override;
     void SetWebMessageEnabled(bool enabled) override;
 
+    void OnLoadStarted();
+    void OnAddressChanged();
     void OnLoadFinished(bool success);
     void OnProcessEnded(QWebEnginePage::RenderProcessTerminationStatus status, int exitCode);
     void OnConsoleLine(const QString& line);
@@ -48,10 +50,10 @@ class View final : public WebView, private WebViewSettings {
     QPointer<QWebEngineView> widget_;
     std::unique_ptr<Page> page_;
     Captures captures_;
-    // Scripts that have not answered yet, by number, and the last one before the page's document.
-    std::map<int, ScriptCompleted> scripts_;
+    std::map<int, ScriptCompleted> scripts_;  // those that have not answered yet, by number
     int lastScript_ = 0;
-    int lastScriptBeforeLoad_ = 0;
+    bool expectsLoad_ = false;   // a navigation was asked for and has not begun
+    bool helperIsGone_ = false;  // and no navigation has begun since
     NavigationCompleted navigationCompleted_;
     ProcessFailed processFailed_;
     ConsoleMessage consoleMessage_;
