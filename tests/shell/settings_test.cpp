@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "engine/wide.h"
+#include "tests/shell/another_process.h"
 #include "tests/support/own_home.h"
 
 namespace vistrel {
@@ -314,6 +315,40 @@ TEST_F(Settings, FolderInPlaceOfTheFileIsLeftAlone) {
     settings.Save();
     EXPECT_TRUE(std::filesystem::is_directory(File() / "inside"));
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(Folder()), {}), 1);
+}
+
+// Loads and saves without the rights of root; whether the record is as it was.
+bool LoadsNothing() {
+    AppSettings settings;
+    settings.stereoMode = 3;
+    settings.Load();
+    settings.Save();
+    return settings.stereoMode == 3;
+}
+
+TEST_F(Settings, ProtectedFolderLosesTheSave) {
+    std::filesystem::create_directories(Folder());
+    home.Protect(Folder());
+    EXPECT_TRUE(test::RunAsNobody(LoadsNothing));
+    EXPECT_TRUE(std::filesystem::is_empty(Folder()));
+}
+
+TEST_F(Settings, ProtectedFileStaysAsItIs) {
+    Write(R"({"stereoMode":5})");
+    home.Protect(Folder());
+    std::filesystem::permissions(File(), std::filesystem::perms{0444});
+    EXPECT_FALSE(test::RunAsNobody(LoadsNothing));
+    EXPECT_EQ(test::ReadFile(File()), R"({"stereoMode":5})");
+}
+
+TEST_F(Settings, FileThatCannotBeReadChangesNothingAndStays) {
+    Write(R"({"stereoMode":5})");
+    home.Protect(Folder());
+    std::filesystem::permissions(Folder(), std::filesystem::perms{0777});
+    std::filesystem::permissions(File(), std::filesystem::perms{0200});
+    EXPECT_TRUE(test::RunAsNobody(LoadsNothing));
+    std::filesystem::permissions(File(), std::filesystem::perms{0600});
+    EXPECT_EQ(test::ReadFile(File()), R"({"stereoMode":5})");
 }
 
 TEST_F(Settings, LinkToTheFileStaysALink) {
