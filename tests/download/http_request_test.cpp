@@ -102,6 +102,7 @@ INSTANTIATE_TEST_SUITE_P(
     All, NoAnswer,
     testing::Values(Refusal{"ClosedAtOnce", ""}, Refusal{"AnotherProtocol", "220 ready\r\n\r\n"},
                     Refusal{"ClosedInTheHeaders", kOk + "Content-Le"},
+                    Refusal{"ClosedInTheHeadersOfARedirect", "HTTP/1.1 302 Found\r\nLocat"},
                     Refusal{"LengthIsNoNumber", kOk + "Content-Length: many\r\n\r\nmodel"},
                     Refusal{"LengthIsEmpty", kOk + "Content-Length:\r\n\r\nmodel"},
                     Refusal{"LengthIsNegative", kOk + "Content-Length: -5\r\n\r\nmodel"},
