@@ -57,6 +57,7 @@ LINKS = {
     "vistrel_resampler_avx2": ["vistrel_warnings", "Stb::stb"],
     "vistrel-convert": ["vistrel_warnings", "vistrel_engine", "CLI11::CLI11"],
     "vistrel_splat_drawing": ["vistrel_warnings", "Stb::stb"],
+    "vistrel_loader": ["vistrel_warnings", "Qt6::WebEngineWidgets"],
     "splat-picture": ["vistrel_warnings", "vistrel_splat_drawing", "CLI11::CLI11"],
 }
 

@@ -133,6 +133,33 @@ TEST_F(LoaderProcessTest, MachineWithoutNamespacesGetsNoBrowser) {
         << ended.messages;
 }
 
+TEST_F(LoaderProcessTest, ProgramWithoutSharedContextsGetsNoBrowser) {
+    const Ended ended = Run(profile_, "unshared");
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_NE(ended.messages.find("Error: there is no browser environment"), std::string::npos)
+        << ended.messages;
+}
+
+// The browser lists the switches that it has read.
+TEST_F(LoaderProcessTest, SwitchesOfTheUserAreKeptAndOursAreAdded) {
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("QTWEBENGINE_CHROMIUM_FLAGS"),
+                       QStringLiteral("--ignore-gpu-blocklist --mine=\"a b\""));
+    process.setProcessEnvironment(environment);
+    Start(process, profile_, "create");
+    const Ended ended = End(process);
+    EXPECT_EQ(ended.status, 0);
+    for (const char* line :
+         {"mine a b", "ignore-gpu-blocklist", "enable-unsafe-swiftshader", "disable-web-security",
+          "allow-file-access-from-files", "allow-running-insecure-content",
+          "force-webrtc-ip-handling-policy disable_non_proxied_udp",
+          "host-resolver-rules MAP * ~NOTFOUND"}) {
+        EXPECT_NE(ended.messages.find(std::string("  *  ") + line + " "), std::string::npos)
+            << line << " in " << ended.messages;
+    }
+}
+
 TEST_F(LoaderProcessTest, LibraryShowsItsTwoFunctionsAndNothingElse) {
     QProcess process;
     process.start(QStringLiteral("nm"),
