@@ -6,6 +6,8 @@
 #include <memory>
 #include <string>
 
+#include "download/http_request.h"
+
 namespace vistrel {
 
 // Where the network's file is to be had.
@@ -22,9 +24,13 @@ class ModelDownloader {
     // unknown) and a text for the user.
     using OnProgress = std::function<void(double fraction, const std::wstring& text)>;
     // Called on the download thread at the end: true and the destination, or false and the reason.
+    // May start the next download.
     using OnFinished = std::function<void(bool success, const std::wstring& message)>;
 
-    explicit ModelDownloader(std::string url = kModelUrl);
+    // Every download makes a request of its own with `makeRequest`, on the download thread.
+    explicit ModelDownloader(
+        std::string url = kModelUrl,
+        HttpRequestMaker makeRequest = [] { return MakeHttpRequest(); });
     ~ModelDownloader();
     ModelDownloader(const ModelDownloader&) = delete;
     ModelDownloader& operator=(const ModelDownloader&) = delete;
@@ -35,8 +41,13 @@ class ModelDownloader {
     std::atomic<bool>& cancelRequested;
 
     // Starts a download into `destPath` on a detached thread, which shares all it touches. Does
-    // nothing while one goes on. Both callbacks may be empty. Throws std::system_error when there is
-    // no thread to be had.
+    // nothing while one goes on. Both callbacks may be empty. Throws std::system_error when there
+    // is no thread to be had.
+    //
+    // The file grows under the name `destPath` + ".tmp" and takes its place at the end. A transfer
+    // that breaks off counts as complete: only the user of the file can tell. After every failure
+    // a former file at `destPath` is as it was. What was received is deleted then, unless only the
+    // last step, the new name, failed.
     void StartDownload(const std::wstring& destPath, OnProgress onProgress, OnFinished onFinished);
 };
 

@@ -10,12 +10,13 @@
 namespace vistrel {
 
 struct AppSettings;
+class DownloadReports;
 class Mailbox;
 class Questions;
 class Sidebar;
 class WindowMessage;
 
-// Thread of the event loop. What it is given outlives it.
+// Thread of the event loop. What it is given outlives it; it may go while it asks a question.
 class DownloadFlow {
   public:
     DownloadFlow(ModelDownloader& downloader, AppSettings& settings, Sidebar& sidebar,
@@ -24,16 +25,22 @@ class DownloadFlow {
     // The model path has changed.
     std::function<void()> onModel;
 
+    // Asks the user and starts the download, which then reports to the mailbox.
     void StartModelDownload();
+    // The messages kDownloadProgressMessage and kDownloadDoneMessage; without a text they are
+    // ignored.
     void OnProgress(const WindowMessage& message);
     void OnDone(const WindowMessage& message);
 
   private:
+    void Start();
+
     ModelDownloader& downloader_;
     AppSettings& settings_;
     Sidebar& sidebar_;
     Questions& questions_;
     std::shared_ptr<Mailbox> mailbox_;
+    std::shared_ptr<DownloadReports> reports_;  // of the latest download; null before the first
 };
 
 }  // namespace vistrel

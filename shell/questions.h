@@ -2,14 +2,20 @@
 // the user's place.
 #pragma once
 
+#include <QPointer>
+#include <functional>
 #include <optional>
 #include <string>
 
+class QUrl;
 class QWidget;
 
 namespace vistrel {
 
-// Thread of the event loop. Each call returns when the user has answered; nothing means cancelled.
+struct FileQuestion;
+
+// Thread of the event loop. Each call returns when the user has answered; nothing means cancelled,
+// or that the program ends.
 class Questions {
   public:
     virtual ~Questions() = default;
@@ -27,10 +33,15 @@ class Questions {
     virtual void OpenHelp(const std::wstring& appDir) = 0;
 };
 
-// The real thing: message boxes and file dialogs owned by `owner`.
+// The real thing: message boxes and file dialogs owned by `owner`, which may go while one is open.
 class QuestionDialogs : public Questions {
   public:
-    explicit QuestionDialogs(QWidget* owner) : owner_(owner) {}
+    explicit QuestionDialogs(QWidget* owner);
+
+    // Opens an address in the user's browser and tells whether that worked; a test sets its own.
+    std::function<bool(const QUrl& address)> openAddress;
+    // The language of the help page and of the file filters, asked each time.
+    std::function<bool()> isJapaneseUser;
 
     std::optional<std::wstring> AskPhotographOrScene() override;
     std::optional<std::wstring> AskModel(const std::wstring& modelPath) override;
@@ -43,7 +54,10 @@ class QuestionDialogs : public Questions {
     void OpenHelp(const std::wstring& appDir) override;
 
   private:
-    QWidget* owner_;
+    std::optional<std::wstring> Ask(FileQuestion question);
+
+    QPointer<QWidget> owner_;
+    std::wstring lastFolder_;  // of the file that was chosen last; empty before
 };
 
 }  // namespace vistrel

@@ -2,7 +2,9 @@
 #pragma once
 
 #include <QWidget>
+#include <cstddef>
 #include <functional>
+#include <map>
 #include <string>
 
 #include "shell/control_id.h"
@@ -28,7 +30,8 @@ class Sidebar : public QWidget {
     // Controls show what `settings` say; texts come from the active table.
     Sidebar(QWidget* parent, const AppSettings& settings);
 
-    // What the user does: the command, and for a combo box its new index, for a slider its position.
+    // What the user does: the command, and for a combo box its new index, for a slider its
+    // position. Set before the user can do anything.
     std::function<void(ControlId id, int value)> onCommand;
 
     // Places every control that is to be seen.
@@ -55,6 +58,21 @@ class Sidebar : public QWidget {
     QSlider* focus;
     QLabel* depthLabel;
     QSlider* depth;
+
+  private:
+    void MakeModelSection();
+    void MakeInputSection(const AppSettings& settings);
+    void MakeViewerSection(const AppSettings& settings);
+    // Gives a control its number, its font and its place in the order of Tab.
+    template <typename Control>
+    Control* Add(ControlId id, Control* control, const QFont& font);
+    QLabel* AddLabel(ControlId id, const QString& text, const QFont& font);
+    QPushButton* AddButton(ControlId id, const QString& text, const QFont& font);
+    QRadioButton* AddRadio(ControlId id, const QString& text);
+    QComboBox* AddCombo(ControlId id, std::size_t firstSlot, std::size_t count, int index);
+    QSlider* AddSlider(ControlId id, int minimum, int maximum);
+
+    std::map<ControlId, QWidget*> controls_;
 };
 
 }  // namespace vistrel

@@ -18,6 +18,9 @@ namespace vistrel {
 // it is missing. Nothing where that one belongs to somebody else, is a link or cannot be made. Ends
 // in a separator.
 [[nodiscard]] std::optional<std::wstring> TemporaryFolder();
+// Makes the folder where it is missing, its parent being there, and keeps others out of it. False
+// where it belongs to somebody else, is a link or cannot be made.
+[[nodiscard]] bool MakePrivateFolder(const std::wstring& path);
 // Folder of the running program, links resolved.
 [[nodiscard]] std::wstring ProgramFolder();
 

@@ -4,6 +4,8 @@
 // cannot take yet are dropped in silence, but for one scene file, which waits.
 #pragma once
 
+#include <QPointer>
+#include <QWidget>
 #include <functional>
 #include <memory>
 #include <string>
@@ -11,7 +13,6 @@
 #include "viewer/web_view.h"
 
 class QRect;
-class QWidget;
 
 namespace vistrel {
 
@@ -20,19 +21,29 @@ using EnvironmentFactory = std::function<CreateWebViewEnvironmentFunction>;
 
 class WebViewBridge {
   public:
+    using ReadyCallback = std::function<void(bool ready)>;
+
     // `loaderMissingText` is what the message box says when there is no loader library.
     // `factory` takes the place of the loader library's; empty: the library is loaded.
     explicit WebViewBridge(std::wstring loaderMissingText, EnvironmentFactory factory = {});
+    // To be destroyed before the parent of the host window. May be called from any callback.
     ~WebViewBridge();
     WebViewBridge(const WebViewBridge&) = delete;
     WebViewBridge& operator=(const WebViewBridge&) = delete;
 
-    // Makes the host window in `parent` at `bounds` (the parent's coordinates) and starts making the
-    // browser in it, which then shows the page in `tempFolder`. Returns whether that could be
+    // A helper process of the browser ended, which the log tells too. The view stays black until
+    // the next scene is shown.
+    std::function<void(const std::wstring& reason)> onProcessFailed;
+
+    // Makes the host window in `parent` at `bounds` (the parent's coordinates) and starts making
+    // the browser in it, which then shows the page in `tempFolder`. Returns whether that could be
     // started. `onReady` hears once whether the view is there, in case of a failure possibly from
-    // inside this call.
+    // inside this call. What an earlier call made is given up.
     bool Initialize(QWidget* parent, const QRect& bounds, const std::wstring& tempFolder,
-                    std::function<void(bool ready)> onReady);
+                    ReadyCallback onReady);
+
+    // Null until the view is ready.
+    [[nodiscard]] WebView* View() const;
 
     // Moves the host window (coordinates of the parent) and the browser, which fills it.
     void SetBounds(const QRect& bounds);
@@ -43,18 +54,53 @@ class WebViewBridge {
     // by the engine, General for all others.
     void ShowScene(const std::wstring& path, bool sharp);
 
+    // Runs a script in the page; nobody hears how it went.
+    void ExecJS(const std::wstring& script);
+    // 0 to 5, see the stereo mode menu.
     void SetStereoMode(int mode);
+    // Positions of the two sliders: -100 to 100 and 0 to 200.
     void SetFocusDepth(double focus, double depth);
     void SetSwapEyes(bool swap);
 
     // Writes what the view shows to a PNG file, after the call has returned. `owner` is not used.
+    // Failures are silent and leave no half file.
     void CaptureImage(QWidget* owner, const std::wstring& path);
 
     [[nodiscard]] std::wstring BuildViewerUrl(const std::wstring& path, bool sharp) const;
 
   private:
-    struct State;
-    std::shared_ptr<State> state_;
+    void Release();
+    bool CreateHost(QWidget* parent, const QRect& bounds);
+    [[nodiscard]] EnvironmentFactory FindFactory(QWidget* owner) const;
+    void OnEnvironment(std::unique_ptr<WebViewEnvironment> environment, const ReadyCallback& ready);
+    void CreateControllerFromEnv(WebViewEnvironment& environment, const ReadyCallback& ready);
+    void OnController(std::unique_ptr<WebViewController> controller, const ReadyCallback& ready);
+    void ApplySettings();
+    void RegisterNavCompleteHandler();
+    void RegisterProcessFailedHandler();
+    void DeliverPendingFile();
+
+    // Wraps a callback so that it does nothing once the bridge is gone.
+    template <typename Callback>
+    auto WhileAlive(Callback callback);
+
+    std::wstring loaderMissingText_;
+    EnvironmentFactory factory_;
+    std::shared_ptr<char> alive_ = std::make_shared<char>();
+
+    QPointer<QWidget> host_;
+    bool ready_ = false;
+    bool suppressStartNavigation_ = false;  // nothing sets it
+    std::wstring tempFolder_;
+    WebView* view_ = nullptr;  // of controller_
+    std::unique_ptr<WebViewEnvironment> environment_;
+    std::unique_ptr<WebViewController> controller_;
+    // The scene that was asked for before the view was ready. The page shows it in its own mode:
+    // the two flags are kept for nobody so far.
+    std::wstring pendingFile_;
+    bool pendingMode_ = true;
+    bool pendingFlag_ = false;
+    bool navigating_ = false;
 };
 
 }  // namespace vistrel

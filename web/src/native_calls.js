@@ -33,6 +33,11 @@ export function createNativeCalls(viewer) {
             viewer.redraw();
         },
 
+        /** Changes nothing. */
+        SceneStateFromNative() {
+            return viewer.sceneState;
+        },
+
         /** @param {boolean} swap */
         SwapFromNative(swap) {
             settings.swap = swap;

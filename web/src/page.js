@@ -19,6 +19,7 @@ export const {
     ChgstFromNative,
     SetFocusFromNative,
     SwapFromNative,
+    SceneStateFromNative,
     PanmoveFromNative,
     Panmove2FromNative,
     PinchFromNative,

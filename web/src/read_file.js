@@ -2,16 +2,18 @@
 const kLocalFile = 0;
 
 /**
- * Reads a file as bytes. Failures go to the console and nowhere else.
+ * Reads a file as bytes. Failures are told in the console.
  * @param {string} url
  * @param {(bytes: ArrayBuffer) => void} onBytes
+ * @param {() => void} onFailure
  */
-export function readFile(url, onBytes) {
+export function readFile(url, onBytes, onFailure) {
     const request = new XMLHttpRequest();
     try {
         request.open("GET", url, true);
     } catch {
         console.error("Invalid URL");
+        onFailure();
         return;
     }
     request.responseType = "arraybuffer";
@@ -20,8 +22,12 @@ export function readFile(url, onBytes) {
             onBytes(request.response ?? new ArrayBuffer(0));
         } else {
             console.error("Read error Status code:", request.status);
+            onFailure();
         }
     };
-    request.onerror = () => console.error("Network error !");
+    request.onerror = () => {
+        console.error("Network error !");
+        onFailure();
+    };
     request.send();
 }

@@ -63,6 +63,11 @@ export class SplatScene {
         this.scene.add(this.#spark, this.#mesh);
     }
 
+    /** Gaussians of the file. */
+    get count() {
+        return this.#mesh.numSplats;
+    }
+
     /**
      * Replaces what is shown by the Gaussians of a file, which appear as soon as they are parsed
      * and sorted. The bytes are given away.

@@ -36,6 +36,8 @@ export class SplatSorter {
     #newest = new Matrix4();
     #stale = true;
     #running = false;
+    /** The order is that of the newest view. */
+    isSorted = false;
 
     /**
      * @param {SortSplats} sort
@@ -49,6 +51,7 @@ export class SplatSorter {
     /** The Gaussians themselves have changed: the next request sorts, even for the same view. */
     invalidate() {
         this.#stale = true;
+        this.isSorted = false;
     }
 
     /**
@@ -59,6 +62,7 @@ export class SplatSorter {
         if (!this.#stale && sameView(viewToWorld, this.#newest)) return;
         this.#newest.copy(viewToWorld);
         this.#stale = true;
+        this.isSorted = false;
         if (!this.#running) this.#run();
     }
 
@@ -68,6 +72,7 @@ export class SplatSorter {
             while (this.#stale) {
                 this.#stale = false;
                 await this.#sort(this.#newest.clone());
+                this.isSorted = !this.#stale;
                 this.#onSorted();
             }
         } catch (error) {

@@ -5,6 +5,7 @@ import { createEffect } from "./effects/create_effect.js";
 import { fileNameOf } from "./file_name.js";
 import { readFile } from "./read_file.js";
 import { loadSavedView, storeSavedView } from "./saved_view.js";
+import { SceneState } from "./scene_state.js";
 import { SplatScene } from "./splat_scene.js";
 import { SplatSorter } from "./splat_sorter.js";
 import { middleView } from "./stereo_camera2.js";
@@ -36,6 +37,7 @@ export class Viewer {
     #loop;
     #sorter;
     #middleView = new Matrix4();
+    #state = new SceneState();
     /** Numbers the files in the order in which they were asked for. */
     #lastAsked = 0;
     #lastShown = 0;
@@ -76,14 +78,23 @@ export class Viewer {
     /** @returns {boolean} false when there is no effect to draw with */
     #draw() {
         if (this.#effect === null) return false;
+        const wasSorted = this.#sorter.isSorted;
         this.#effect.render(this.#splats.scene, this.#camera, this.settings.swap);
         middleView(this.#camera, this.settings, this.#middleView);
         this.#sorter.request(this.#middleView);
+        this.#state.drawn(wasSorted && this.#sorter.isSorted);
         return true;
+    }
+
+    /** @returns {import("./scene_state.js").SceneStateName} */
+    get sceneState() {
+        const isIdle = this.#loop.requestID === null;
+        return this.#renderer.getContext().isContextLost() ? "failed" : this.#state.name(isIdle);
     }
 
     /** Draws what changed. */
     redraw() {
+        this.#state.changed();
         this.#loop.drawFrames(kFramesAfterChange);
     }
 
@@ -94,6 +105,7 @@ export class Viewer {
         this.#renderer.setPixelRatio(window.devicePixelRatio);
         this.#renderer.setSize(window.innerWidth, window.innerHeight);
         this.#effect?.setSize(window.innerWidth, window.innerHeight);
+        this.#state.changed();
         this.#loop.drawFrames(kFramesAfterResize);
     }
 
@@ -116,7 +128,8 @@ export class Viewer {
     load(url, start) {
         this.#loop.stopTimer = kFramesWhileReading;
         const number = ++this.#lastAsked;
-        readFile(url, (bytes) => {
+        this.#state.asked();
+        const onBytes = (/** @type {ArrayBuffer} */ bytes) => {
             // A large file that was asked for first may arrive last.
             if (number > this.#lastShown) {
                 this.#lastShown = number;
@@ -124,6 +137,9 @@ export class Viewer {
             }
             if (start) this.setMode(this.settings.stType);
             this.#loop.drawFrames(kFramesAfterReading);
+        };
+        readFile(url, onBytes, () => {
+            if (number === this.#lastAsked) this.#state.failed();
         });
     }
 
@@ -132,10 +148,15 @@ export class Viewer {
      * @param {string} name
      */
     async #show(bytes, name) {
+        const number = this.#lastShown;
         const shown = this.#splats.show(bytes, name);
         this.#sorter.invalidate();
-        if (!(await shown)) return;
+        const isShown = await shown;
+        const isNewest = number === this.#lastAsked;
+        if (isNewest && !(isShown && this.#splats.count > 0)) this.#state.failed();
+        if (!isShown) return;
         this.#sorter.invalidate();
+        if (isNewest) this.#state.parsed();
         this.#loop.wake();
     }
 

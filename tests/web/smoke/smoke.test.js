@@ -128,3 +128,21 @@ test("OtherNamesAreRefused", async () => {
     assert.deepEqual(page.alerts, ["It is not a Gaussian spreading file!"]);
     await page.close();
 });
+
+test("PageTellsWhenTheSceneIsShown", async () => {
+    const state = "SceneStateFromNative()";
+    const page = await browser.open({ query: "mode=0" });
+    assert.equal(await page.evaluate(state), "empty");
+    await page.go(`mode=0&nst=1&openFile=${good}`);
+    assert.equal(await page.evaluate(state), "shown");
+    const afterChange = "SetFocusFromNative(20, 36), SwapFromNative(true), SceneStateFromNative()";
+    assert.match(await page.evaluate(afterChange), /^(busy|shown)$/);
+    await page.rest();
+    assert.equal(await page.evaluate(state), "shown");
+    await page.go(`mode=0&nst=1&openFile=${good}.none.ply`);
+    assert.equal(await page.evaluate(state), "failed");
+    const bad = await browser.file("worse.ply", "ply, but no more than that");
+    await page.go(`mode=0&nst=1&openFile=${bad}`);
+    assert.equal(await page.evaluate(state), "failed");
+    await page.close();
+});

@@ -113,3 +113,38 @@ test("FailedSortIsReportedAndTheNextViewIsSortedFor", async () => {
         error.mock.restore();
     }
 });
+
+test("OrderIsSortedWhenItIsTold", async () => {
+    const told = /** @type {boolean[]} */ ([]);
+    const sorter = new SplatSorter(
+        () => Promise.resolve(),
+        () => told.push(sorter.isSorted),
+    );
+    assert.equal(sorter.isSorted, false);
+    sorter.request(new Matrix4());
+    assert.equal(sorter.isSorted, false);
+    await new Promise((resolve) => setImmediate(resolve));
+    assert.deepEqual(told, [true]);
+    sorter.invalidate();
+    assert.equal(sorter.isSorted, false);
+});
+
+test("OrderIsNotSortedWhileANewerViewWaits", async () => {
+    const bench = new Bench();
+    bench.request(1);
+    bench.request(2);
+    await bench.finish();
+    assert.equal(bench.sorter.isSorted, false);
+    await bench.finish();
+    assert.equal(bench.sorter.isSorted, true);
+});
+
+test("OrderIsNotSortedAfterAFailure", async () => {
+    const error = mock.method(console, "error", () => {});
+    const bench = new Bench();
+    bench.request(1);
+    bench.running.shift()?.reject(new Error("no"));
+    await bench.finish();
+    assert.equal(bench.sorter.isSorted, false);
+    error.mock.restore();
+});

@@ -1,0 +1,20 @@
+// Draws buttons, boxes, sliders and bars flat and dark; leaves the rest to Qt's Fusion style.
+#pragma once
+
+#include <QProxyStyle>
+
+namespace vistrel {
+
+class ControlStyle : public QProxyStyle {
+  public:
+    ControlStyle();
+
+    void drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
+                       const QWidget* widget) const override;
+    void drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,
+                     const QWidget* widget) const override;
+    void drawComplexControl(ComplexControl control, const QStyleOptionComplex* option,
+                            QPainter* painter, const QWidget* widget) const override;
+};
+
+}  // namespace vistrel

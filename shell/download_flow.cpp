@@ -1,0 +1,99 @@
+#include "shell/download_flow.h"
+
+#include <QLabel>
+#include <QProgressBar>
+#include <QPushButton>
+#include <algorithm>
+#include <exception>
+#include <optional>
+#include <utility>
+
+#include "engine/wide.h"
+#include "shell/download_reports.h"
+#include "shell/mailbox.h"
+#include "shell/questions.h"
+#include "shell/settings.h"
+#include "shell/sidebar.h"
+#include "shell/ui_text.h"
+#include "shell/user_folders.h"
+#include "shell/wide_text.h"
+#include "shell/window_messages.h"
+
+namespace vistrel {
+namespace {
+
+void ShowPosition(QProgressBar& bar, quintptr value) {
+    const int position = static_cast<int>(value & 0xFFFF);
+    bar.setValue(std::min(position, bar.maximum()));  // the bar ignores what is beyond its end
+}
+
+}  // namespace
+
+DownloadFlow::DownloadFlow(ModelDownloader& downloader, AppSettings& settings, Sidebar& sidebar,
+                           Questions& questions, std::shared_ptr<Mailbox> mailbox)
+    : downloader_(downloader),
+      settings_(settings),
+      sidebar_(sidebar),
+      questions_(questions),
+      mailbox_(std::move(mailbox)) {}
+
+void DownloadFlow::StartModelDownload() {
+    if (downloader_.busy || !questions_.AskWhetherToDownload()) return;
+    Start();
+}
+
+void DownloadFlow::Start() {
+    sidebar_.downloadStatus->setText(FromWide(Text(23)));
+    sidebar_.downloadProgress->show();
+    sidebar_.downloadStatus->show();
+    sidebar_.downloadModel->setEnabled(false);
+    sidebar_.LayoutSidebar();
+
+    // The callables share only what may outlive the window.
+    const auto reports = std::make_shared<DownloadReports>(mailbox_);
+    reports_ = reports;
+    try {
+        downloader_.StartDownload(
+            ModelFile(),
+            [reports](double fraction, const std::wstring& text) {
+                reports->Report(fraction, text);
+            },
+            [reports](bool success, const std::wstring& text) {
+                reports->Finished(success, text);
+            });
+    } catch (const std::exception& failure) {
+        OnDone(WindowMessage(kDownloadDoneMessage, 1, FromUtf8(failure.what())));
+    }
+}
+
+void DownloadFlow::OnProgress(const WindowMessage& message) {
+    if (!message.Text()) return;
+    std::optional<DownloadReports::Progress> latest;
+    if (reports_) latest = reports_->TakeLatest();
+    if (!latest) latest = {message.Value(), *message.Text()};
+    if (sidebar_.downloadProgress->isHidden()) {
+        sidebar_.downloadProgress->show();
+        sidebar_.downloadStatus->show();
+        sidebar_.LayoutSidebar();
+    }
+    ShowPosition(*sidebar_.downloadProgress, latest->position);
+    sidebar_.downloadStatus->setText(FromWide(latest->text));
+}
+
+void DownloadFlow::OnDone(const WindowMessage& message) {
+    if (!message.Text()) return;
+    sidebar_.downloadProgress->hide();
+    sidebar_.downloadModel->setEnabled(true);
+    if (message.Value() == 0) {
+        settings_.modelPath = *message.Text();
+        sidebar_.downloadStatus->setText(FromWide(Text(24)));
+        if (onModel) onModel();  // hides the text again, with the button
+        settings_.Save();
+        return;
+    }
+    sidebar_.downloadStatus->setText(FromWide(Text(25) + *message.Text()));
+    sidebar_.downloadStatus->show();  // something else may have hidden it meanwhile
+    sidebar_.LayoutSidebar();
+}
+
+}  // namespace vistrel

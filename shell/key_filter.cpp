@@ -1,0 +1,74 @@
+#include "shell/key_filter.h"
+
+#include <QAbstractSpinBox>
+#include <QApplication>
+#include <QComboBox>
+#include <QEvent>
+#include <QKeyEvent>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QTextEdit>
+#include <QWidget>
+#include <optional>
+#include <utility>
+
+#include "shell/mailbox.h"
+#include "shell/window_messages.h"
+
+namespace vistrel {
+namespace {
+
+// The key that the window is told; nothing for a key that is none of ours.
+std::optional<int> CommandKey(int key) {
+    switch (key) {
+        case Qt::Key_Return:
+        case Qt::Key_Enter:
+            return Qt::Key_F11;
+        case Qt::Key_C:
+        case Qt::Key_Q:
+        case Qt::Key_S:
+        case Qt::Key_X:
+        case Qt::Key_F11:
+            return key;
+        default:
+            return std::nullopt;
+    }
+}
+
+template <typename... Kinds>
+bool IsA(const QWidget* widget) {
+    return ((qobject_cast<const Kinds*>(widget) != nullptr) || ...);
+}
+
+}  // namespace
+
+bool FocusTakesKeys() {
+    const QWidget* focus = QApplication::focusWidget();
+    if (IsA<QLineEdit, QTextEdit, QPlainTextEdit, QAbstractSpinBox>(focus)) return true;
+    // The list of an open combo box has the focus itself, in a window that belongs to the box.
+    for (; focus != nullptr; focus = focus->parentWidget())
+        if (IsA<QComboBox>(focus)) return true;
+    return false;
+}
+
+KeyFilter::KeyFilter(std::shared_ptr<Mailbox> window) : window_(std::move(window)) {
+    QCoreApplication::instance()->installEventFilter(this);
+}
+
+// A press comes first as a question whether it is a shortcut, then to the window, then to the
+// control with the focus and those around it. The window is the place to catch it: a control that
+// has taken it may have moved the focus.
+bool KeyFilter::eventFilter(QObject* watched, QEvent* event) {
+    const bool question = event->type() == QEvent::ShortcutOverride;
+    const bool press = event->type() == QEvent::KeyPress && watched->isWindowType();
+    if (!question && !press) return false;
+    const auto key = CommandKey(static_cast<QKeyEvent*>(event)->key());
+    if (!key || FocusTakesKeys()) return false;
+    event->accept();
+    if (press)
+        window_->Post(
+            std::make_unique<WindowMessage>(kKeyDownMessage, static_cast<quintptr>(*key)));
+    return true;
+}
+
+}  // namespace vistrel

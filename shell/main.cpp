@@ -1,0 +1,4 @@
+// The program's entry point.
+#include "shell/program.h"
+
+int main(int argc, char** argv) { return vistrel::RunVistrel(argc, argv); }

@@ -1,0 +1,27 @@
+// A photograph's file -> the upright pixels that the window shows of it.
+#pragma once
+
+#include <QImage>
+#include <QRect>
+#include <QSize>
+#include <string>
+
+namespace vistrel {
+
+// Larger photographs are not shown.
+inline constexpr qint64 kMostPreviewPixels = 200'000'000;
+
+struct PreviewPicture {
+    QSize size;     // of the whole photograph, upright, in pixels
+    QImage pixels;  // upright; perhaps fewer than `size`; null where the file holds no picture
+};
+
+// Reads what Qt has a reader for, turned as EXIF tells. A picture that does not fit into `bound` is
+// shrunk to it while it is read. Any thread; nothing throws but std::bad_alloc.
+[[nodiscard]] PreviewPicture ReadPreviewPicture(const std::wstring& path, const QSize& bound);
+
+// Where a picture of this size is drawn in `area`: shrunk to fit, never enlarged, in the middle.
+// Empty where one of them is.
+[[nodiscard]] QRect PreviewRectangle(const QSize& picture, const QSize& area);
+
+}  // namespace vistrel

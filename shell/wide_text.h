@@ -1,0 +1,17 @@
+// Wide strings as texts of Qt, and back, without loss. Codes that stand for bytes of file names
+// (engine/wide.h) are kept, one unit each. Any thread.
+#pragma once
+
+#include <QString>
+#include <string>
+#include <string_view>
+
+namespace vistrel {
+
+[[nodiscard]] inline QString FromWide(std::wstring_view text) {
+    return QString::fromWCharArray(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+[[nodiscard]] std::wstring ToWide(const QString& text);
+
+}  // namespace vistrel

@@ -1,0 +1,41 @@
+// What an HttpRequest says to its receiver, written down.
+#pragma once
+
+#include <algorithm>
+#include <atomic>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "download/http_request.h"
+
+namespace vistrel::test {
+
+class Recorder : public HttpReceiver {
+  public:
+    std::vector<int> statuses;
+    std::int64_t length = -1;
+    std::string body;
+    std::size_t largestPiece = 0;
+    std::atomic<bool> cancelled = false;
+
+    void OnAnswer(int status, std::int64_t bytes) override {
+        statuses.push_back(status);
+        length = bytes;
+    }
+    void OnBody(std::string_view bytes) override {
+        body += bytes;
+        largestPiece = std::max(largestPiece, bytes.size());
+    }
+    [[nodiscard]] bool IsCancelled() const override { return cancelled; }
+};
+
+// All steps of a request; false where one of them fails.
+inline bool Get(const std::string& url, HttpReceiver& receiver, const HttpSettings& settings = {}) {
+    const std::unique_ptr<HttpRequest> request = MakeHttpRequest(settings);
+    return request->ParseUrl(url) && request->OpenSession() && request->Connect() &&
+           request->OpenRequest() && request->Send(receiver);
+}
+
+}  // namespace vistrel::test

@@ -1,0 +1,206 @@
+#include "viewer/web_view_bridge.h"
+
+#include <QMessageBox>
+#include <QRect>
+#include <QString>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+#include "engine/log.h"
+#include "engine/wide.h"
+#include "viewer/captured_image.h"
+#include "viewer/page_calls.h"
+#include "viewer/user_data_folder.h"
+#include "viewer/web_view_loader.h"
+
+namespace vistrel {
+
+template <typename Callback>
+auto WebViewBridge::WhileAlive(Callback callback) {
+    return [alive = std::weak_ptr<char>(alive_), callback = std::move(callback)](auto&&... values) {
+        if (!alive.expired()) callback(std::forward<decltype(values)>(values)...);
+    };
+}
+
+WebViewBridge::WebViewBridge(std::wstring loaderMissingText, EnvironmentFactory factory)
+    : loaderMissingText_(std::move(loaderMissingText)), factory_(std::move(factory)) {}
+
+WebViewBridge::~WebViewBridge() {
+    alive_.reset();
+    Release();
+}
+
+bool WebViewBridge::Initialize(QWidget* parent, const QRect& bounds, const std::wstring& tempFolder,
+                               ReadyCallback onReady) {
+    Release();
+    tempFolder_ = tempFolder;
+    suppressStartNavigation_ = false;
+    if (!CreateHost(parent, bounds)) {
+        onReady(false);
+        return false;
+    }
+
+    const std::weak_ptr<char> alive = alive_;
+    const EnvironmentFactory factory = FindFactory(parent);
+    if (alive.expired()) return false;  // the message box lets the window be closed
+    if (!factory) {
+        onReady(false);
+        return false;
+    }
+
+    const WebViewEnvironmentOptions options = {
+        L"--allow-file-access-from-files --disable-web-security --allow-running-insecure-content",
+        L"124.0.2478.35"};
+    return factory(MakeUserDataFolder(), options,
+                   WhileAlive([this, onReady](std::unique_ptr<WebViewEnvironment> environment) {
+                       OnEnvironment(std::move(environment), onReady);
+                   }));
+}
+
+void WebViewBridge::Release() {
+    ready_ = false;
+    view_ = nullptr;
+    controller_.reset();  // lives in the host window
+    environment_.reset();
+    delete host_;
+}
+
+bool WebViewBridge::CreateHost(QWidget* parent, const QRect& bounds) {
+    if (parent == nullptr) return false;
+    host_ = new QWidget(parent);
+    host_->setObjectName("WebViewHost");
+    host_->setGeometry(bounds);
+    host_->show();
+    return true;
+}
+
+EnvironmentFactory WebViewBridge::FindFactory(QWidget* owner) const {
+    if (factory_) return factory_;
+    if (auto* const factory = LoadWebViewFactory()) return factory;
+    QMessageBox::critical(owner, "Vistrel", QString::fromStdWString(loaderMissingText_));
+    return {};
+}
+
+void WebViewBridge::OnEnvironment(std::unique_ptr<WebViewEnvironment> environment,
+                                  const ReadyCallback& ready) {
+    if (!environment) {
+        ready(false);
+        return;
+    }
+    environment_ = std::move(environment);
+    CreateControllerFromEnv(*environment_, ready);
+}
+
+void WebViewBridge::CreateControllerFromEnv(WebViewEnvironment& environment,
+                                            const ReadyCallback& ready) {
+    environment.CreateController(
+        *host_, WhileAlive([this, ready](std::unique_ptr<WebViewController> controller) {
+            OnController(std::move(controller), ready);
+        }));
+}
+
+void WebViewBridge::OnController(std::unique_ptr<WebViewController> controller,
+                                 const ReadyCallback& ready) {
+    if (!controller) {
+        ready(false);
+        return;
+    }
+    controller_ = std::move(controller);
+    view_ = &controller_->View();
+    ApplySettings();
+    controller_->SetBounds(host_->rect());
+    RegisterNavCompleteHandler();
+    RegisterProcessFailedHandler();
+    ready_ = true;
+
+    const std::weak_ptr<char> alive = alive_;
+    ready(true);
+    if (alive.expired()) return;
+    if (!suppressStartNavigation_) view_->Navigate(StartPageUrl(tempFolder_));
+}
+
+void WebViewBridge::ApplySettings() {
+    WebViewSettings& settings = view_->Settings();
+    settings.SetScriptEnabled(true);
+    settings.SetDefaultScriptDialogsEnabled(false);
+    settings.SetStatusBarEnabled(false);
+    settings.SetWebMessageEnabled(true);
+}
+
+void WebViewBridge::RegisterNavCompleteHandler() {
+    view_->SetNavigationCompletedHandler(WhileAlive([this](bool /*success*/) {
+        navigating_ = false;
+        DeliverPendingFile();
+    }));
+}
+
+void WebViewBridge::RegisterProcessFailedHandler() {
+    view_->SetProcessFailedHandler(WhileAlive([this](const std::wstring& reason) {
+        LogInfoWide(L"  The browser view failed: " + reason);
+        if (onProcessFailed) onProcessFailed(reason);
+    }));
+}
+
+WebView* WebViewBridge::View() const {
+    return view_;
+}
+
+void WebViewBridge::SetBounds(const QRect& bounds) {
+    if (!host_) return;
+    host_->setGeometry(bounds);
+    if (controller_) controller_->SetBounds(host_->rect());
+}
+
+void WebViewBridge::SetVisible(bool visible) {
+    if (controller_) controller_->SetVisible(visible);
+    if (host_) host_->setVisible(visible);
+}
+
+void WebViewBridge::ShowScene(const std::wstring& path, bool sharp) {
+    if (ready_ && view_ != nullptr) {
+        const std::wstring url = BuildViewerUrl(path, sharp);
+        navigating_ = true;
+        view_->Navigate(url);
+        return;
+    }
+    pendingFile_ = path;
+    pendingMode_ = sharp;
+    pendingFlag_ = true;
+}
+
+void WebViewBridge::ExecJS(const std::wstring& script) {
+    if (view_ == nullptr) return;
+    view_->ExecuteScript(script, [](bool /*success*/, const std::wstring& /*result*/) {});
+}
+
+void WebViewBridge::SetStereoMode(int mode) {
+    if (ready_) ExecJS(StereoModeCall(mode));
+}
+
+void WebViewBridge::SetFocusDepth(double focus, double depth) {
+    if (ready_) ExecJS(FocusDepthCall(focus, depth));
+}
+
+void WebViewBridge::SetSwapEyes(bool swap) {
+    if (ready_) ExecJS(SwapEyesCall(swap));
+}
+
+void WebViewBridge::DeliverPendingFile() {
+    if (pendingFile_.empty()) return;
+    const std::wstring path = std::exchange(pendingFile_, {});
+    ExecJS(FileCall(path));
+}
+
+void WebViewBridge::CaptureImage(QWidget* /*owner*/, const std::wstring& path) {
+    if (view_ == nullptr) return;
+    view_->CapturePreview(WhileAlive([path](bool success, const std::vector<std::byte>& png) {
+        if (success && !png.empty()) WriteCapturedImage(path, png);
+    }));
+}
+
+std::wstring WebViewBridge::BuildViewerUrl(const std::wstring& path, bool sharp) const {
+    return SceneUrl(tempFolder_, path, sharp);
+}
+
+}  // namespace vistrel
