@@ -10,6 +10,7 @@
 #include <memory>
 #include <utility>
 
+#include "batch/dialogs/batch_dialog.h"
 #include "shell/embedded_resources.h"
 #include "shell/main_window.h"
 #include "shell/start_up.h"
@@ -24,11 +25,21 @@ QIcon ProgramIcon() {
     return icon;
 }
 
+void RunBatch(QWidget* owner, vistrel::ConversionEngine& engine,
+              const vistrel::AppSettings& settings) {
+    vistrel::BatchDialog(owner, &engine, &settings).exec();
+}
+
 vistrel::ProgramWindow MakeMainWindow(const vistrel::ProgramFiles& files) {
-    auto window = std::make_unique<vistrel::MainWindow>(files.webDir, files.appDir);
+    vistrel::MainWindowServices services;
+    services.runBatch = RunBatch;
+    auto window =
+        std::make_unique<vistrel::MainWindow>(files.webDir, files.appDir, std::move(services));
     vistrel::ProgramWindow result;
     result.messages = window->Messages();
-    result.hasRunningWorker = [window = window.get()] { return window->HasRunningWorker(); };
+    result.hasRunningWorker = [window = window.get()] {
+        return window->HasRunningWorker() || vistrel::BatchDialog::AnyRunning();
+    };
     result.widget = std::move(window);
     return result;
 }
