@@ -127,9 +127,9 @@ void ControlStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* o
             return DrawButton(option, painter);
         case PE_IndicatorRadioButton:
             return DrawRadio(option, painter);
-        case PE_FrameMenu:
+        case PE_PanelMenu:
             painter->setPen(kEdgeColour);
-            painter->setBrush(Qt::NoBrush);
+            painter->setBrush(kSidebarColour);
             return painter->drawRect(Inside(option->rect));
         case PE_FrameLineEdit:
             return DrawBox(painter, option->rect, Qt::NoBrush, EdgeColour(option));

@@ -76,6 +76,7 @@ MainWindow::MainWindow(std::wstring webDir, std::wstring appDir, MainWindowServi
 
 MainWindow::~MainWindow() {
     parts_->mailbox->Close();
+    parts_->client->removeEventFilter(this);  // no news of the parts as they go
 }
 
 void MainWindow::OnCreate() {
