@@ -21,17 +21,17 @@ enum class BatchConflictPolicy : std::int32_t {
 // Unless completed, cancelled or errorMessage is set, a file is being converted; any of them ends
 // the batch, and exactly one such report is made.
 struct BatchProgressInfo {
-    std::int32_t current = 0;  // number of the file, from 1; 0 in the last report
-    std::int32_t total = 0;    // files in the batch; 0 in the last report
-    std::wstring fileName;     // of the photograph, without folder
+    std::int32_t current = 0;         // number of the file, from 1; 0 in the last report
+    std::int32_t total = 0;           // files in the batch; 0 in the last report
+    std::wstring fileName = {};       // of the photograph, without folder
     std::int32_t elapsedSeconds = 0;  // whole seconds since this file's conversion began
     bool completed = false;
     bool cancelled = false;
-    std::wstring errorMessage;  // the input folder could not be read
+    std::wstring errorMessage = {};  // the input folder could not be read
 };
 
-// Whether `extension`, with its dot and in any case (ASCII), is one that a batch takes: .jpg, .jpeg,
-// .png, .bmp, .webp. Any thread.
+// Whether `extension`, with its dot and in any case (ASCII), is one that a batch takes: .jpg,
+// .jpeg, .png, .bmp, .webp. Any thread.
 [[nodiscard]] bool IsSupportedImageExtension(std::wstring_view extension);
 
 // The first of "stem(1).ext", "stem(2).ext", ... beside `path` that no file has. Any thread.
@@ -43,16 +43,19 @@ class BatchConverter {
     explicit BatchConverter(ConversionEngine* engine);
 
     ConversionEngine* engine;
-    // Both may be empty and are called on the thread of Run.
+    // Both may be empty, are called on the thread of Run and are not replaced during a run. What
+    // onProgress throws while a file is converted fails that file; what onConflict throws, and
+    // onProgress in the last report, leaves Run.
     std::function<void(const BatchProgressInfo& info)> onProgress;
     // Asked once, before the first conversion, when an output file exists. The text is empty.
     std::function<BatchConflictPolicy(const std::wstring& text)> onConflict;
     // Set from any thread to end the batch after the current file; cleared when Run starts.
     std::atomic<bool> cancelRequested = false;
 
-    // Converts the photographs of `inputDir` into `outputDir`, one after the other, and returns when
-    // the batch has ended. Replaces the engine's onProgress and leaves its own there. A photograph
-    // that fails is skipped. Any thread, one run at a time.
+    // Converts the photographs of `inputDir` into `outputDir`, one after the other, and returns
+    // when the batch has ended. Replaces the engine's onProgress and leaves its own there;
+    // onFinished stays and hears of every file. A photograph that fails is skipped, and so is one
+    // whose onFinished throws. `provider` is an ExecutionProvider. Any thread, one run at a time.
     void Run(const std::wstring& modelPath, const std::wstring& inputDir,
              const std::wstring& outputDir, std::int32_t provider);
 };

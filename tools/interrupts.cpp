@@ -52,11 +52,13 @@ Interrupts::~Interrupts() {
     close(signalFd_);
 }
 
-int Interrupts::Wait() {
+int Interrupts::Wait(int milliseconds) {
     std::array<pollfd, 2> sources = {{{wakeFd_, POLLIN, 0}, {signalFd_, POLLIN, 0}}};
-    while (poll(sources.data(), sources.size(), -1) < 0) {
+    int ready = 0;
+    while ((ready = poll(sources.data(), sources.size(), milliseconds)) < 0) {
         if (errno != EINTR) throw std::system_error(errno, std::generic_category(), "poll");
     }
+    if (ready == 0) return kTimeout;
     if ((sources[0].revents & POLLIN) != 0) {
         std::uint64_t count = 0;
         Checked(static_cast<int>(read(wakeFd_, &count, sizeof count)), "read");

@@ -13,8 +13,12 @@ class Interrupts {
     Interrupts(const Interrupts&) = delete;
     Interrupts& operator=(const Interrupts&) = delete;
 
-    // Waits for one of the signals or for Wake(). Returns the signal, or 0 when woken. One thread.
-    [[nodiscard]] int Wait();
+    static constexpr int kForever = -1;
+    static constexpr int kTimeout = -1;
+
+    // Waits for one of the signals or for Wake(), for so long at most. Returns the signal, 0 when
+    // woken, or kTimeout. One thread.
+    [[nodiscard]] int Wait(int milliseconds = kForever);
 
     // Ends the present or the next Wait(). Any thread.
     void Wake();

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/picture_size.h"
 #include "tools/png_writer.h"
 #include "tools/splat_ply_reader.h"
 #include "tools/splat_raster.h"
@@ -23,20 +24,10 @@ constexpr int kLargestSide = 16384;
 struct Arguments {
     std::string scene;
     std::string output;
-    std::string size;
+    std::string sizeText;
     float shift = 0.0F;
-    int width = 0;  // 0 x 0: the photograph's own size
-    int height = 0;
+    PictureSize size;  // 0 x 0: the photograph's own size
 };
-
-std::string ParseSize(const std::string& text, Arguments& arguments) {
-    char end = '\0';
-    const int found =
-        std::sscanf(text.c_str(), "%5dx%5d%c", &arguments.width, &arguments.height, &end);
-    const bool fits = arguments.width >= 1 && arguments.width <= kLargestSide &&
-                      arguments.height >= 1 && arguments.height <= kLargestSide;
-    return found == 2 && fits ? "" : "a size is two numbers of 1 to 16384, such as 1024x768";
-}
 
 std::string CheckShift(const std::string& text) {
     char* end = nullptr;
@@ -61,10 +52,10 @@ float CoveredShare(const SplatPicture& picture) {
 
 void Draw(const Arguments& arguments) {
     const SplatFile file = ReadSplatPly(arguments.scene);
-    if (arguments.width == 0 && std::max(file.width, file.height) > kLargestSide) {
+    if (arguments.size.width == 0 && std::max(file.width, file.height) > kLargestSide) {
         throw std::runtime_error("the photograph's own size is too large, give a --size");
     }
-    SplatCamera camera = CameraOfFile(file, arguments.width, arguments.height);
+    SplatCamera camera = CameraOfFile(file, arguments.size.width, arguments.size.height);
     const float distance = MedianDepth(file.vertices);
     ShiftSideways(camera, arguments.shift * distance, distance);
     const SplatPicture picture = DrawSplats(file.vertices, camera);
@@ -79,9 +70,11 @@ std::optional<int> Parse(int argc, char** argv, Arguments& arguments) {
                  "splat-picture");
     app.add_option("SCENE", arguments.scene, "the scene, a PLY file")->required();
     app.add_option("OUTPUT", arguments.output, "the picture, a PNG file")->required();
-    app.add_option("--size", arguments.size,
+    app.add_option("--size", arguments.sizeText,
                    "WxH in pixels; the photograph's own size if not given")
-        ->check([&arguments](const std::string& text) { return ParseSize(text, arguments); });
+        ->check([&arguments](const std::string& text) {
+            return ParsePictureSize(text, 1, kLargestSide, arguments.size);
+        });
     app.add_option(
            "--shift", arguments.shift,
            "moves the camera to the right by this share of the scene's median depth, looking "

@@ -1,13 +1,14 @@
 // The conversion engine on the command line.
 //
 // The log goes to standard output, stage texts and errors to standard error. Exit status 0: the PLY
-// is there; 1: it is not, the reason was told; 2: wrong usage.
+// is there, with --batch every PLY; 1: it is not, the reason was told; 2: wrong usage.
 #include <CLI/CLI.hpp>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
+#include <map>
 #include <mutex>
 #include <string>
 #include <system_error>
@@ -15,6 +16,7 @@
 
 #include "engine/conversion_engine.h"
 #include "engine/wide.h"
+#include "tools/batch_conversion.h"
 #include "tools/interrupts.h"
 #include "tools/whole_ply.h"
 
@@ -25,14 +27,22 @@ struct Options {
     std::string model;
     std::string provider = "cpu";
     float keepRatio = 1.0F;
-    std::string photo;
-    std::string output;
+    bool batch = false;
+    BatchConflictPolicy onConflict = BatchConflictPolicy::CancelBatch;
+    std::string input;   // picture, with `batch` a folder of pictures
+    std::string output;  // PLY file, with `batch` a folder for them
+
+    [[nodiscard]] ExecutionProvider Provider() const {
+        return provider == "cuda" ? ExecutionProvider::Cuda : ExecutionProvider::Cpu;
+    }
 };
+
+constexpr int kWrongUsage = 2;
 
 // Writing the scene over the picture or the network would lose them.
 bool OutputIsAnInput(const Options& options) {
     std::error_code ignored;
-    return std::filesystem::equivalent(options.output, options.photo, ignored) ||
+    return std::filesystem::equivalent(options.output, options.input, ignored) ||
            std::filesystem::equivalent(options.output, options.model, ignored);
 }
 
@@ -90,9 +100,8 @@ bool Convert(const Options& options) {
 
     bool converted = false;
     std::thread worker([&] {
-        converted = engine.Run(
-            FromUtf8(options.model), FromUtf8(options.photo), outputPath, options.keepRatio,
-            options.provider == "cuda" ? ExecutionProvider::Cuda : ExecutionProvider::Cpu);
+        converted = engine.Run(FromUtf8(options.model), FromUtf8(options.input), outputPath,
+                               options.keepRatio, options.Provider());
         interrupts.Wake();
     });
     while (const int signal = interrupts.Wait()) gate.Stop(signal, output);
@@ -112,21 +121,56 @@ bool Convert(const Options& options) {
     return true;
 }
 
-int Main(int argc, char** argv) {
-    Options options;
-    CLI::App app("Turns one photograph into a 3D Gaussian Splat scene (binary PLY).",
-                 "vistrel-convert");
+int ConvertAll(const Options& options) {
+    switch (ConvertFolder(
+        {options.model, options.input, options.output, options.Provider(), options.onConflict})) {
+        case BatchOutcome::AllConverted:
+            return EXIT_SUCCESS;
+        case BatchOutcome::NotAllConverted:
+            return EXIT_FAILURE;
+        case BatchOutcome::WouldOverwriteInput:
+            return kWrongUsage;
+    }
+    return EXIT_FAILURE;
+}
+
+void Describe(CLI::App& app, Options& options) {
+    const std::map<std::string, BatchConflictPolicy> policies = {
+        {"overwrite", BatchConflictPolicy::OverwriteAll},
+        {"rename", BatchConflictPolicy::RenameAll},
+        {"cancel", BatchConflictPolicy::CancelBatch}};
     app.set_version_flag("--version", "vistrel-convert " VISTREL_VERSION);
     app.add_option("--model", options.model, "ONNX file of the network")->required();
     app.add_option("--provider", options.provider, "What the network runs on")
         ->check(CLI::IsMember({"cpu", "cuda"}))
         ->capture_default_str();
-    app.add_option("--keep-ratio", options.keepRatio, "Share of the Gaussians to keep")
-        ->capture_default_str();
-    app.add_option("PHOTO", options.photo, "Picture to convert")->required();
-    app.add_option("OUTPUT", options.output, "PLY file to write; its folder is created")
+    auto* keepRatio =
+        app.add_option("--keep-ratio", options.keepRatio, "Share of the Gaussians to keep")
+            ->capture_default_str();
+    auto* batch = app.add_flag("--batch", options.batch,
+                               "Convert all pictures of one folder: .jpg, .jpeg, .png, .bmp")
+                      ->excludes(keepRatio);
+    app.add_option_function<std::string>(
+           "--on-conflict",
+           [policies, &options](const std::string& name) {
+               options.onConflict = policies.at(name);
+           },
+           "With --batch: what happens when PLY files exist already [cancel]")
+        ->check(CLI::IsMember({"overwrite", "rename", "cancel"}))
+        ->needs(batch);
+    app.add_option("PHOTO", options.input,
+                   "Picture to convert; with --batch the folder of pictures")
         ->required();
-    constexpr int kWrongUsage = 2;
+    app.add_option("OUTPUT", options.output,
+                   "PLY file to write, its folder is created; with --batch the folder for them")
+        ->required();
+}
+
+int Main(int argc, char** argv) {
+    Options options;
+    CLI::App app("Turns one photograph into a 3D Gaussian Splat scene (binary PLY).",
+                 "vistrel-convert");
+    Describe(app, options);
     try {
         app.parse(argc, argv);
         if (!(options.keepRatio >= 0.0F && options.keepRatio <= 1.0F)) {  // also not a number
@@ -135,13 +179,14 @@ int Main(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? EXIT_SUCCESS : kWrongUsage;
     }
-    if (OutputIsAnInput(options)) {
+    if (!options.batch && OutputIsAnInput(options)) {
         Tell("OUTPUT would overwrite PHOTO or MODEL.");
         return kWrongUsage;
     }
 
     std::signal(SIGPIPE, SIG_IGN);  // a reader of the log that went away is no reason to stop
     try {
+        if (options.batch) return ConvertAll(options);
         return Convert(options) ? EXIT_SUCCESS : EXIT_FAILURE;
     } catch (const std::exception& error) {
         Tell(std::string("Error: ") + error.what());

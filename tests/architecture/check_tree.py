@@ -23,7 +23,7 @@ ARROWS = {
     "tools": (["tools/", "engine/", "batch/", "viewer/", "shell/extraction.h"], ["cli11", "stb", "qt"]),
     "tests": (["tests/", "engine/", "download/", "batch/", "viewer/", "shell/", "tools/"],
               ["gtest", "gmock", "eigen", "stb", "hwy", "qt", "curl", "onnxruntime"]),
-    "benchmarks": (["benchmarks/", "tests/support/", "engine/"],
+    "benchmarks": (["benchmarks/", "tests/support/", "engine/", "batch/"],
                    ["benchmark", "eigen", "stb", "hwy", "onnxruntime"]),
 }
 
@@ -55,7 +55,9 @@ LINKS = {
     "vistrel_engine": ["vistrel_warnings", "Threads::Threads", "Stb::stb", "PkgConfig::exiv2",
                        "PkgConfig::hwy", "OnnxRuntime::onnxruntime"],
     "vistrel_resampler_avx2": ["vistrel_warnings", "Stb::stb"],
-    "vistrel-convert": ["vistrel_warnings", "vistrel_engine", "CLI11::CLI11"],
+    "vistrel_batch": ["vistrel_warnings", "vistrel_engine"],
+    "vistrel_batch_dialogs": ["vistrel_warnings", "vistrel_batch", "vistrel_shell", "Qt6::Widgets"],
+    "vistrel-convert": ["vistrel_warnings", "vistrel_batch", "vistrel_engine", "CLI11::CLI11"],
     "vistrel_splat_drawing": ["vistrel_warnings", "Stb::stb"],
     "splat-picture": ["vistrel_warnings", "vistrel_splat_drawing", "CLI11::CLI11"],
     "vistrel_viewer": ["vistrel_warnings", "vistrel_engine", "${CMAKE_DL_LIBS}", "Qt6::Widgets"],

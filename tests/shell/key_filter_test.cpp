@@ -65,6 +65,7 @@ class KeyFilterTest : public testing::Test {
         auto* widget = new Widget;
         layout->addWidget(widget);
         Show(window);
+        widget->show();
         widget->setFocus();
         EXPECT_EQ(QApplication::focusWidget(), widget);
         return widget;
@@ -76,7 +77,11 @@ class KeyFilterTest : public testing::Test {
     }
     // As the window system does it.
     static void Press(int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
-        QTest::keyPress(QGuiApplication::focusWindow(), static_cast<Qt::Key>(key), modifiers);
+        PressIn(QGuiApplication::focusWindow(), key, modifiers);
+    }
+    static void PressIn(QWindow* host, int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
+        const QString text = key <= 0xFFFF ? QString(QChar(key)).toLower() : QString();
+        QTest::sendKeyEvent(QTest::Press, host, static_cast<Qt::Key>(key), text, modifiers);
     }
     Keys Posted() {
         QCoreApplication::processEvents();
@@ -181,7 +186,7 @@ TEST_F(KeyFilterTest, OpenMenuDoesNotSeeThem) {
     int chosen = 0;
     QObject::connect(menu.addAction("Quick"), &QAction::triggered, [&chosen] { ++chosen; });
     menu.popup(window.mapToGlobal(QPoint(0, 0)));
-    QTest::keyPress(menu.windowHandle(), Qt::Key_Q);
+    PressIn(menu.windowHandle(), Qt::Key_Q);
     EXPECT_EQ(Posted(), Keys{Qt::Key_Q});
     EXPECT_EQ(chosen, 0);
 }
@@ -242,8 +247,8 @@ TEST_F(KeyFilterTest, OpenListOfAComboBoxTakesKeys) {
     box->showPopup();
     QWidget* list = box->view()->window();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(list));
-    QTest::keyPress(list->windowHandle(), Qt::Key_S);
-    QTest::keyPress(list->windowHandle(), Qt::Key_Return);
+    PressIn(list->windowHandle(), Qt::Key_S);
+    PressIn(list->windowHandle(), Qt::Key_Return);
     EXPECT_EQ(Posted(), Keys{});
     EXPECT_EQ(box->currentIndex(), 1);
 }

@@ -15,7 +15,7 @@
 namespace vistrel::loader {
 namespace {
 
-constexpr std::chrono::seconds kLongestWait(5);
+constexpr std::chrono::seconds kLongestWait(10);
 
 constexpr char16_t kLine[] = u"The display has caught up with picture ";
 
@@ -61,7 +61,7 @@ bool IsShown(const QWebEngineView& view) {
 void Captures::Start(WebView::CaptureCompleted completed) {
     const int number = ++lastNumber_;
     waiting_.emplace(number, std::move(completed));
-    if (!IsShown(view_)) {
+    if (!IsShown(view_) || view_.page()->renderProcessPid() == 0) {
         later_.Post([this, number] { Finish(number); });
         return;
     }

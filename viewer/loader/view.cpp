@@ -69,7 +69,9 @@ View::View(QWidget& host, std::shared_ptr<Profile> profile)
     widget_->setPage(page_.get());
     page_->SetConsole([this](const QString& line) { OnConsoleLine(line); });
     QObject::connect(page_.get(), &QWebEnginePage::loadStarted, page_.get(),
-                     [this] { lastScriptBeforeLoad_ = lastScript_; });
+                     [this] { OnLoadStarted(); });
+    QObject::connect(page_.get(), &QWebEnginePage::urlChanged, page_.get(),
+                     [this] { OnAddressChanged(); });
     QObject::connect(page_.get(), &QWebEnginePage::loadFinished, page_.get(),
                      [this](bool success) { OnLoadFinished(success); });
     QObject::connect(page_.get(), &QWebEnginePage::renderProcessTerminated, page_.get(),
@@ -89,6 +91,7 @@ View::~View() {
 void View::Navigate(const std::wstring& url) {
     const QUrl address = AddressOf(url);
     if (IsLocal(address)) {
+        expectsLoad_ = true;
         page_->load(address);
     } else {
         OnLoadFinished(false);
@@ -133,7 +136,18 @@ void View::SetDefaultScriptDialogsEnabled(bool enabled) {
 void View::SetStatusBarEnabled(bool /*enabled*/) {}
 void View::SetWebMessageEnabled(bool /*enabled*/) {}
 
+void View::OnLoadStarted() {
+    expectsLoad_ = false;
+    lastScriptBeforeLoad_ = lastScript_;
+}
+
+void View::OnAddressChanged() {
+    // Nothing is loaded when only what stands behind the "#" is another.
+    if (expectsLoad_) OnLoadFinished(true);
+}
+
 void View::OnLoadFinished(bool success) {
+    expectsLoad_ = false;
     // Scripts that were sent to the document before this one will not answer any more.
     FailScripts(lastScriptBeforeLoad_);
     later_.Post([this, success] {

@@ -37,6 +37,8 @@ class View final : public WebView, private WebViewSettings {
     void SetStatusBarEnabled(bool enabled) override;
     void SetWebMessageEnabled(bool enabled) override;
 
+    void OnLoadStarted();
+    void OnAddressChanged();
     void OnLoadFinished(bool success);
     void OnProcessEnded(QWebEnginePage::RenderProcessTerminationStatus status, int exitCode);
     void OnConsoleLine(const QString& line);
@@ -52,6 +54,7 @@ class View final : public WebView, private WebViewSettings {
     std::map<int, ScriptCompleted> scripts_;
     int lastScript_ = 0;
     int lastScriptBeforeLoad_ = 0;
+    bool expectsLoad_ = false;  // a navigation was asked for and has not begun
     NavigationCompleted navigationCompleted_;
     ProcessFailed processFailed_;
     ConsoleMessage consoleMessage_;

@@ -1,42 +1,57 @@
 /**
  * How far the newest scene has come: "empty" before the first one, "busy" while it is read, parsed,
- * sorted or drawn, "shown" when the picture on the screen is the one that stays until something
+ * sorted or drawn, "shown" when the picture on the display is the one that stays until something
  * changes, "failed" when it cannot be shown.
  * @typedef {"empty" | "busy" | "shown" | "failed"} SceneStateName
  */
 
-/** Follows the newest scene from its file to the screen, for a program that waits for a picture. */
+/** The display runs behind the page by fewer frames than this. */
+const kFramesBehind = 8;
+
+/** Follows the newest scene from its file to the display, for a program that waits for a picture. */
 export class SceneState {
-    /** @type {SceneStateName} */
-    name = "empty";
-    #parsed = false;
+    /** @type {"none" | "reading" | "parsed" | "failed"} */
+    #file = "none";
+    /** Frames in a row that were all the same picture. */
+    #sameFrames = 0;
 
     /** A file was asked for. */
     asked() {
-        this.name = "busy";
-        this.#parsed = false;
+        this.#file = "reading";
+        this.#sameFrames = 0;
     }
 
     /** The file's Gaussians are in the scene. */
     parsed() {
-        this.#parsed = true;
+        this.#file = "parsed";
+        this.#sameFrames = 0;
     }
 
     failed() {
-        this.name = "failed";
-        this.#parsed = false;
+        this.#file = "failed";
     }
 
     /** Something else is to be drawn than before. */
     changed() {
-        if (this.#parsed) this.name = "busy";
+        this.#sameFrames = 0;
     }
 
     /**
      * A frame was drawn.
-     * @param {boolean} final the next frame would be the same one
+     * @param {boolean} final the next frame would be the same picture
      */
     drawn(final) {
-        if (this.#parsed) this.name = final ? "shown" : "busy";
+        this.#sameFrames = final ? this.#sameFrames + 1 : 0;
+    }
+
+    /**
+     * @param {boolean} isIdle no frame will be drawn by itself
+     * @returns {SceneStateName}
+     */
+    name(isIdle) {
+        if (this.#file === "none") return "empty";
+        if (this.#file === "failed") return "failed";
+        const isShown = this.#sameFrames >= kFramesBehind || (isIdle && this.#sameFrames > 0);
+        return this.#file === "parsed" && isShown ? "shown" : "busy";
     }
 }

@@ -88,7 +88,8 @@ export class Viewer {
 
     /** @returns {import("./scene_state.js").SceneStateName} */
     get sceneState() {
-        return this.#renderer.getContext().isContextLost() ? "failed" : this.#state.name;
+        const isIdle = this.#loop.requestID === null;
+        return this.#renderer.getContext().isContextLost() ? "failed" : this.#state.name(isIdle);
     }
 
     /** Draws what changed. */

@@ -1,0 +1,147 @@
+#include "batch/batch_converter.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <exception>
+#include <filesystem>
+#include <iterator>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include "engine/wide.h"
+
+namespace vistrel {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::array<std::wstring_view, 5> kExtensions = {L".jpg", L".jpeg", L".png", L".bmp",
+                                                          L".webp"};
+
+wchar_t AsciiLower(wchar_t character) {
+    const bool upper = character >= L'A' && character <= L'Z';
+    return upper ? static_cast<wchar_t>(character - L'A' + L'a') : character;
+}
+
+// What cannot be looked at counts as free: writing to it tells better what is wrong with it.
+bool Exists(const std::wstring& path) {
+    std::error_code ignored;
+    return std::filesystem::exists(ToPath(path), ignored);
+}
+
+// In the order of the listing. Throws std::filesystem::filesystem_error.
+std::vector<std::wstring> FindPhotographs(const std::wstring& folder) {
+    std::vector<std::wstring> found;
+    for (const auto& entry : std::filesystem::directory_iterator(ToPath(folder))) {
+        // Asked of every entry, so that a folder that cannot be read in full is never taken in
+        // part.
+        const bool regular = entry.is_regular_file();
+        if (regular && IsSupportedImageExtension(FromPath(entry.path().extension()))) {
+            found.push_back(FromPath(entry.path()));
+        }
+    }
+    return found;
+}
+
+std::wstring PlainOutputPath(const std::wstring& photograph, const std::wstring& folder) {
+    std::filesystem::path name = ToPath(photograph).stem();
+    name += ".ply";
+    return FromPath(ToPath(folder) / name);
+}
+
+std::int32_t SecondsSince(Clock::time_point start) {
+    const auto passed = std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - start);
+    return static_cast<std::int32_t>(passed.count());
+}
+
+void Report(const BatchConverter& batch, const BatchProgressInfo& info) {
+    if (batch.onProgress) batch.onProgress(info);
+}
+
+BatchConflictPolicy DecidePolicy(const BatchConverter& batch,
+                                 const std::vector<std::wstring>& photographs,
+                                 const std::wstring& outputDir) {
+    const bool conflict = std::ranges::any_of(photographs, [&](const std::wstring& photograph) {
+        return Exists(PlainOutputPath(photograph, outputDir));
+    });
+    return conflict && batch.onConflict ? batch.onConflict(L"") : BatchConflictPolicy::OverwriteAll;
+}
+
+// Makes a report of every stage of the file that `info` names. Holds a copy of the callback, since
+// it stays with the engine, which may outlive the batch.
+void ReportStages(const BatchConverter& batch, BatchProgressInfo info) {
+    batch.engine->onProgress = [report = batch.onProgress, info = std::move(info),
+                                start = Clock::now()](const std::wstring&) mutable {
+        if (!report) return;
+        info.elapsedSeconds = SecondsSince(start);
+        report(info);
+    };
+}
+
+}  // namespace
+
+bool IsSupportedImageExtension(std::wstring_view extension) {
+    return std::ranges::any_of(kExtensions, [&](std::wstring_view known) {
+        return std::ranges::equal(known, extension, {}, {}, AsciiLower);
+    });
+}
+
+std::wstring MakeUniqueOutputPath(const std::wstring& path) {
+    const std::filesystem::path plain = ToPath(path);
+    for (std::int64_t number = 1;; ++number) {
+        std::filesystem::path name = plain.stem();
+        name += '(';
+        name += std::to_string(number);
+        name += ')';
+        name += plain.extension();
+        std::wstring candidate = FromPath(plain.parent_path() / name);
+        if (!Exists(candidate)) return candidate;
+    }
+}
+
+BatchConverter::BatchConverter(ConversionEngine* converting) : engine(converting) {}
+
+void BatchConverter::Run(const std::wstring& modelPath, const std::wstring& inputDir,
+                         const std::wstring& outputDir, std::int32_t provider) {
+    cancelRequested = false;
+    std::vector<std::wstring> photographs;
+    try {
+        photographs = FindPhotographs(inputDir);
+    } catch (const std::exception&) {
+        Report(*this, {.errorMessage = L"Failed to scan input directory."});
+        return;
+    }
+    if (photographs.empty()) {
+        Report(*this, {.completed = true});
+        return;
+    }
+    const BatchConflictPolicy policy = DecidePolicy(*this, photographs, outputDir);
+    if (policy == BatchConflictPolicy::CancelBatch) {
+        Report(*this, {.cancelled = true});
+        return;
+    }
+
+    BatchProgressInfo info{.total = static_cast<std::int32_t>(photographs.size())};
+    for (const std::wstring& photograph : photographs) {
+        if (cancelRequested) break;
+        std::wstring target = PlainOutputPath(photograph, outputDir);
+        if (policy == BatchConflictPolicy::RenameAll && Exists(target)) {
+            target = MakeUniqueOutputPath(target);
+        }
+        ++info.current;
+        info.fileName = FromPath(ToPath(photograph).filename());
+        ReportStages(*this, info);
+        try {
+            constexpr float kKeepAll = 1.0F;
+            engine->Run(modelPath, photograph, target, kKeepAll, ExecutionProvider{provider});
+        } catch (...) {
+            // The engine's owner failed to take in a failure; the other photographs can do without.
+        }
+    }
+    const bool cancelled = cancelRequested;
+    Report(*this, {.completed = !cancelled, .cancelled = cancelled});
+}
+
+}  // namespace vistrel

@@ -1,0 +1,53 @@
+#include "shell/start_up.h"
+
+#include <QCoreApplication>
+#include <cstddef>
+#include <exception>
+#include <iostream>
+
+#include "shell/end_signals.h"
+#include "shell/key_filter.h"
+#include "shell/mailbox.h"
+#include "shell/ui_text.h"
+
+namespace vistrel {
+namespace {
+
+constexpr std::size_t kExtractionFailedText = 37;
+constexpr std::size_t kWindowFailedText = 40;
+
+ProgramEnd Failed(const StartUpSteps& steps, std::size_t slot) {
+    steps.tellFailure(Text(slot));
+    return {.exitCode = 1};
+}
+
+ProgramWindow MakeWindow(const StartUpSteps& steps, const ProgramFiles& files) {
+    try {
+        return steps.makeWindow(files);
+    } catch (const std::exception& failure) {
+        std::cerr << "Vistrel: " << failure.what() << '\n';
+        return {};
+    }
+}
+
+}  // namespace
+
+ProgramEnd RunProgram(const StartUpSteps& steps) {
+    gUiText = IsJapaneseUser() ? &kJapaneseText : &kEnglishText;
+    const std::optional<ProgramFiles> files = steps.extract();
+    if (!files) return Failed(steps, kExtractionFailedText);
+    ProgramWindow window = MakeWindow(steps, *files);
+    if (!window.widget) return Failed(steps, kWindowFailedText);
+    window.widget->show();
+
+    ProgramEnd end;
+    {
+        const KeyFilter keys(window.messages);
+        const EndSignals signals([&window] { window.widget->close(); });
+        end.exitCode = QCoreApplication::exec();
+    }
+    end.workerRuns = window.hasRunningWorker();
+    return end;
+}
+
+}  // namespace vistrel

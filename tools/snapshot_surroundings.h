@@ -1,0 +1,29 @@
+// What the browser needs around it.
+#pragma once
+
+#include <filesystem>
+
+namespace vistrel {
+
+// Whether the user has a display.
+[[nodiscard]] bool HasDisplay();
+
+// The browser's sandbox refuses to run as root. Throws std::runtime_error that says what to do,
+// unless the environment says that there shall be no sandbox.
+void CheckSandbox();
+
+// Throws std::runtime_error when `output` is a folder.
+void CheckOutput(const std::filesystem::path& output);
+
+// Before the application object: a pixel of a window becomes a pixel of the display, and a display
+// that cannot be reached ends the process with status 1 and the reason.
+void PrepareApplication();
+
+// The browser keeps its profile in `folder`, and the user's own one is left alone. Before the
+// browser starts.
+void KeepProfileIn(const std::filesystem::path& folder);
+
+// The folder of the viewer page. Throws std::runtime_error when there is none.
+[[nodiscard]] std::filesystem::path PageFolder();
+
+}  // namespace vistrel
