@@ -43,7 +43,7 @@ ProgramEnd RunProgram(const StartUpSteps& steps) {
     ProgramEnd end;
     {
         const KeyFilter keys(window.messages);
-        const EndSignals signals([&window] { window.widget->close(); });
+        const EndSignals endSignals([&window] { window.widget->close(); });
         end.exitCode = QCoreApplication::exec();
     }
     end.workerRuns = window.hasRunningWorker();

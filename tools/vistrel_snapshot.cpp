@@ -82,7 +82,7 @@ int TakeUnlessInterrupted(QApplication& application, Options& options, const Wor
     std::atomic<int> signal = 0;
     std::thread watcher([&] {
         signal = interrupts.Wait();
-        QMetaObject::invokeMethod(&application, [] { QCoreApplication::quit(); });
+        QMetaObject::invokeMethod(&application, [] { QCoreApplication::exit(); });
     });
     std::exception_ptr failure;
     try {

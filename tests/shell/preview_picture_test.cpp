@@ -1,19 +1,17 @@
 #include "shell/preview_picture.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <QBuffer>
 #include <QImageWriter>
-#include <array>
-#include <cmath>
+#include <cstdint>
 #include <filesystem>
+#include <stdexcept>
 #include <string>
 
 #include "engine/wide.h"
 #include "tests/support/exif_bytes.h"
-#include "tests/support/picture_formats.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/test_pictures.h"
 
@@ -184,11 +182,36 @@ TEST(PreviewPicture, PipeThatNobodyWritesToIsNotWaitedFor) {
     EXPECT_TRUE(Read(path).pixels.isNull());
 }
 
+// All black, one bit a pixel; the pixels are a hole in the file.
+std::filesystem::path BlackBitmap(const TemporaryFolder& folder, std::uint32_t width,
+                                  std::uint32_t height) {
+    constexpr std::uint32_t kPixelsAt = 62;
+    const std::uint32_t bytes = (width + 31) / 32 * 4 * height;
+    std::string header = "BM";
+    const auto put = [&header](std::uint32_t value, int count) {
+        for (int i = 0; i < count; ++i) header += static_cast<char>((value >> (8 * i)) & 0xFF);
+    };
+    for (const std::uint32_t value : {kPixelsAt + bytes, 0U, kPixelsAt, 40U, width, height}) {
+        put(value, 4);
+    }
+    put(1, 2);  // planes
+    put(1, 2);  // bits
+    for (const std::uint32_t value : {0U, bytes, 0U, 0U, 2U, 2U, 0U, 0xFFFFFFU}) put(value, 4);
+    const auto path = folder.Write("black.bmp", header);
+    std::filesystem::resize_file(path, kPixelsAt + bytes);
+    return path;
+}
+
+TEST(PreviewPicture, LargePhotographIsRead) {
+    const TemporaryFolder folder;
+    const PreviewPicture picture = Read(BlackBitmap(folder, 4000, 3000));
+    EXPECT_EQ(picture.size, QSize(4000, 3000));
+    EXPECT_EQ(picture.pixels.size(), QSize(1440, 1080));
+}
+
 TEST(PreviewPicture, TooManyPixelsGiveNone) {
     const TemporaryFolder folder;
-    // Only the header counts.
-    const std::string png = test::StoredPng(20'000, 10'001, 8, 0, {});
-    EXPECT_TRUE(Read(folder.Write("a.png", png)).pixels.isNull());
+    EXPECT_TRUE(Read(BlackBitmap(folder, 20'000, 10'001)).pixels.isNull());
 }
 
 struct Place {

@@ -22,10 +22,7 @@ constexpr QColor kGreen(20, 180, 70);
 
 class PreviewTest : public testing::Test {
   protected:
-    PreviewTest() {
-        ApplyLook();
-        preview.resize(300, 200);
-    }
+    PreviewTest() { preview.resize(300, 200); }
     std::wstring File(const char* name, int width, int height, const QColor& colour) {
         const auto picture = test::FilledPicture(
             width, height, static_cast<std::uint8_t>(colour.red()),
@@ -48,7 +45,7 @@ class PreviewTest : public testing::Test {
     }
 
     test::TemporaryFolder folder;
-    Preview preview{nullptr};
+    Preview preview{(ApplyLook(), nullptr)};  // colours come first
 };
 
 TEST_F(PreviewTest, NothingIsDrawnAtFirst) {

@@ -18,7 +18,7 @@ class LoaderLifetimeTest : public testing::Test {
 
     // Kills the page's process and waits until the browser has noticed.
     static void KillHelper(Browser& browser) {
-        const auto helpers = HelperProcesses("renderer");
+        const auto helpers = PageProcesses();
         ASSERT_FALSE(helpers.empty());
         for (const pid_t helper : helpers) kill(helper, SIGKILL);
         ASSERT_TRUE(WaitUntil([&] { return !browser.failures.empty(); }));
@@ -39,7 +39,9 @@ TEST_F(LoaderLifetimeTest, SwitchesJoinTheUsersOnce) {
     EXPECT_EQ(qgetenv("QTWEBENGINE_CHROMIUM_FLAGS"),
               "--mine=\"a b\" --ignore-gpu-blocklist --allow-file-access-from-files "
               "--disable-web-security --allow-running-insecure-content "
-              "--enable-unsafe-swiftshader");
+              "--enable-unsafe-swiftshader "
+              "--force-webrtc-ip-handling-policy=disable_non_proxied_udp "
+              "--host-resolver-rules=\"MAP * ~NOTFOUND\"");
     qputenv("QTWEBENGINE_CHROMIUM_FLAGS", before);
 }
 
@@ -185,6 +187,19 @@ TEST_F(LoaderLifetimeTest, HelperKilledWhileLoadingCompletesTheNavigation) {
     KillHelper(browser);
     EXPECT_TRUE(WaitUntil([&] { return !browser.navigations.empty(); }));
     EXPECT_EQ(browser.navigations, (std::vector<bool>{false}));
+}
+
+TEST_F(LoaderLifetimeTest, FolderNameThatIsNoUtf8CostsOnlyTheStorage) {
+    const auto page = Page("a.html", "here");
+    {
+        Browser browser(folder_ / "b\xFF");
+        ASSERT_TRUE(browser.OpenFile(page));
+        EXPECT_EQ(browser.Run(L"localStorage.setItem('a', 'b'); localStorage.getItem('a')"),
+                  L"\"b\"");
+    }
+    for (const auto& entry : std::filesystem::directory_iterator(folder_.Path())) {
+        EXPECT_EQ(entry.path(), page);
+    }
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 #include <QApplication>
 #include <QLineEdit>
-#include <QMouseEvent>
+#include <QTest>
 
 #include "tests/support/wait_until.h"
 #include "tests/viewer/loader_fixture.h"
@@ -10,20 +10,9 @@ namespace {
 
 class LoaderWidgetTest : public LoaderTest {
   protected:
-    // The innermost widget in the middle of the browser.
-    QWidget& Innermost() {
-        QWidget* const inner = browser_.Widget()->childAt(browser_.Widget()->rect().center());
-        return inner != nullptr ? *inner : *browser_.Widget();
-    }
-
-    void Press(Qt::MouseButton button) {
-        const QPointF middle = QRectF(Innermost().rect()).center();
-        for (const auto type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease}) {
-            QMouseEvent event(type, middle, Innermost().mapToGlobal(middle), button,
-                              type == QEvent::MouseButtonPress ? button : Qt::NoButton,
-                              Qt::NoModifier);
-            QApplication::sendEvent(&Innermost(), &event);
-        }
+    void Click(Qt::MouseButton button) {
+        QTest::mouseClick(browser_.Window().windowHandle(), button, Qt::NoModifier,
+                          browser_.Widget()->geometry().center());
     }
 };
 
@@ -64,14 +53,11 @@ TEST_F(LoaderWidgetTest, ClickTakesTheKeyboardFocus) {
         addEventListener("keydown", (event) => { window.pressed = event.keyCode; });</script>)")));
     edit.setFocus();
     ASSERT_EQ(browser_.Window().focusWidget(), &edit);
-    Press(Qt::LeftButton);
+    Click(Qt::LeftButton);
     QWidget* const focused = browser_.Window().focusWidget();
     ASSERT_NE(focused, nullptr);
     ASSERT_TRUE(browser_.Widget()->isAncestorOf(focused) || focused == browser_.Widget());
-    for (const auto type : {QEvent::KeyPress, QEvent::KeyRelease}) {
-        QKeyEvent event(type, Qt::Key_S, Qt::NoModifier, QStringLiteral("s"));
-        QApplication::sendEvent(focused, &event);
-    }
+    QTest::keyClick(focused, Qt::Key_S);
     EXPECT_TRUE(browser_.Becomes(L"window.pressed", L"83"));
 }
 
@@ -86,7 +72,7 @@ TEST_F(LoaderWidgetTest, LoadingLeavesTheKeyboardFocusAlone) {
 TEST_F(LoaderWidgetTest, RightClickReachesThePageAndOpensNoMenu) {
     ASSERT_TRUE(browser_.OpenFile(Page("a.html", R"(<script>
         addEventListener("contextmenu", () => { window.asked = true; });</script>)")));
-    Press(Qt::RightButton);
+    Click(Qt::RightButton);
     EXPECT_TRUE(browser_.Becomes(L"window.asked", L"true"));
     DeliverPosted();
     EXPECT_EQ(QApplication::activePopupWidget(), nullptr);
@@ -99,7 +85,7 @@ TEST_F(LoaderWidgetTest, PageThatAsksBeforeItIsLeftIsLeft) {
             event.preventDefault();
             event.returnValue = "stay";
         });</script>)")));
-    Press(Qt::LeftButton);
+    Click(Qt::LeftButton);
     ASSERT_TRUE(browser_.Becomes(L"window.pressed", L"true"));
     EXPECT_TRUE(browser_.OpenFile(Page("b.html", "other")));
     EXPECT_EQ(browser_.Run(L"document.body.textContent"), L"\"other\"");

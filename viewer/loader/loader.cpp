@@ -10,6 +10,7 @@
 
 #include "viewer/loader/later.h"
 #include "viewer/loader/profile.h"
+#include "viewer/loader/sandbox.h"
 #include "viewer/loader/switches.h"
 #include "viewer/loader/view.h"
 #include "viewer/web_view.h"
@@ -54,7 +55,7 @@ bool CanStart() {
         qWarning("The browser needs an application that shares its OpenGL contexts");
         return false;
     }
-    return true;
+    return SandboxAllowsStart();
 }
 
 }  // namespace

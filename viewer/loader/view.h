@@ -50,11 +50,10 @@ class View final : public WebView, private WebViewSettings {
     QPointer<QWebEngineView> widget_;
     std::unique_ptr<Page> page_;
     Captures captures_;
-    // Scripts that have not answered yet, by number, and the last one before the page's document.
-    std::map<int, ScriptCompleted> scripts_;
+    std::map<int, ScriptCompleted> scripts_;  // those that have not answered yet, by number
     int lastScript_ = 0;
-    int lastScriptBeforeLoad_ = 0;
-    bool expectsLoad_ = false;  // a navigation was asked for and has not begun
+    bool expectsLoad_ = false;   // a navigation was asked for and has not begun
+    bool helperIsGone_ = false;  // and no navigation has begun since
     NavigationCompleted navigationCompleted_;
     ProcessFailed processFailed_;
     ConsoleMessage consoleMessage_;
