@@ -59,6 +59,9 @@ LINKS = {
     "vistrel-convert": ["vistrel_warnings", "vistrel_batch", "vistrel_engine", "CLI11::CLI11"],
     "vistrel_splat_drawing": ["vistrel_warnings", "Stb::stb"],
     "splat-picture": ["vistrel_warnings", "vistrel_splat_drawing", "CLI11::CLI11"],
+    "vistrel_snapshot": ["vistrel_warnings", "vistrel_engine", "vistrel_viewer", "Qt6::Widgets"],
+    "vistrel-snapshot": ["vistrel_warnings", "vistrel_snapshot", "vistrel_resources",
+                         "CLI11::CLI11"],
     "vistrel_viewer": ["vistrel_warnings", "vistrel_engine", "${CMAKE_DL_LIBS}", "Qt6::Widgets"],
 }
 
