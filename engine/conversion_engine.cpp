@@ -111,17 +111,24 @@ bool ConversionEngine::Shared::Run(const Job& job) {
     }
 }
 
-ConversionEngine::ConversionEngine(ProviderList providers)
-    : shared_(std::make_shared<Shared>()),
+ConversionEngine::ConversionEngine(std::shared_ptr<Shared> shared)
+    : shared_(std::move(shared)),
       busy(shared_->busy),
       cancelRequested(shared_->cancelRequested),
       onProgress(shared_->onProgress),
-      onFinished(shared_->onFinished) {
+      onFinished(shared_->onFinished) {}
+
+ConversionEngine::ConversionEngine(ProviderList providers)
+    : ConversionEngine(std::make_shared<Shared>()) {
     shared_->providers = std::move(providers);
     GiveBackLargeBuffers();
 }
 
 ConversionEngine::~ConversionEngine() = default;
+
+std::unique_ptr<ConversionEngine> ConversionEngine::Share() const {
+    return std::unique_ptr<ConversionEngine>(new ConversionEngine(shared_));
+}
 
 bool ConversionEngine::Run(const std::wstring& modelPath, const std::wstring& inputPath,
                            const std::wstring& outputPath, float keepRatio,

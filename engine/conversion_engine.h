@@ -27,6 +27,8 @@ class ConversionEngine {
     struct Shared;
     std::shared_ptr<Shared> shared_;  // constant after construction; holds what follows
 
+    explicit ConversionEngine(std::shared_ptr<Shared> shared);
+
   public:
     // `providers` tells the session which execution providers there are. The first engine sets, for
     // the whole process, that the memory of large buffers goes back to the system when they are
@@ -35,6 +37,10 @@ class ConversionEngine {
     ~ConversionEngine();
     ConversionEngine(const ConversionEngine&) = delete;
     ConversionEngine& operator=(const ConversionEngine&) = delete;
+
+    // Another engine with the same state: callbacks, flags and providers are one and the same. For
+    // a thread of the client's own that may outlive the client's engine.
+    [[nodiscard]] std::unique_ptr<ConversionEngine> Share() const;
 
     // True while a run of StartAsync goes on; a synchronous Run neither reads nor sets it. Stays
     // true when StartAsync could not create the output folder.

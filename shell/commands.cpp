@@ -1,10 +1,7 @@
 // What the main window does on commands and keys.
-#include <QApplication>
-#include <QComboBox>
-#include <QLineEdit>
-#include <QPlainTextEdit>
-#include <QTextEdit>
+#include <Qt>
 
+#include "shell/key_filter.h"
 #include "shell/main_window.h"
 #include "shell/main_window_parts.h"
 
@@ -14,16 +11,6 @@ namespace {
 constexpr double kFirstFocus = 0.0;
 constexpr double kFirstDepth = 30.0;
 
-// The list that a combo box drops down belongs to it.
-bool TakesKeys(const QWidget* focused) {
-    for (const QWidget* widget = focused; widget != nullptr; widget = widget->parentWidget()) {
-        if (qobject_cast<const QComboBox*>(widget) != nullptr) return true;
-    }
-    return qobject_cast<const QLineEdit*>(focused) != nullptr ||
-           qobject_cast<const QTextEdit*>(focused) != nullptr ||
-           qobject_cast<const QPlainTextEdit*>(focused) != nullptr;
-}
-
 int StereoModeOf(ControlId id) {
     return static_cast<int>(id) - static_cast<int>(ControlId::MenuFirstStereoMode);
 }
@@ -31,7 +18,7 @@ int StereoModeOf(ControlId id) {
 }  // namespace
 
 void MainWindow::OnKeyDown(int key) {
-    if (TakesKeys(QApplication::focusWidget())) return;
+    if (FocusTakesKeys()) return;
     switch (key) {
         case Qt::Key_Return:
         case Qt::Key_Enter:

@@ -12,7 +12,8 @@ namespace vistrel {
 
 std::optional<std::wstring> DroppedFile(const QMimeData& dropped) {
     for (const QUrl& url : dropped.urls()) {
-        if (!url.isLocalFile()) continue;
+        const bool ofThisHost = url.host().isEmpty() || url.host() == "localhost";
+        if (!url.isLocalFile() || !ofThisHost) continue;
         // Byte for byte: a QString cannot hold every name of a file.
         const QByteArray name =
             QByteArray::fromPercentEncoding(url.path(QUrl::FullyEncoded).toLatin1());

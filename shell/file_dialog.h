@@ -13,7 +13,7 @@ namespace vistrel {
 struct FileQuestion {
     bool save = false;    // else a file is opened, which must exist
     QStringList filters;  // "Name (*.a *.b)"; only the name is shown, capitals match too
-    std::wstring folder;  // the one to begin in; empty: where the last dialog was
+    std::wstring folder;  // the one to begin in; empty: the current one
     std::wstring file;    // proposal: a name or a whole path, whose folder then counts
     QString suffix;       // appended to a name without a dot
 };

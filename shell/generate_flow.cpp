@@ -147,8 +147,6 @@ void GenerateFlow::OnDone(const WindowMessage& message) {
     const std::wstring& text = *message.Text();
     sidebar_.generate->setEnabled(true);
     if (message.Value() == 0) {
-        settings_.isSharpMode = true;
-        sidebar_.SetViewMode(true);
         sidebar_.generateStatus->setText(FromWide(WithSeconds(27, ElapsedSeconds())));
         if (onScene) onScene(text);
     } else {

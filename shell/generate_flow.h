@@ -25,7 +25,7 @@ class GenerateFlow {
 
     // The photograph to convert; empty: none.
     std::wstring inputImagePath;
-    // Receives the finished scene, for which SHARP mode has been chosen.
+    // Receives the finished scene, which is to be shown in SHARP mode; the settings are saved next.
     std::function<void(const std::wstring& path)> onScene;
     // Nanoseconds of a monotonic clock; a test sets its own.
     std::function<std::int64_t()> clock;

@@ -40,6 +40,8 @@ bool IsA(const QWidget* widget) {
     return ((qobject_cast<const Kinds*>(widget) != nullptr) || ...);
 }
 
+}  // namespace
+
 bool FocusTakesKeys() {
     const QWidget* focus = QApplication::focusWidget();
     if (IsA<QLineEdit, QTextEdit, QPlainTextEdit, QAbstractSpinBox>(focus)) return true;
@@ -48,8 +50,6 @@ bool FocusTakesKeys() {
         if (IsA<QComboBox>(focus)) return true;
     return false;
 }
-
-}  // namespace
 
 KeyFilter::KeyFilter(std::shared_ptr<Mailbox> window) : window_(std::move(window)) {
     QCoreApplication::instance()->installEventFilter(this);

@@ -8,6 +8,10 @@ namespace vistrel {
 
 class Mailbox;
 
+// Whether the control with the focus has a use of its own for keys: text is typed there, or it is a
+// combo box or the list that it has dropped down. Thread of the event loop.
+[[nodiscard]] bool FocusTakesKeys();
+
 // C, Q, S, X, F11 and Enter, which counts as F11: whatever control, menu or dialog has the focus,
 // the key goes to the window (kKeyDownMessage with the Qt::Key) and to nothing else, each
 // repetition of a held key too. Where text is typed and in combo boxes keys have their usual

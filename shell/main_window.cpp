@@ -86,12 +86,9 @@ void MainWindow::OnCreate() {
     parts_->client->installEventFilter(this);
     connect(qApp, &QCoreApplication::aboutToQuit, this, [this] { Destroy(); });
 
+    parts_->generate.providers = parts_->services.providers;
     parts_->sidebar->onCommand = [this](ControlId id, int value) { OnCommand(id, value); };
-    parts_->generate.onScene = [this](const std::wstring& path) {
-        parts_->settings.isSharpMode = true;
-        parts_->sidebar->SetViewMode(true);
-        LoadScene(path);
-    };
+    parts_->generate.onScene = [this](const std::wstring& path) { LoadScene(path); };
     parts_->download.onModel = [this] { UpdateModelDisplay(); };
 
     UpdateViewerControls();

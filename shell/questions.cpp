@@ -52,10 +52,17 @@ QUrl AddressOf(const std::filesystem::path& file) {
 QuestionDialogs::QuestionDialogs(QWidget* owner)
     : openAddress(QDesktopServices::openUrl), isJapaneseUser(IsJapaneseUser), owner_(owner) {}
 
+std::optional<std::wstring> QuestionDialogs::Ask(FileQuestion question) {
+    if (question.folder.empty()) question.folder = lastFolder_;
+    std::optional<std::wstring> chosen = AskFile(owner_, question);
+    if (chosen) lastFolder_ = FromPath(ToPath(*chosen).parent_path());
+    return chosen;
+}
+
 std::optional<std::wstring> QuestionDialogs::AskPhotographOrScene() {
     FileQuestion question;
     question.filters = PhotographAndSceneFilters(isJapaneseUser());
-    return AskFile(owner_, question);
+    return Ask(question);
 }
 
 std::optional<std::wstring> QuestionDialogs::AskModel(const std::wstring& modelPath) {
@@ -68,7 +75,7 @@ std::optional<std::wstring> QuestionDialogs::AskModel(const std::wstring& modelP
         std::filesystem::create_directories(folder, ignored);
         question.folder = FromPath(folder);
     }
-    return AskFile(owner_, question);
+    return Ask(question);
 }
 
 std::optional<std::wstring> QuestionDialogs::AskPictureToSave() {
@@ -77,7 +84,7 @@ std::optional<std::wstring> QuestionDialogs::AskPictureToSave() {
     question.filters = {"PNG Image (*.png)", "JPEG Image (*.jpg)"};
     question.file = L"rendering.png";
     question.suffix = "png";
-    return AskFile(owner_, question);
+    return Ask(question);
 }
 
 std::optional<std::wstring> QuestionDialogs::AskSceneToSave(const std::wstring& proposal,
@@ -88,7 +95,7 @@ std::optional<std::wstring> QuestionDialogs::AskSceneToSave(const std::wstring& 
     question.folder = folder;
     question.file = proposal;
     question.suffix = "ply";
-    return AskFile(owner_, question);
+    return Ask(question);
 }
 
 bool QuestionDialogs::AskWhetherToDownload() {

@@ -12,6 +12,8 @@ class QWidget;
 
 namespace vistrel {
 
+struct FileQuestion;
+
 // Thread of the event loop. Each call returns when the user has answered; nothing means cancelled,
 // or that the program ends.
 class Questions {
@@ -52,7 +54,10 @@ class QuestionDialogs : public Questions {
     void OpenHelp(const std::wstring& appDir) override;
 
   private:
+    std::optional<std::wstring> Ask(FileQuestion question);
+
     QPointer<QWidget> owner_;
+    std::wstring lastFolder_;  // of the file that was chosen last; empty before
 };
 
 }  // namespace vistrel

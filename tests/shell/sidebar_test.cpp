@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QComboBox>
 #include <QFontMetrics>
@@ -13,8 +14,10 @@
 #include <QRect>
 #include <QSlider>
 #include <QTest>
+#include <limits>
 #include <map>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "shell/look.h"
@@ -263,6 +266,7 @@ TEST_F(SidebarTest, FocusIsSeenOnEveryControlThatTakesIt) {
     sidebar->ShowViewerControls(true);
     sidebar->show();
     sidebar->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(sidebar.get()));
     for (const int id : {1002, 1003, 1011, 1012, 1032, 1033, 1036, 1041, 1044, 1046, 1048, 1049}) {
         QWidget* const control = Find(id);
         Find(1050)->setFocus();
@@ -278,6 +282,7 @@ TEST_F(SidebarTest, TabGoesFromTopToBottom) {
     sidebar->ShowViewerControls(true);
     sidebar->show();
     sidebar->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(sidebar.get()));
     Find(1003)->setFocus();
     std::vector<int> order;
     for (int i = 0; i < 15; ++i) {
@@ -335,11 +340,11 @@ TEST_P(SidebarLanguageTest, NoEntryOfAComboIsCutOff) {
 
 TEST_P(SidebarLanguageTest, StatusTextsFitIntoTheirLabels) {
     Make();
-    for (const std::size_t slot : {26, 27, 29, 30}) {
+    for (const unsigned slot : {26U, 27U, 29U, 30U}) {
         sidebar->generateStatus->setText(QString::fromWCharArray(Text(slot)));
         EXPECT_TRUE(dynamic_cast<const TextLabel&>(*sidebar->generateStatus).Fits()) << slot;
     }
-    for (const std::size_t slot : {23, 24}) {
+    for (const unsigned slot : {23U, 24U}) {
         sidebar->downloadStatus->setText(QString::fromWCharArray(Text(slot)));
         EXPECT_TRUE(dynamic_cast<const TextLabel&>(*sidebar->downloadStatus).Fits()) << slot;
     }
@@ -347,10 +352,10 @@ TEST_P(SidebarLanguageTest, StatusTextsFitIntoTheirLabels) {
 
 TEST_P(SidebarLanguageTest, TextsAreThoseOfTheTable) {
     Make();
-    const std::map<int, std::size_t> slots = {
+    const std::map<int, std::size_t> texts = {
         {1003, 63}, {1010, 0}, {1013, 44}, {1030, 1},  {1031, 3},  {1032, 4},  {1035, 5}, {1033, 8},
         {1040, 2},  {1041, 9}, {1042, 10}, {1043, 11}, {1049, 14}, {1050, 15}, {1051, 16}};
-    for (const auto& [id, slot] : slots) {
+    for (const auto& [id, slot] : texts) {
         EXPECT_EQ(Find(id)->property("text").toString(), QString::fromWCharArray(Text(slot))) << id;
     }
     for (int i = 0; i < 6; ++i) {

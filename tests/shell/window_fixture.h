@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -40,10 +41,7 @@ class FakeQuestions : public Questions {
     std::function<void()> whileAsking;
 };
 
-// Waits for a condition that the event loop brings about; false after too long a time.
-[[nodiscard]] bool WaitUntil(const std::function<bool()>& condition);
-
-// The widget or menu item with this number; a failure where there is none.
+// As what a widget or menu item is found.
 [[nodiscard]] QString NameOf(ControlId id);
 
 class WindowTest : public testing::Test {

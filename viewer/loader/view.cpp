@@ -4,6 +4,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonValue>
+#include <QRect>
 #include <QVariant>
 #include <QWebEngineSettings>
 #include <QWebEngineView>
@@ -69,7 +70,9 @@ View::View(QWidget& host, std::shared_ptr<Profile> profile)
     widget_->setPage(page_.get());
     page_->SetConsole([this](const QString& line) { OnConsoleLine(line); });
     QObject::connect(page_.get(), &QWebEnginePage::loadStarted, page_.get(),
-                     [this] { lastScriptBeforeLoad_ = lastScript_; });
+                     [this] { OnLoadStarted(); });
+    QObject::connect(page_.get(), &QWebEnginePage::urlChanged, page_.get(),
+                     [this] { OnAddressChanged(); });
     QObject::connect(page_.get(), &QWebEnginePage::loadFinished, page_.get(),
                      [this](bool success) { OnLoadFinished(success); });
     QObject::connect(page_.get(), &QWebEnginePage::renderProcessTerminated, page_.get(),
@@ -86,9 +89,18 @@ View::~View() {
     delete widget_;
 }
 
+void View::SetBounds(const QRect& bounds) {
+    if (widget_) widget_->setGeometry(bounds);
+}
+
+void View::SetVisible(bool visible) {
+    if (widget_) widget_->setVisible(visible);
+}
+
 void View::Navigate(const std::wstring& url) {
     const QUrl address = AddressOf(url);
     if (IsLocal(address)) {
+        expectsLoad_ = true;
         page_->load(address);
     } else {
         OnLoadFinished(false);
@@ -98,10 +110,16 @@ void View::Navigate(const std::wstring& url) {
 void View::ExecuteScript(const std::wstring& script, ScriptCompleted completed) {
     const int number = ++lastScript_;
     scripts_.emplace(number, std::move(completed));
+    if (helperIsGone_) {
+        CompleteScript(number, false, {});
+        return;
+    }
     page_->runJavaScript(QString::fromStdWString(WithEncodedBytes(script)),
                          [this, number, page = QPointer<Page>(page_.get())](const QVariant& value) {
                              // A page that is being destroyed answers too.
-                             if (page && page_.get() == page) CompleteScript(number, true, value);
+                             if (!page || page_.get() != page) return;
+                             FailScripts(number - 1);  // they answer in their order
+                             CompleteScript(number, true, value);
                          });
 }
 
@@ -133,9 +151,20 @@ void View::SetDefaultScriptDialogsEnabled(bool enabled) {
 void View::SetStatusBarEnabled(bool /*enabled*/) {}
 void View::SetWebMessageEnabled(bool /*enabled*/) {}
 
+void View::OnLoadStarted() {
+    expectsLoad_ = false;
+    helperIsGone_ = false;
+}
+
+void View::OnAddressChanged() {
+    // Nothing is loaded when only what stands behind the "#" is another.
+    if (expectsLoad_) OnLoadFinished(true);
+}
+
 void View::OnLoadFinished(bool success) {
-    // Scripts that were sent to the document before this one will not answer any more.
-    FailScripts(lastScriptBeforeLoad_);
+    expectsLoad_ = false;
+    // Scripts that were sent to the document before this one may have been lost with it.
+    if (!scripts_.empty()) ExecuteScript(L"", {});
     later_.Post([this, success] {
         const NavigationCompleted handler = navigationCompleted_;
         if (handler) handler(success);
@@ -143,6 +172,7 @@ void View::OnLoadFinished(bool success) {
 }
 
 void View::OnProcessEnded(QWebEnginePage::RenderProcessTerminationStatus status, int exitCode) {
+    helperIsGone_ = true;
     FailScripts(lastScript_);
     captures_.FinishAll();
     const QString reason = QStringLiteral("The page's process %1 with exit code %2")

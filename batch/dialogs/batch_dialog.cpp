@@ -1,0 +1,226 @@
+#include "batch/dialogs/batch_dialog.h"
+
+#include <QFileDialog>
+#include <chrono>
+#include <system_error>
+#include <utility>
+
+#include "batch/dialogs/batch_messages.h"
+#include "batch/dialogs/batch_worker.h"
+#include "batch/dialogs/conflict_dialog.h"
+#include "batch/dialogs/dialog_form.h"
+#include "shell/mailbox.h"
+#include "shell/settings.h"
+#include "shell/ui_text.h"
+#include "ui_batch_dialog.h"
+
+namespace vistrel {
+namespace {
+
+constexpr std::size_t kCaption = 45;
+constexpr std::size_t kInputLabel = 46;
+constexpr std::size_t kStart = 48;
+constexpr std::size_t kCancel = 49;
+constexpr std::size_t kBrowse = 50;
+constexpr std::size_t kReady = 51;
+constexpr std::size_t kProcessing = 52;
+constexpr std::size_t kComplete = 53;
+constexpr std::size_t kCancelled = 54;
+constexpr std::size_t kCancelPending = 55;
+constexpr std::size_t kClose = 56;
+constexpr std::size_t kElapsed = 62;
+
+constexpr int kClosed = 1;
+constexpr std::chrono::seconds kTimerPeriod(1);
+constexpr std::size_t kStatusCharacters = 256;
+
+// Number of the file that the last progress report of any batch was about.
+int gLastCurrent = -1;
+
+std::int64_t SteadyNanoseconds() {
+    return std::chrono::steady_clock::now().time_since_epoch() / std::chrono::nanoseconds(1);
+}
+
+// Puts `value` where `place` stands first.
+std::wstring Filled(std::wstring text, std::wstring_view place, std::wstring_view value) {
+    const std::size_t position = text.find(place);
+    return position == std::wstring::npos ? text : text.replace(position, place.size(), value);
+}
+
+// The name goes in last: it may hold anything.
+QString ProcessingStatus(const BatchProgressInfo& info) {
+    std::wstring text = Filled(Text(kProcessing), L"%d", std::to_wstring(info.current));
+    text = Filled(std::move(text), L"%d", std::to_wstring(info.total));
+    text = Filled(std::move(text), L"%s", info.fileName);
+    return QString::fromStdWString(text.substr(0, kStatusCharacters));
+}
+
+// What the user sees in `edit` counts. Where it shows `folder`, `folder` stays: bytes that are no
+// text get lost on the way through the edit.
+void ReadFolder(const QLineEdit& edit, std::wstring& folder) {
+    if (edit.text() != QString::fromStdWString(folder)) folder = edit.text().toStdWString();
+}
+
+}  // namespace
+
+BatchDialog::BatchDialog(QWidget* owner, ConversionEngine* engine, const AppSettings* settings)
+    : QDialog(owner),
+      clock(SteadyNanoseconds),
+      engine_(engine),
+      settings_(settings),
+      mailbox_(Mailbox::Make(this)),
+      form_(std::make_unique<Ui::BatchForm>()),
+      outputFolder_(settings->outputDir) {
+    askFolder = [this](const std::wstring& title) -> std::optional<std::wstring> {
+        const QString folder = QFileDialog::getExistingDirectory(
+            this, QString::fromStdWString(title), {}, QFileDialog::ShowDirsOnly);
+        if (folder.isEmpty()) return std::nullopt;
+        return folder.toStdWString();
+    };
+    SetUpForm();
+    connect(form_->inputBrowse, &QPushButton::clicked, this, [this] { OnBrowse(true); });
+    connect(form_->outputBrowse, &QPushButton::clicked, this, [this] { OnBrowse(false); });
+    connect(form_->start, &QPushButton::clicked, this, [this] { OnStart(); });
+    connect(form_->cancel, &QPushButton::clicked, this, [this] { OnCancel(); });
+    connect(form_->close, &QPushButton::clicked, this, [this] { done(kClosed); });
+    connect(&timer_, &QTimer::timeout, this, [this] { ShowElapsed(); });
+}
+
+BatchDialog::~BatchDialog() {
+    mailbox_->Close();
+    if (running_) {
+        batch_->converter.cancelRequested.exchange(true);
+        engine_->cancelRequested.exchange(true);
+    }
+}
+
+// The label of the output folder keeps the form's text, in every language, and so does the elapsed
+// time until the timer first ticks.
+void BatchDialog::SetUpForm() {
+    form_->setupUi(this);
+    PrepareDialog(*this);
+    setWindowTitle(UiString(kCaption));
+    form_->inputLabel->setText(UiString(kInputLabel));
+    form_->status->setText(UiString(kReady));
+    form_->output->setText(QString::fromStdWString(outputFolder_));
+    SetButtonText(*form_->inputBrowse, kBrowse);
+    SetButtonText(*form_->outputBrowse, kBrowse);
+    SetButtonText(*form_->start, kStart);
+    SetButtonText(*form_->cancel, kCancel);
+    SetControlId(*form_->input, BatchControlId::Input);
+    SetControlId(*form_->inputBrowse, BatchControlId::InputBrowse);
+    SetControlId(*form_->output, BatchControlId::Output);
+    SetControlId(*form_->outputBrowse, BatchControlId::OutputBrowse);
+    SetControlId(*form_->progress, BatchControlId::Progress);
+    SetControlId(*form_->status, BatchControlId::Status);
+    SetControlId(*form_->elapsed, BatchControlId::Elapsed);
+    SetControlId(*form_->start, BatchControlId::Start);
+    SetControlId(*form_->cancel, BatchControlId::Cancel);
+    SetControlId(*form_->close, BatchControlId::Close);
+}
+
+void BatchDialog::OnBrowse(bool input) {
+    const std::optional<std::wstring> folder = askFolder(Text(kBrowse));
+    if (!folder) return;
+    (input ? inputFolder_ : outputFolder_) = *folder;
+    (input ? form_->input : form_->output)->setText(QString::fromStdWString(*folder));
+}
+
+void BatchDialog::OnStart() {
+    if (running_) return;
+    ReadFolder(*form_->input, inputFolder_);
+    ReadFolder(*form_->output, outputFolder_);
+    if (inputFolder_.empty() || outputFolder_.empty()) return;
+
+    startTime_ = clock();
+    timer_.start(kTimerPeriod);
+    SetRunning(true);
+    // A new one: the thread of the last batch may not quite have left its own yet.
+    batch_ = std::make_shared<SharedBatch>(*engine_);
+    ReportTo(batch_->converter, mailbox_);
+    try {
+        StartBatchWorker({batch_, settings_->modelPath, inputFolder_, outputFolder_,
+                          settings_->executionProvider});
+    } catch (const std::system_error& error) {
+        OnFinished({.errorMessage = QString::fromLocal8Bit(error.what()).toStdWString()});
+    }
+}
+
+bool BatchDialog::AnyRunning() {
+    return IsBatchWorkerRunning();
+}
+
+// Esc and the close box.
+void BatchDialog::reject() {
+    OnCancel();
+}
+
+void BatchDialog::OnCancel() {
+    if (!running_) {
+        done(kDialogCancelled);
+        return;
+    }
+    form_->status->setText(UiString(kCancelPending));
+    batch_->converter.cancelRequested.exchange(true);
+    engine_->cancelRequested.exchange(true);
+}
+
+void BatchDialog::customEvent(QEvent* event) {
+    switch (static_cast<int>(event->type())) {
+        case kBatchProgressMessage:
+            OnProgress(static_cast<BatchReportMessage*>(event)->Info());
+            break;
+        case kBatchFinishedMessage:
+            OnFinished(static_cast<BatchReportMessage*>(event)->Info());
+            break;
+        case kBatchConflictMessage:
+            static_cast<BatchConflictMessage*>(event)->Answer(AskConflictPolicy(this));
+            break;
+        default:
+            break;
+    }
+}
+
+void BatchDialog::OnProgress(const BatchProgressInfo& info) {
+    if (info.current != gLastCurrent) {
+        startTime_ = clock();
+        gLastCurrent = info.current;
+    }
+    form_->status->setText(ProcessingStatus(info));
+    ShowElapsed();
+    form_->progress->setValue(
+        info.total >= 1 ? static_cast<int>(std::int64_t{info.current} * 100 / info.total) : 0);
+}
+
+void BatchDialog::OnFinished(const BatchProgressInfo& info) {
+    timer_.stop();
+    SetRunning(false);
+    SetButtonText(*form_->close, kClose);
+    if (info.cancelled) {
+        form_->status->setText(UiString(kCancelled));
+    } else if (info.completed) {
+        form_->status->setText(UiString(kComplete));
+        form_->progress->setValue(form_->progress->maximum());
+    }
+}
+
+void BatchDialog::SetRunning(bool running) {
+    running_ = running;
+    // The focus is not to go from the start button, as it is disabled, to the one that cancels:
+    // a second Enter would press that.
+    if (running) form_->input->setFocus();
+    form_->start->setEnabled(!running);
+    form_->inputBrowse->setEnabled(!running);
+    form_->outputBrowse->setEnabled(!running);
+    form_->close->setVisible(!running);
+    form_->cancel->setVisible(running);
+}
+
+void BatchDialog::ShowElapsed() {
+    if (!running_) return;
+    const std::int64_t seconds = (clock() - startTime_) / 1'000'000'000;
+    form_->elapsed->setText(
+        QString::fromStdWString(Filled(Text(kElapsed), L"%d", std::to_wstring(seconds))));
+}
+
+}  // namespace vistrel

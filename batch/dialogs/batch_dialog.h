@@ -1,0 +1,71 @@
+// The dialog in which the user converts a folder of photographs.
+#pragma once
+
+#include <QDialog>
+#include <QTimer>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "batch/batch_converter.h"
+
+namespace vistrel {
+
+struct AppSettings;
+struct SharedBatch;
+class Mailbox;
+
+namespace Ui {
+class BatchForm;
+}
+
+// Thread of the event loop; exec() shows it. While a batch runs the dialog does not close; should
+// the program end all the same, the batch's thread stops after its file and touches nothing of what
+// has gone. End the event loop with QCoreApplication::exit: quit() asks every window to close, and
+// this one would refuse.
+class BatchDialog : public QDialog {
+  public:
+    // `engine` and `settings` outlive the dialog. The batch takes the place of the engine's
+    // onProgress; its onFinished hears of every file, on the batch's thread.
+    BatchDialog(QWidget* owner, ConversionEngine* engine, const AppSettings* settings);
+    ~BatchDialog() override;
+
+    // Lets the user choose a folder, nothing: cancelled. A test answers in the user's place.
+    std::function<std::optional<std::wstring>(const std::wstring& title)> askFolder;
+    // Nanoseconds of a monotonic clock; a test sets its own.
+    std::function<std::int64_t()> clock;
+
+    void OnStart();
+
+    // Whether the thread of some batch is still there, which nobody waits for.
+    [[nodiscard]] static bool AnyRunning();
+
+    void reject() override;
+
+  protected:
+    void customEvent(QEvent* event) override;
+
+  private:
+    void SetUpForm();
+    void OnBrowse(bool input);
+    void OnCancel();
+    void OnProgress(const BatchProgressInfo& info);
+    void OnFinished(const BatchProgressInfo& info);
+    void SetRunning(bool running);
+    void ShowElapsed();
+
+    ConversionEngine* engine_;
+    const AppSettings* settings_;
+    std::shared_ptr<SharedBatch> batch_;  // the last one that was started; null before
+    std::shared_ptr<Mailbox> mailbox_;
+    std::unique_ptr<Ui::BatchForm> form_;
+    std::wstring inputFolder_;
+    std::wstring outputFolder_;
+    bool running_ = false;
+    std::int64_t startTime_ = 0;  // of what "Elapsed" counts from, by `clock`
+    QTimer timer_;
+};
+
+}  // namespace vistrel

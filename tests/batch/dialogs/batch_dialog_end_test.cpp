@@ -1,0 +1,93 @@
+// The program ends while a batch runs, or there is no thread for one.
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <pthread.h>
+
+#include <atomic>
+#include <cerrno>
+
+#include "tests/batch/dialogs/dialog_fixture.h"
+
+namespace {
+
+std::atomic<bool> gNoThreads = false;
+
+}  // namespace
+
+// A machine that has no thread left, once a test says so.
+extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
+                              void* (*routine)(void*), void* argument) {
+    static const auto real =
+        reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));
+    return gNoThreads ? EAGAIN : real(thread, attributes, routine, argument);
+}
+
+namespace vistrel {
+namespace {
+
+class BatchDialogEnd : public test::DialogFixture {};
+
+TEST_F(BatchDialogEnd, DialogThatGoesAsksTheBatchToStop) {
+    StartAndHold(3);
+    engine_->cancelRequested = false;
+    dialog_.reset();
+    EXPECT_TRUE(engine_->cancelRequested);
+    EXPECT_TRUE(BatchDialog::AnyRunning());
+    gate_->Open();
+    EXPECT_TRUE(WaitFor([] { return !BatchDialog::AnyRunning(); }));
+    EXPECT_EQ(OutputCount(), 1U);
+}
+
+TEST_F(BatchDialogEnd, BatchOutlivesTheDialogAndTheEngine) {
+    StartAndHold(2);
+    dialog_.reset();
+    engine_.reset();
+    gate_->Open();
+    EXPECT_TRUE(WaitFor([] { return !BatchDialog::AnyRunning(); }));
+    EXPECT_EQ(OutputCount(), 1U);
+}
+
+TEST_F(BatchDialogEnd, EventLoopThatEndsLetsTheDialogGo) {
+    AddPictures(2);
+    gate_->Hold();
+    Start();
+    gate_->WaitForSomebody();
+    QTimer::singleShot(0, [] { QCoreApplication::exit(0); });
+    dialog_->exec();
+    EXPECT_TRUE(BatchDialog::AnyRunning());
+}
+
+TEST_F(BatchDialogEnd, QuestionThatNobodyCanAnswerAnyMoreCancelsTheBatch) {
+    AddPictures(1);
+    folder_.Write("out/a0.ply", "former scene");
+    Start();
+    dialog_.reset();
+    EXPECT_TRUE(WaitFor([] { return !BatchDialog::AnyRunning(); }));
+    EXPECT_EQ(test::ReadFile(folder_ / "out/a0.ply"), "former scene");
+}
+
+TEST_F(BatchDialogEnd, EventLoopThatEndsWhileTheQuestionIsOpenCancelsTheBatch) {
+    AddPictures(1);
+    folder_.Write("out/a0.ply", "former scene");
+    WhenAsked([](ConflictDialog&) { QCoreApplication::exit(0); });
+    Start();
+    dialog_->exec();
+    dialog_.reset();
+    EXPECT_TRUE(WaitFor([] { return !BatchDialog::AnyRunning(); }));
+    EXPECT_EQ(test::ReadFile(folder_ / "out/a0.ply"), "former scene");
+}
+
+TEST_F(BatchDialogEnd, WithoutAThreadTheBatchIsOverAtOnce) {
+    AddPictures(1);
+    gNoThreads = true;
+    Start();
+    gNoThreads = false;
+    EXPECT_FALSE(BatchDialog::AnyRunning());
+    EXPECT_TRUE(Button(BatchControlId::Start)->isEnabled());
+    EXPECT_FALSE(Button(BatchControlId::Close)->isHidden());
+    EXPECT_EQ(Status(), L"Ready");
+    EXPECT_EQ(OutputCount(), 0U);
+}
+
+}  // namespace
+}  // namespace vistrel
