@@ -63,6 +63,9 @@ LINKS = {
     "vistrel_splat_drawing": ["vistrel_warnings", "Stb::stb"],
     "vistrel_loader": ["vistrel_warnings", "Qt6::WebEngineWidgets"],
     "splat-picture": ["vistrel_warnings", "vistrel_splat_drawing", "CLI11::CLI11"],
+    "vistrel_snapshot": ["vistrel_warnings", "vistrel_engine", "vistrel_viewer", "Qt6::Widgets"],
+    "vistrel-snapshot": ["vistrel_warnings", "vistrel_snapshot", "vistrel_resources",
+                         "CLI11::CLI11"],
     "vistrel_viewer": ["vistrel_warnings", "vistrel_engine", "${CMAKE_DL_LIBS}", "Qt6::Widgets"],
 }
 
