@@ -60,6 +60,9 @@ LINKS = {
     "vistrel-convert": ["vistrel_warnings", "vistrel_batch", "vistrel_engine", "CLI11::CLI11"],
     "vistrel_splat_drawing": ["vistrel_warnings", "Stb::stb"],
     "splat-picture": ["vistrel_warnings", "vistrel_splat_drawing", "CLI11::CLI11"],
+    "vistrel_shell": ["vistrel_warnings", "vistrel_download", "vistrel_engine", "vistrel_files",
+                      "vistrel_viewer", "Qt6::Widgets"],
+    "vistrel": ["vistrel_warnings", "vistrel_batch_dialogs", "vistrel_resources", "vistrel_shell"],
     "vistrel_viewer": ["vistrel_warnings", "vistrel_engine", "${CMAKE_DL_LIBS}", "Qt6::Widgets"],
 }
 
