@@ -2,8 +2,11 @@
 
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QHeaderView>
 #include <QMessageBox>
 #include <QPointer>
+#include <QSize>
+#include <QTreeView>
 #include <filesystem>
 #include <system_error>
 
@@ -15,6 +18,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr QSize kSize(860, 540);
+
 QString Shown(const fs::path& path) {
     return FromWide(FromPath(path));
 }
@@ -25,6 +30,11 @@ class Dialog : public QFileDialog {
         setOption(DontUseNativeDialog);
         setOption(HideNameFilterDetails);
         setOption(DontConfirmOverwrite);  // asked below
+        resize(kSize);
+        // Names and dates are to be read whole.
+        QHeaderView* columns = findChild<QTreeView*>()->header();
+        columns->setSectionResizeMode(QHeaderView::ResizeToContents);
+        columns->setSectionResizeMode(0, QHeaderView::Stretch);
     }
 
     [[nodiscard]] std::wstring Chosen() const {

@@ -7,12 +7,12 @@
 #include <optional>
 #include <string>
 
-#include "shell/file_dialog.h"
-
 class QUrl;
 class QWidget;
 
 namespace vistrel {
+
+struct FileQuestion;
 
 // Thread of the event loop. Each call returns when the user has answered; nothing means cancelled,
 // or that the program ends.

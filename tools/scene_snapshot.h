@@ -25,7 +25,7 @@ struct SnapshotRequest {
 
 // Shows the scene in a window of the picture's size and returns the picture as a PNG file's bytes,
 // as soon as it has become what it stays. Runs the event loop meanwhile. Throws std::runtime_error
-// with the reason when there is no picture, also when the application quits. Thread of the event
+// with the reason when there is no picture, also when the application exits. Thread of the event
 // loop; `factory` must not be empty.
 [[nodiscard]] std::vector<std::byte> TakeSnapshot(const SnapshotRequest& request,
                                                   EnvironmentFactory factory);

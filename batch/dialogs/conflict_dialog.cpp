@@ -29,6 +29,7 @@ ConflictDialog::ConflictDialog(QWidget* owner) : QDialog(owner) {
     add(*form.overwrite, BatchControlId::ConflictOverwrite, kOverwrite);
     add(*form.rename, BatchControlId::ConflictRename, kRename);
     add(*form.cancel, BatchControlId::ConflictCancel, kCancel);
+    UseSmallestLetters({form.overwrite, form.rename, form.cancel});
 }
 
 void ConflictDialog::reject() {

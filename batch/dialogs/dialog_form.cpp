@@ -14,7 +14,7 @@ namespace {
 
 constexpr int kFontPixels = 12;  // 9 points
 constexpr int kSmallestFontPixels = 7;
-constexpr int kLeastMargin = 5;
+constexpr int kLeastMargin = 3;
 
 // Some styles let the text reach the button's edge.
 int RoomForText(const QPushButton& button) {
@@ -52,6 +52,13 @@ void SetButtonText(QPushButton& button, std::size_t slot) {
         if (QFontMetrics(font).horizontalAdvance(text) <= room) break;
     }
     button.setFont(font);
+}
+
+void UseSmallestLetters(std::initializer_list<QPushButton*> buttons) {
+    const QFont smallest = (*std::ranges::min_element(buttons, {}, [](const QPushButton* button) {
+                               return button->font().pixelSize();
+                           }))->font();
+    for (QPushButton* button : buttons) button->setFont(smallest);
 }
 
 }  // namespace vistrel

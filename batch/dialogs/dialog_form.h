@@ -1,7 +1,8 @@
 // What both dialogs do with their forms.
 #pragma once
 
-#include <string_view>
+#include <cstddef>
+#include <initializer_list>
 
 #include "batch/dialogs/batch_control_id.h"
 
@@ -24,5 +25,8 @@ void SetControlId(QWidget& control, BatchControlId id);
 
 // Shows the text in `slot` in letters small enough for the button's width.
 void SetButtonText(QPushButton& button, std::size_t slot);
+
+// Buttons that stand in a row look alike.
+void UseSmallestLetters(std::initializer_list<QPushButton*> buttons);
 
 }  // namespace vistrel

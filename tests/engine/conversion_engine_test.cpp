@@ -6,6 +6,7 @@
 #include <cstring>
 #include <filesystem>
 #include <future>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -217,6 +218,20 @@ TEST_F(ConversionEngineTest, SuccessCallbackThatThrowsTurnsTheRunIntoAFailure) {
     EXPECT_FALSE(Run(GoodModel()));
     EXPECT_EQ(Failure(), L"window gone");
     EXPECT_TRUE(std::filesystem::exists(output_));
+}
+
+TEST_F(ConversionEngineTest, SharedEngineIsTheSameAndMayOutliveTheFirst) {
+    std::unique_ptr<ConversionEngine> shared;
+    {
+        ConversionEngine first([] { return std::vector<std::string>{"OnlyOne"}; });
+        shared = first.Share();
+        first.onFinished = engine_.onFinished;
+        shared->cancelRequested = true;
+        EXPECT_TRUE(first.cancelRequested);
+    }
+    EXPECT_FALSE(shared->Run(GoodModel(), FromPath(photo_), FromPath(output_), kKeepAll,
+                             ExecutionProvider::Cuda));
+    EXPECT_NE(Failure().find(L"Supported: OnlyOne"), std::wstring::npos);
 }
 
 TEST_F(ConversionEngineTest, TwoRunsAtOnceOnOneEngine) {

@@ -27,6 +27,7 @@ class FakeView : public WebView {
     ~FakeView() override {
         browser_.navigationHandler_ = {};
         browser_.processHandler_ = {};
+        browser_.consoleHandler_ = {};
         browser_.scriptQuestions_.clear();
         browser_.captureQuestions_.clear();
     }
@@ -50,7 +51,9 @@ class FakeView : public WebView {
     void SetProcessFailedHandler(ProcessFailed handler) override {
         browser_.processHandler_ = std::move(handler);
     }
-    void SetConsoleMessageHandler(ConsoleMessage /*handler*/) override {}
+    void SetConsoleMessageHandler(ConsoleMessage handler) override {
+        browser_.consoleHandler_ = std::move(handler);
+    }
 
   private:
     FakeBrowser& browser_;
@@ -123,17 +126,19 @@ std::function<CreateWebViewEnvironmentFunction> FakeBrowser::Factory() {
 }
 
 bool FakeBrowser::AnswerEnvironment(bool success) {
+    if (environmentQuestions_.empty()) return false;
     return AnswerOldest(environmentQuestions_,
                         success ? std::make_unique<FakeEnvironment>(*this) : nullptr);
 }
 
 bool FakeBrowser::AnswerController(bool success) {
+    if (controllerQuestions_.empty()) return false;
     return AnswerOldest(controllerQuestions_,
                         success ? std::make_unique<FakeController>(*this) : nullptr);
 }
 
-bool FakeBrowser::AnswerScript(bool success) {
-    return AnswerOldest(scriptQuestions_, success, L"null");
+bool FakeBrowser::AnswerScript(bool success, const std::wstring& result) {
+    return AnswerOldest(scriptQuestions_, success, result);
 }
 
 bool FakeBrowser::AnswerCapture(bool success, const std::vector<std::byte>& png) {
@@ -149,6 +154,12 @@ bool FakeBrowser::EndNavigation(bool success) {
 bool FakeBrowser::FailProcess(const std::wstring& reason) {
     const WebView::ProcessFailed handler = processHandler_;
     if (handler) handler(reason);
+    return static_cast<bool>(handler);
+}
+
+bool FakeBrowser::SayInConsole(const std::wstring& text) {
+    const WebView::ConsoleMessage handler = consoleHandler_;
+    if (handler) handler(text);
     return static_cast<bool>(handler);
 }
 

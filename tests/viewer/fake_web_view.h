@@ -33,11 +33,12 @@ class FakeBrowser {
     // The answers, each to the oldest question that is open; false where there is none.
     bool AnswerEnvironment(bool success = true);
     bool AnswerController(bool success = true);
-    bool AnswerScript(bool success = true);
+    bool AnswerScript(bool success = true, const std::wstring& result = L"null");
     bool AnswerCapture(bool success, const std::vector<std::byte>& png);
     // The newest controller's view; false where it has no such handler.
     bool EndNavigation(bool success = true);
     bool FailProcess(const std::wstring& reason);
+    bool SayInConsole(const std::wstring& text);
 
     // The scripts and addresses among the calls.
     [[nodiscard]] std::vector<std::wstring> Scripts() const;
@@ -56,6 +57,7 @@ class FakeBrowser {
     std::vector<WebView::CaptureCompleted> captureQuestions_;
     WebView::NavigationCompleted navigationHandler_;
     WebView::ProcessFailed processHandler_;
+    WebView::ConsoleMessage consoleHandler_;
 };
 
 }  // namespace vistrel::test

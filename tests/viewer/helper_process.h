@@ -3,12 +3,11 @@
 
 #include <sys/types.h>
 
-#include <string_view>
 #include <vector>
 
 namespace vistrel::test {
 
-// The descendants of this process that the browser started as `type`: "renderer", "zygote", ...
-[[nodiscard]] std::vector<pid_t> HelperProcesses(std::string_view type);
+// Those in which the pages of this process run.
+[[nodiscard]] std::vector<pid_t> PageProcesses();
 
 }  // namespace vistrel::test

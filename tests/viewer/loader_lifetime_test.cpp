@@ -1,5 +1,6 @@
 #include <signal.h>
 
+#include <QRect>
 #include <optional>
 
 #include "engine/wide.h"
@@ -18,7 +19,7 @@ class LoaderLifetimeTest : public testing::Test {
 
     // Kills the page's process and waits until the browser has noticed.
     static void KillHelper(Browser& browser) {
-        const auto helpers = HelperProcesses("renderer");
+        const auto helpers = PageProcesses();
         ASSERT_FALSE(helpers.empty());
         for (const pid_t helper : helpers) kill(helper, SIGKILL);
         ASSERT_TRUE(WaitUntil([&] { return !browser.failures.empty(); }));
@@ -29,18 +30,6 @@ class LoaderLifetimeTest : public testing::Test {
 
 TEST_F(LoaderLifetimeTest, InterfaceNumberIsTheHeaders) {
     EXPECT_EQ(Loader().interfaceNumber(), kWebViewInterfaceNumber);
-}
-
-TEST_F(LoaderLifetimeTest, SwitchesJoinTheUsersOnce) {
-    const QByteArray before = qgetenv("QTWEBENGINE_CHROMIUM_FLAGS");
-    qputenv("QTWEBENGINE_CHROMIUM_FLAGS", "--mine=\"a b\" --ignore-gpu-blocklist");
-    const auto first = MakeEnvironment(folder_ / "first");
-    const auto second = MakeEnvironment(folder_ / "second");
-    EXPECT_EQ(qgetenv("QTWEBENGINE_CHROMIUM_FLAGS"),
-              "--mine=\"a b\" --ignore-gpu-blocklist --allow-file-access-from-files "
-              "--disable-web-security --allow-running-insecure-content "
-              "--enable-unsafe-swiftshader");
-    qputenv("QTWEBENGINE_CHROMIUM_FLAGS", before);
 }
 
 TEST_F(LoaderLifetimeTest, EnvironmentAndControllerComeAfterTheCalls) {
@@ -136,7 +125,12 @@ TEST_F(LoaderLifetimeTest, HostMayEndBeforeTheController) {
     host->show();
     auto controller = MakeController(*environment, *host);
     controller->View().Navigate(L"file://" + FromPath(Page("a.html", "")));
+    controller->View().CapturePreview({});
     host.reset();
+    controller->View().CapturePreview({});
+    controller->SetBounds(QRect(0, 0, 1, 1));
+    controller->SetVisible(true);
+    DeliverPosted();
     controller.reset();
     DeliverPosted();
 }
@@ -185,6 +179,19 @@ TEST_F(LoaderLifetimeTest, HelperKilledWhileLoadingCompletesTheNavigation) {
     KillHelper(browser);
     EXPECT_TRUE(WaitUntil([&] { return !browser.navigations.empty(); }));
     EXPECT_EQ(browser.navigations, (std::vector<bool>{false}));
+}
+
+TEST_F(LoaderLifetimeTest, FolderNameThatIsNoUtf8CostsOnlyTheStorage) {
+    const auto page = Page("a.html", "here");
+    {
+        Browser browser(folder_ / "b\xFF");
+        ASSERT_TRUE(browser.OpenFile(page));
+        EXPECT_EQ(browser.Run(L"localStorage.setItem('a', 'b'); localStorage.getItem('a')"),
+                  L"\"b\"");
+    }
+    for (const auto& entry : std::filesystem::directory_iterator(folder_.Path())) {
+        EXPECT_EQ(entry.path(), page);
+    }
 }
 
 }  // namespace

@@ -1,6 +1,9 @@
 #include <QApplication>
+#include <QDropEvent>
 #include <QLineEdit>
-#include <QMouseEvent>
+#include <QMimeData>
+#include <QTest>
+#include <QWindow>
 
 #include "tests/support/wait_until.h"
 #include "tests/viewer/loader_fixture.h"
@@ -10,20 +13,9 @@ namespace {
 
 class LoaderWidgetTest : public LoaderTest {
   protected:
-    // The innermost widget in the middle of the browser.
-    QWidget& Innermost() {
-        QWidget* const inner = browser_.Widget()->childAt(browser_.Widget()->rect().center());
-        return inner != nullptr ? *inner : *browser_.Widget();
-    }
-
-    void Press(Qt::MouseButton button) {
-        const QPointF middle = QRectF(Innermost().rect()).center();
-        for (const auto type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease}) {
-            QMouseEvent event(type, middle, Innermost().mapToGlobal(middle), button,
-                              type == QEvent::MouseButtonPress ? button : Qt::NoButton,
-                              Qt::NoModifier);
-            QApplication::sendEvent(&Innermost(), &event);
-        }
+    void Click(Qt::MouseButton button) {
+        QTest::mouseClick(browser_.Window().windowHandle(), button, Qt::NoModifier,
+                          browser_.Widget()->geometry().center());
     }
 };
 
@@ -40,6 +32,33 @@ TEST_F(LoaderWidgetTest, DraggedFilesPassThroughToTheWindow) {
     browser_.Controller().SetVisible(true);
     ASSERT_TRUE(browser_.OpenFile(Page("b.html", "")));
     expectNoDrops();
+}
+
+TEST_F(LoaderWidgetTest, FileDroppedOnTheViewReachesTheWindow) {
+    class Dropped : public QObject {
+      public:
+        int count = 0;
+
+      protected:
+        bool eventFilter(QObject* /*watched*/, QEvent* event) override {
+            if (event->type() == QEvent::DragEnter) event->accept();
+            if (event->type() == QEvent::Drop) ++count;
+            return event->type() == QEvent::DragEnter || event->type() == QEvent::Drop;
+        }
+    } dropped;
+    browser_.Window().setAcceptDrops(true);
+    browser_.Window().installEventFilter(&dropped);
+    ASSERT_TRUE(browser_.OpenFile(Page("a.html", "first")));
+
+    QMimeData files;
+    files.setUrls({QUrl::fromLocalFile(QString::fromStdString(Page("b.html", "second").native()))});
+    const QPoint middle = browser_.Widget()->geometry().center();
+    QDragEnterEvent enter(middle, Qt::CopyAction, &files, Qt::LeftButton, Qt::NoModifier);
+    QDropEvent drop(middle, Qt::CopyAction, &files, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(browser_.Window().windowHandle(), &enter);
+    QApplication::sendEvent(browser_.Window().windowHandle(), &drop);
+    EXPECT_EQ(dropped.count, 1);
+    EXPECT_EQ(browser_.Run(L"document.body.textContent"), L"\"first\"");
 }
 
 TEST_F(LoaderWidgetTest, BoundsAreThoseOfTheWidget) {
@@ -64,14 +83,11 @@ TEST_F(LoaderWidgetTest, ClickTakesTheKeyboardFocus) {
         addEventListener("keydown", (event) => { window.pressed = event.keyCode; });</script>)")));
     edit.setFocus();
     ASSERT_EQ(browser_.Window().focusWidget(), &edit);
-    Press(Qt::LeftButton);
+    Click(Qt::LeftButton);
     QWidget* const focused = browser_.Window().focusWidget();
     ASSERT_NE(focused, nullptr);
     ASSERT_TRUE(browser_.Widget()->isAncestorOf(focused) || focused == browser_.Widget());
-    for (const auto type : {QEvent::KeyPress, QEvent::KeyRelease}) {
-        QKeyEvent event(type, Qt::Key_S, Qt::NoModifier, QStringLiteral("s"));
-        QApplication::sendEvent(focused, &event);
-    }
+    QTest::keyClick(focused, Qt::Key_S);
     EXPECT_TRUE(browser_.Becomes(L"window.pressed", L"83"));
 }
 
@@ -86,7 +102,7 @@ TEST_F(LoaderWidgetTest, LoadingLeavesTheKeyboardFocusAlone) {
 TEST_F(LoaderWidgetTest, RightClickReachesThePageAndOpensNoMenu) {
     ASSERT_TRUE(browser_.OpenFile(Page("a.html", R"(<script>
         addEventListener("contextmenu", () => { window.asked = true; });</script>)")));
-    Press(Qt::RightButton);
+    Click(Qt::RightButton);
     EXPECT_TRUE(browser_.Becomes(L"window.asked", L"true"));
     DeliverPosted();
     EXPECT_EQ(QApplication::activePopupWidget(), nullptr);
@@ -99,7 +115,7 @@ TEST_F(LoaderWidgetTest, PageThatAsksBeforeItIsLeftIsLeft) {
             event.preventDefault();
             event.returnValue = "stay";
         });</script>)")));
-    Press(Qt::LeftButton);
+    Click(Qt::LeftButton);
     ASSERT_TRUE(browser_.Becomes(L"window.pressed", L"true"));
     EXPECT_TRUE(browser_.OpenFile(Page("b.html", "other")));
     EXPECT_EQ(browser_.Run(L"document.body.textContent"), L"\"other\"");

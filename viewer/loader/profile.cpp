@@ -1,5 +1,6 @@
 #include "viewer/loader/profile.h"
 
+#include <QStandardPaths>
 #include <QString>
 #include <QWebEngineSettings>
 
@@ -8,6 +9,11 @@ namespace {
 
 // Only a profile with a name has a place on disk.
 constexpr char16_t kName[] = u"Vistrel";
+
+QString DefaultFolder() {
+    return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation) +
+           QStringLiteral("/QtWebEngine/") + QString::fromUtf16(kName);
+}
 
 void Restrict(QWebEngineSettings& settings) {
     using Settings = QWebEngineSettings;
@@ -31,10 +37,11 @@ void Restrict(QWebEngineSettings& settings) {
 
 std::shared_ptr<Profile> Profile::Make(const std::wstring& folder) {
     std::shared_ptr<Profile> made(new Profile);
-    auto kept = std::make_unique<QWebEngineProfile>(QString::fromUtf16(kName));
-    if (!folder.empty()) kept->setPersistentStoragePath(QString::fromStdWString(folder));
-    if (made->lock_.Take(kept->persistentStoragePath().toStdString())) {
-        made->profile_ = std::move(kept);
+    const QString path = folder.empty() ? DefaultFolder() : QString::fromStdWString(folder);
+    // A name that is no UTF-8 cannot be said to the browser.
+    if (path.isValidUtf16() && made->lock_.Take(path.toStdString())) {
+        made->profile_ = std::make_unique<QWebEngineProfile>(QString::fromUtf16(kName));
+        made->profile_->setPersistentStoragePath(path);
     } else {
         made->profile_ = std::make_unique<QWebEngineProfile>();
     }

@@ -1,6 +1,5 @@
 #include "viewer/loader/switches.h"
 
-#include <QByteArray>
 #include <QList>
 #include <QString>
 
@@ -9,20 +8,41 @@ namespace {
 
 constexpr char kVariable[] = "QTWEBENGINE_CHROMIUM_FLAGS";
 
-// A machine without a GPU draws WebGL in software, which the browser refuses unless told otherwise.
-constexpr char kOwnSwitches[] = "--ignore-gpu-blocklist --enable-unsafe-swiftshader";
+constexpr const char* kOwnSwitches[] = {
+    // A machine without a GPU draws WebGL in software, which the browser refuses unless told to.
+    "--ignore-gpu-blocklist",
+    "--enable-unsafe-swiftshader",
+    // Connections between browsers pass by the request filter. Without names and addresses, and
+    // without datagrams past a proxy, they reach nobody.
+    "--force-webrtc-ip-handling-policy=disable_non_proxied_udp",
+    "--host-resolver-rules=\"MAP * ~NOTFOUND\"",
+};
+
+void Add(QByteArray& switches, const QByteArray& added) {
+    if ((' ' + switches + ' ').contains(' ' + added + ' ')) return;
+    if (!switches.isEmpty()) switches += ' ';
+    switches += added;
+}
 
 }  // namespace
 
-void SetSwitches(const std::wstring& arguments) {
-    QByteArray switches = qgetenv(kVariable);
-    const QByteArray added = QString::fromStdWString(arguments).toUtf8() + ' ' + kOwnSwitches;
-    for (const QByteArray& word : added.simplified().split(' ')) {
-        if (switches.simplified().split(' ').contains(word)) continue;
-        if (!switches.isEmpty()) switches += ' ';
-        switches += word;
+Switches::Switches(const std::wstring& arguments)
+    : users_(qgetenv(kVariable)), wereSet_(qEnvironmentVariableIsSet(kVariable)) {
+    QByteArray switches = users_;
+    const QByteArray words = QString::fromStdWString(arguments).toUtf8().simplified();
+    if (!words.isEmpty()) {
+        for (const QByteArray& word : words.split(' ')) Add(switches, word);
     }
+    for (const char* own : kOwnSwitches) Add(switches, own);
     qputenv(kVariable, switches);
+}
+
+Switches::~Switches() {
+    if (wereSet_) {
+        qputenv(kVariable, users_);
+    } else {
+        qunsetenv(kVariable);
+    }
 }
 
 }  // namespace vistrel::loader

@@ -4,6 +4,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonValue>
+#include <QRect>
 #include <QVariant>
 #include <QWebEngineSettings>
 #include <QWebEngineView>
@@ -88,6 +89,14 @@ View::~View() {
     delete widget_;
 }
 
+void View::SetBounds(const QRect& bounds) {
+    if (widget_) widget_->setGeometry(bounds);
+}
+
+void View::SetVisible(bool visible) {
+    if (widget_) widget_->setVisible(visible);
+}
+
 void View::Navigate(const std::wstring& url) {
     const QUrl address = AddressOf(url);
     if (IsLocal(address)) {
@@ -101,10 +110,16 @@ void View::Navigate(const std::wstring& url) {
 void View::ExecuteScript(const std::wstring& script, ScriptCompleted completed) {
     const int number = ++lastScript_;
     scripts_.emplace(number, std::move(completed));
+    if (helperIsGone_) {
+        CompleteScript(number, false, {});
+        return;
+    }
     page_->runJavaScript(QString::fromStdWString(WithEncodedBytes(script)),
                          [this, number, page = QPointer<Page>(page_.get())](const QVariant& value) {
                              // A page that is being destroyed answers too.
-                             if (page && page_.get() == page) CompleteScript(number, true, value);
+                             if (!page || page_.get() != page) return;
+                             FailScripts(number - 1);  // they answer in their order
+                             CompleteScript(number, true, value);
                          });
 }
 
@@ -138,7 +153,7 @@ void View::SetWebMessageEnabled(bool /*enabled*/) {}
 
 void View::OnLoadStarted() {
     expectsLoad_ = false;
-    lastScriptBeforeLoad_ = lastScript_;
+    helperIsGone_ = false;
 }
 
 void View::OnAddressChanged() {
@@ -148,8 +163,8 @@ void View::OnAddressChanged() {
 
 void View::OnLoadFinished(bool success) {
     expectsLoad_ = false;
-    // Scripts that were sent to the document before this one will not answer any more.
-    FailScripts(lastScriptBeforeLoad_);
+    // Scripts that were sent to the document before this one may have been lost with it.
+    if (!scripts_.empty()) ExecuteScript(L"", {});
     later_.Post([this, success] {
         const NavigationCompleted handler = navigationCompleted_;
         if (handler) handler(success);
@@ -157,6 +172,7 @@ void View::OnLoadFinished(bool success) {
 }
 
 void View::OnProcessEnded(QWebEnginePage::RenderProcessTerminationStatus status, int exitCode) {
+    helperIsGone_ = true;
     FailScripts(lastScript_);
     captures_.FinishAll();
     const QString reason = QStringLiteral("The page's process %1 with exit code %2")

@@ -219,7 +219,7 @@ TEST_F(BatchDialogTest, ButtonTextsFitInBothLanguages) {
         LetTheBatchEnd();
         for (const auto* button : dialog_->findChildren<QPushButton*>()) {
             const int width = QFontMetrics(button->font()).horizontalAdvance(button->text());
-            EXPECT_LE(width, button->width() - 8) << button->text().toStdString();
+            EXPECT_LE(width, button->width() - 6) << button->text().toStdString();
             EXPECT_GE(button->font().pixelSize(), 9) << button->text().toStdString();
         }
     }

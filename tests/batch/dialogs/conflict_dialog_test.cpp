@@ -148,7 +148,7 @@ TEST_F(ConflictDialogTest, TextsFitInBothLanguages) {
         const ConflictDialog question(dialog_.get());
         for (const auto* button : question.findChildren<QPushButton*>()) {
             const int width = QFontMetrics(button->font()).horizontalAdvance(button->text());
-            EXPECT_LE(width, button->width() - 8) << button->text().toStdString();
+            EXPECT_LE(width, button->width() - 6) << button->text().toStdString();
             EXPECT_GE(button->font().pixelSize(), 9) << button->text().toStdString();
         }
         const auto* message = Find<QLabel>(question, Id::ConflictMessage);
