@@ -10,6 +10,7 @@
 #include "tests/support/test_pictures.h"
 
 namespace vistrel::test {
+
 std::optional<std::wstring> FakeQuestions::AskPhotographOrScene() {
     asked.emplace_back(L"photograph or scene");
     return answer;
