@@ -76,6 +76,11 @@ LINKS = {
     "vistrel_snapshot": ["vistrel_warnings", "vistrel_engine", "vistrel_viewer", "Qt6::Widgets"],
     "vistrel-snapshot": ["vistrel_warnings", "vistrel_snapshot", "vistrel_resources",
                          "CLI11::CLI11"],
+    "vistrel_shell": ["vistrel_warnings", "vistrel_download", "vistrel_engine", "vistrel_files",
+                      "vistrel_viewer", "Qt6::Widgets"],
+    "vistrel_program": ["vistrel_warnings", "vistrel_batch_dialogs", "vistrel_resources",
+                        "vistrel_shell"],
+    "vistrel": ["vistrel_warnings", "vistrel_program"],
     "vistrel_viewer": ["vistrel_warnings", "vistrel_engine", "${CMAKE_DL_LIBS}", "Qt6::Widgets"],
 }
 
