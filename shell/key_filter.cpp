@@ -9,6 +9,7 @@
 #include <QPlainTextEdit>
 #include <QTextEdit>
 #include <QWidget>
+#include <QWindow>
 #include <optional>
 #include <utility>
 
@@ -40,15 +41,31 @@ bool IsA(const QWidget* widget) {
     return ((qobject_cast<const Kinds*>(widget) != nullptr) || ...);
 }
 
+bool TakesKeys(const QWidget* widget) {
+    if (IsA<QLineEdit, QTextEdit, QPlainTextEdit, QAbstractSpinBox>(widget)) return true;
+    // The list of an open combo box has the focus itself, in a window that belongs to the box.
+    for (; widget != nullptr; widget = widget->parentWidget())
+        if (IsA<QComboBox>(widget)) return true;
+    return false;
+}
+
+// Where a key ends that comes to a window. This need not be the application's focus widget: while
+// the completions of a line edit come and go, keys come to their window and no widget has the
+// focus.
+const QWidget* Receiver(const QObject* window) {
+    for (const QWidget* top : QApplication::topLevelWidgets()) {
+        if (top->windowHandle() != window) continue;
+        const QWidget* widget = top->focusWidget() != nullptr ? top->focusWidget() : top;
+        while (widget->focusProxy() != nullptr) widget = widget->focusProxy();
+        return widget;
+    }
+    return nullptr;
+}
+
 }  // namespace
 
 bool FocusTakesKeys() {
-    const QWidget* focus = QApplication::focusWidget();
-    if (IsA<QLineEdit, QTextEdit, QPlainTextEdit, QAbstractSpinBox>(focus)) return true;
-    // The list of an open combo box has the focus itself, in a window that belongs to the box.
-    for (; focus != nullptr; focus = focus->parentWidget())
-        if (IsA<QComboBox>(focus)) return true;
-    return false;
+    return TakesKeys(QApplication::focusWidget());
 }
 
 KeyFilter::KeyFilter(std::shared_ptr<Mailbox> window) : window_(std::move(window)) {
@@ -63,7 +80,7 @@ bool KeyFilter::eventFilter(QObject* watched, QEvent* event) {
     const bool press = event->type() == QEvent::KeyPress && watched->isWindowType();
     if (!question && !press) return false;
     const auto key = CommandKey(static_cast<QKeyEvent*>(event)->key());
-    if (!key || FocusTakesKeys()) return false;
+    if (!key || FocusTakesKeys() || TakesKeys(Receiver(watched))) return false;
     event->accept();
     if (press)
         window_->Post(

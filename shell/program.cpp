@@ -11,6 +11,7 @@
 #include <memory>
 #include <utility>
 
+#include "batch/dialogs/batch_dialog.h"
 #include "shell/embedded_resources.h"
 #include "shell/start_up.h"
 #include "shell/wide_text.h"
@@ -25,11 +26,18 @@ QIcon ProgramIcon() {
     return icon;
 }
 
+void RunBatch(QWidget* owner, ConversionEngine& engine, const AppSettings& settings) {
+    BatchDialog(owner, &engine, &settings).exec();
+}
+
 ProgramWindow MakeMainWindow(const ProgramFiles& files, MainWindowServices services) {
+    services.runBatch = RunBatch;
     auto window = std::make_unique<MainWindow>(files.webDir, files.appDir, std::move(services));
     ProgramWindow result;
     result.messages = window->Messages();
-    result.hasRunningWorker = [window = window.get()] { return window->HasRunningWorker(); };
+    result.hasRunningWorker = [window = window.get()] {
+        return window->HasRunningWorker() || BatchDialog::AnyRunning();
+    };
     result.widget = std::move(window);
     return result;
 }

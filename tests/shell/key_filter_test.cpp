@@ -5,6 +5,7 @@
 #include <QAbstractItemView>
 #include <QApplication>
 #include <QComboBox>
+#include <QCompleter>
 #include <QDialog>
 #include <QKeyEvent>
 #include <QLineEdit>
@@ -236,6 +237,22 @@ TEST_F(KeyFilterTest, EnterThatMovesTheFocusIsNoCommand) {
     QObject::connect(edit, &QLineEdit::returnPressed, [control] { control->setFocus(); });
     Press(Qt::Key_Return);
     EXPECT_EQ(QApplication::focusWidget(), control);
+    EXPECT_EQ(Posted(), Keys{});
+}
+
+TEST_F(KeyFilterTest, CompletionsOfALineEditTakeText) {
+    auto* edit = Focused<QLineEdit>();
+    QCompleter completer({"cqsx.ply"});
+    edit->setCompleter(&completer);
+    QTest::keyClick(QGuiApplication::focusWindow(), 'c');
+    QWidget* list = completer.popup();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(list));
+    PressIn(list->windowHandle(), Qt::Key_Q);
+    // Keys may still be on their way to the list after it was closed.
+    list->hide();
+    edit->clearFocus();
+    ASSERT_EQ(QApplication::focusWidget(), nullptr);
+    PressIn(list->windowHandle(), Qt::Key_Q);
     EXPECT_EQ(Posted(), Keys{});
 }
 

@@ -39,7 +39,7 @@ bool Probe(const std::filesystem::path& folder, const std::filesystem::path& pag
     }
     if (!browser.OpenFile(page)) return false;
     if (what == "show") return true;
-    if (what == "store") {
+    if (what.starts_with("store")) {
         browser.Run(L"localStorage.setItem('key', '" + FromUtf8(value) + L"')");
     }
     if (what == "lose") {
@@ -47,7 +47,7 @@ bool Probe(const std::filesystem::path& folder, const std::filesystem::path& pag
         return WaitUntil([&] { return !browser.failures.empty(); });
     }
     Say(browser.Run(L"localStorage.getItem('key')"));
-    return what != "hold" || WaitUntil(InputHasEnded);
+    return !what.ends_with("hold") || WaitUntil(InputHasEnded);
 }
 
 }  // namespace
