@@ -140,7 +140,7 @@ class CurlRequest : public HttpRequest {
     }
 
     bool Connect() override {
-        return Set(CURLOPT_CURLU, url_.get()) && Set(CURLOPT_PROTOCOLS_STR, scheme_.c_str()) &&
+        return Set(CURLOPT_CURLU, url_.get()) &&
                Set(CURLOPT_CONNECTTIMEOUT, static_cast<long>(settings_.connectTimeout.count()));
     }
 

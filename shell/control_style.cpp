@@ -12,6 +12,7 @@ namespace vistrel {
 namespace {
 
 constexpr qreal kCorner = 4.0;
+constexpr int kTextMargin = 3;
 constexpr int kGrooveHeight = 4;
 constexpr int kHandleSize = 14;
 constexpr int kRadioSize = 14;
@@ -126,6 +127,10 @@ void ControlStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* o
             return DrawButton(option, painter);
         case PE_IndicatorRadioButton:
             return DrawRadio(option, painter);
+        case PE_PanelMenu:
+            painter->setPen(kEdgeColour);
+            painter->setBrush(kSidebarColour);
+            return painter->drawRect(Inside(option->rect));
         case PE_FrameLineEdit:
             return DrawBox(painter, option->rect, Qt::NoBrush, EdgeColour(option));
         default:
@@ -161,6 +166,15 @@ void ControlStyle::drawComplexControl(ComplexControl control, const QStyleOption
                           painter);
     }
     QProxyStyle::drawComplexControl(control, option, painter, widget);
+}
+
+// Texts keep the same distance from the edge as in an edit box.
+QRect ControlStyle::subControlRect(ComplexControl control, const QStyleOptionComplex* option,
+                                   SubControl part, const QWidget* widget) const {
+    const QRect rectangle = QProxyStyle::subControlRect(control, option, part, widget);
+    const auto* const combo = qstyleoption_cast<const QStyleOptionComboBox*>(option);
+    if (combo == nullptr || combo->editable || part != SC_ComboBoxEditField) return rectangle;
+    return rectangle.adjusted(kTextMargin, 0, 0, 0);
 }
 
 }  // namespace vistrel

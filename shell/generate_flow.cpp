@@ -79,27 +79,26 @@ void GenerateFlow::RunGenerate() {
         sidebar_.generateStatus->setText(FromWide(Text(29)));
         return;
     }
-    std::wstring outputPath;
-    if (!ChooseOutput(outputPath)) return;
+    const std::optional<std::wstring> outputPath = ChooseOutput();
+    if (!outputPath) return;
     if (IsCudaMissing()) {
         // The user may end the program in place of an answer.
         const QPointer<QTimer> alive(&timer_);
         questions_.TellProviderFallback();
         if (!alive || stopped_) return;
     }
-    Start(outputPath);
+    Start(*outputPath);
 }
 
-bool GenerateFlow::ChooseOutput(std::wstring& path) {
+std::optional<std::wstring> GenerateFlow::ChooseOutput() {
     std::wstring proposal = settings_.outputDir + L'/' + settings_.outputFilename;
     if (!ToPath(proposal).has_extension()) proposal += L".ply";
-    const std::optional<std::wstring> chosen =
-        questions_.AskSceneToSave(proposal, settings_.outputDir);
-    if (!chosen) return false;
-    path = *chosen;
-    settings_.outputDir = FromPath(ToPath(path).parent_path());
-    settings_.outputFilename = FromPath(ToPath(path).filename());
-    return true;
+    std::optional<std::wstring> chosen = questions_.AskSceneToSave(proposal, settings_.outputDir);
+    if (!chosen) return std::nullopt;
+    const std::filesystem::path path = ToPath(*chosen);
+    settings_.outputDir = FromPath(path.parent_path());
+    settings_.outputFilename = FromPath(path.filename());
+    return chosen;
 }
 
 bool GenerateFlow::IsCudaMissing() const {

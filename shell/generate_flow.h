@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "engine/conversion_engine.h"
@@ -44,7 +45,7 @@ class GenerateFlow {
     void Stop();
 
   private:
-    bool ChooseOutput(std::wstring& path);
+    std::optional<std::wstring> ChooseOutput();
     [[nodiscard]] bool IsCudaMissing() const;
     void Start(const std::wstring& outputPath);
     void ShowElapsed();

@@ -76,6 +76,7 @@ MainWindow::MainWindow(std::wstring webDir, std::wstring appDir, MainWindowServi
 
 MainWindow::~MainWindow() {
     parts_->mailbox->Close();
+    parts_->client->removeEventFilter(this);  // no news of the parts as they go
 }
 
 void MainWindow::OnCreate() {
@@ -88,7 +89,11 @@ void MainWindow::OnCreate() {
 
     parts_->generate.providers = parts_->services.providers;
     parts_->sidebar->onCommand = [this](ControlId id, int value) { OnCommand(id, value); };
-    parts_->generate.onScene = [this](const std::wstring& path) { LoadScene(path); };
+    parts_->generate.onScene = [this](const std::wstring& path) {
+        parts_->settings.isSharpMode = true;
+        parts_->sidebar->SetViewMode(true);
+        LoadScene(path);
+    };
     parts_->download.onModel = [this] { UpdateModelDisplay(); };
 
     UpdateViewerControls();

@@ -25,8 +25,9 @@ struct MainWindowServices {
     EnvironmentFactory browser;  // empty: that of the loader library
     ProviderList providers = AvailableExecutionProviders;
     std::string modelUrl = kModelUrl;
-    // Runs the batch dialog until it is closed; empty: the real one.
-    std::function<void(QWidget* owner, ConversionEngine& engine, AppSettings& settings)> runBatch;
+    // Runs the batch dialog until it is closed; empty: there is none.
+    std::function<void(QWidget* owner, ConversionEngine& engine, const AppSettings& settings)>
+        runBatch;
 };
 
 // Thread of the event loop. Made by the entry point and deleted by it after the loop; the loop ends

@@ -122,6 +122,7 @@ void Sidebar::MakeModelSection() {
     modelName = Add(ControlId::ModelName, new QLineEdit(this), SmallFont());
     modelName->setReadOnly(true);
     modelName->setAcceptDrops(false);  // files are for the window
+    modelName->setTextMargins(3, 0, 3, 0);
     modelName->setAccessibleName(TextOf(0));
     AddButton(ControlId::SelectModel, "Select\u2026", NormalFont());
     downloadModel = AddButton(ControlId::DownloadModel, TextOf(44), NormalFont());

@@ -8,6 +8,7 @@
 #include "shell/end_signals.h"
 #include "shell/key_filter.h"
 #include "shell/mailbox.h"
+#include "shell/qt_translation.h"
 #include "shell/ui_text.h"
 
 namespace vistrel {
@@ -34,6 +35,7 @@ ProgramWindow MakeWindow(const StartUpSteps& steps, const ProgramFiles& files) {
 
 ProgramEnd RunProgram(const StartUpSteps& steps) {
     gUiText = IsJapaneseUser() ? &kJapaneseText : &kEnglishText;
+    InstallQtTranslation();
     const std::optional<ProgramFiles> files = steps.extract();
     if (!files) return Failed(steps, kExtractionFailedText);
     ProgramWindow window = MakeWindow(steps, *files);

@@ -245,8 +245,8 @@ bool IsJapaneseUser() {
     const QStringList languages = QLocale::system().uiLanguages();
     if (languages.isEmpty()) return false;
     const QString first = languages.front();
-    const bool wholeSubtag = first.size() == 2 || !first.at(2).isLetterOrNumber();
-    return first.startsWith(u"ja", Qt::CaseInsensitive) && wholeSubtag;
+    return first.startsWith(u"ja", Qt::CaseInsensitive) &&
+           (first.size() == 2 || !first.at(2).isLetterOrNumber());
 }
 
 }  // namespace vistrel

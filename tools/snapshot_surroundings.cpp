@@ -11,6 +11,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 namespace vistrel {
 namespace {
@@ -20,11 +21,20 @@ std::string_view Variable(const char* name) {
     return value == nullptr ? "" : value;
 }
 
+// Never destroyed: messages come until the process ends.
+std::filesystem::path& FolderToRemove() {
+    static auto* const folder = new std::filesystem::path;
+    return *folder;
+}
+
 // Qt would abort.
 void OnMessage(QtMsgType type, const QMessageLogContext& /*context*/, const QString& text) {
     if (type == QtDebugMsg || type == QtInfoMsg) return;
     std::fprintf(stderr, "%s%s\n", type == QtFatalMsg ? "Error: " : "", qPrintable(text));
-    if (type == QtFatalMsg) std::_Exit(EXIT_FAILURE);
+    if (type != QtFatalMsg) return;
+    std::error_code ignored;
+    std::filesystem::remove_all(FolderToRemove(), ignored);
+    std::_Exit(EXIT_FAILURE);
 }
 
 }  // namespace
@@ -51,27 +61,16 @@ void CheckOutput(const std::filesystem::path& output) {
     }
 }
 
-void PrepareApplication() {
+void PrepareApplication(const std::filesystem::path& folder) {
+    const QByteArray bytes = folder.c_str();
+    for (const char* variable : {"XDG_DATA_HOME", "XDG_CACHE_HOME"}) qputenv(variable, bytes);
+    if (Variable("XDG_RUNTIME_DIR").empty()) qputenv("XDG_RUNTIME_DIR", bytes);
     qputenv("QT_ENABLE_HIGHDPI_SCALING", "0");
     qunsetenv("QT_SCALE_FACTOR");
     qunsetenv("QT_SCREEN_SCALE_FACTORS");
     QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
+    FolderToRemove() = folder;
     qInstallMessageHandler(OnMessage);
-}
-
-void KeepProfileIn(const std::filesystem::path& folder) {
-    for (const char* variable : {"XDG_DATA_HOME", "XDG_CACHE_HOME"}) {
-        qputenv(variable, QByteArray((folder / variable).c_str()));
-    }
-}
-
-std::filesystem::path PageFolder() {
-    const std::filesystem::path folder =
-        std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path() / "web";
-    if (!std::filesystem::exists(folder / "gaus3d.html")) {
-        throw std::runtime_error("there is no viewer page in " + folder.native());
-    }
-    return folder;
 }
 
 }  // namespace vistrel

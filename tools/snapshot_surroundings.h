@@ -15,15 +15,9 @@ void CheckSandbox();
 // Throws std::runtime_error when `output` is a folder.
 void CheckOutput(const std::filesystem::path& output);
 
-// Before the application object: a pixel of a window becomes a pixel of the display, and a display
-// that cannot be reached ends the process with status 1 and the reason.
-void PrepareApplication();
-
-// The browser keeps its profile in `folder`, and the user's own one is left alone. Before the
-// browser starts.
-void KeepProfileIn(const std::filesystem::path& folder);
-
-// The folder of the viewer page. Throws std::runtime_error when there is none.
-[[nodiscard]] std::filesystem::path PageFolder();
+// Before the application object. A pixel of a window becomes a pixel of the display. The browser
+// keeps its profile in `folder`, and the user's own one is left alone. A display that cannot be
+// reached ends the process with status 1 and the reason, and `folder` is removed.
+void PrepareApplication(const std::filesystem::path& folder);
 
 }  // namespace vistrel

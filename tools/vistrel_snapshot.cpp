@@ -20,6 +20,7 @@
 #include <thread>
 
 #include "engine/wide.h"
+#include "shell/extraction.h"
 #include "tools/interrupts.h"
 #include "tools/picture_size.h"
 #include "tools/scene_file.h"
@@ -62,8 +63,11 @@ void Take(Options& options, const WorkFolder& folder) {
         throw std::runtime_error(
             "the browser view is missing: WebView2Loader.dll beside this program, and QtWebEngine");
     }
-    KeepProfileIn(folder.Path());
-    options.request.pageFolder = FromPath(PageFolder());
+    options.request.pageFolder = FromPath(folder.Path());
+    if (!ExtractWebPage(options.request.pageFolder)) {
+        throw std::runtime_error("the viewer page could not be written to " +
+                                 folder.Path().native());
+    }
     options.request.scene = FromPath(LinkScene(options.scene, folder.Path()));
     options.request.sharp = !options.general;
     options.request.timeout = std::chrono::seconds(options.seconds);
@@ -77,8 +81,8 @@ void Take(Options& options, const WorkFolder& folder) {
 }
 
 // The signal that came meanwhile, 0 for none.
-int TakeUnlessInterrupted(QApplication& application, Options& options, const WorkFolder& folder) {
-    Interrupts interrupts;
+int TakeUnlessInterrupted(Interrupts& interrupts, QApplication& application, Options& options,
+                          const WorkFolder& folder) {
     std::atomic<int> signal = 0;
     std::thread watcher([&] {
         signal = interrupts.Wait();
@@ -103,10 +107,11 @@ int RunInSurroundings(int argc, char** argv, Options& options) {
     CheckSandbox();
     std::optional<VirtualDisplay> display;
     if (!HasDisplay()) display.emplace(options.request.size);
+    Interrupts interrupts;
     const WorkFolder folder;
-    PrepareApplication();
+    PrepareApplication(folder.Path());
     QApplication application(argc, argv);
-    return TakeUnlessInterrupted(application, options, folder);
+    return TakeUnlessInterrupted(interrupts, application, options, folder);
 }
 
 void AddOptions(CLI::App& app, Options& options) {

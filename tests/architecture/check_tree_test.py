@@ -35,6 +35,7 @@ class BrokenTree(unittest.TestCase):
 
     def test_engine_header_showing_a_third_party(self):
         self.assertTrue(self.findings("engine/a.h", "#include <exiv2/exiv2.hpp>\n"))
+        self.assertTrue(self.findings("download/a.h", "#include <curl/curl.h>\n"))
 
     def test_download_taking_more_of_the_engine_than_it_may(self):
         self.assertEqual(self.findings("download/a.cpp", '#include "engine/wide.h"\n'), [])

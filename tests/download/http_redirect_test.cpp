@@ -112,6 +112,15 @@ TEST(Redirect, FromHttpsToAnotherHttpsHostIsFollowed) {
     EXPECT_EQ(recorder.body, "model");
 }
 
+TEST(Redirect, FromHttpToHttpsIsFollowed) {
+    const ScriptedServer server(kModel);
+    const TlsFront front(server.Port());
+    const ScriptedServer plain(RedirectTo(front.Url()));
+    Recorder recorder;
+    EXPECT_TRUE(Get(plain.Url(), recorder, {.authorities = front.Authorities()}));
+    EXPECT_EQ(recorder.body, "model");
+}
+
 // Sets a variable for the life of the object.
 class Environment {
   public:

@@ -25,7 +25,7 @@ using Texts = std::vector<std::wstring>;
 class CommandsTest : public WindowTest {
   protected:
     CommandsTest() {
-        services.runBatch = [this](QWidget* owner, ConversionEngine&, AppSettings&) {
+        services.runBatch = [this](QWidget* owner, ConversionEngine&, const AppSettings&) {
             EXPECT_EQ(owner, window.get());
             ++batches;
         };

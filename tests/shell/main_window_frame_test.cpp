@@ -17,8 +17,8 @@
 #include "shell/mailbox.h"
 #include "shell/main_window.h"
 #include "shell/window_messages.h"
-#include "tests/shell/wait_until.h"
 #include "tests/shell/window_fixture.h"
+#include "tests/support/wait_until.h"
 
 namespace vistrel {
 namespace {
@@ -259,6 +259,14 @@ TEST_F(EndTest, EndWithAnOpenDialogLeavesItsLoopToo) {
     ExpectOneSave([this] {
         auto* const box = new QMessageBox(window.get());
         QTimer::singleShot(0, box, [this] { window->OnKeyDown(Qt::Key_Q); });
+        box->exec();
+    });
+}
+
+TEST_F(EndTest, CloseWithAnOpenDialogSavesOnce) {
+    ExpectOneSave([this] {
+        auto* const box = new QMessageBox(window.get());
+        QTimer::singleShot(0, box, [this] { window->close(); });
         box->exec();
     });
 }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <QComboBox>
+#include <QCoreApplication>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -18,8 +19,8 @@
 #include "shell/preview.h"
 #include "shell/ui_text.h"
 #include "shell/window_messages.h"
-#include "tests/shell/wait_until.h"
 #include "tests/shell/window_fixture.h"
+#include "tests/support/wait_until.h"
 
 namespace vistrel {
 namespace {

@@ -8,9 +8,9 @@
 
 #include "engine/wide.h"
 #include "shell/look.h"
-#include "tests/shell/wait_until.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/test_pictures.h"
+#include "tests/support/wait_until.h"
 
 namespace vistrel {
 namespace {

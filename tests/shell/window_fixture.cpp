@@ -3,8 +3,6 @@
 #include <QAbstractButton>
 #include <QAction>
 #include <QCoreApplication>
-#include <QDeadlineTimer>
-#include <QEventLoop>
 #include <filesystem>
 
 #include "engine/wide.h"

@@ -1,5 +1,6 @@
 #include <signal.h>
 
+#include <QRect>
 #include <optional>
 
 #include "engine/wide.h"
@@ -29,20 +30,6 @@ class LoaderLifetimeTest : public testing::Test {
 
 TEST_F(LoaderLifetimeTest, InterfaceNumberIsTheHeaders) {
     EXPECT_EQ(Loader().interfaceNumber(), kWebViewInterfaceNumber);
-}
-
-TEST_F(LoaderLifetimeTest, SwitchesJoinTheUsersOnce) {
-    const QByteArray before = qgetenv("QTWEBENGINE_CHROMIUM_FLAGS");
-    qputenv("QTWEBENGINE_CHROMIUM_FLAGS", "--mine=\"a b\" --ignore-gpu-blocklist");
-    const auto first = MakeEnvironment(folder_ / "first");
-    const auto second = MakeEnvironment(folder_ / "second");
-    EXPECT_EQ(qgetenv("QTWEBENGINE_CHROMIUM_FLAGS"),
-              "--mine=\"a b\" --ignore-gpu-blocklist --allow-file-access-from-files "
-              "--disable-web-security --allow-running-insecure-content "
-              "--enable-unsafe-swiftshader "
-              "--force-webrtc-ip-handling-policy=disable_non_proxied_udp "
-              "--host-resolver-rules=\"MAP * ~NOTFOUND\"");
-    qputenv("QTWEBENGINE_CHROMIUM_FLAGS", before);
 }
 
 TEST_F(LoaderLifetimeTest, EnvironmentAndControllerComeAfterTheCalls) {
@@ -138,7 +125,12 @@ TEST_F(LoaderLifetimeTest, HostMayEndBeforeTheController) {
     host->show();
     auto controller = MakeController(*environment, *host);
     controller->View().Navigate(L"file://" + FromPath(Page("a.html", "")));
+    controller->View().CapturePreview({});
     host.reset();
+    controller->View().CapturePreview({});
+    controller->SetBounds(QRect(0, 0, 1, 1));
+    controller->SetVisible(true);
+    DeliverPosted();
     controller.reset();
     DeliverPosted();
 }

@@ -29,7 +29,9 @@ bool InputHasEnded() {
 
 bool Probe(const std::filesystem::path& folder, const std::filesystem::path& page,
            const std::string& what, const std::string& value) {
+    const QByteArray switches = qgetenv("QTWEBENGINE_CHROMIUM_FLAGS");
     Browser browser(folder);
+    if (qgetenv("QTWEBENGINE_CHROMIUM_FLAGS") != switches) return false;
     if (what == "create") return true;
     if (what == "load") {
         browser.View().Navigate(L"file://" + FromPath(page));
@@ -37,7 +39,7 @@ bool Probe(const std::filesystem::path& folder, const std::filesystem::path& pag
     }
     if (!browser.OpenFile(page)) return false;
     if (what == "show") return true;
-    if (what == "store") {
+    if (what.starts_with("store")) {
         browser.Run(L"localStorage.setItem('key', '" + FromUtf8(value) + L"')");
     }
     if (what == "lose") {
@@ -45,7 +47,7 @@ bool Probe(const std::filesystem::path& folder, const std::filesystem::path& pag
         return WaitUntil([&] { return !browser.failures.empty(); });
     }
     Say(browser.Run(L"localStorage.getItem('key')"));
-    return what != "hold" || WaitUntil(InputHasEnded);
+    return !what.ends_with("hold") || WaitUntil(InputHasEnded);
 }
 
 }  // namespace
@@ -53,10 +55,11 @@ bool Probe(const std::filesystem::path& folder, const std::filesystem::path& pag
 
 int main(int argc, char** argv) {
     if (argc < 4) return 2;
-    QApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
+    const std::string what = argv[3];
+    if (what != "unshared") QApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     const QApplication application(argc, argv);
     try {
-        return vistrel::test::Probe(argv[1], argv[2], argv[3], argc > 4 ? argv[4] : "") ? 0 : 1;
+        return vistrel::test::Probe(argv[1], argv[2], what, argc > 4 ? argv[4] : "") ? 0 : 1;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "Error: %s\n", error.what());
         return 1;

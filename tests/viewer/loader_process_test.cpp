@@ -16,6 +16,17 @@ struct Ended {
     std::string messages;
 };
 
+// Whether the process has a file of the folder open.
+bool Uses(const QProcess& process, const std::filesystem::path& folder) {
+    const auto files = std::filesystem::path("/proc") / std::to_string(process.processId()) / "fd";
+    for (const auto& file : std::filesystem::directory_iterator(files)) {
+        std::error_code closedMeanwhile;
+        const auto target = std::filesystem::read_symlink(file.path(), closedMeanwhile);
+        if (target.native().starts_with(folder.native() + '/')) return true;
+    }
+    return false;
+}
+
 // Each case looks at whole processes, from their start to their end.
 class LoaderProcessTest : public testing::Test {
   protected:
@@ -80,9 +91,15 @@ TEST_F(LoaderProcessTest, SecondProgramWorksAndLeavesTheFirstsStorageAlone) {
     Start(first, profile_, "hold");
     ASSERT_TRUE(WaitUntil([&] { return first.canReadLine(); }));
 
-    const Ended second = Run(profile_, "store", "second");
-    EXPECT_EQ(second.status, 0) << second.messages;
-    EXPECT_EQ(second.output, "\"second\"\n");
+    QProcess second;
+    Start(second, profile_, "store-and-hold", "second");
+    ASSERT_TRUE(WaitUntil([&] { return second.canReadLine(); }));
+    EXPECT_TRUE(Uses(first, profile_));
+    EXPECT_FALSE(Uses(second, profile_));
+    second.closeWriteChannel();
+    const Ended secondEnded = End(second);
+    EXPECT_EQ(secondEnded.status, 0) << secondEnded.messages;
+    EXPECT_EQ(secondEnded.output, "\"second\"\n");
 
     first.closeWriteChannel();
     const Ended ended = End(first);
@@ -131,6 +148,33 @@ TEST_F(LoaderProcessTest, MachineWithoutNamespacesGetsNoBrowser) {
     EXPECT_EQ(ended.status, 1);
     EXPECT_NE(ended.messages.find("Error: there is no browser environment"), std::string::npos)
         << ended.messages;
+}
+
+TEST_F(LoaderProcessTest, ProgramWithoutSharedContextsGetsNoBrowser) {
+    const Ended ended = Run(profile_, "unshared");
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_NE(ended.messages.find("Error: there is no browser environment"), std::string::npos)
+        << ended.messages;
+}
+
+// The browser lists the switches that it has read.
+TEST_F(LoaderProcessTest, SwitchesOfTheUserAreKeptAndOursAreAdded) {
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("QTWEBENGINE_CHROMIUM_FLAGS"),
+                       QStringLiteral("--ignore-gpu-blocklist --mine=\"a b\""));
+    process.setProcessEnvironment(environment);
+    Start(process, profile_, "create");
+    const Ended ended = End(process);
+    EXPECT_EQ(ended.status, 0);
+    for (const char* line :
+         {"mine a b", "ignore-gpu-blocklist", "enable-unsafe-swiftshader", "disable-web-security",
+          "allow-file-access-from-files", "allow-running-insecure-content",
+          "force-webrtc-ip-handling-policy disable_non_proxied_udp",
+          "host-resolver-rules MAP * ~NOTFOUND"}) {
+        EXPECT_NE(ended.messages.find(std::string("  *  ") + line + " "), std::string::npos)
+            << line << " in " << ended.messages;
+    }
 }
 
 TEST_F(LoaderProcessTest, LibraryShowsItsTwoFunctionsAndNothingElse) {

@@ -1,6 +1,9 @@
 #include <QApplication>
+#include <QDropEvent>
 #include <QLineEdit>
+#include <QMimeData>
 #include <QTest>
+#include <QWindow>
 
 #include "tests/support/wait_until.h"
 #include "tests/viewer/loader_fixture.h"
@@ -29,6 +32,33 @@ TEST_F(LoaderWidgetTest, DraggedFilesPassThroughToTheWindow) {
     browser_.Controller().SetVisible(true);
     ASSERT_TRUE(browser_.OpenFile(Page("b.html", "")));
     expectNoDrops();
+}
+
+TEST_F(LoaderWidgetTest, FileDroppedOnTheViewReachesTheWindow) {
+    class Dropped : public QObject {
+      public:
+        int count = 0;
+
+      protected:
+        bool eventFilter(QObject* /*watched*/, QEvent* event) override {
+            if (event->type() == QEvent::DragEnter) event->accept();
+            if (event->type() == QEvent::Drop) ++count;
+            return event->type() == QEvent::DragEnter || event->type() == QEvent::Drop;
+        }
+    } dropped;
+    browser_.Window().setAcceptDrops(true);
+    browser_.Window().installEventFilter(&dropped);
+    ASSERT_TRUE(browser_.OpenFile(Page("a.html", "first")));
+
+    QMimeData files;
+    files.setUrls({QUrl::fromLocalFile(QString::fromStdString(Page("b.html", "second").native()))});
+    const QPoint middle = browser_.Widget()->geometry().center();
+    QDragEnterEvent enter(middle, Qt::CopyAction, &files, Qt::LeftButton, Qt::NoModifier);
+    QDropEvent drop(middle, Qt::CopyAction, &files, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(browser_.Window().windowHandle(), &enter);
+    QApplication::sendEvent(browser_.Window().windowHandle(), &drop);
+    EXPECT_EQ(dropped.count, 1);
+    EXPECT_EQ(browser_.Run(L"document.body.textContent"), L"\"first\"");
 }
 
 TEST_F(LoaderWidgetTest, BoundsAreThoseOfTheWidget) {

@@ -52,24 +52,26 @@ std::vector<std::byte> PngOf(QWebEngineView& view) {
     return {bytes, bytes + png.size()};
 }
 
-bool IsShown(const QWebEngineView& view) {
-    return view.isVisible() && !view.size().isEmpty();
+bool IsShown(const QWebEngineView* view) {
+    return view != nullptr && view->isVisible() && !view->size().isEmpty();
 }
 
 }  // namespace
 
+Captures::Captures(QWebEngineView& view) : view_(&view) {}
+
 void Captures::Start(WebView::CaptureCompleted completed) {
     const int number = ++lastNumber_;
     waiting_.emplace(number, std::move(completed));
-    if (!IsShown(view_) || view_.page()->renderProcessPid() == 0) {
+    if (!IsShown(view_) || view_->page()->renderProcessPid() == 0) {
         later_.Post([this, number] { Finish(number); });
         return;
     }
     // In a world of its own the script meets nothing that the page has changed.
-    view_.page()->runJavaScript(
+    view_->page()->runJavaScript(
         QString::fromUtf16(kCatchUp).arg(QString::fromUtf16(kLine) + QString::number(number)),
         QWebEngineScript::ApplicationWorld);
-    QTimer::singleShot(kLongestWait, &view_, [this, number] { Finish(number); });
+    QTimer::singleShot(kLongestWait, view_, [this, number] { Finish(number); });
 }
 
 bool Captures::TakeConsoleLine(const QString& line) {
@@ -89,7 +91,7 @@ void Captures::FinishAll() {
 void Captures::Finish(int number) {
     auto found = waiting_.extract(number);
     if (found.empty()) return;
-    const std::vector<std::byte> png = IsShown(view_) ? PngOf(view_) : std::vector<std::byte>();
+    const std::vector<std::byte> png = IsShown(view_) ? PngOf(*view_) : std::vector<std::byte>();
     if (found.mapped()) {
         later_.Post([completed = std::move(found.mapped()), png] { completed(!png.empty(), png); });
     }

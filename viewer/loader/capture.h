@@ -15,7 +15,7 @@ namespace vistrel::loader {
 // The pictures that are being taken of one view. Thread of the event loop.
 class Captures {
   public:
-    explicit Captures(QWebEngineView& view) : view_(view) {}
+    explicit Captures(QWebEngineView& view);
 
     // At device pixels. The display runs some frames behind the page, so the picture is taken when
     // it has caught up; a page that draws no more frames is taken as it is after some seconds.
@@ -30,7 +30,7 @@ class Captures {
   private:
     void Finish(int number);
 
-    QWebEngineView& view_;
+    QPointer<QWebEngineView> view_;
     int lastNumber_ = 0;
     std::map<int, WebView::CaptureCompleted> waiting_;
     Later later_;

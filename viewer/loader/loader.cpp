@@ -26,8 +26,8 @@ class Controller final : public WebViewController {
     }
 
     WebView& View() override { return view_; }
-    void SetBounds(const QRect& bounds) override { view_.Widget()->setGeometry(bounds); }
-    void SetVisible(bool visible) override { view_.Widget()->setVisible(visible); }
+    void SetBounds(const QRect& bounds) override { view_.SetBounds(bounds); }
+    void SetVisible(bool visible) override { view_.SetVisible(visible); }
 
   private:
     loader::View view_;
@@ -35,8 +35,10 @@ class Controller final : public WebViewController {
 
 class Environment final : public WebViewEnvironment {
   public:
-    explicit Environment(const std::wstring& userDataFolder)
-        : profile_(Profile::Make(userDataFolder)) {}
+    Environment(const std::wstring& userDataFolder, const WebViewEnvironmentOptions& options) {
+        const Switches switches(options.additionalBrowserArguments);
+        profile_ = Profile::Make(userDataFolder);
+    }
 
     void CreateController(QWidget& host, ControllerCreated completed) override {
         later_.Post([this, parent = QPointer<QWidget>(&host), completed = std::move(completed)] {
@@ -76,11 +78,10 @@ bool CreateCoreWebView2EnvironmentWithOptions(const std::wstring& userDataFolder
                                               vistrel::EnvironmentCreated completed) {
     using vistrel::loader::Later;
     if (!vistrel::loader::CanStart()) return false;
-    vistrel::loader::SetSwitches(options.additionalBrowserArguments);
     // No object is there yet that could be destroyed, so this one call always comes.
     const auto later = std::make_shared<Later>();
-    later->Post([later, userDataFolder, completed = std::move(completed)] {
-        completed(std::make_unique<vistrel::loader::Environment>(userDataFolder));
+    later->Post([later, userDataFolder, options, completed = std::move(completed)] {
+        completed(std::make_unique<vistrel::loader::Environment>(userDataFolder, options));
     });
     return true;
 }

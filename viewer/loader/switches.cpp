@@ -1,6 +1,5 @@
 #include "viewer/loader/switches.h"
 
-#include <QByteArray>
 #include <QList>
 #include <QString>
 
@@ -27,14 +26,23 @@ void Add(QByteArray& switches, const QByteArray& added) {
 
 }  // namespace
 
-void SetSwitches(const std::wstring& arguments) {
-    QByteArray switches = qgetenv(kVariable);
+Switches::Switches(const std::wstring& arguments)
+    : users_(qgetenv(kVariable)), wereSet_(qEnvironmentVariableIsSet(kVariable)) {
+    QByteArray switches = users_;
     const QByteArray words = QString::fromStdWString(arguments).toUtf8().simplified();
     if (!words.isEmpty()) {
         for (const QByteArray& word : words.split(' ')) Add(switches, word);
     }
     for (const char* own : kOwnSwitches) Add(switches, own);
     qputenv(kVariable, switches);
+}
+
+Switches::~Switches() {
+    if (wereSet_) {
+        qputenv(kVariable, users_);
+    } else {
+        qunsetenv(kVariable);
+    }
 }
 
 }  // namespace vistrel::loader

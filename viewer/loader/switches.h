@@ -1,12 +1,24 @@
 // Command line switches of the browser, which reads them from the environment.
 #pragma once
 
+#include <QByteArray>
 #include <string>
 
 namespace vistrel::loader {
 
-// Adds `arguments` (switches separated by blanks) and the loader's own switches to those that the
-// user has set, each once. Takes effect when called before the first page of the process.
-void SetSwitches(const std::wstring& arguments);
+// As long as it exists, the environment holds `arguments` (switches separated by blanks) and the
+// loader's own switches behind those of the user, each once. The browser reads them when the first
+// profile of the process is made. Programs that are started later must not inherit them.
+class Switches {
+  public:
+    explicit Switches(const std::wstring& arguments);
+    ~Switches();
+    Switches(const Switches&) = delete;
+    Switches& operator=(const Switches&) = delete;
+
+  private:
+    QByteArray users_;
+    bool wereSet_;
+};
 
 }  // namespace vistrel::loader

@@ -4,6 +4,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonValue>
+#include <QRect>
 #include <QVariant>
 #include <QWebEngineSettings>
 #include <QWebEngineView>
@@ -86,6 +87,14 @@ View::~View() {
     page_->SetConsole({});
     page_.reset();
     delete widget_;
+}
+
+void View::SetBounds(const QRect& bounds) {
+    if (widget_) widget_->setGeometry(bounds);
+}
+
+void View::SetVisible(bool visible) {
+    if (widget_) widget_->setVisible(visible);
 }
 
 void View::Navigate(const std::wstring& url) {

@@ -11,6 +11,7 @@
 #include "viewer/loader/profile.h"
 #include "viewer/web_view.h"
 
+class QRect;
 class QWebEngineView;
 
 namespace vistrel::loader {
@@ -21,7 +22,9 @@ class View final : public WebView, private WebViewSettings {
     View(QWidget& host, std::shared_ptr<Profile> profile);
     ~View() override;
 
-    QWebEngineView* Widget() { return widget_; }
+    // In coordinates of the host.
+    void SetBounds(const QRect& bounds);
+    void SetVisible(bool visible);
 
     WebViewSettings& Settings() override { return *this; }
     void Navigate(const std::wstring& url) override;
@@ -46,7 +49,7 @@ class View final : public WebView, private WebViewSettings {
     void FailScripts(int last);
 
     std::shared_ptr<Profile> profile_;
-    // The host deletes it, should it go first.
+    // Null once the host is gone.
     QPointer<QWebEngineView> widget_;
     std::unique_ptr<Page> page_;
     Captures captures_;

@@ -152,11 +152,12 @@ export class Viewer {
         const shown = this.#splats.show(bytes, name);
         this.#sorter.invalidate();
         const isShown = await shown;
-        const isNewest = number === this.#lastAsked;
-        if (isNewest && !(isShown && this.#splats.count > 0)) this.#state.failed();
+        if (number === this.#lastAsked) {
+            if (isShown && this.#splats.count > 0) this.#state.parsed();
+            else this.#state.failed();
+        }
         if (!isShown) return;
         this.#sorter.invalidate();
-        if (isNewest) this.#state.parsed();
         this.#loop.wake();
     }
 

@@ -22,6 +22,28 @@ class BatchDialogProgress : public test::DialogFixture {
         gate_->WaitForSomebody();
         QCoreApplication::processEvents();
     }
+
+    void RunOnce(int pictures) {
+        StartAndHold(pictures);
+        LetTheBatchEnd();
+        RemoveOutputs();
+    }
+
+    void RemoveOutputs() const {
+        for (const auto& output : std::filesystem::directory_iterator(folder_ / "out")) {
+            std::filesystem::remove(output);
+        }
+    }
+
+    // In another dialog; the reports of the first file arrive that late.
+    void StartAnewAndLookAfterFiveSeconds() {
+        MakeDialog();
+        gate_->Hold();
+        Start();
+        gate_->WaitForSomebody();
+        now_ += 5 * kSecond;
+        QCoreApplication::processEvents();
+    }
 };
 
 TEST_F(BatchDialogProgress, ButtonsAreDisabledAndCancelIsShown) {
@@ -103,28 +125,14 @@ TEST_F(BatchDialogProgress, SecondsKeepTheirLastValue) {
 
 // The number of the last file is one for the whole process.
 TEST_F(BatchDialogProgress, SecondsCountFromTheStartWhenTheLastBatchEndedWithTheSameNumber) {
-    StartAndHold(1);
-    LetTheBatchEnd();
-    std::filesystem::remove(folder_ / "out/a0.ply");
-    MakeDialog();
-    gate_->Hold();
-    Start();
-    gate_->WaitForSomebody();
-    now_ += 5 * kSecond;
-    QCoreApplication::processEvents();
+    RunOnce(1);
+    StartAnewAndLookAfterFiveSeconds();
     EXPECT_EQ(Elapsed(), L"Elapsed: 5 sec");
 }
 
 TEST_F(BatchDialogProgress, SecondsCountFromTheFirstReportWhenTheLastBatchEndedWithAnotherNumber) {
-    StartAndHold(2);
-    LetTheBatchEnd();
-    for (const char* name : {"out/a0.ply", "out/a1.ply"}) std::filesystem::remove(folder_ / name);
-    MakeDialog();
-    gate_->Hold();
-    Start();
-    gate_->WaitForSomebody();
-    now_ += 5 * kSecond;
-    QCoreApplication::processEvents();
+    RunOnce(2);
+    StartAnewAndLookAfterFiveSeconds();
     EXPECT_EQ(Elapsed(), L"Elapsed: 0 sec");
 }
 
@@ -145,9 +153,7 @@ TEST_F(BatchDialogProgress, CancelEscAndTheCloseBoxStopAfterTheFile) {
         EXPECT_EQ(Status(), L"Batch conversion cancelled.");
         EXPECT_EQ(Bar(), 33);
         EXPECT_EQ(OutputCount(), 1U);
-        for (const auto& output : std::filesystem::directory_iterator(folder_ / "out")) {
-            std::filesystem::remove(output);
-        }
+        RemoveOutputs();
     }
 }
 

@@ -23,6 +23,7 @@
 #include "batch/dialogs/batch_dialog.h"
 #include "batch/dialogs/conflict_dialog.h"
 #include "engine/wide.h"
+#include "shell/look.h"
 #include "shell/settings.h"
 #include "shell/ui_text.h"
 #include "tests/support/temporary_folder.h"
@@ -77,6 +78,7 @@ class DialogFixture : public testing::Test {
         // The last thing of every file; the gate is shared as the thread may outlive the test's
         // end.
         engine_->onFinished = [gate = gate_](bool, const std::wstring&) { gate->Pass(); };
+        ApplyLook();  // letters and margins decide what fits
         gUiText = &kEnglishText;
         MakeDialog();
     }

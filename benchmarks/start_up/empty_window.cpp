@@ -1,0 +1,27 @@
+// The least that a program with this browser can do: a window with nothing but an empty page.
+#include <QApplication>
+#include <QUrl>
+#include <QWebEnginePage>
+#include <QWebEngineProfile>
+#include <QWebEngineView>
+
+#include "benchmarks/start_up/milestones.h"
+
+int main(int argc, char** argv) {
+    QApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
+    const QApplication application(argc, argv);
+    vistrel::Milestones milestones;
+    qApp->installEventFilter(&milestones);
+
+    QWebEngineProfile profile("empty");
+    QWebEngineView view;
+    QWebEnginePage page(&profile);
+    view.setPage(&page);
+    QObject::connect(&page, &QWebEnginePage::loadFinished, [&] { milestones.PageIsReady(); });
+    page.load(QUrl("about:blank"));
+    view.resize(1200, 700);
+    view.show();
+    const int code = QApplication::exec();
+    view.setPage(nullptr);
+    return code;
+}

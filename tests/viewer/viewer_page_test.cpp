@@ -1,0 +1,176 @@
+// The bridge, the loader library, the browser and the page together.
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <QApplication>
+#include <QColor>
+#include <QImage>
+#include <QWidget>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "engine/wide.h"
+#include "tests/support/capture.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/support/wait_until.h"
+#include "tests/tools/splat_scene_bytes.h"
+#include "tests/viewer/helper_process.h"
+#include "viewer/web_view_bridge.h"
+
+namespace vistrel::test {
+namespace {
+
+class ViewerPage : public testing::Test {
+  protected:
+    static constexpr int kWidth = 200;
+    static constexpr int kHeight = 100;
+
+    ViewerPage() {
+        setenv("XDG_DATA_HOME", (folder_ / "data").c_str(), 1);
+        window_.resize(kWidth, kHeight);
+        window_.show();
+    }
+
+    // A white Gaussian at the place that the page looks at.
+    std::filesystem::path Scene(std::string_view name) {
+        SceneParts parts;
+        parts.vertices = {WhiteVertex({0.0F, 0.0F, 0.0F}, 0.1F, 0.999F)};
+        return folder_.Write(name, SceneBytes(parts));
+    }
+
+    bool Start() {
+        std::optional<bool> ready;
+        bridge_.Initialize(&window_, window_.rect(), FromUtf8(VISTREL_PAGE),
+                           [&ready](bool answer) { ready = answer; });
+        return WaitUntil([&ready] { return ready.has_value(); }) && *ready;
+    }
+
+    // The script's value as JSON; "" when it fails.
+    std::wstring Ask(const std::wstring& script) {
+        std::optional<std::wstring> answer;
+        bridge_.View()->ExecuteScript(script, [&](bool success, const std::wstring& result) {
+            answer = success ? result : L"";
+        });
+        return WaitUntil([&answer] { return answer.has_value(); }) ? *answer : L"no answer";
+    }
+
+    bool Becomes(const std::wstring& script, const std::wstring& json) {
+        return WaitUntil([&] { return Ask(script) == json; });
+    }
+
+    bool IsShown() {
+        return Becomes(L"typeof SceneStateFromNative==='function'&&SceneStateFromNative()",
+                       L"\"shown\"");
+    }
+
+    bool Show(std::string_view name) {
+        bridge_.ShowScene(FromPath(Scene(name)), true);
+        return Becomes(L"decodeURIComponent(location.search).includes('" + FromUtf8(name) +
+                           L"')&&SceneStateFromNative()",
+                       L"\"shown\"");
+    }
+
+    QImage Capture() {
+        const std::filesystem::path path = folder_ / "capture.png";
+        std::filesystem::remove(path);
+        bridge_.CaptureImage(&window_, FromPath(path));
+        EXPECT_FALSE(std::filesystem::exists(path));
+        if (!WaitUntil([&path] { return std::filesystem::exists(path); })) return {};
+        return QImage(QString::fromStdString(path.native()), "PNG");
+    }
+
+    static bool IsWhite(const QImage& image, int fromX, int toX) {
+        for (int x = fromX; x < toX; ++x) {
+            if (image.pixelColor(x, kHeight / 2).lightness() > 200) return true;
+        }
+        return false;
+    }
+
+    const TemporaryFolder folder_;
+    QWidget window_;
+    WebViewBridge bridge_{L"No loader."};
+};
+
+TEST_F(ViewerPage, StartPageIsBlack) {
+    ASSERT_TRUE(Start());
+    EXPECT_TRUE(Becomes(L"location.search", L"\"?nreso=1&mode=0\""));
+    const QImage image = Capture();
+    EXPECT_EQ(image.size(), QSize(kWidth, kHeight));
+    EXPECT_EQ(image.pixelColor(kWidth / 2, kHeight / 2), QColor(Qt::black));
+}
+
+TEST_F(ViewerPage, SceneIsShownInBothHalvesAndCaptured) {
+    ASSERT_TRUE(Start());
+    ASSERT_TRUE(Show("a b.ply"));
+    const QImage image = Capture();
+    EXPECT_EQ(image.size(), QSize(kWidth, kHeight));
+    EXPECT_TRUE(IsWhite(image, 0, kWidth / 2));
+    EXPECT_TRUE(IsWhite(image, kWidth / 2, kWidth));
+    EXPECT_EQ(image.pixelColor(2, 2), QColor(Qt::black));
+}
+
+TEST_F(ViewerPage, CallsReachThePage) {
+    ASSERT_TRUE(Start());
+    ASSERT_TRUE(Show("a.ply"));
+    bridge_.SetStereoMode(4);
+    bridge_.SetFocusDepth(20, 36);
+    bridge_.SetSwapEyes(true);
+    const std::wstring view =
+        L"window.dispatchEvent(new Event('pagehide'));"
+        L"(({stType,dltx,dpt,swap})=>[stType,dltx,Math.round(dpt),swap].join())"
+        L"(JSON.parse(localStorage.cameraState))";
+    EXPECT_TRUE(Becomes(view, L"\"4,92,120,true\""));
+    ASSERT_TRUE(IsShown());
+    const QColor grey = Capture().pixelColor(kWidth / 2, kHeight / 2);
+    EXPECT_EQ(grey.green(), grey.blue());
+    EXPECT_GT(grey.lightness(), 0);
+}
+
+TEST_F(ViewerPage, EarlyFileArrivesIntactAndIsDrawnWithTheNextMode) {
+    bridge_.ShowScene(FromPath(Scene("it's 1 & \"\xe5\x86\x99\".ply")), true);
+    ASSERT_TRUE(Start());
+    EXPECT_TRUE(
+        Becomes(L"typeof SceneStateFromNative==='function'&&SceneStateFromNative()", L"\"busy\""));
+    bridge_.SetStereoMode(0);
+    ASSERT_TRUE(IsShown());
+    EXPECT_TRUE(IsWhite(Capture(), 0, kWidth / 2));
+}
+
+TEST_F(ViewerPage, AlertShowsNothing) {
+    ASSERT_TRUE(Start());
+    bridge_.ExecJS(L"alert('seen')");
+    EXPECT_EQ(Ask(L"alert('seen again'),1"), L"1");
+    EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
+    QWidgetList visible = QApplication::topLevelWidgets();
+    visible.removeIf([](const QWidget* widget) { return !widget->isVisible(); });
+    EXPECT_EQ(visible, QWidgetList{&window_});
+}
+
+TEST_F(ViewerPage, NextSceneOpensAfterThePagesProcessWasKilled) {
+    ASSERT_TRUE(Start());
+    ASSERT_TRUE(Show("a.ply"));
+    bool failed = false;
+    bridge_.onProcessFailed = [&failed](const std::wstring&) { failed = true; };
+    const std::string log = LogOf([&] {
+        for (const pid_t process : PageProcesses()) kill(process, SIGKILL);
+        EXPECT_TRUE(WaitUntil([&failed] { return failed; }));
+    });
+    EXPECT_NE(log.find("  The browser view failed: "), log.npos) << log;
+    ASSERT_TRUE(Show("b.ply"));
+    EXPECT_TRUE(IsWhite(Capture(), 0, kWidth / 2));
+}
+
+TEST_F(ViewerPage, BridgeMayEndAtAnyMoment) {
+    for (const int steps : {0, 1, 2, 5, 20}) {
+        WebViewBridge bridge(L"No loader.");
+        bridge.Initialize(&window_, window_.rect(), FromUtf8(VISTREL_PAGE), [](bool) {});
+        for (int i = 0; i < steps; ++i) DeliverPosted();
+    }
+    DeliverPosted();
+    EXPECT_TRUE(window_.findChildren<QWidget*>().isEmpty());
+}
+
+}  // namespace
+}  // namespace vistrel::test
