@@ -16,11 +16,8 @@ class ClosingTest(Session):
         self.display.close_window(self.main)
         self.expect_end()
 
-    def start_conversion(self):
-        self.choose_model()
-        self.open_file(PHOTOGRAPH, download=False)
-        self.press("generate", download=False)
-        self.enter_file(self.home / "scene.ply")
+    def wait_for_inference(self):
+        wait_for(lambda: "Running inference" in self.program.text(), "the network to run", 20)
 
     def test_as_soon_as_there_is_a_window(self):
         self.start()
@@ -28,7 +25,11 @@ class ClosingTest(Session):
 
     def test_while_a_photograph_is_converted(self):
         self.start()
-        self.start_conversion()
+        self.choose_model()
+        self.open_photograph(PHOTOGRAPH, download=False)
+        self.press("generate", download=False)
+        self.enter_file(self.home / "scene.ply")
+        self.wait_for_inference()
         self.close()
 
     def test_while_the_network_is_fetched(self):
@@ -85,10 +86,22 @@ class ClosingTest(Session):
         self.start()
         self.choose_model()
         self.press("batch")
-        dialog = self.dialog()
-        self.display.close_window(dialog)
-        self.wait_for_closing(dialog)
-        self.close()
+        batch = self.dialog()
+
+        def place(x, y):
+            """In the units of the dialog, which is 320 x 180 of them large."""
+            return batch.x + batch.width * x // 320, batch.y + batch.height * y // 180
+
+        field = (*place(80, 12), *place(255, 22))
+        empty = self.display.picture(field).tobytes()
+        self.display.click(*place(288, 17))
+        wait_for(lambda: self.dialog().id != batch.id, "the question for the folder")
+        self.enter_file(photographs)
+        wait_for(lambda: self.display.picture(field).tobytes() != empty, "the folder's name")
+        self.display.click(*place(220, 162))
+        self.wait_for_inference()
+        self.display.key("Tab", "q", "Tab", "q", "Tab", "q")  # the text fields keep theirs
+        self.expect_end()
 
 
 if __name__ == "__main__":

@@ -27,7 +27,8 @@ class Program:
         self.output = open(self.home / "output.log", "ab")
         self.output_start = self.output.tell()
         self.process = subprocess.Popen(
-            [str(self.folder / "vistrel")], stdin=subprocess.DEVNULL, stdout=self.output,
+            # Each line of its log is there as soon as it is written.
+            ["stdbuf", "-oL", str(self.folder / "vistrel")], stdin=subprocess.DEVNULL, stdout=self.output,
             stderr=self.output, start_new_session=True, cwd=self.home,
             env=self._environment(language) | (environment or {}))
 

@@ -28,7 +28,7 @@ class ConversionTest(Session):
     def test_a_photograph_becomes_a_scene_on_the_screen(self):
         self.start()
         self.choose_model()
-        self.open_file(PHOTOGRAPH, download=False)
+        self.open_photograph(PHOTOGRAPH, download=False)
         photograph = Image.open(PHOTOGRAPH)
 
         left, top, right, bottom = self.viewer()

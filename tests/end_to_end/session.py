@@ -155,6 +155,10 @@ class Session(unittest.TestCase):
         self.press("select file", **shown)
         self.enter_file(path)
 
+    def open_photograph(self, path, **shown):
+        self.open_file(path, **shown)
+        wait_for(lambda: self.color_at(0.5) not in ((0, 0, 0), layout.WINDOW_COLOR), "the preview")
+
     def focus_viewer(self):
         left, top, right, bottom = self.viewer()
         self.display.click((left + right) // 2, (top + bottom) // 2)
