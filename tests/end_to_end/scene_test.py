@@ -1,0 +1,155 @@
+#!/usr/bin/env python3
+"""From a photograph to a scene on the screen, and what is done with the scene there."""
+
+import unittest
+
+from PIL import Image
+
+import scenes
+from display import wait_for
+from scenes import LEFT, RIGHT, is_gray
+from session import SOURCE, Session
+
+PHOTOGRAPH = SOURCE / "resources" / "sample" / "autumn_lake.jpg"
+
+
+def grid(picture):
+    """Colours of 4 x 3 fields."""
+    return list(picture.convert("RGB").resize((4, 3), Image.BOX).getdata())
+
+
+def difference(one, other):
+    """The mean difference of two pictures' fields, 0 to 255."""
+    pairs = zip(grid(one), grid(other))
+    return sum(sum(abs(a - b) for a, b in zip(p, q)) / 3 for p, q in pairs) / 12
+
+
+class ConversionTest(Session):
+    def test_a_photograph_becomes_a_scene_on_the_screen(self):
+        self.start()
+        self.choose_model()
+        self.open_photograph(PHOTOGRAPH, download=False)
+        photograph = Image.open(PHOTOGRAPH)
+
+        left, top, right, bottom = self.viewer()
+        scale = min((right - left) / photograph.width, (bottom - top) / photograph.height, 1)
+        width, height = int(photograph.width * scale), int(photograph.height * scale)
+        x, y = left + (right - left - width) // 2, top + (bottom - top - height) // 2
+        preview = (x, y, x + width, y + height)
+        wait_for(lambda: difference(self.display.picture(preview), photograph) < 6, "the preview")
+
+        self.press("generate", download=False)
+        scene = self.home / "lake.ply"
+        self.enter_file(scene)
+        wait_for(lambda: self.program.settings_file().exists(), "the conversion to end", 60)
+        settings = self.program.settings()
+        self.assertEqual(settings["outputFilename"], "lake.ply")
+        self.assertEqual(settings["outputDir"], str(self.home))
+        self.assertGreater(scene.stat().st_size, 60_000_000)
+
+        # Each half shows the middle of the photograph's width.
+        middle = photograph.crop((photograph.width // 4, 0, photograph.width * 3 // 4,
+                                  photograph.height))
+        half = (left, top, (left + right) // 2, bottom)
+        wait_for(lambda: difference(self.display.picture(half), middle) < 40, "the scene", 100)
+        self.display.close_window(self.main)
+        self.expect_end()
+
+
+class SceneTest(Session):
+    def setUp(self):
+        super().setUp()
+        self.scene = self.home / "wall.ply"
+        scenes.write_scene(self.scene)
+
+    def open_scene(self, **shown):
+        self.make_window_small()
+        self.open_file(self.scene, **shown)
+        wait_for(self.shows_two_pictures, "the scene, side by side", 40)
+
+    def choose_stereo(self, mode, **shown):
+        """In the panel's list, from the first entry."""
+        self.press("stereo mode", **shown)
+        wait_for(self.popups, "the list of modes")
+        self.display.key("Home", *["Down"] * mode, "Return")
+        wait_for(lambda: not self.popups(), "the list to close")
+
+    def click_stereo(self, mode):
+        """In the menu."""
+        controls = self.open_menu(2)
+        self.display.key("Down", "Down", "Right")  # from the first item
+        stereo = wait_for(lambda: [p for p in self.popups() if p.id != controls.id], "the modes")[0]
+        self.display.click(stereo.x + stereo.width // 2,
+                           stereo.y + int(stereo.height * (mode + 0.5) / 6))
+
+    def test_every_stereo_mode_from_list_and_menu(self):
+        self.start()
+        self.open_scene()
+        self.choose_stereo(3)
+        wait_for(self.shows_one_picture, "Color Anaglyph", 20)
+        self.click_stereo(4)
+        wait_for(lambda: is_gray(self.color_at(0.125)) and is_gray(self.color_at(0.875)),
+                 "Gray Anaglyph", 20)
+        self.choose_stereo(1)
+        wait_for(lambda: max(self.color_at(0.5, 0.5)) < 20
+                 and self.shows_sides(LEFT, RIGHT, LEFT, RIGHT, y_part=0.25)
+                 and self.shows_sides(LEFT, RIGHT, LEFT, RIGHT, y_part=0.75), "LR/RL", 20)
+        self.click_stereo(5)
+        wait_for(self.shows_one_picture, "Interlaced", 20)
+        self.click_stereo(2)
+        wait_for(lambda: not self.shows_one_picture(), "Dubois", 20)
+        self.click_stereo(0)
+        wait_for(self.shows_two_pictures, "Side-by-Side", 20)
+
+    def test_a_saved_picture_is_what_the_viewer_shows(self):
+        self.start()
+        self.open_scene()
+        self.press("save image")
+        picture = self.home / "saved.png"
+        self.enter_file(picture)
+        wait_for(lambda: picture.exists() and picture.stat().st_size > 0, "the picture")
+        left, top, right, bottom = self.viewer()
+        with Image.open(picture) as saved:
+            self.assertEqual(saved.format, "PNG")
+            self.assertEqual(saved.size, (right - left, bottom - top))
+            self.assertLess(difference(saved, self.display.picture(self.viewer())), 4)
+
+    def test_the_mouse_turns_the_scene(self):
+        self.start()
+        self.open_scene()
+        left, top, right, bottom = self.viewer()
+        before = self.display.picture(self.viewer())
+        y = (top + bottom) // 2
+        self.display.drag((left + 100, y), (left + 320, y - 90))
+        wait_for(lambda: difference(before, self.display.picture(self.viewer())) > 3,
+                 "the scene to turn", 20)
+
+    def test_choices_come_back_with_the_next_start(self):
+        self.start()
+        self.choose_model()
+        self.open_scene(download=False)
+        self.choose_stereo(4, download=False)
+        wait_for(lambda: is_gray(self.color_at(0.125)), "Gray Anaglyph", 20)
+        self.focus_viewer()
+        self.display.key("x")
+        self.press("general", download=False)
+        self.display.key("q")
+        self.expect_end()
+        settings = self.program.settings()
+        self.assertEqual(settings["stereoMode"], 4)
+        self.assertEqual(settings["isSwapped"], 1)
+        self.assertEqual(settings["isSharpMode"], 0)
+        self.assertTrue(settings["modelPath"].endswith("vistrel_relief_demo.onnx"))
+        self.assertEqual((settings["focus"], settings["depth"]), ("0", "30"))
+
+        self.start()
+        self.open_file(self.scene, download=False)  # the model is known
+        wait_for(lambda: is_gray(self.color_at(0.2)) and is_gray(self.color_at(0.8)),
+                 "Gray Anaglyph again", 40)
+        self.display.close_window(self.main)
+        self.expect_end()
+        self.assertEqual(self.program.settings(), settings)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
