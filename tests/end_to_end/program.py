@@ -11,8 +11,8 @@ from pathlib import Path
 from display import Timeout, wait_for
 
 # Lines on standard error that tell of a fault of ours.
-FAULTS = ("Sanitizer", "runtime error:", "terminate called", "Segmentation", "ASSERT", "pure virtual",
-          "QObject::", "QThread:", "QEventLoop", "QBasicTimer", "QPaint", "QWidget::",
+FAULTS = ("Sanitizer", "runtime error:", "terminate called", "Segmentation", "ASSERT",
+          "pure virtual", "QObject::", "QThread:", "QEventLoop", "QBasicTimer", "QPaint", "QWidget::",
           "Release of profile requested", "undefined symbol", "double free", "corrupted")
 
 
@@ -28,8 +28,8 @@ class Program:
         self.output_start = self.output.tell()
         self.process = subprocess.Popen(
             # Each line of its log is there as soon as it is written.
-            ["stdbuf", "-oL", str(self.folder / "vistrel")], stdin=subprocess.DEVNULL, stdout=self.output,
-            stderr=self.output, start_new_session=True, cwd=self.home,
+            ["stdbuf", "-oL", str(self.folder / "vistrel")], stdin=subprocess.DEVNULL,
+            stdout=self.output, stderr=self.output, start_new_session=True, cwd=self.home,
             env=self._environment(language) | (environment or {}))
 
     def _install(self, binaries):
