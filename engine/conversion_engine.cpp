@@ -20,12 +20,15 @@ namespace vistrel {
 struct ConversionEngine::Shared {
     std::atomic<bool> busy = false;             // atomic
     std::atomic<bool> cancelRequested = false;  // atomic
-    // Replaced only while no run uses them.
+    // Replaced and copied only by clients and by the calls that start a run; no thread of a run
+    // touches them.
     std::function<void(const std::wstring&)> onProgress;
     std::function<void(bool, const std::wstring&)> onFinished;
     ProviderList providers;  // constant after construction
 
     struct Job {
+        std::function<void(const std::wstring&)> onProgress;
+        std::function<void(bool, const std::wstring&)> onFinished;
         std::wstring modelPath;
         std::wstring inputPath;
         std::wstring outputPath;
@@ -33,15 +36,15 @@ struct ConversionEngine::Shared {
         ExecutionProvider provider;
     };
 
-    bool Run(const Job& job);
+    bool Run(const Job& job) const;
 
   private:
-    void Convert(const Job& job);
-    void Report(const std::wstring& stage) const {
-        if (onProgress) onProgress(stage);
+    void Convert(const Job& job) const;
+    static void Report(const Job& job, const std::wstring& stage) {
+        if (job.onProgress) job.onProgress(stage);
     }
-    bool Fail(const std::wstring& message) const {
-        if (onFinished) onFinished(false, message);
+    static bool Fail(const Job& job, const std::wstring& message) {
+        if (job.onFinished) job.onFinished(false, message);
         return false;
     }
 };
@@ -80,34 +83,34 @@ void CreateOutputFolder(const std::wstring& outputPath) {
     if (code) throw CreateDirectoriesError(folder, code);
 }
 
-void ConversionEngine::Shared::Convert(const Job& job) {
-    Report(L"Preprocessing image\u2026");
+void ConversionEngine::Shared::Convert(const Job& job) const {
+    Report(job, L"Preprocessing image\u2026");
     PreprocessedImage image = LoadAndPreprocess(job.inputPath, ReadExifOrientation(job.inputPath));
 
     const bool cuda = job.provider == ExecutionProvider::Cuda;
-    Report(std::wstring(L"Running ONNX inference (") + (cuda ? L"CUDA" : L"CPU") + L")\u2026");
+    Report(job, std::wstring(L"Running ONNX inference (") + (cuda ? L"CUDA" : L"CPU") + L")\u2026");
     constexpr float kDisparityFactor = 1.0F;
     GaussianSet gaussians =
         RunSharpInference(job.modelPath, image, kDisparityFactor, job.provider, providers);
     image.tensor = {};  // 28 MB that no later stage needs
 
-    Report(L"Unprojecting Gaussians\u2026");
+    Report(job, L"Unprojecting Gaussians\u2026");
     UnprojectGaussians(gaussians, image.focalPx, image.width, image.height, kNetworkSide);
 
-    Report(kSavingStage);
+    Report(job, kSavingStage);
     WriteSplatPly(gaussians, job.outputPath, image.focalPx, static_cast<std::uint32_t>(image.width),
                   static_cast<std::uint32_t>(image.height), job.keepRatio);
 }
 
-bool ConversionEngine::Shared::Run(const Job& job) {
+bool ConversionEngine::Shared::Run(const Job& job) const {
     try {
         Convert(job);
-        if (onFinished) onFinished(true, job.outputPath);
+        if (job.onFinished) job.onFinished(true, job.outputPath);
         return true;
     } catch (const std::exception& failure) {
-        return Fail(FromUtf8(failure.what()));
+        return Fail(job, FromUtf8(failure.what()));
     } catch (...) {
-        return Fail(L"Unknown error during inference.");
+        return Fail(job, L"Unknown error during inference.");
     }
 }
 
@@ -133,7 +136,8 @@ std::unique_ptr<ConversionEngine> ConversionEngine::Share() const {
 bool ConversionEngine::Run(const std::wstring& modelPath, const std::wstring& inputPath,
                            const std::wstring& outputPath, float keepRatio,
                            ExecutionProvider provider) {
-    return shared_->Run({modelPath, inputPath, outputPath, keepRatio, provider});
+    return shared_->Run(
+        {onProgress, onFinished, modelPath, inputPath, outputPath, keepRatio, provider});
 }
 
 bool ConversionEngine::StartAsync(const std::wstring& modelPath, const std::wstring& inputPath,
@@ -144,7 +148,8 @@ bool ConversionEngine::StartAsync(const std::wstring& modelPath, const std::wstr
     CreateOutputFolder(outputPath);
     try {
         std::thread([shared = shared_,
-                     job = Shared::Job{modelPath, inputPath, outputPath, keepRatio, provider}] {
+                     job = Shared::Job{onProgress, onFinished, modelPath, inputPath, outputPath,
+                                       keepRatio, provider}] {
             try {
                 shared->Run(job);
             } catch (...) {

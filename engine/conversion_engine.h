@@ -20,8 +20,9 @@ inline constexpr const wchar_t* kSavingStage = L"Saving PLY\u2026";
 void CreateOutputFolder(const std::wstring& outputPath);
 
 // Runs conversions, on the caller's thread or on one of its own. The callbacks may be empty and are
-// called on the thread that converts. They are plain members: do not replace one while a run that
-// uses it goes on. A run in progress outlives the engine safely; it shares all it touches.
+// called on the thread that converts. A run reports to those that were there when it was started,
+// so they may be replaced while it goes on; replacing and starting are for one thread at a time. A
+// run in progress outlives the engine safely; it shares all it touches.
 class ConversionEngine {
   private:
     struct Shared;

@@ -53,6 +53,7 @@ QRectF Inside(const QRect& rectangle) {
 }
 
 void DrawBox(QPainter* painter, const QRect& rectangle, const QBrush& surface, const QColor& edge) {
+    const Drawing drawing(painter);
     painter->setPen(edge);
     painter->setBrush(surface);
     painter->drawRoundedRect(Inside(rectangle), kCorner, kCorner);
@@ -67,7 +68,15 @@ void DrawButton(const QStyleOption* option, QPainter* painter) {
     DrawBox(painter, option->rect, SurfaceColour(option), edge);
 }
 
+void DrawMenuPanel(const QStyleOption* option, QPainter* painter) {
+    const Drawing drawing(painter);
+    painter->setPen(kEdgeColour);
+    painter->setBrush(kSidebarColour);
+    painter->drawRect(Inside(option->rect));
+}
+
 void DrawRadio(const QStyleOption* option, QPainter* painter) {
+    const Drawing drawing(painter);
     QRectF circle(0, 0, kRadioSize, kRadioSize);
     circle.moveCenter(QRectF(option->rect).center());
     painter->setPen(EdgeColour(option));
@@ -80,6 +89,7 @@ void DrawRadio(const QStyleOption* option, QPainter* painter) {
 }
 
 void DrawCombo(const QStyleOptionComboBox* option, const QRect& arrow, QPainter* painter) {
+    const Drawing drawing(painter);
     DrawBox(painter, option->rect, SurfaceColour(option), EdgeColour(option));
     const QPointF centre = QRectF(arrow).center();
     painter->setPen(QPen(option->palette.color(QPalette::ButtonText), 1.5));
@@ -88,6 +98,7 @@ void DrawCombo(const QStyleOptionComboBox* option, const QRect& arrow, QPainter*
 }
 
 void DrawSlider(const QStyleOptionSlider* option, const QRect& handle, QPainter* painter) {
+    const Drawing drawing(painter);
     QRectF groove(option->rect.left(), 0, option->rect.width(), kGrooveHeight);
     groove.moveCenter(QRectF(option->rect).center());
     QRectF knob(0, 0, kHandleSize, kHandleSize);
@@ -105,6 +116,7 @@ void DrawSlider(const QStyleOptionSlider* option, const QRect& handle, QPainter*
 }
 
 void DrawProgress(const QStyleOptionProgressBar* option, QPainter* painter) {
+    const Drawing drawing(painter);
     const double range = std::max(1, option->maximum - option->minimum);
     const double share = std::clamp((option->progress - option->minimum) / range, 0.0, 1.0);
     QRectF bar(option->rect);
@@ -121,16 +133,13 @@ ControlStyle::ControlStyle() : QProxyStyle(QStyleFactory::create("Fusion")) {}
 
 void ControlStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* option,
                                  QPainter* painter, const QWidget* widget) const {
-    const Drawing drawing(painter);
     switch (element) {
         case PE_PanelButtonCommand:
             return DrawButton(option, painter);
         case PE_IndicatorRadioButton:
             return DrawRadio(option, painter);
         case PE_PanelMenu:
-            painter->setPen(kEdgeColour);
-            painter->setBrush(kSidebarColour);
-            return painter->drawRect(Inside(option->rect));
+            return DrawMenuPanel(option, painter);
         case PE_FrameLineEdit:
             return DrawBox(painter, option->rect, Qt::NoBrush, EdgeColour(option));
         default:
@@ -143,11 +152,9 @@ void ControlStyle::drawControl(ControlElement element, const QStyleOption* optio
     const auto* const bar = qstyleoption_cast<const QStyleOptionProgressBar*>(option);
     const bool determinate = bar != nullptr && bar->maximum > bar->minimum;
     if (determinate && element == CE_ProgressBarGroove) {
-        const Drawing drawing(painter);
         return DrawBox(painter, option->rect, kBarGrooveColour, kBarGrooveColour);
     }
     if (determinate && element == CE_ProgressBarContents) {
-        const Drawing drawing(painter);
         return DrawProgress(bar, painter);
     }
     QProxyStyle::drawControl(element, option, painter, widget);
@@ -155,7 +162,6 @@ void ControlStyle::drawControl(ControlElement element, const QStyleOption* optio
 
 void ControlStyle::drawComplexControl(ComplexControl control, const QStyleOptionComplex* option,
                                       QPainter* painter, const QWidget* widget) const {
-    const Drawing drawing(painter);
     const auto* const combo = qstyleoption_cast<const QStyleOptionComboBox*>(option);
     if (control == CC_ComboBox && combo != nullptr && !combo->editable) {
         return DrawCombo(combo, subControlRect(control, option, SC_ComboBoxArrow, widget), painter);

@@ -5,7 +5,6 @@
 #include <QRect>
 #include <QTimer>
 #include <QWidget>
-#include <algorithm>
 #include <stdexcept>
 #include <utility>
 

@@ -44,6 +44,7 @@ void WriteKey(const std::filesystem::path& path) {
 // In the child: becomes the server, which writes its display's number to `number`.
 [[noreturn]] void BecomeServer(pid_t parent, int number, const std::string& screen,
                                const std::string& key) {
+    setsid();  // the terminal's Ctrl-C is for this program alone
     prctl(PR_SET_PDEATHSIG, SIGTERM);
     if (getppid() != parent) _exit(1);
     const int nowhere = open("/dev/null", O_RDWR);

@@ -5,10 +5,10 @@
 #include <CLI/CLI.hpp>
 #include <QApplication>
 #include <QMetaObject>
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <cmath>
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -101,7 +101,7 @@ int TakeUnlessInterrupted(Interrupts& interrupts, QApplication& application, Opt
 }
 
 // Everything that it makes is gone when it returns.
-int RunInSurroundings(int argc, char** argv, Options& options) {
+int RunInSurroundings(char* program, Options& options) {
     CheckScene(options.scene);
     CheckOutput(options.output);
     CheckSandbox();
@@ -110,7 +110,10 @@ int RunInSurroundings(int argc, char** argv, Options& options) {
     Interrupts interrupts;
     const WorkFolder folder;
     PrepareApplication(folder.Path());
-    QApplication application(argc, argv);
+    // Qt and the browser have options of their own, which are none of ours.
+    int argc = 1;
+    std::array<char*, 2> argv = {program, nullptr};
+    QApplication application(argc, argv.data());
     return TakeUnlessInterrupted(interrupts, application, options, folder);
 }
 
@@ -169,7 +172,7 @@ int Main(int argc, char** argv) {
     }
 
     try {
-        if (const int signal = RunInSurroundings(argc, argv, options)) Interrupts::DieOf(signal);
+        if (const int signal = RunInSurroundings(argv[0], options)) Interrupts::DieOf(signal);
         return EXIT_SUCCESS;
     } catch (const std::exception& error) {
         Tell(std::string("Error: ") + error.what());

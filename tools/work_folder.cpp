@@ -1,6 +1,5 @@
 #include "tools/work_folder.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <stdexcept>

@@ -3,8 +3,6 @@
 #include <QMessageBox>
 #include <QRect>
 #include <QString>
-#include <filesystem>
-#include <system_error>
 #include <utility>
 
 #include "engine/log.h"

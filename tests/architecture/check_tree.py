@@ -25,6 +25,9 @@ ARROWS = {
               ["gtest", "gmock", "eigen", "stb", "hwy", "qt", "curl", "onnxruntime"]),
     "benchmarks": (["benchmarks/", "tests/support/", "engine/", "batch/"],
                    ["benchmark", "eigen", "stb", "hwy", "onnxruntime"]),
+    # The program as a whole beside a window with nothing but the browser.
+    "benchmarks/start_up": (["benchmarks/start_up/", "shell/program.h", "viewer/web_view_loader.h"],
+                            ["qt", "qtwebengine"]),
 }
 
 # Nothing outside the folder itself includes what lies in it.
@@ -56,6 +59,13 @@ LINKS = {
     "vistrel_engine": ["vistrel_warnings", "Threads::Threads", "Stb::stb", "PkgConfig::exiv2",
                        "PkgConfig::hwy", "OnnxRuntime::onnxruntime"],
     "vistrel_resampler_avx2": ["vistrel_warnings", "Stb::stb"],
+    "vistrel_files": ["vistrel_warnings", "vistrel_engine"],
+    "vistrel_resources": ["vistrel_warnings", "vistrel_files", "Qt6::Core"],
+    "vistrel_shell": ["vistrel_warnings", "vistrel_download", "vistrel_engine", "vistrel_files",
+                      "vistrel_viewer", "Qt6::Widgets"],
+    "vistrel_program": ["vistrel_warnings", "vistrel_batch_dialogs", "vistrel_resources",
+                        "vistrel_shell"],
+    "vistrel": ["vistrel_warnings", "vistrel_program"],
     "vistrel_batch": ["vistrel_warnings", "vistrel_engine"],
     "vistrel_batch_dialogs": ["vistrel_warnings", "vistrel_batch", "vistrel_shell", "Qt6::Widgets"],
     "vistrel-convert": ["vistrel_warnings", "vistrel_batch", "vistrel_engine", "CLI11::CLI11"],
@@ -66,6 +76,11 @@ LINKS = {
     "vistrel_snapshot": ["vistrel_warnings", "vistrel_engine", "vistrel_viewer", "Qt6::Widgets"],
     "vistrel-snapshot": ["vistrel_warnings", "vistrel_snapshot", "vistrel_resources",
                          "CLI11::CLI11"],
+    "vistrel_shell": ["vistrel_warnings", "vistrel_download", "vistrel_engine", "vistrel_files",
+                      "vistrel_viewer", "Qt6::Widgets"],
+    "vistrel_program": ["vistrel_warnings", "vistrel_batch_dialogs", "vistrel_resources",
+                        "vistrel_shell"],
+    "vistrel": ["vistrel_warnings", "vistrel_program"],
     "vistrel_viewer": ["vistrel_warnings", "vistrel_engine", "${CMAKE_DL_LIBS}", "Qt6::Widgets"],
 }
 

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <filesystem>
 #include <future>
 #include <memory>
@@ -79,6 +80,18 @@ TEST_F(StartAsyncTest, SecondStartWhileRunningDoesNothing) {
     // The one promise takes one result: a second callback would throw in the worker.
     EXPECT_EQ(result_->get_future().get().second, FromPath(folder_ / "out.ply"));
     WaitUntilIdle();
+}
+
+TEST_F(StartAsyncTest, RunReportsToTheCallbacksThatItBeganWith) {
+    ASSERT_TRUE(Start(folder_ / "out.ply"));
+    started_->get_future().wait();
+    std::atomic<int> strangeReports = 0;
+    engine_->onProgress = [&strangeReports](const std::wstring&) { ++strangeReports; };
+    engine_->onFinished = [&strangeReports](bool, const std::wstring&) { ++strangeReports; };
+    goOn_.set_value();
+    EXPECT_TRUE(result_->get_future().get().first);
+    WaitUntilIdle();
+    EXPECT_EQ(strangeReports, 0);
 }
 
 TEST_F(StartAsyncTest, StartClearsACancellationAndALaterOneDoesNotStopTheRun) {

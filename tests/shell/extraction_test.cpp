@@ -45,12 +45,6 @@ class Extraction : public testing::Test {
     [[nodiscard]] std::optional<ProgramFiles> Extract() const {
         return ExtractResources(FromPath(App()));
     }
-    // Lets other users in, but not write.
-    void OpenToReaders() const {
-        for (path folder = App(); folder != home.Home().parent_path().parent_path();
-             folder = folder.parent_path())
-            std::filesystem::permissions(folder, perms{0755});
-    }
 
     test::OwnHome home;
 };
@@ -108,7 +102,7 @@ TEST_F(Extraction, LoaderThatIsThereStays) {
 }
 
 TEST_F(Extraction, ProtectedProgramFolderFails) {
-    OpenToReaders();
+    home.Protect(App());
     EXPECT_FALSE(test::RunAsNobody([&] { return Extract().has_value(); }));
     EXPECT_EQ(Entries(App()), 0);
     EXPECT_FALSE(std::filesystem::exists(Web()));
@@ -144,7 +138,7 @@ TEST_F(Extraction, FileInPlaceOfTheTemporaryFolderFails) {
 }
 
 TEST_F(Extraction, ProtectedTemporaryFolderFails) {
-    OpenToReaders();
+    home.Protect(App());
     std::filesystem::permissions(App(), perms{0777});
     std::filesystem::permissions(home.Temporary(), perms{0555});
     EXPECT_FALSE(test::RunAsNobody([&] { return Extract().has_value(); }));

@@ -1,69 +1,20 @@
 #include "shell/settings.h"
 
-#include <gtest/gtest.h>
-#include <sys/stat.h>
-
-#include <QJsonDocument>
 #include <QJsonObject>
 #include <clocale>
 #include <filesystem>
-#include <fstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "engine/wide.h"
-#include "tests/support/own_home.h"
+#include "tests/shell/settings_fixture.h"
 
 namespace vistrel {
 namespace {
 
-class Settings : public testing::Test {
-  protected:
-    [[nodiscard]] std::filesystem::path Folder() const { return home.Home() / ".config/Vistrel"; }
-    [[nodiscard]] std::filesystem::path File() const { return Folder() / "settings.json"; }
-
-    void Write(const std::string& text) const {
-        std::filesystem::create_directories(Folder());
-        std::ofstream(File(), std::ios::binary) << text;
-    }
-    // The settings of a file with this text, over a record with none of the defaults.
-    [[nodiscard]] AppSettings Loaded(const std::string& text) const {
-        Write(text);
-        AppSettings settings = Unusual();
-        settings.Load();
-        return settings;
-    }
-    [[nodiscard]] QJsonObject Written() const {
-        return QJsonDocument::fromJson(QByteArray::fromStdString(test::ReadFile(File()))).object();
-    }
-    [[nodiscard]] static AppSettings Unusual() {
-        AppSettings settings;
-        settings.modelPath = L"/m/モデル.onnx";
-        settings.outputDir = L"/o";
-        settings.outputFilename = L"o.ply";
-        settings.stereoMode = 3;
-        settings.isSwapped = true;
-        settings.focus = -12.5;
-        settings.depth = 77.25;
-        settings.isSharpMode = false;
-        settings.executionProvider = 1;
-        return settings;
-    }
-
-    test::OwnHome home;
-};
-
-void ExpectSame(const AppSettings& actual, const AppSettings& expected) {
-    EXPECT_EQ(actual.modelPath, expected.modelPath);
-    EXPECT_EQ(actual.outputDir, expected.outputDir);
-    EXPECT_EQ(actual.outputFilename, expected.outputFilename);
-    EXPECT_EQ(actual.stereoMode, expected.stereoMode);
-    EXPECT_EQ(actual.isSwapped, expected.isSwapped);
-    EXPECT_EQ(actual.focus, expected.focus);
-    EXPECT_EQ(actual.depth, expected.depth);
-    EXPECT_EQ(actual.isSharpMode, expected.isSharpMode);
-    EXPECT_EQ(actual.executionProvider, expected.executionProvider);
-}
+using test::ExpectSame;
+using Settings = test::SettingsTest;
 
 TEST_F(Settings, FirstStartHasTheDefaults) {
     std::filesystem::create_directories(home.Home() / "Documents");
@@ -263,76 +214,6 @@ TEST_F(Settings, FileNamesThatAreNoTextComeBackWithEveryByte) {
     again.Load();
     EXPECT_EQ(again.modelPath, settings.modelPath);
     EXPECT_EQ(again.outputDir, settings.outputDir);
-}
-
-TEST_F(Settings, BrokenFilesChangeNothingAndAreReplaced) {
-    const std::string whole = R"({"stereoMode":1,"modelPath":"/x")";
-    for (const std::string& text :
-         {std::string(), whole, whole + "}}", std::string("[1]"), std::string("7"),
-          std::string("{\"a\":\"\xFF\"}"), std::string(5000, '['), std::string(64, '\0')}) {
-        ExpectSame(Loaded(text), Unusual());
-        EXPECT_EQ(test::ReadFile(File()), text);
-        Unusual().Save();
-        AppSettings again;
-        again.Load();
-        ExpectSame(again, Unusual());
-    }
-}
-
-TEST_F(Settings, MembersOfOthersSurvive) {
-    Write(R"({"theirs":{"a":[1,2.5,"x",null,true]},"big":9007199254740993,"stereoMode":"wrong"})");
-    Unusual().Save();
-    const QJsonObject written = Written();
-    EXPECT_EQ(written["theirs"],
-              QJsonDocument::fromJson(R"({"a":[1,2.5,"x",null,true]})").object());
-    EXPECT_EQ(written["big"].toInteger(), 9007199254740993);
-    EXPECT_EQ(written["stereoMode"].toInt(), 3);
-    EXPECT_EQ(written.size(), 11);
-}
-
-TEST_F(Settings, SavingLeavesNothingElseInTheFolder) {
-    Unusual().Save();
-    Unusual().Save();
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(Folder()), {}), 1);
-}
-
-TEST_F(Settings, SaveIsLostWhereAFileTakesTheFoldersPlace) {
-    std::filesystem::create_directories(Folder().parent_path());
-    std::ofstream(Folder()) << "mine";
-    AppSettings settings = Unusual();
-    settings.Save();
-    settings.Load();
-    ExpectSame(settings, Unusual());
-    EXPECT_EQ(test::ReadFile(Folder()), "mine");
-}
-
-TEST_F(Settings, FolderInPlaceOfTheFileIsLeftAlone) {
-    std::filesystem::create_directories(File() / "inside");
-    AppSettings settings = Unusual();
-    settings.Load();
-    ExpectSame(settings, Unusual());
-    settings.Save();
-    EXPECT_TRUE(std::filesystem::is_directory(File() / "inside"));
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(Folder()), {}), 1);
-}
-
-TEST_F(Settings, LinkToTheFileStaysALink) {
-    std::filesystem::create_directories(Folder());
-    const auto target = home.Home() / "kept_elsewhere.json";
-    std::filesystem::create_symlink(target, File());
-    Unusual().Save();
-    EXPECT_TRUE(std::filesystem::is_symlink(File()));
-    AppSettings settings;
-    settings.Load();
-    ExpectSame(settings, Unusual());
-    EXPECT_TRUE(std::filesystem::is_regular_file(target));
-}
-
-TEST_F(Settings, SavingKeepsThePermissionsOfTheFile) {
-    Unusual().Save();
-    std::filesystem::permissions(File(), std::filesystem::perms{0600});
-    Unusual().Save();
-    EXPECT_EQ(std::filesystem::status(File()).permissions(), std::filesystem::perms{0600});
 }
 
 }  // namespace

@@ -22,6 +22,9 @@ long Entries(const std::filesystem::path& folder) {
 
 class WholeFile : public testing::Test {
   protected:
+    ~WholeFile() override {
+        std::filesystem::permissions(folder.Path(), std::filesystem::perms{0700});
+    }
     test::TemporaryFolder folder;
 };
 

@@ -10,11 +10,6 @@
 #include "tests/support/test_pictures.h"
 
 namespace vistrel::test {
-namespace {
-
-constexpr int kLongWaitMs = 20'000;
-
-}  // namespace
 
 std::optional<std::wstring> FakeQuestions::AskPhotographOrScene() {
     asked.emplace_back(L"photograph or scene");
@@ -53,15 +48,6 @@ void FakeQuestions::TellAbout() {
 
 void FakeQuestions::OpenHelp(const std::wstring& appDir) {
     asked.push_back(L"help " + appDir);
-}
-
-bool WaitUntil(const std::function<bool()>& condition) {
-    const QDeadlineTimer deadline(kLongWaitMs);
-    while (!condition()) {
-        if (deadline.hasExpired()) return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-    }
-    return true;
 }
 
 QString NameOf(ControlId id) {

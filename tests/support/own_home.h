@@ -51,12 +51,28 @@ class OwnHome {
         for (const char* name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_RUNTIME_DIR"})
             variables.Unset(name);
     }
+    ~OwnHome() {
+        for (const auto& folder : protected_)
+            std::filesystem::permissions(folder, std::filesystem::perms{0755});
+    }
+    OwnHome(const OwnHome&) = delete;
+    OwnHome& operator=(const OwnHome&) = delete;
 
     [[nodiscard]] std::filesystem::path Home() const { return folder_ / "home"; }
     [[nodiscard]] std::filesystem::path Temporary() const { return folder_ / "temporary"; }
 
+    // Lets everybody read `folder`, which is below Home(), and nobody without root's rights write.
+    void Protect(const std::filesystem::path& folder) {
+        for (auto above = folder; above != folder_.Path().parent_path();
+             above = above.parent_path())
+            std::filesystem::permissions(above, std::filesystem::perms{0755});
+        std::filesystem::permissions(folder, std::filesystem::perms{0555});
+        protected_.push_back(folder);
+    }
+
   private:
     TemporaryFolder folder_;
+    std::vector<std::filesystem::path> protected_;
 
   public:
     Variables variables;

@@ -1,3 +1,6 @@
+#include <QApplication>
+#include <QTimer>
+
 #include "tests/support/wait_until.h"
 #include "tests/viewer/loader_fixture.h"
 
@@ -60,6 +63,21 @@ TEST_F(LoaderScriptTest, ScriptOverlappedByANavigationIsAnswered) {
 
 TEST_F(LoaderScriptTest, AlertConfirmAndPromptLeaveNoDialogAndThePageGoesOn) {
     EXPECT_EQ(browser_.Run(L"alert('a'); [confirm('b'), prompt('c', 'd')]"), L"[false,null]");
+}
+
+TEST_F(LoaderScriptTest, EnabledAlertShowsADialog) {
+    browser_.View().Settings().SetDefaultScriptDialogsEnabled(true);
+    bool shown = false;
+    QTimer closer;
+    QObject::connect(&closer, &QTimer::timeout, [&] {
+        QWidget* const dialog = QApplication::activeModalWidget();
+        if (dialog == nullptr) return;
+        shown = true;
+        dialog->close();
+    });
+    closer.start(10);
+    EXPECT_EQ(browser_.Run(L"alert('a'); 1"), L"1");
+    EXPECT_TRUE(shown);
 }
 
 TEST_F(LoaderScriptTest, ConsoleLinesAndUncaughtErrorsAreHeard) {

@@ -4,6 +4,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonValue>
+#include <QPalette>
 #include <QRect>
 #include <QVariant>
 #include <QWebEngineSettings>
@@ -68,6 +69,11 @@ View::View(QWidget& host, std::shared_ptr<Profile> profile)
       page_(std::make_unique<Page>(profile_->Get())),
       captures_(*widget_) {
     widget_->setPage(page_.get());
+    // The page's own background comes no sooner than its process.
+    QPalette palette = widget_->palette();
+    palette.setColor(QPalette::Window, page_->backgroundColor());
+    widget_->setPalette(palette);
+    widget_->setAutoFillBackground(true);
     page_->SetConsole([this](const QString& line) { OnConsoleLine(line); });
     QObject::connect(page_.get(), &QWebEnginePage::loadStarted, page_.get(),
                      [this] { OnLoadStarted(); });

@@ -1,0 +1,105 @@
+#include "viewer/web_view_bridge.h"
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <filesystem>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "engine/wide.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/viewer/web_view_bridge_fixture.h"
+
+namespace vistrel {
+namespace {
+
+using test::Calls;
+using test::ReadFile;
+using test::WebViewBridgeTest;
+
+class WebViewBridgeCapture : public WebViewBridgeTest {
+  protected:
+    void Capture(const std::string& name) {
+        bridge_->CaptureImage(&window_, FromPath(folder_ / name));
+    }
+    static std::vector<std::byte> Bytes(char letter) {
+        return {std::byte{'P'}, std::byte{0}, static_cast<std::byte>(letter)};
+    }
+    static std::string Text(char letter) { return {'P', '\0', letter}; }
+    std::ptrdiff_t Files() const {
+        return std::distance(std::filesystem::directory_iterator(folder_.Path()), {});
+    }
+};
+
+TEST_F(WebViewBridgeCapture, IsWrittenAfterTheCallHasReturned) {
+    MakeReady();
+    Capture("a.png");
+    EXPECT_FALSE(std::filesystem::exists(folder_ / "a.png"));
+    browser_.AnswerCapture(true, Bytes('1'));
+    EXPECT_EQ(ReadFile(folder_ / "a.png"), Text('1'));
+    EXPECT_EQ(browser_.calls, Calls{L"capture"});
+}
+
+TEST_F(WebViewBridgeCapture, TwoAtOnceHaveTheirOwnFiles) {
+    MakeReady();
+    Capture("a.png");
+    Capture("b.png");
+    browser_.AnswerCapture(true, Bytes('1'));
+    browser_.AnswerCapture(true, Bytes('2'));
+    EXPECT_EQ(ReadFile(folder_ / "a.png"), Text('1'));
+    EXPECT_EQ(ReadFile(folder_ / "b.png"), Text('2'));
+}
+
+TEST_F(WebViewBridgeCapture, ReplacesAnExistingFile) {
+    MakeReady();
+    const auto path = folder_.Write("a.png", "a longer former picture");
+    Capture("a.png");
+    browser_.AnswerCapture(true, Bytes('1'));
+    EXPECT_EQ(ReadFile(path), Text('1'));
+}
+
+TEST_F(WebViewBridgeCapture, BeforeTheViewIsReadyDoesNothing) {
+    Capture("a.png");
+    Initialize();
+    Capture("a.png");
+    EXPECT_EQ(browser_.calls, Calls{L"create environment"});
+    EXPECT_FALSE(std::filesystem::exists(folder_ / "a.png"));
+}
+
+TEST_F(WebViewBridgeCapture, FailureOrNothingLeavesNoFileAndTheFormerOneAlone) {
+    MakeReady();
+    folder_.Write("b.png", "former");
+    const std::ptrdiff_t before = Files();
+    for (const char* name : {"a.png", "b.png"}) {
+        Capture(name);
+        browser_.AnswerCapture(false, Bytes('1'));
+        Capture(name);
+        browser_.AnswerCapture(true, {});
+    }
+    EXPECT_EQ(Files(), before);
+    EXPECT_EQ(ReadFile(folder_ / "b.png"), "former");
+}
+
+TEST_F(WebViewBridgeCapture, PathThatCannotBeWrittenLeavesNothing) {
+    MakeReady();
+    folder_.Write("file", "kept");
+    const std::ptrdiff_t before = Files();
+    Capture("none/a.png");
+    Capture("file/a.png");
+    browser_.AnswerCapture(true, Bytes('1'));
+    browser_.AnswerCapture(true, Bytes('1'));
+    EXPECT_EQ(Files(), before);
+}
+
+TEST_F(WebViewBridgeCapture, IsLostWithTheBridge) {
+    MakeReady();
+    Capture("a.png");
+    bridge_.reset();
+    EXPECT_FALSE(browser_.AnswerCapture(true, Bytes('1')));
+    EXPECT_FALSE(std::filesystem::exists(folder_ / "a.png"));
+}
+
+}  // namespace
+}  // namespace vistrel
