@@ -72,9 +72,6 @@ class Program:
             return matching[-1] if matching else None
         return wait_for(found, f"a window '{title}'", seconds)
 
-    def wait_until_closed(self, title):
-        wait_for(lambda: all(w.title != title for w in self.windows()), f"'{title}' to close")
-
     def text(self):
         """What it has written since it was started."""
         self.output.flush()
