@@ -6,7 +6,7 @@ import unittest
 
 import scenes
 from display import wait_for
-from session import RELIEF, SOURCE, Session
+from session import SOURCE, Session
 
 PHOTOGRAPH = SOURCE / "resources" / "sample" / "autumn_lake.jpg"
 

@@ -155,9 +155,6 @@ class Display:
     def resize(self, window, width, height):
         self._run("wmctrl", "-ir", window.id, "-e", f"0,-1,-1,{width},{height}")
 
-    def move_mouse(self, x, y):
-        self._run("xdotool", "mousemove", str(x), str(y))
-
     def click(self, x, y, button=1):
         self._run("xdotool", "mousemove", str(x), str(y), "click", str(button))
 

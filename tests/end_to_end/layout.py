@@ -5,17 +5,10 @@ SIDEBAR_WIDTH = 290
 SIDEBAR_COLOR = (24, 24, 37)
 WINDOW_COLOR = (30, 30, 46)
 
-MENUS = {
-    "file": ["select file", "batch", "save image", None, "exit"],
-    "view": ["side panel", "full screen"],
-    "controls": ["sharp", "general", None, "stereo mode", None, "swap", "reset"],
-    "help": ["help", "about"],
-}
 
-
-def controls(download=True, progress=False):
+def controls(download=True):
     """The middle of every control; `download`: the download button is shown, as it is while the
-    network's file is missing; `progress`: a download's bar and its status are shown."""
+    network's file is missing."""
     places = {"batch": (198, 24), "help": (265, 24)}
     y = 63
     places["model name"] = (109, y + 12)
@@ -24,10 +17,6 @@ def controls(download=True, progress=False):
     if download:
         places["download"] = (145, y + 14)
         y += 33
-    if progress:
-        places["download progress"] = (145, y + 5)
-        places["download status"] = (145, y + 23)
-        y += 15 + 21
     y += 10 + 21 + 21
     places["select file"] = (145, y + 14)
     y += 33 + 19

@@ -11,8 +11,8 @@ from pathlib import Path
 from display import Timeout, wait_for
 
 # Lines on standard error that tell of a fault of ours.
-FAULTS = ("Sanitizer", "runtime error:", "terminate called", "Segmentation", "ASSERT", "pure virtual",
-          "QObject::", "QThread:", "QEventLoop", "QBasicTimer", "QPaint", "QWidget::",
+FAULTS = ("Sanitizer", "runtime error:", "terminate called", "Segmentation", "ASSERT",
+          "pure virtual", "QObject::", "QThread:", "QEventLoop", "QBasicTimer", "QPaint", "QWidget::",
           "Release of profile requested", "undefined symbol", "double free", "corrupted")
 
 
@@ -28,8 +28,8 @@ class Program:
         self.output_start = self.output.tell()
         self.process = subprocess.Popen(
             # Each line of its log is there as soon as it is written.
-            ["stdbuf", "-oL", str(self.folder / "vistrel")], stdin=subprocess.DEVNULL, stdout=self.output,
-            stderr=self.output, start_new_session=True, cwd=self.home,
+            ["stdbuf", "-oL", str(self.folder / "vistrel")], stdin=subprocess.DEVNULL,
+            stdout=self.output, stderr=self.output, start_new_session=True, cwd=self.home,
             env=self._environment(language) | (environment or {}))
 
     def _install(self, binaries):
@@ -71,9 +71,6 @@ class Program:
             matching = [w for w in self.windows() if title in (None, w.title)]
             return matching[-1] if matching else None
         return wait_for(found, f"a window '{title}'", seconds)
-
-    def wait_until_closed(self, title):
-        wait_for(lambda: all(w.title != title for w in self.windows()), f"'{title}' to close")
 
     def text(self):
         """What it has written since it was started."""

@@ -156,8 +156,10 @@ class Session(unittest.TestCase):
         self.enter_file(path)
 
     def open_photograph(self, path, **shown):
+        """One that fills the viewer area's width."""
         self.open_file(path, **shown)
-        wait_for(lambda: self.color_at(0.5) not in ((0, 0, 0), layout.WINDOW_COLOR), "the preview")
+        # At the side, where no dialog has been.
+        wait_for(lambda: self.color_at(0.97) not in ((0, 0, 0), layout.WINDOW_COLOR), "the preview")
 
     def focus_viewer(self):
         left, top, right, bottom = self.viewer()
