@@ -1,0 +1,11 @@
+# Writes `manifest` into the folder that was installed: checksum and name of every file there, as
+# sha256sum does.
+set(_folder "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}")
+set(_lines "")
+list(SORT CMAKE_INSTALL_MANIFEST_FILES)
+foreach(_file IN LISTS CMAKE_INSTALL_MANIFEST_FILES)
+  file(RELATIVE_PATH _name "${CMAKE_INSTALL_PREFIX}" "${_file}")
+  file(SHA256 "${_folder}/${_name}" _checksum)
+  string(APPEND _lines "${_checksum}  ${_name}\n")
+endforeach()
+file(WRITE "${_folder}/manifest" "${_lines}")

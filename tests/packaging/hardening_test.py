@@ -1,0 +1,66 @@
+#!/usr/bin/env python3
+"""What the programs were compiled and linked with against the abuse of errors in them."""
+
+import os
+import re
+import subprocess
+import unittest
+from pathlib import Path
+
+BINARIES = Path(os.environ["VISTREL_BIN"])
+PROGRAMS = ("vistrel", "vistrel-convert", "vistrel-snapshot")
+LOADER = "WebView2Loader.dll"
+BUILD_TYPE = re.search(r"^CMAKE_BUILD_TYPE:\w+=(.*)$",
+                       (BINARIES.parent / "CMakeCache.txt").read_text(), re.MULTILINE)[1]
+
+
+def readelf(option, name):
+    return subprocess.run(["readelf", "-W", option, str(BINARIES / name)], check=True,
+                          capture_output=True, text=True, env={**os.environ, "LC_ALL": "C"}).stdout
+
+
+class Hardening(unittest.TestCase):
+    def test_the_programs_are_position_independent(self):
+        for name in PROGRAMS:
+            with self.subTest(name):
+                self.assertRegex(readelf("-h", name), r"Type:\s+DYN")
+                self.assertRegex(readelf("-d", name), r"FLAGS_1.*\bPIE\b")
+
+    def test_addresses_of_functions_are_read_only_once_all_are_bound(self):
+        for name in (*PROGRAMS, LOADER):
+            with self.subTest(name):
+                self.assertIn("GNU_RELRO", readelf("-l", name))
+                self.assertRegex(readelf("-d", name), r"FLAGS_1.*\bNOW\b")
+
+    def test_the_stack_is_not_executable(self):
+        for name in (*PROGRAMS, LOADER):
+            with self.subTest(name):
+                self.assertRegex(readelf("-l", name), r"GNU_STACK .* RW +0x")
+
+    def test_jumps_are_checked_by_processors_that_can(self):
+        # The linker sets the mark only when every object file has it.
+        for name in (*PROGRAMS, LOADER):
+            with self.subTest(name):
+                self.assertRegex(readelf("-n", name), r"x86 feature: .*IBT.*SHSTK")
+
+    def test_an_overwritten_stack_is_noticed(self):
+        for name in (*PROGRAMS, LOADER):
+            with self.subTest(name):
+                self.assertIn("__stack_chk_fail", readelf("--dyn-syms", name))
+
+    @unittest.skipUnless(BUILD_TYPE in ("Release", "RelWithDebInfo"), "needs an optimised build")
+    def test_copies_into_buffers_are_checked(self):
+        for name in PROGRAMS:
+            with self.subTest(name):
+                self.assertRegex(readelf("--dyn-syms", name), r"__\w+_chk@GLIBC")
+
+    def test_every_file_is_compiled_against_clashes_of_stack_and_heap(self):
+        commands = (BINARIES.parent / "compile_commands.json").read_text()
+        entries = re.findall(r'"command": "(.*)"', commands)
+        self.assertTrue(entries)
+        for command in entries:
+            self.assertIn("-fstack-clash-protection", command)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)

@@ -1,0 +1,238 @@
+#!/usr/bin/env python3
+"""The archive that users get: unpacked, installed, run, updated and taken away again."""
+
+import hashlib
+import json
+import os
+import signal
+import subprocess
+import sys
+import tarfile
+import tempfile
+import unittest
+from pathlib import Path
+
+SOURCE = Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(SOURCE / "tests" / "end_to_end"))
+from display import Display, wait_for  # noqa: E402
+
+BINARIES = Path(os.environ["VISTREL_BIN"])
+RELIEF = "resources/relief/vistrel_relief_demo.onnx"
+LIBRARIES_AND_PROGRAMS = {"vistrel", "vistrel-convert", "vistrel-snapshot", "WebView2Loader.dll",
+                          "libonnxruntime.so.1"}
+SHARED = {f"share/icons/hicolor/{size}x{size}/apps/vistrel.png" for size in (16, 32, 48, 128, 256)} | {
+    "share/icons/hicolor/scalable/apps/vistrel.svg", "share/applications/vistrel.desktop",
+    "share/metainfo/org.vistrel.vistrel.metainfo.xml", "share/mime/packages/vistrel.xml"}
+OTHERS = {"README.md", "THIRD_PARTY_NOTICES", "convert-once", "docs/many_machines.md", "folders.sh",
+          "install", "install-dependencies", "manifest", RELIEF, "resources/sample/autumn_lake.jpg",
+          "runtime_packages", "uninstall"}
+
+
+def files_below(folder):
+    return {str(path.relative_to(folder)) for path in folder.rglob("*") if not path.is_dir()}
+
+
+class Package(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.temporary = tempfile.TemporaryDirectory(prefix="vistrel packaging ")
+        cls.folder = Path(cls.temporary.name)
+        subprocess.run([os.environ["VISTREL_CPACK"], "--config", BINARIES.parent / "CPackConfig.cmake",
+                        "-B", cls.folder / "archive"], check=True, capture_output=True)
+        (archive,) = (cls.folder / "archive").glob("vistrel-*-linux-x86_64.tar.gz")
+        with tarfile.open(archive) as tar:
+            tar.extractall(cls.folder / "un packed")
+        (cls.package,) = (cls.folder / "un packed").iterdir()
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.temporary.cleanup()
+
+    def setUp(self):
+        # A name that a menu entry and JSON have to quote.
+        self.home = self.folder / f'ho me "$5" {self._testMethodName}'
+        self.home.mkdir()
+        self.program = self.home / ".local/opt/vistrel"
+        self.environment = {k: v for k, v in os.environ.items() if not k.startswith("XDG_")}
+        self.environment |= {"HOME": str(self.home), "TMPDIR": str(self.home), "LC_ALL": "C.UTF-8"}
+
+    def run_script(self, script):
+        done = subprocess.run([script], env=self.environment, capture_output=True, text=True)
+        self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
+        return done.stdout
+
+    def install(self):
+        return self.run_script(self.package / "install")
+
+    def uninstall(self):
+        return self.run_script(self.program / "uninstall")
+
+    def settings(self):
+        return self.home / ".config/Vistrel/settings.json"
+
+    # What is in it
+
+    def test_the_package_holds_what_a_user_needs_and_no_more(self):
+        self.assertEqual(files_below(self.package), LIBRARIES_AND_PROGRAMS | SHARED | OTHERS)
+
+    def test_programs_are_stripped_and_find_their_libraries_beside_themselves(self):
+        for name in LIBRARIES_AND_PROGRAMS:
+            with self.subTest(name):
+                told = subprocess.run(["readelf", "-W", "-S", "-d", self.package / name], check=True,
+                                      capture_output=True, text=True).stdout
+                self.assertNotIn(".symtab", told)
+                self.assertIn("runpath: [$ORIGIN]", told)
+
+    def test_the_readme_names_every_package(self):
+        readme = (self.package / "README.md").read_text().replace("\n", " ")
+        packages = (self.package / "runtime_packages").read_text().split()
+        self.assertIn(" " + ", ".join(packages) + ".", readme)
+
+    # Install
+
+    def test_validators_find_nothing_in_what_the_desktop_reads(self):
+        self.install()
+        share = self.home / ".local/share"
+        for command in (["desktop-file-validate", share / "applications/vistrel.desktop"],
+                        ["appstreamcli", "validate", "--no-net", "--pedantic",
+                         share / "metainfo/org.vistrel.vistrel.metainfo.xml"]):
+            done = subprocess.run(command, capture_output=True, text=True, env=self.environment)
+            self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
+        self.assertNotIn("%f", (share / "applications/vistrel.desktop").read_text())
+
+    def test_file_types_are_known_after_the_install(self):
+        self.install()
+        globs = (self.home / ".local/share/mime/globs").read_text()
+        for ending in ("ply", "spz", "splat"):
+            self.assertIn(f"application/vnd.{ending}:*.{ending}\n", globs)
+
+    def test_the_menu_entry_starts_the_program_which_ends_on_a_signal(self):
+        self.install()
+        entry = (self.home / ".local/share/applications/vistrel.desktop").read_text()
+        (line,) = [line for line in entry.splitlines() if line.startswith("Exec=")]
+        command = line.removeprefix("Exec=").replace("\\\\", "\\")
+        for character in '"$`\\':
+            command = command.replace("\\" + character, character)
+        self.assertEqual(command, f'"{self.program}/vistrel"')
+        # What the program finds when it looks for its network at the first start.
+        self.assertEqual(json.loads(self.settings().read_text()),
+                         {"modelPath": str(self.program / RELIEF)})
+        display = Display(self.home / "display")
+        self.addCleanup(display.close)
+        environment = self.environment | {"DISPLAY": display.environment["DISPLAY"],
+                                          "QT_QPA_PLATFORM": "xcb"}
+        if os.geteuid() == 0:
+            environment["QTWEBENGINE_DISABLE_SANDBOX"] = "1"
+        with open(self.home / "output.log", "wb") as log:
+            process = subprocess.Popen([command.strip('"')], env=environment, stdout=log, stderr=log)
+        self.addCleanup(lambda: process.poll() is None and process.kill())
+        wait_for(lambda: process.poll() is not None or display.windows(process.pid), "its window", 30)
+        process.send_signal(signal.SIGTERM)
+        status = process.wait(20)
+        self.assertEqual(status, 0, (self.home / "output.log").read_text(errors="replace"))
+
+    def test_the_commands_convert_and_skip_what_is_there(self):
+        self.install()
+        model, photo = self.program / RELIEF, self.program / "resources/sample/autumn_lake.jpg"
+        scene = self.home / "scenes" / "a lake.ply"
+        command = [self.program / "convert-once", model, photo, scene]
+        done = subprocess.run(command, env=self.environment, capture_output=True, text=True)
+        self.assertEqual(done.returncode, 0, done.stderr)
+        self.assertTrue(scene.read_bytes().startswith(b"ply\n"))
+        self.assertEqual(os.listdir(scene.parent), ["a lake.ply"])
+        before = scene.stat()
+        subprocess.run(command, env=self.environment, check=True, capture_output=True)
+        self.assertEqual(scene.stat(), before)
+
+    def test_a_conversion_that_fails_leaves_no_scene(self):
+        scene = self.home / "scenes" / "none.ply"
+        done = subprocess.run([self.package / "convert-once", self.package / RELIEF, __file__, scene],
+                              env=self.environment, capture_output=True, text=True)
+        self.assertEqual(done.returncode, 1)
+        self.assertEqual(os.listdir(scene.parent), [])
+
+    def test_the_links_lead_to_the_programs(self):
+        self.install()
+        link = self.home / ".local/bin/vistrel-convert"
+        told = subprocess.run([link, "--version"], env=self.environment, capture_output=True, text=True)
+        self.assertRegex(told.stdout, r"^vistrel-convert \d+\.\d+")
+
+    def test_commands_of_the_same_name_stay(self):
+        other = self.home / ".local/bin/vistrel"
+        other.parent.mkdir(parents=True)
+        other.write_text("mine")
+        self.assertIn("Kept:", self.install())
+        self.uninstall()
+        self.assertEqual(other.read_text(), "mine")
+
+    def test_a_package_that_is_not_whole_installs_nothing(self):
+        damaged = self.home / "damaged"
+        damaged.mkdir()
+        for name in ("install", "folders.sh", "manifest"):
+            os.link(self.package / name, damaged / name)
+        done = subprocess.run([damaged / "install"], env=self.environment, capture_output=True, text=True)
+        self.assertEqual(done.returncode, 1)
+        self.assertIn("is missing", done.stderr)
+        self.assertFalse((self.home / ".local").exists())
+
+    # Update
+
+    def make_old_installation(self):
+        """One whose loader library and help page have changed since, with a file that is no more."""
+        self.install()
+        manifest = (self.program / "manifest").read_text()
+        (self.program / "gone").write_text("old")
+        manifest += f"{hashlib.sha256(b'old').hexdigest()}  gone\n"
+        (self.program / "manifest").write_text(manifest)
+        (self.program / "WebView2Loader.dll").write_text("old")
+
+    def test_an_update_replaces_the_loader_library_and_drops_old_files(self):
+        self.make_old_installation()
+        self.install()
+        self.assertEqual((self.program / "WebView2Loader.dll").read_bytes(),
+                         (self.package / "WebView2Loader.dll").read_bytes())
+        self.assertEqual(files_below(self.program), files_below(self.package))
+
+    def test_an_update_keeps_settings_and_what_the_user_has_put_in_place(self):
+        self.install()
+        self.settings().write_text('{"modelPath": "/mine"}')
+        runtime = self.program / "libonnxruntime.so.1"
+        runtime.write_text("with CUDA")
+        self.assertIn("Kept:", self.install())
+        self.assertEqual(runtime.read_text(), "with CUDA")
+        self.assertEqual(self.settings().read_text(), '{"modelPath": "/mine"}')
+        self.assertIn("Kept:", self.install())
+
+    # Uninstall
+
+    def test_nothing_but_the_users_own_is_left(self):
+        model = self.home / ".local/share/Vistrel/Models/sharp_fp16.onnx"
+        model.parent.mkdir(parents=True)
+        model.write_text("model")
+        self.install()
+        (self.program / "help_en.html").write_text("written at every start")
+        self.uninstall()
+        self.assertEqual(files_below(self.home), {".config/Vistrel/settings.json",
+                                                  ".local/share/Vistrel/Models/sharp_fp16.onnx"})
+
+    def test_file_types_of_others_stay(self):
+        other = self.home / ".local/share/mime/packages/other.xml"
+        other.parent.mkdir(parents=True)
+        other.write_text((SOURCE / "resources/desktop/vistrel.xml").read_text()
+                         .replace("vnd.", "x-other-"))
+        self.install()
+        self.uninstall()
+        globs = (self.home / ".local/share/mime/globs").read_text()
+        self.assertIn("application/x-other-ply:", globs)
+        self.assertNotIn("vnd.ply", globs)
+
+    def test_a_file_of_the_user_in_the_programs_folder_stays(self):
+        self.install()
+        mine = self.program / "libonnxruntime_providers_cuda.so"
+        mine.write_text("mine")
+        self.uninstall()
+        self.assertEqual(files_below(self.program), {mine.name})
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
