@@ -17,16 +17,29 @@ namespace {
 
 // By descriptor, since Qt's names of files cannot hold every name; without waiting for a pipe that
 // nobody writes to.
-bool OpenFile(QFile& file, const std::wstring& path) {
-    const int descriptor = ::open(ToPath(path).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (descriptor < 0) return false;
-    struct stat status = {};
-    const bool regular = ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
-    // Opening fails for a folder, and then leaves the descriptor to us.
-    if (regular && file.open(descriptor, QIODevice::ReadOnly, QFile::AutoCloseHandle)) return true;
-    ::close(descriptor);
-    return false;
-}
+class PictureFile {
+  public:
+    explicit PictureFile(const std::wstring& path)
+        : descriptor_(::open(ToPath(path).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {
+        struct stat status = {};
+        const bool regular =
+            descriptor_ >= 0 && ::fstat(descriptor_, &status) == 0 && S_ISREG(status.st_mode);
+        if (regular) file_.open(descriptor_, QIODevice::ReadOnly);
+    }
+    ~PictureFile() {
+        file_.close();
+        if (descriptor_ >= 0) ::close(descriptor_);
+    }
+    PictureFile(const PictureFile&) = delete;
+    PictureFile& operator=(const PictureFile&) = delete;
+
+    // Open where there is such a file.
+    QFile& Device() { return file_; }
+
+  private:
+    const int descriptor_;
+    QFile file_;
+};
 
 bool LiesOnItsSide(int orientation) {
     return orientation >= 5 && orientation <= 8;
@@ -60,9 +73,9 @@ QImage Upright(const QImage& picture, int orientation) {
 }  // namespace
 
 PreviewPicture ReadPreviewPicture(const std::wstring& path, const QSize& bound) {
-    QFile file;
-    if (!OpenFile(file, path)) return {};
-    QImageReader reader(&file);
+    PictureFile file(path);
+    if (!file.Device().isOpen()) return {};
+    QImageReader reader(&file.Device());
     reader.setAutoTransform(false);  // Qt does not know the orientation of every format
     const QSize stored = reader.size();
     if (stored.isEmpty() ||

@@ -49,7 +49,7 @@ bool WebViewBridge::Initialize(QWidget* parent, const QRect& bounds, const std::
 
     const WebViewEnvironmentOptions options = {
         L"--allow-file-access-from-files --disable-web-security --allow-running-insecure-content",
-        L"124.0.2478.35"};
+        L"124.0.2478.35", host_};
     return factory(MakeUserDataFolder(), options,
                    WhileAlive([this, onReady](std::unique_ptr<WebViewEnvironment> environment) {
                        OnEnvironment(std::move(environment), onReady);

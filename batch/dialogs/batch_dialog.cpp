@@ -207,8 +207,8 @@ void BatchDialog::OnFinished(const BatchProgressInfo& info) {
 void BatchDialog::SetRunning(bool running) {
     running_ = running;
     // The focus is not to go from the start button, as it is disabled, to the one that cancels:
-    // a second Enter would press that.
-    if (running) form_->input->setFocus();
+    // a second Enter would press that. Nor to a field: keys that are commands would end there.
+    if (running) setFocus();
     form_->start->setEnabled(!running);
     form_->inputBrowse->setEnabled(!running);
     form_->outputBrowse->setEnabled(!running);

@@ -71,7 +71,7 @@ LINKS = {
     "vistrel-convert": ["vistrel_warnings", "vistrel_batch", "vistrel_engine", "CLI11::CLI11"],
     "vistrel_download": ["vistrel_warnings", "vistrel_engine", "CURL::libcurl", "Threads::Threads"],
     "vistrel_splat_drawing": ["vistrel_warnings", "Stb::stb"],
-    "vistrel_loader": ["vistrel_warnings", "Qt6::WebEngineWidgets"],
+    "vistrel_loader": ["vistrel_warnings", "Qt6::OpenGLWidgets", "Qt6::WebEngineWidgets"],
     "splat-picture": ["vistrel_warnings", "vistrel_splat_drawing", "CLI11::CLI11"],
     "vistrel_snapshot": ["vistrel_warnings", "vistrel_engine", "vistrel_viewer", "Qt6::Widgets"],
     "vistrel-snapshot": ["vistrel_warnings", "vistrel_snapshot", "vistrel_resources",

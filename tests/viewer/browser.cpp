@@ -37,7 +37,7 @@ const LoaderLibrary& Loader() {
 WebViewEnvironmentOptions ProgramsOptions() {
     return {
         L"--allow-file-access-from-files --disable-web-security --allow-running-insecure-content",
-        L"124.0.2478.35"};
+        L"124.0.2478.35", nullptr};
 }
 
 std::unique_ptr<WebViewEnvironment> MakeEnvironment(const std::filesystem::path& userDataFolder) {

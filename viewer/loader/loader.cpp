@@ -1,5 +1,6 @@
 // What the loader library exports, and the environment and the controller behind it.
 #include <QCoreApplication>
+#include <QLoggingCategory>
 #include <QPointer>
 #include <QRect>
 #include <QWebEngineView>
@@ -8,6 +9,7 @@
 #include <memory>
 #include <utility>
 
+#include "viewer/loader/host_window.h"
 #include "viewer/loader/later.h"
 #include "viewer/loader/profile.h"
 #include "viewer/loader/sandbox.h"
@@ -78,6 +80,9 @@ bool CreateCoreWebView2EnvironmentWithOptions(const std::wstring& userDataFolder
                                               vistrel::EnvironmentCreated completed) {
     using vistrel::loader::Later;
     if (!vistrel::loader::CanStart()) return false;
+    // The browser tells its switches at every start otherwise; QT_LOGGING_RULES still counts.
+    QLoggingCategory::setFilterRules(QStringLiteral("qt.webenginecontext.info=false"));
+    if (options.host != nullptr) vistrel::loader::PrepareHostWindow(*options.host);
     // No object is there yet that could be destroyed, so this one call always comes.
     const auto later = std::make_shared<Later>();
     later->Post([later, userDataFolder, options, completed = std::move(completed)] {
