@@ -4,6 +4,7 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <algorithm>
+#include <chrono>
 #include <exception>
 #include <optional>
 #include <utility>
@@ -22,6 +23,8 @@
 namespace vistrel {
 namespace {
 
+constexpr std::chrono::milliseconds kPause(100);
+
 void ShowPosition(QProgressBar& bar, quintptr value) {
     const int position = static_cast<int>(value & 0xFFFF);
     bar.setValue(std::min(position, bar.maximum()));  // the bar ignores what is beyond its end
@@ -35,7 +38,13 @@ DownloadFlow::DownloadFlow(ModelDownloader& downloader, AppSettings& settings, S
       settings_(settings),
       sidebar_(sidebar),
       questions_(questions),
-      mailbox_(std::move(mailbox)) {}
+      mailbox_(std::move(mailbox)) {
+    pause_.setSingleShot(true);
+    pause_.setInterval(kPause);
+    QObject::connect(&pause_, &QTimer::timeout, [this] {
+        if (const auto latest = reports_->TakeLatest()) Show(latest->position, latest->text);
+    });
+}
 
 void DownloadFlow::StartModelDownload() {
     if (downloader_.busy || !questions_.AskWhetherToDownload()) return;
@@ -68,20 +77,27 @@ void DownloadFlow::Start() {
 
 void DownloadFlow::OnProgress(const WindowMessage& message) {
     if (!message.Text()) return;
+    if (pause_.isActive()) return;  // the latest report is taken when it ends
     std::optional<DownloadReports::Progress> latest;
     if (reports_) latest = reports_->TakeLatest();
     if (!latest) latest = {message.Value(), *message.Text()};
+    Show(latest->position, latest->text);
+}
+
+void DownloadFlow::Show(quintptr position, const std::wstring& text) {
     if (sidebar_.downloadProgress->isHidden()) {
         sidebar_.downloadProgress->show();
         sidebar_.downloadStatus->show();
         sidebar_.LayoutSidebar();
     }
-    ShowPosition(*sidebar_.downloadProgress, latest->position);
-    sidebar_.downloadStatus->setText(FromWide(latest->text));
+    ShowPosition(*sidebar_.downloadProgress, position);
+    sidebar_.downloadStatus->setText(FromWide(text));
+    if (reports_) pause_.start();
 }
 
 void DownloadFlow::OnDone(const WindowMessage& message) {
     if (!message.Text()) return;
+    pause_.stop();
     sidebar_.downloadProgress->hide();
     sidebar_.downloadModel->setEnabled(true);
     if (message.Value() == 0) {

@@ -1,6 +1,7 @@
 // From the download button to the network's file.
 #pragma once
 
+#include <QTimer>
 #include <functional>
 #include <memory>
 #include <string>
@@ -34,6 +35,7 @@ class DownloadFlow {
 
   private:
     void Start();
+    void Show(quintptr position, const std::wstring& text);
 
     ModelDownloader& downloader_;
     AppSettings& settings_;
@@ -41,6 +43,9 @@ class DownloadFlow {
     Questions& questions_;
     std::shared_ptr<Mailbox> mailbox_;
     std::shared_ptr<DownloadReports> reports_;  // of the latest download; null before the first
+    // Runs after each report that was shown; the next one waits for its end. Each makes the whole
+    // window be drawn again, which without a graphics card takes tens of milliseconds.
+    QTimer pause_;
 };
 
 }  // namespace vistrel

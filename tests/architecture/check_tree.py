@@ -25,6 +25,10 @@ ARROWS = {
               ["gtest", "gmock", "eigen", "stb", "hwy", "qt", "curl", "onnxruntime"]),
     "benchmarks": (["benchmarks/", "tests/support/", "engine/", "batch/"],
                    ["benchmark", "eigen", "stb", "hwy", "onnxruntime"]),
+    # The program as a whole, driven by a user who answers at once.
+    "benchmarks/responsiveness": (["benchmarks/responsiveness/", "shell/mailbox.h",
+                                   "shell/program.h", "shell/questions.h", "engine/wide.h"],
+                                  ["qt"]),
     # The program as a whole beside a window with nothing but the browser.
     "benchmarks/start_up": (["benchmarks/start_up/", "shell/program.h", "viewer/web_view_loader.h"],
                             ["qt", "qtwebengine"]),
@@ -76,11 +80,6 @@ LINKS = {
     "vistrel_snapshot": ["vistrel_warnings", "vistrel_engine", "vistrel_viewer", "Qt6::Widgets"],
     "vistrel-snapshot": ["vistrel_warnings", "vistrel_snapshot", "vistrel_resources",
                          "CLI11::CLI11"],
-    "vistrel_shell": ["vistrel_warnings", "vistrel_download", "vistrel_engine", "vistrel_files",
-                      "vistrel_viewer", "Qt6::Widgets"],
-    "vistrel_program": ["vistrel_warnings", "vistrel_batch_dialogs", "vistrel_resources",
-                        "vistrel_shell"],
-    "vistrel": ["vistrel_warnings", "vistrel_program"],
     "vistrel_viewer": ["vistrel_warnings", "vistrel_engine", "${CMAKE_DL_LIBS}", "Qt6::Widgets"],
 }
 

@@ -17,7 +17,7 @@ class ClosingTest(Session):
         self.expect_end()
 
     def wait_for_inference(self):
-        wait_for(lambda: "Running inference" in self.program.text(), "the network to run", 20)
+        wait_for(lambda: "Running inference" in self.program.text(), "the network to run")
 
     def test_as_soon_as_there_is_a_window(self):
         self.start()

@@ -18,7 +18,7 @@ class Timeout(Exception):
     """What was waited for did not come."""
 
 
-def wait_for(condition, what, seconds=10.0):
+def wait_for(condition, what, seconds=60.0):
     """The first true answer of condition(), which is asked until the time is over."""
     end = time.monotonic() + seconds
     while True:

@@ -123,7 +123,7 @@ class Session(unittest.TestCase):
             return others[-1] if others else None
         return wait_for(found, "a dialog", seconds)
 
-    def wait_for_closing(self, window, seconds=10):
+    def wait_for_closing(self, window, seconds=60):
         wait_for(lambda: all(w.id != window.id for w in self.program.windows()),
                  f"{window} to close", seconds)
 
@@ -168,12 +168,13 @@ class Session(unittest.TestCase):
     def open_menu(self, number):
         """Opens the menu with this number, from the left; its window."""
         self.display.click(self.main.x + 14, (self.main.y + self.panel[1]) // 2)
-        wait_for(lambda: self.popups(), "a menu")
+        menu = wait_for(self.popups, "a menu")[0]
         for _ in range(number):
-            before = self.popups()[0].id
+            before = menu.id
             self.display.key("Right")
-            wait_for(lambda: self.popups() and self.popups()[0].id != before, "the next menu")
-        return self.popups()[0]
+            menu = wait_for(lambda: [one for one in self.popups() if one.id != before],
+                            "the next menu")[0]
+        return menu
 
     def popups(self):
         return self.display.popups(self.program.identifier)

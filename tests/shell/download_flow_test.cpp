@@ -141,6 +141,14 @@ TEST_F(DownloadFlowTest, ReportsOfTheDownloadReachTheBar) {
     EXPECT_EQ(Status(), L"Downloading\u2026 0 MB / 0 MB");
 }
 
+TEST_F(DownloadFlowTest, ReportRightAfterAnotherWaits) {
+    hold = true;
+    flow->StartModelDownload();
+    EXPECT_TRUE(WaitUntil([this] { return sidebar.downloadProgress->value() == 1000; }));
+    Progress(500, L"next");
+    EXPECT_EQ(sidebar.downloadProgress->value(), 1000);
+}
+
 TEST_F(DownloadFlowTest, FailedConnectionIsToldAndMayBeTriedAgain) {
     settings.modelPath = L"/old.onnx";
     answer = [](HttpReceiver& /*receiver*/) { return false; };
