@@ -34,10 +34,50 @@ const besidePlugin = {
 };
 
 /**
+ * Has the modules of a bundle import the files beside it when they are first needed themselves, and
+ * not when the bundle is loaded, which would hold up the page.
+ * @type {import("esbuild").Plugin}
+ */
+const lazyBesidePlugin = {
+    name: "lazy beside",
+    setup({ onResolve, onLoad }) {
+        onResolve({ filter: /.*/ }, ({ path: name, kind }) => {
+            if (!kBeside.has(name) || kind !== "import-statement") return undefined;
+            return { path: name, namespace: "lazy" };
+        });
+        onLoad({ filter: /.*/, namespace: "lazy" }, async ({ path: name }) => {
+            const names = await exportsOf(name);
+            return {
+                contents: `export const { ${names.join(", ")} } = await import("${name}");`,
+                resolveDir: source,
+            };
+        });
+    },
+};
+
+/**
+ * @param {string} name of a file beside the page, as its sources import it
+ * @returns {Promise<string[]>}
+ */
+async function exportsOf(name) {
+    const { metafile } = await build({
+        entryPoints: [name],
+        absWorkingDir: source,
+        bundle: true,
+        format: "esm",
+        write: false,
+        metafile: true,
+        logLevel: "error",
+    });
+    return Object.values(metafile.outputs)[0].exports;
+}
+
+/**
  * @param {string} entry module below the source folder
+ * @param {import("esbuild").Plugin[]} plugins
  * @returns {Promise<string>}
  */
-async function bundle(entry) {
+async function bundle(entry, plugins) {
     const result = await build({
         entryPoints: [path.join(source, entry)],
         bundle: true,
@@ -46,7 +86,7 @@ async function bundle(entry) {
         legalComments: "inline",
         charset: "utf8",
         write: false,
-        plugins: [besidePlugin],
+        plugins,
     });
     return result.outputFiles[0].text;
 }
@@ -55,7 +95,7 @@ async function bundle(entry) {
 async function page() {
     const [template, script] = await Promise.all([
         readFile(path.join(source, "gaus3d.html"), "utf8"),
-        bundle("page.js"),
+        bundle("page.js", [lazyBesidePlugin, besidePlugin]),
     ]);
     if (template.split(kScriptPlace).length !== 2) throw new Error("The page has no script place");
     if (/<\/script|<!--/i.test(script)) throw new Error("The script would end the page's element");
@@ -83,7 +123,7 @@ const files = await Promise.all([
     ["three.module.js", three("three.module.js")],
     ["three.core.js", three("three.core.js")],
     ["spark.module.js", spark()],
-    ["OrbitControls3d.js", bundle("OrbitControls3d.js")],
+    ["OrbitControls3d.js", bundle("OrbitControls3d.js", [besidePlugin])],
 ].map(async ([name, text]) => /** @type {const} */ ([String(name), await text])));
 await mkdir(folder, { recursive: true });
 await Promise.all(files.map(([name, text]) => writeFile(path.join(folder, name), text)));

@@ -3,6 +3,8 @@
 
 Usage: tools/with_display benchmarks/start_up/compare.py BIN_FOLDER [ROUNDS]
 Prints the medians in seconds from process start to window shown and to page ready, and the ratios.
+The empty window loads an empty page from a file, because the program's page is a file too and the
+browser starts a helper process for it.
 """
 
 import os
@@ -17,14 +19,14 @@ PROGRAMS = {"Vistrel": "start_up_observed_program", "empty": "start_up_empty_win
 SWITCHES = "--allow-file-access-from-files --disable-web-security --ignore-gpu-blocklist"
 
 
-def start(program, home):
+def start(program, page, home):
     environment = dict(os.environ, HOME=home, TMPDIR=home, QTWEBENGINE_CHROMIUM_FLAGS=SWITCHES,
                        VISTREL_STARTED=str(time.monotonic_ns()))
     for name in ("XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_RUNTIME_DIR"):
         environment.pop(name, None)
     if os.getuid() == 0:
         environment["QTWEBENGINE_DISABLE_SANDBOX"] = "1"
-    output = subprocess.run([program], env=environment, check=True, timeout=120,
+    output = subprocess.run([program, page], env=environment, check=True, timeout=120,
                             stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True).stdout
     lines = [line.split() for line in output.splitlines()]
     return {words[0]: float(words[1]) for words in lines if words[0] in ("shown", "ready")}
@@ -35,9 +37,11 @@ def main():
     rounds = int(sys.argv[2]) if len(sys.argv) > 2 else 15
     seconds = {name: {"shown": [], "ready": []} for name in PROGRAMS}
     with tempfile.TemporaryDirectory() as home:
+        page = Path(home) / "empty.html"
+        page.write_text("<!doctype html><title>Empty</title>", encoding="utf-8")
         for number in range(rounds + 1):
             for name, program in PROGRAMS.items():
-                times = start(folder / program, home)
+                times = start(folder / program, page, home)
                 if number > 0:  # the first start fills the caches
                     for milestone, value in times.items():
                         seconds[name][milestone].append(value)

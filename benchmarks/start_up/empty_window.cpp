@@ -1,5 +1,7 @@
-// The least that a program with this browser can do: a window with nothing but an empty page.
+// The least that a program with this browser can do: a window with nothing but the page of a file,
+// which is named by its path.
 #include <QApplication>
+#include <QString>
 #include <QUrl>
 #include <QWebEnginePage>
 #include <QWebEngineProfile>
@@ -18,7 +20,7 @@ int main(int argc, char** argv) {
     QWebEnginePage page(&profile);
     view.setPage(&page);
     QObject::connect(&page, &QWebEnginePage::loadFinished, [&] { milestones.PageIsReady(); });
-    page.load(QUrl("about:blank"));
+    page.load(QUrl::fromLocalFile(QString::fromLocal8Bit(argv[1])));
     view.resize(1200, 700);
     view.show();
     const int code = QApplication::exec();

@@ -1,18 +1,15 @@
-import { kModes } from "./effects/create_effect.js";
-import { createNativeCalls } from "./native_calls.js";
+import { EarlyCalls } from "./early_calls.js";
 import { parseQuery } from "./query.js";
-import { Viewer } from "./viewer.js";
-
-const kKeyA = 65;
-const kKeyS = 83;
-const kKeyX = 88;
 
 const query = parseQuery(window.location.search);
-const container = /** @type {HTMLElement} */ (document.getElementById("container"));
-const rateBox = /** @type {HTMLElement} */ (document.getElementById("fps"));
-const viewer = new Viewer(container, query.bsharp, (framesPerSecond) => {
-    rateBox.textContent = framesPerSecond.toFixed(1);
-});
+const early = new EarlyCalls(reportError);
+let isFailed = false;
+
+/** @returns {import("./scene_state.js").SceneStateName} */
+function earlyState() {
+    if (isFailed) return "failed";
+    return query.filepath !== null || early.has("FileFromNative") ? "busy" : "empty";
+}
 
 export const {
     FileFromNative,
@@ -23,24 +20,36 @@ export const {
     PanmoveFromNative,
     Panmove2FromNative,
     PinchFromNative,
-} = Object.assign(window, createNativeCalls(viewer));
-
-document.addEventListener("visibilitychange", () => {
-    if (document.visibilityState === "hidden") viewer.saveView();
-});
-window.addEventListener("pagehide", () => viewer.saveView());
-window.addEventListener("resize", () => viewer.resize());
-window.addEventListener("keydown", (event) => {
-    const { settings } = viewer;
-    if (event.keyCode === kKeyS) viewer.setMode((settings.stType + 1) % kModes);
-    if (event.keyCode === kKeyA) viewer.setMode((settings.stType + kModes - 1) % kModes);
-    if (event.keyCode === kKeyX) settings.swap = !settings.swap;
+} = Object.assign(window, {
+    FileFromNative: early.entry("FileFromNative"),
+    ChgstFromNative: early.entry("ChgstFromNative"),
+    SetFocusFromNative: early.entry("SetFocusFromNative"),
+    SwapFromNative: early.entry("SwapFromNative"),
+    SceneStateFromNative: () => early.calls?.SceneStateFromNative() ?? earlyState(),
+    PanmoveFromNative: early.entry("PanmoveFromNative"),
+    Panmove2FromNative: early.entry("Panmove2FromNative"),
+    PinchFromNative: early.entry("PinchFromNative"),
 });
 
-if (query.filepath === null || query.nstt === 1) {
-    viewer.restoreMode();
-    viewer.saveView();
-} else {
-    viewer.restoreView();
+async function start() {
+    try {
+        // All at once; the viewer imports them one after the other.
+        await Promise.all([
+            import("three"),
+            import("@sparkjsdev/spark"),
+            import("./OrbitControls3d.js"),
+        ]);
+        const { startViewer } = await import("./start_viewer.js");
+        early.handOver(startViewer(query));
+    } catch (error) {
+        isFailed = true;
+        throw error;
+    }
 }
-if (query.filepath !== null) viewer.load(query.filepath, true);
+
+if (query.filepath === null) {
+    // Nothing is to be seen yet, and the program waits for the load's end.
+    window.addEventListener("load", () => setTimeout(start));
+} else {
+    void start();
+}

@@ -24,7 +24,9 @@ test("NothingIsImportedFromElsewhere", async () => {
     for (const name of await readdir(builtFolder())) {
         const text = await read(name);
         const imports = /^\s*(?:import|export)\b[^"';]*?\bfrom\s*["']([^"']+)["']/gm;
+        const lateImports = /(?:\bawait|^)\s*import\("([^"]+)"\)/gm;
         for (const [, place] of text.matchAll(imports)) places.push(place);
+        for (const [, place] of text.matchAll(lateImports)) places.push(place);
     }
     assert.deepEqual([...new Set(places)].sort(), [
         "./OrbitControls3d.js",

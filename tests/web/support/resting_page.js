@@ -63,11 +63,16 @@ export class RestingPage {
         const limit = Date.now() + kRestLimit;
         // Several times in a row: between two pieces of work there are moments without any pending.
         for (let quiet = 0; quiet < 3; ) {
-            const { pending } = await this.watch();
+            const pending = (await this.hasViewer()) ? (await this.watch()).pending : 1;
             quiet = pending === 0 ? quiet + 1 : 0;
             if (Date.now() > limit) throw new Error(`The page does not come to rest: ${pending}`);
             await delay(pending === 0 ? 5 : 20);
         }
+    }
+
+    /** @returns {Promise<boolean>} whether the page has made its viewer, later than it is loaded */
+    hasViewer() {
+        return this.evaluate(`document.querySelector("#container > canvas") !== null`);
     }
 
     /** @returns {Promise<import("./watch.js").Watch>} */

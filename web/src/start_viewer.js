@@ -1,0 +1,40 @@
+import { kModes } from "./effects/create_effect.js";
+import { createNativeCalls } from "./native_calls.js";
+import { Viewer } from "./viewer.js";
+
+const kKeyA = 65;
+const kKeyS = 83;
+const kKeyX = 88;
+
+/**
+ * Makes the viewer in the page, with its keys and its saved view, and has it load the query's file.
+ * @param {import("./query.js").Query} query
+ */
+export function startViewer(query) {
+    const container = /** @type {HTMLElement} */ (document.getElementById("container"));
+    const rateBox = /** @type {HTMLElement} */ (document.getElementById("fps"));
+    const viewer = new Viewer(container, query.bsharp, (framesPerSecond) => {
+        rateBox.textContent = framesPerSecond.toFixed(1);
+    });
+
+    document.addEventListener("visibilitychange", () => {
+        if (document.visibilityState === "hidden") viewer.saveView();
+    });
+    window.addEventListener("pagehide", () => viewer.saveView());
+    window.addEventListener("resize", () => viewer.resize());
+    window.addEventListener("keydown", (event) => {
+        const { settings } = viewer;
+        if (event.keyCode === kKeyS) viewer.setMode((settings.stType + 1) % kModes);
+        if (event.keyCode === kKeyA) viewer.setMode((settings.stType + kModes - 1) % kModes);
+        if (event.keyCode === kKeyX) settings.swap = !settings.swap;
+    });
+
+    if (query.filepath === null || query.nstt === 1) {
+        viewer.restoreMode();
+        viewer.saveView();
+    } else {
+        viewer.restoreView();
+    }
+    if (query.filepath !== null) viewer.load(query.filepath, true);
+    return createNativeCalls(viewer);
+}
