@@ -47,7 +47,7 @@ class KeysTest(Session):
         scenes.write_scene(scene)
         self.make_window_small()
         self.open_file(scene)
-        wait_for(self.shows_two_pictures, "the scene", 40)
+        wait_for(self.shows_two_pictures, "the scene")
         self.focus_viewer()
         self.toggle_panel_twice()
         before = self.box()

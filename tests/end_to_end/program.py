@@ -65,7 +65,7 @@ class Program:
             raise Timeout(f"the program ended with {self.process.returncode}: {self.text()}")
         return self.display.windows(self.identifier)
 
-    def window(self, title=None, seconds=20.0):
+    def window(self, title=None, seconds=60.0):
         """The newest of its windows, once there is one with this title."""
         def found():
             matching = [w for w in self.windows() if title in (None, w.title)]

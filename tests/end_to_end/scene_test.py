@@ -41,7 +41,7 @@ class ConversionTest(Session):
         self.press("generate", download=False)
         scene = self.home / "lake.ply"
         self.enter_file(scene)
-        wait_for(lambda: self.program.settings_file().exists(), "the conversion to end", 60)
+        wait_for(lambda: self.program.settings_file().exists(), "the conversion to end", 300)
         settings = self.program.settings()
         self.assertEqual(settings["outputFilename"], "lake.ply")
         self.assertEqual(settings["outputDir"], str(self.home))
@@ -51,7 +51,7 @@ class ConversionTest(Session):
         middle = photograph.crop((photograph.width // 4, 0, photograph.width * 3 // 4,
                                   photograph.height))
         half = (left, top, (left + right) // 2, bottom)
-        wait_for(lambda: difference(self.display.picture(half), middle) < 40, "the scene", 100)
+        wait_for(lambda: difference(self.display.picture(half), middle) < 40, "the scene", 300)
         self.display.close_window(self.main)
         self.expect_end()
 
@@ -65,7 +65,7 @@ class SceneTest(Session):
     def open_scene(self, **shown):
         self.make_window_small()
         self.open_file(self.scene, **shown)
-        wait_for(self.shows_two_pictures, "the scene, side by side", 40)
+        wait_for(self.shows_two_pictures, "the scene, side by side")
 
     def choose_stereo(self, mode, **shown):
         """In the panel's list, from the first entry."""
@@ -86,20 +86,20 @@ class SceneTest(Session):
         self.start()
         self.open_scene()
         self.choose_stereo(3)
-        wait_for(self.shows_one_picture, "Color Anaglyph", 20)
+        wait_for(self.shows_one_picture, "Color Anaglyph")
         self.click_stereo(4)
         wait_for(lambda: is_gray(self.color_at(0.125)) and is_gray(self.color_at(0.875)),
-                 "Gray Anaglyph", 20)
+                 "Gray Anaglyph")
         self.choose_stereo(1)
         wait_for(lambda: max(self.color_at(0.5, 0.5)) < 20
                  and self.shows_sides(LEFT, RIGHT, LEFT, RIGHT, y_part=0.25)
-                 and self.shows_sides(LEFT, RIGHT, LEFT, RIGHT, y_part=0.75), "LR/RL", 20)
+                 and self.shows_sides(LEFT, RIGHT, LEFT, RIGHT, y_part=0.75), "LR/RL")
         self.click_stereo(5)
-        wait_for(self.shows_one_picture, "Interlaced", 20)
+        wait_for(self.shows_one_picture, "Interlaced")
         self.click_stereo(2)
-        wait_for(lambda: not self.shows_one_picture(), "Dubois", 20)
+        wait_for(lambda: not self.shows_one_picture(), "Dubois")
         self.click_stereo(0)
-        wait_for(self.shows_two_pictures, "Side-by-Side", 20)
+        wait_for(self.shows_two_pictures, "Side-by-Side")
 
     def test_a_saved_picture_is_what_the_viewer_shows(self):
         self.start()
@@ -122,14 +122,14 @@ class SceneTest(Session):
         y = (top + bottom) // 2
         self.display.drag((left + 100, y), (left + 320, y - 90))
         wait_for(lambda: difference(before, self.display.picture(self.viewer())) > 3,
-                 "the scene to turn", 20)
+                 "the scene to turn")
 
     def test_choices_come_back_with_the_next_start(self):
         self.start()
         self.choose_model()
         self.open_scene(download=False)
         self.choose_stereo(4, download=False)
-        wait_for(lambda: is_gray(self.color_at(0.125)), "Gray Anaglyph", 20)
+        wait_for(lambda: is_gray(self.color_at(0.125)), "Gray Anaglyph")
         self.focus_viewer()
         self.display.key("x")
         self.press("general", download=False)
@@ -145,7 +145,7 @@ class SceneTest(Session):
         self.start()
         self.open_file(self.scene, download=False)  # the model is known
         wait_for(lambda: is_gray(self.color_at(0.2)) and is_gray(self.color_at(0.8)),
-                 "Gray Anaglyph again", 40)
+                 "Gray Anaglyph again")
         self.display.close_window(self.main)
         self.expect_end()
         self.assertEqual(self.program.settings(), settings)
