@@ -42,7 +42,7 @@ class SceneSnapshot : public testing::Test {
     SceneSnapshot() {
         setenv("XDG_DATA_HOME", folder_.Path().c_str(), 1);
         request_.pageFolder = L"/page";
-        request_.scene = L"/work/scene.ply";
+        request_.scene = L"/folder/scene.ply";
         request_.size = {.width = 40, .height = 30};
         request_.timeout = std::chrono::seconds(60);
         QObject::connect(&pump_, &QTimer::timeout, [this] {
@@ -80,7 +80,7 @@ class SceneSnapshot : public testing::Test {
 TEST_F(SceneSnapshot, PictureComesFromThePageOfTheScene) {
     EXPECT_EQ(Take(), picture_);
     EXPECT_EQ(browser_.Addresses().back(),
-              L"file:///page/gaus3d.html?nreso=1&mode=0&nst=1&openFile=/work/scene.ply");
+              L"file:///page/gaus3d.html?nreso=1&mode=0&nst=1&openFile=/folder/scene.ply");
     EXPECT_EQ(browser_.environments, 0);
 }
 
