@@ -55,7 +55,7 @@ void DownloadFlow::Start() {
     sidebar_.downloadStatus->setText(FromWide(Text(23)));
     sidebar_.downloadProgress->show();
     sidebar_.downloadStatus->show();
-    sidebar_.downloadModel->setEnabled(false);
+    sidebar_.Disable(*sidebar_.downloadModel);
     sidebar_.LayoutSidebar();
 
     // The callables share only what may outlive the window.

@@ -112,7 +112,7 @@ bool GenerateFlow::IsCudaMissing() const {
 }
 
 void GenerateFlow::Start(const std::wstring& outputPath) {
-    sidebar_.generate->setEnabled(false);
+    sidebar_.Disable(*sidebar_.generate);
     generateStartNs_ = clock();
     statusBase_ = Text(26);
     sidebar_.generateStatus->setText(FromWide(statusBase_));

@@ -231,6 +231,11 @@ void Sidebar::SetStereoMode(int mode) {
     stereoMode->setCurrentIndex(mode);
 }
 
+void Sidebar::Disable(QPushButton& button) {
+    if (window()->focusWidget() == &button) window()->setFocus();
+    button.setEnabled(false);
+}
+
 void Sidebar::SetFocusDepth(double focusValue, double depthValue) {
     const auto show = [](QSlider* slider, QLabel* label, std::size_t slot, double value) {
         const QSignalBlocker quiet(slider);

@@ -40,6 +40,9 @@ class Sidebar : public QWidget {
     void ShowViewerControls(bool shown);
     void SetViewMode(bool sharp);
     void SetStereoMode(int mode);
+    // Takes the keyboard focus from the button first, which the next control would get: a second
+    // press of the space bar is not meant for that one.
+    void Disable(QPushButton& button);
     // Positions and labels; the values are truncated toward zero.
     void SetFocusDepth(double focus, double depth);
 

@@ -106,6 +106,15 @@ TEST_F(SidebarTest, LastControlOfTheTallestLayoutFitsIntoTheWindow) {
     EXPECT_LT(Find(1051)->geometry().bottom(), 676);
 }
 
+TEST_F(SidebarTest, DisabledButtonHandsTheFocusToNoOtherControl) {
+    Make();
+    sidebar->generate->setFocus();
+    ASSERT_EQ(sidebar->focusWidget(), sidebar->generate);
+    sidebar->Disable(*sidebar->generate);
+    EXPECT_FALSE(sidebar->generate->isEnabled());
+    EXPECT_EQ(sidebar->focusWidget(), sidebar.get());
+}
+
 TEST_F(SidebarTest, ViewerControlsAreHiddenAtFirst) {
     Make();
     for (int id = 1040; id <= 1051; ++id) EXPECT_TRUE(Find(id)->isHidden()) << id;
