@@ -85,22 +85,11 @@ class ClosingTest(Session):
             scenes.write_photograph(photographs / f"{number}.png")
         self.start()
         self.choose_model()
-        self.press("batch")
-        batch = self.dialog()
-
-        def place(x, y):
-            """In the units of the dialog, which is 320 x 180 of them large."""
-            return batch.x + batch.width * x // 320, batch.y + batch.height * y // 180
-
-        field = (*place(80, 12), *place(255, 22))
-        empty = self.display.picture(field).tobytes()
-        self.display.click(*place(288, 17))
-        wait_for(lambda: self.dialog().id != batch.id, "the question for the folder")
-        self.enter_file(photographs)
-        wait_for(lambda: self.display.picture(field).tobytes() != empty, "the folder's name")
-        self.display.click(*place(220, 162))
+        batch = self.open_batch()
+        batch.choose_input(photographs)
+        batch.press("start")
         self.wait_for_inference()
-        self.display.key("Tab", "q", "Tab", "q", "Tab", "q")  # the text fields keep theirs
+        self.display.key("q")
         self.expect_end()
 
 
