@@ -157,12 +157,14 @@ TEST_F(LoaderProcessTest, ProgramWithoutSharedContextsGetsNoBrowser) {
         << ended.messages;
 }
 
-// The browser lists the switches that it has read.
+// The browser lists the switches that it has read when it is asked to.
 TEST_F(LoaderProcessTest, SwitchesOfTheUserAreKeptAndOursAreAdded) {
     QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("QTWEBENGINE_CHROMIUM_FLAGS"),
                        QStringLiteral("--ignore-gpu-blocklist --mine=\"a b\""));
+    environment.insert(QStringLiteral("QT_LOGGING_RULES"),
+                       QStringLiteral("qt.webenginecontext.info=true"));
     process.setProcessEnvironment(environment);
     Start(process, profile_, "create");
     const Ended ended = End(process);
