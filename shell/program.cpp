@@ -22,7 +22,7 @@ namespace {
 QIcon ProgramIcon() {
     RegisterEmbeddedResources();
     QIcon icon;
-    for (const int size : {16, 32, 48, 128, 256}) icon.addFile(QString(":/101/%1").arg(size));
+    for (const int size : {16, 32, 48, 128}) icon.addFile(QString(":/101/%1").arg(size));
     return icon;
 }
 
