@@ -1,4 +1,6 @@
 // The program's entry point.
 #include "shell/program.h"
 
-int main(int argc, char** argv) { return vistrel::RunVistrel(argc, argv); }
+int main(int argc, char** argv) {
+    return vistrel::RunVistrel(argc, argv);
+}

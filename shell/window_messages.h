@@ -10,7 +10,7 @@
 namespace vistrel {
 
 // Numbers of the events, valid as QEvent::Type.
-inline constexpr int kKeyDownMessage = 0x8000 - 1;  // value: the key
+inline constexpr int kKeyDownMessage = 0x8000 - 1;           // value: the key
 inline constexpr int kGenerateProgressMessage = 0x8000 + 1;  // text: the stage
 inline constexpr int kGenerateDoneMessage = 0x8000 + 2;      // value 0: text is the output path,
                                                              // 1: text is the failure

@@ -2,8 +2,9 @@
 //
 // The loader library WebView2Loader.dll implements these classes and exports the two C functions at
 // the end; nothing else knows which browser stands behind them. Everything here belongs to the
-// thread of the event loop. A completion callback arrives later through that loop, never from inside
-// the call that it was given to, and not at all once the object it was given to is destroyed.
+// thread of the event loop. A completion callback arrives later through that loop, never from
+// inside the call that it was given to, and not at all once the object it was given to is
+// destroyed.
 #pragma once
 
 #include <cstddef>
@@ -90,8 +91,8 @@ inline constexpr std::uint32_t kWebViewInterfaceNumber = 2;
 extern "C" {
 // Exported as "VistrelWebViewInterfaceNumber".
 using WebViewInterfaceNumberFunction = std::uint32_t();
-// Exported as "CreateCoreWebView2EnvironmentWithOptions". An empty `userDataFolder` is the browser's
-// default. Returns whether the creation was started; only then `completed` is called.
+// Exported as "CreateCoreWebView2EnvironmentWithOptions". An empty `userDataFolder` is the
+// browser's default. Returns whether the creation was started; only then `completed` is called.
 using CreateWebViewEnvironmentFunction = bool(const std::wstring& userDataFolder,
                                               const WebViewEnvironmentOptions& options,
                                               EnvironmentCreated completed);
