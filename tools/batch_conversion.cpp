@@ -157,12 +157,8 @@ class FolderConversion {
     void Stop(int signal) {
         const std::lock_guard lock(mutex_);
         if (stopAsked_) {
-            std::error_code ignored;
-            if (std::filesystem::is_regular_file(written_, ignored)) {
-                std::filesystem::remove(written_, ignored);
-            }
             display_.RemoveBar();
-            Interrupts::DieOf(signal);
+            Interrupts::DieWithout(written_, signal);
         }
         stopAsked_ = true;
         converter_.cancelRequested = true;

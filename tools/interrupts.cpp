@@ -3,6 +3,7 @@
 #include <poll.h>
 #include <pthread.h>
 #include <sys/eventfd.h>
+#include <sys/resource.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
@@ -83,6 +84,15 @@ void Interrupts::DieOf(int signal) {
     pthread_sigmask(SIG_UNBLOCK, &all, nullptr);
     std::raise(signal);
     std::_Exit(128 + signal);
+}
+
+void Interrupts::DieWithout(const std::filesystem::path& file, int signal) {
+    // The thread that writes may only be about to open the file; from here on it cannot.
+    const rlimit none = {0, 0};
+    setrlimit(RLIMIT_NOFILE, &none);
+    std::error_code ignored;
+    if (std::filesystem::is_regular_file(file, ignored)) std::filesystem::remove(file, ignored);
+    DieOf(signal);
 }
 
 }  // namespace vistrel

@@ -1,6 +1,8 @@
 // Ctrl-C and its relatives, taken at a moment of the program's choosing.
 #pragma once
 
+#include <filesystem>
+
 namespace vistrel {
 
 // Holds SIGINT, SIGTERM and SIGHUP back from the calling thread and from every thread that it
@@ -26,6 +28,10 @@ class Interrupts {
     // Ends the process the way `signal` does when nobody handles it, so that a shell sees it.
     // What was printed so far is flushed first.
     [[noreturn]] static void DieOf(int signal);
+
+    // The same without leaving `file`, which another thread writes or is about to. Only a regular
+    // file is removed. An empty path is no file.
+    [[noreturn]] static void DieWithout(const std::filesystem::path& file, int signal);
 
   private:
     int signalFd_;  // constant after construction

@@ -65,13 +65,7 @@ class OutputGate {
     void Stop(int signal, const std::filesystem::path& output) {
         const std::lock_guard lock(mutex_);
         if (!writing_) Interrupts::DieOf(signal);
-        if (asked_) {
-            std::error_code ignored;
-            if (std::filesystem::is_regular_file(output, ignored)) {
-                std::filesystem::remove(output, ignored);
-            }
-            Interrupts::DieOf(signal);
-        }
+        if (asked_) Interrupts::DieWithout(output, signal);
         asked_ = true;
     }
 
