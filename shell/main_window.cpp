@@ -61,6 +61,7 @@ MainWindow::Parts::Parts(MainWindow* window, std::wstring webDir, std::wstring p
       mailbox(Mailbox::Make(window)),
       questions(MakeQuestions(services, window)),
       bridge(Text(kLoaderMissingText), services.browser),
+      sceneLink(tempWebDir),
       client(new QWidget(window)),
       preview(new Preview(client)),
       sidebar(new Sidebar(client, settings)),
@@ -142,7 +143,7 @@ void MainWindow::LoadScene(const std::wstring& path) {
     parts_->currentScenePath = path;
     parts_->preview->Clear();
     parts_->bridge.SetVisible(true);
-    parts_->bridge.ShowScene(path, parts_->settings.isSharpMode);
+    parts_->bridge.ShowScene(parts_->sceneLink.PathFor(path), parts_->settings.isSharpMode);
     UpdateViewerControls();
     UpdateMenuState();
 }

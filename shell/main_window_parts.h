@@ -14,6 +14,7 @@
 #include "shell/main_window.h"
 #include "shell/preview.h"
 #include "shell/questions.h"
+#include "shell/scene_link.h"
 #include "shell/settings.h"
 #include "shell/sidebar.h"
 #include "viewer/web_view_bridge.h"
@@ -33,6 +34,7 @@ struct MainWindow::Parts {
     std::shared_ptr<Mailbox> mailbox;
     std::unique_ptr<Questions> questions;
     WebViewBridge bridge;
+    SceneLink sceneLink;
     QWidget* client;  // all of the window below the menu bar
     Preview* preview;
     Sidebar* sidebar;

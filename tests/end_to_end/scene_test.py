@@ -120,6 +120,14 @@ class SceneTest(Session):
             self.assertEqual(saved.size, (right - left, bottom - top))
             self.assertLess(difference(saved, self.display.picture(self.viewer())), 4)
 
+    def test_a_scene_whose_name_no_address_can_carry_is_shown(self):
+        self.scene = self.scene.rename(self.home / "C# & 50%+.PLY")
+        self.start()
+        self.open_scene()
+        self.display.close_window(self.main)
+        self.expect_end()
+        self.assertEqual(self.scene.read_bytes()[:3], b"ply")
+
     def test_the_mouse_turns_the_scene(self):
         self.start()
         self.open_scene()

@@ -7,6 +7,7 @@
 #include <QRadioButton>
 #include <QSlider>
 #include <QTest>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -103,6 +104,16 @@ TEST_F(CommandsTest, OpenedFileIsSelected) {
     questions->answer = L"/scene.spz";
     Choose(ControlId::MenuSelectFile);
     EXPECT_TRUE(browser.Addresses().back().ends_with(L"openFile=/scene.spz"));
+}
+
+TEST_F(CommandsTest, SceneWhoseNameNoAddressCanCarryIsShownUnderAnother) {
+    webDir = FromPath(folder.Path());
+    Open();
+    questions->answer = L"/C#/50%.ply";
+    Click(ControlId::SelectFile);
+    const std::wstring address = browser.Addresses().back();
+    const std::wstring told = address.substr(address.find(L"openFile=") + 9);
+    EXPECT_EQ(std::filesystem::read_symlink(ToPath(told)), "/C#/50%.ply");
 }
 
 TEST_F(CommandsTest, GenerateAsksWhereToSave) {

@@ -75,7 +75,7 @@ WindowTest::~WindowTest() {
 }
 
 void WindowTest::Open(bool browserReady) {
-    window = std::make_unique<MainWindow>(L"/web", L"/app", services);
+    window = std::make_unique<MainWindow>(webDir, L"/app", services);
     window->show();
     window->activateWindow();
     QCoreApplication::processEvents();

@@ -1,0 +1,33 @@
+// A name under which the viewer page finds a scene.
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+namespace vistrel {
+
+// The page is told a scene's path in its address, where "#", "&", "%" and "+" mean something else
+// and many a byte cannot stand. A scene of such a name gets a link with a plain one, and so does
+// one whose ending is not in small letters, by which the page tells the formats.
+//
+// One thread at a time; nothing throws.
+class SceneLink {
+  public:
+    // The links lie in `folder`, which belongs to this user alone.
+    explicit SceneLink(const std::wstring& folder);
+    ~SceneLink();
+    SceneLink(const SceneLink&) = delete;
+    SceneLink& operator=(const SceneLink&) = delete;
+
+    // `path` itself where the page can be told it, or where no link can be made; otherwise the path
+    // of a link to it, which lasts until the next call or the end of this object.
+    [[nodiscard]] std::wstring PathFor(const std::wstring& path);
+
+  private:
+    void Remove();
+
+    const std::filesystem::path folder_;
+    std::filesystem::path link_;  // empty: none
+};
+
+}  // namespace vistrel
