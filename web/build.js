@@ -7,6 +7,8 @@ import { mkdir, readFile, writeFile } from "node:fs/promises";
 import { createRequire } from "node:module";
 import path from "node:path";
 import { fileURLToPath } from "node:url";
+import { readRecordsWithoutEval } from "./ply_records.js";
+import { withPolicy } from "./policy.js";
 import { avoidReservedWord } from "./reserved_word.js";
 
 /** The oldest browser to run in, that of QtWebEngine 6.4. */
@@ -91,7 +93,7 @@ async function bundle(entry, plugins) {
     return result.outputFiles[0].text;
 }
 
-/** @returns {Promise<string>} the page with its module script */
+/** @returns {Promise<string>} the page with its module script and its policy */
 async function page() {
     const [template, script] = await Promise.all([
         readFile(path.join(source, "gaus3d.html"), "utf8"),
@@ -99,13 +101,13 @@ async function page() {
     ]);
     if (template.split(kScriptPlace).length !== 2) throw new Error("The page has no script place");
     if (/<\/script|<!--/i.test(script)) throw new Error("The script would end the page's element");
-    return template.replace(kScriptPlace, () => `\n${script}`);
+    return withPolicy(template.replace(kScriptPlace, () => `\n${script}`));
 }
 
-/** @returns {Promise<string>} Spark without the reserved word */
+/** @returns {Promise<string>} Spark without what keeps it from running everywhere */
 async function spark() {
     const file = path.join(path.dirname(require.resolve("@sparkjsdev/spark")), "spark.module.js");
-    return avoidReservedWord(await readFile(file, "utf8"));
+    return readRecordsWithoutEval(avoidReservedWord(await readFile(file, "utf8")));
 }
 
 /**

@@ -42,3 +42,9 @@ test("ShadersOfSparkAvoidTheReservedWord", async () => {
     assert.equal(spark.match(/\bpacked\.[xyzw]\b/g), null);
     assert.equal(spark.match(/\bpackedWords\.[xyzw]\b/g)?.length, 52);
 });
+
+test("NoTextBecomesCode", async () => {
+    for (const name of await readdir(builtFolder())) {
+        assert.equal((await read(name)).match(/\bnew Function\b|\beval\(/g), null, name);
+    }
+});

@@ -197,26 +197,26 @@ test("InvalidUrlIsReported", async () => {
     await page.close();
 });
 
-test("RefusedRequestIsReportedWithItsStatus", async () => {
+test("SceneOfAServerIsNotAskedFor", async () => {
+    let isAsked = false;
     const server = createServer((_request, response) => {
-        response.writeHead(404, { "Access-Control-Allow-Origin": "*" }).end("no");
-    });
-    after(() => server.close());
-    await new Promise((resolve) => server.listen(0, "127.0.0.1", () => resolve(undefined)));
-    const { port } = /** @type {import("node:net").AddressInfo} */ (server.address());
-    const page = await browser.open({ query: `${kQuery}&openFile=http://127.0.0.1:${port}/a.ply` });
-    assert.ok(page.reports.includes("Read error Status code: 404"), `${page.reports}`);
-    await page.close();
-});
-
-test("UrlWithoutANameIsReadAllTheSame", async () => {
-    const server = createServer((_request, response) => {
+        isAsked = true;
         response.writeHead(200, { "Access-Control-Allow-Origin": "*" }).end(plyFile(kGaussians));
     });
     after(() => server.close());
     await new Promise((resolve) => server.listen(0, "127.0.0.1", () => resolve(undefined)));
     const { port } = /** @type {import("node:net").AddressInfo} */ (server.address());
-    const page = await browser.open({ query: `${kQuery}&openFile=http://127.0.0.1:${port}/` });
+    const page = await browser.open({ query: `${kQuery}&openFile=http://127.0.0.1:${port}/a.ply` });
+    assert.ok(page.reports.includes("Network error !"), `${page.reports}`);
+    assert.ok(!isAsked);
+    await page.close();
+});
+
+test("UrlWithoutANameIsReadAllTheSame", async () => {
+    const escaped = [...plyFile(kGaussians)].map((b) => `%${b.toString(16).padStart(2, "0")}`);
+    const url = `data:,${escaped.join("")}/`;
+    const page = await browser.open({ query: `${kQuery}&openFile=${encodeURIComponent(url)}` });
+    assert.deepEqual(page.reports, []);
     assertShown(await page.picture());
     await page.close();
 });

@@ -70,6 +70,19 @@ export class RestingPage {
         }
     }
 
+    /**
+     * Waits until an expression is true.
+     * @param {string} expression
+     * @returns {Promise<any>} its value
+     */
+    async becomes(expression) {
+        for (const limit = Date.now() + kRestLimit; Date.now() < limit; await delay(20)) {
+            const value = await this.evaluate(expression);
+            if (value) return value;
+        }
+        throw new Error(`Does not become true: ${expression}`);
+    }
+
     /** @returns {Promise<boolean>} whether the page has made its viewer, later than it is loaded */
     hasViewer() {
         return this.evaluate(`document.querySelector("#container > canvas") !== null`);

@@ -25,15 +25,20 @@ const kArguments = [
 /** Longest time that a page may take to load on a machine that is busy, milliseconds. */
 const kLoadLimit = 120_000;
 
+/** @returns {Promise<import("playwright-core").Browser>} for the caller to close */
+export function launchChromium() {
+    return chromium.launch({
+        executablePath: process.env.VISTREL_CHROMIUM ?? "/usr/bin/chromium",
+        args: kArguments,
+    });
+}
+
 /**
  * One browser for the tests of a file, closed after them.
  * @returns {Promise<Browser>}
  */
 export async function startBrowser() {
-    const instance = await chromium.launch({
-        executablePath: process.env.VISTREL_CHROMIUM ?? "/usr/bin/chromium",
-        args: kArguments,
-    });
+    const instance = await launchChromium();
     const folder = await mkdtemp(path.join(tmpdir(), "viewer-"));
     after(async () => {
         await instance.close();

@@ -5,6 +5,7 @@
  * @property {number} sorts
  * @property {number} pending pieces of work that will go on by themselves
  * @property {Record<string, number>} objects created and not deleted, by kind
+ * @property {string[]} refused by the page's policy, each with the directive
  */
 
 /**
@@ -15,8 +16,11 @@
  */
 export function installWatch() {
     /** @type {Watch} */
-    const watch = { frames: 0, eyes: 0, sorts: 0, pending: 0, objects: {} };
+    const watch = { frames: 0, eyes: 0, sorts: 0, pending: 0, objects: {}, refused: [] };
     Object.assign(window, { watch });
+    window.addEventListener("securitypolicyviolation", ({ effectiveDirective, blockedURI }) => {
+        watch.refused.push(`${effectiveDirective} ${blockedURI}`);
+    });
 
     /**
      * @template {object} T

@@ -1,0 +1,33 @@
+import assert from "node:assert/strict";
+import { test } from "node:test";
+import { createCompiledParserFn, readRecordsWithoutEval } from "../../../web/ply_records.js";
+
+const kNames = [
+    "f_rest_1", "rot_3", "x", "f_dc_2", "nx", "scale_0", "opacity", "rot_0", "y", "f_dc_0",
+    "scale_2", "rot_1", "f_rest_0", "scale_1", "z", "f_dc_1", "rot_2",
+];
+
+for (const littleEndian of [true, false]) {
+    test(`RecordIsReadByItsNames ${littleEndian ? "little" : "big"} end first`, () => {
+        const properties = Object.fromEntries(
+            kNames.map((name) => [name, { isList: false, type: "float" }]),
+        );
+        const data = new DataView(new ArrayBuffer(4 + 4 * kNames.length));
+        kNames.forEach((_, i) => data.setFloat32(4 + 4 * i, i + 0.5, littleEndian));
+        /** @type {Record<string, any>} */
+        const item = { f_rest: [] };
+        const end = createCompiledParserFn(properties, littleEndian)(data, 4, item);
+        assert.equal(end, data.byteLength);
+        const { f_rest: rest, ...fields } = item;
+        const wanted = ["f_rest_0", "f_rest_1"].map((name) => kNames.indexOf(name) + 0.5);
+        assert.deepEqual(rest, wanted);
+        assert.equal(Object.keys(fields).length, 14);
+        for (const [name, value] of Object.entries(fields)) {
+            assert.equal(value, kNames.indexOf(name) + 0.5, name);
+        }
+    });
+}
+
+test("AnotherSparkIsNotChangedUnseen", () => {
+    assert.throws(() => readRecordsWithoutEval("nothing is compiled here"), /0 and 0 places/);
+});
