@@ -4,6 +4,7 @@
 import hashlib
 import json
 import os
+import re
 import signal
 import subprocess
 import sys
@@ -30,6 +31,20 @@ OTHERS = {"README.md", "THIRD_PARTY_NOTICES", "convert-once", "docs/many_machine
 
 def files_below(folder):
     return {str(path.relative_to(folder)) for path in folder.rglob("*") if not path.is_dir()}
+
+
+def with_dependencies(packages):
+    """The installed ones among them and among all that they depend on."""
+    told = subprocess.run(["dpkg-query", "-W", "-f", "${Package}\t${Pre-Depends}, ${Depends}\n"], check=True,
+                          capture_output=True, text=True).stdout
+    depends = dict(line.split("\t") for line in told.splitlines())
+    found, waiting = set(), list(packages)
+    while waiting:
+        package = waiting.pop()
+        if package in depends and package not in found:
+            found.add(package)
+            waiting += re.findall(r"(?:^|[,|])\s*([a-z0-9][a-z0-9.+-]+)", depends[package])
+    return found
 
 
 class Package(unittest.TestCase):
@@ -86,7 +101,21 @@ class Package(unittest.TestCase):
     def test_the_readme_names_every_package(self):
         readme = (self.package / "README.md").read_text().replace("\n", " ")
         packages = (self.package / "runtime_packages").read_text().split()
-        self.assertIn(" " + ", ".join(packages) + ".", readme)
+        self.assertIn("## Packages  " + ", ".join(packages) + ". ", readme)
+
+    def test_the_named_packages_bring_every_library(self):
+        needed = set()
+        for name in LIBRARIES_AND_PROGRAMS:
+            told = subprocess.run(["readelf", "-W", "-d", self.package / name], check=True,
+                                  capture_output=True, text=True).stdout
+            needed |= set(re.findall(r"\(NEEDED\).*\[(.+)\]", told)) - LIBRARIES_AND_PROGRAMS
+        owners = {name: set() for name in needed}
+        told = subprocess.run(["dpkg-query", "-S", *(f"*/{name}" for name in needed)], check=True,
+                              capture_output=True, text=True).stdout
+        for package, path in re.findall(r"^([^:, ]+)(?::\w+)?: (\S+)$", told, re.MULTILINE):
+            owners[Path(path).name].add(package)
+        brought = with_dependencies((self.package / "runtime_packages").read_text().split())
+        self.assertEqual([name for name in sorted(needed) if not owners[name] & brought], [])
 
     # Install
 
