@@ -33,6 +33,11 @@ def files_below(folder):
     return {str(path.relative_to(folder)) for path in folder.rglob("*") if not path.is_dir()}
 
 
+def empty_folders_below(folder):
+    return {str(path.relative_to(folder)) for path in folder.rglob("*")
+            if path.is_dir() and not any(path.iterdir())}
+
+
 def with_dependencies(packages):
     """The installed ones among them and among all that they depend on."""
     told = subprocess.run(["dpkg-query", "-W", "-f", "${Package}\t${Pre-Depends}, ${Depends}\n"], check=True,
@@ -243,6 +248,7 @@ class Package(unittest.TestCase):
         self.uninstall()
         self.assertEqual(files_below(self.home), {".config/Vistrel/settings.json",
                                                   ".local/share/Vistrel/Models/sharp_fp16.onnx"})
+        self.assertEqual(empty_folders_below(self.home), set())
 
     def test_file_types_of_others_stay(self):
         other = self.home / ".local/share/mime/packages/other.xml"
