@@ -122,6 +122,13 @@ class Package(unittest.TestCase):
         brought = with_dependencies((self.package / "runtime_packages").read_text().split())
         self.assertEqual([name for name in sorted(needed) if not owners[name] & brought], [])
 
+    def test_cmake_installs_the_same_into_a_folder_with_a_relative_name(self):
+        subprocess.run([os.environ["VISTREL_CMAKE"], "--install", BINARIES.parent, "--prefix", "any folder"],
+                       cwd=self.home, check=True, capture_output=True)
+        self.assertEqual(files_below(self.home / "any folder"), files_below(self.package))
+        self.assertEqual((self.home / "any folder/manifest").read_text(),
+                         (self.package / "manifest").read_text())
+
     # Install
 
     def test_validators_find_nothing_in_what_the_desktop_reads(self):
