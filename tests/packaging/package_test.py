@@ -185,11 +185,12 @@ class Package(unittest.TestCase):
         subprocess.run(command, env=self.environment, check=True, capture_output=True)
         self.assertEqual(scene.stat(), before)
 
-    def test_a_conversion_that_fails_leaves_no_scene(self):
+    def test_a_conversion_that_fails_names_the_photograph_and_leaves_no_scene(self):
         scene = self.home / "scenes" / "none.ply"
         done = subprocess.run([self.package / "convert-once", self.package / RELIEF, __file__, scene],
                               env=self.environment, capture_output=True, text=True)
         self.assertEqual(done.returncode, 1)
+        self.assertIn(f"Not converted: {__file__}\n", done.stderr)
         self.assertEqual(os.listdir(scene.parent), [])
 
     def test_the_links_lead_to_the_programs(self):
