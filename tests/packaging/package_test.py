@@ -4,6 +4,7 @@
 import hashlib
 import json
 import os
+import re
 import signal
 import subprocess
 import sys
@@ -30,6 +31,25 @@ OTHERS = {"README.md", "THIRD_PARTY_NOTICES", "convert-once", "docs/many_machine
 
 def files_below(folder):
     return {str(path.relative_to(folder)) for path in folder.rglob("*") if not path.is_dir()}
+
+
+def empty_folders_below(folder):
+    return {str(path.relative_to(folder)) for path in folder.rglob("*")
+            if path.is_dir() and not any(path.iterdir())}
+
+
+def with_dependencies(packages):
+    """The installed ones among them and among all that they depend on."""
+    told = subprocess.run(["dpkg-query", "-W", "-f", "${Package}\t${Pre-Depends}, ${Depends}\n"], check=True,
+                          capture_output=True, text=True).stdout
+    depends = dict(line.split("\t") for line in told.splitlines())
+    found, waiting = set(), list(packages)
+    while waiting:
+        package = waiting.pop()
+        if package in depends and package not in found:
+            found.add(package)
+            waiting += re.findall(r"(?:^|[,|])\s*([a-z0-9][a-z0-9.+-]+)", depends[package])
+    return found
 
 
 class Package(unittest.TestCase):
@@ -86,7 +106,28 @@ class Package(unittest.TestCase):
     def test_the_readme_names_every_package(self):
         readme = (self.package / "README.md").read_text().replace("\n", " ")
         packages = (self.package / "runtime_packages").read_text().split()
-        self.assertIn(" " + ", ".join(packages) + ".", readme)
+        self.assertIn("## Packages  " + ", ".join(packages) + ". ", readme)
+
+    def test_the_named_packages_bring_every_library(self):
+        needed = set()
+        for name in LIBRARIES_AND_PROGRAMS:
+            told = subprocess.run(["readelf", "-W", "-d", self.package / name], check=True,
+                                  capture_output=True, text=True).stdout
+            needed |= set(re.findall(r"\(NEEDED\).*\[(.+)\]", told)) - LIBRARIES_AND_PROGRAMS
+        owners = {name: set() for name in needed}
+        told = subprocess.run(["dpkg-query", "-S", *(f"*/{name}" for name in needed)], check=True,
+                              capture_output=True, text=True).stdout
+        for package, path in re.findall(r"^([^:, ]+)(?::\w+)?: (\S+)$", told, re.MULTILINE):
+            owners[Path(path).name].add(package)
+        brought = with_dependencies((self.package / "runtime_packages").read_text().split())
+        self.assertEqual([name for name in sorted(needed) if not owners[name] & brought], [])
+
+    def test_cmake_installs_the_same_into_a_folder_with_a_relative_name(self):
+        subprocess.run([os.environ["VISTREL_CMAKE"], "--install", BINARIES.parent, "--prefix", "any folder"],
+                       cwd=self.home, check=True, capture_output=True)
+        self.assertEqual(files_below(self.home / "any folder"), files_below(self.package))
+        self.assertEqual((self.home / "any folder/manifest").read_text(),
+                         (self.package / "manifest").read_text())
 
     # Install
 
@@ -144,11 +185,12 @@ class Package(unittest.TestCase):
         subprocess.run(command, env=self.environment, check=True, capture_output=True)
         self.assertEqual(scene.stat(), before)
 
-    def test_a_conversion_that_fails_leaves_no_scene(self):
+    def test_a_conversion_that_fails_names_the_photograph_and_leaves_no_scene(self):
         scene = self.home / "scenes" / "none.ply"
         done = subprocess.run([self.package / "convert-once", self.package / RELIEF, __file__, scene],
                               env=self.environment, capture_output=True, text=True)
         self.assertEqual(done.returncode, 1)
+        self.assertIn(f"Not converted: {__file__}\n", done.stderr)
         self.assertEqual(os.listdir(scene.parent), [])
 
     def test_the_links_lead_to_the_programs(self):
@@ -214,6 +256,7 @@ class Package(unittest.TestCase):
         self.uninstall()
         self.assertEqual(files_below(self.home), {".config/Vistrel/settings.json",
                                                   ".local/share/Vistrel/Models/sharp_fp16.onnx"})
+        self.assertEqual(empty_folders_below(self.home), set())
 
     def test_file_types_of_others_stay(self):
         other = self.home / ".local/share/mime/packages/other.xml"

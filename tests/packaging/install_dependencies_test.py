@@ -1,0 +1,83 @@
+#!/usr/bin/env python3
+"""install-dependencies on machines of several kinds, which stand-ins for Debian's commands play."""
+
+import os
+import shutil
+import subprocess
+import tempfile
+import unittest
+from pathlib import Path
+
+SOURCE = Path(__file__).resolve().parents[2]
+PACKAGES = (SOURCE / "packaging/runtime_packages").read_text().split()
+LOGGED = '#!/bin/sh\necho "$(basename "$0") $*" >>"$LOG"\n'
+THROUGH_SUDO = LOGGED + '[ "$1" = -- ] && shift\nexec "$@"\n'
+
+
+class InstallDependencies(unittest.TestCase):
+    def setUp(self):
+        temporary = tempfile.TemporaryDirectory(prefix="vistrel packages ")
+        self.addCleanup(temporary.cleanup)
+        self.commands = Path(temporary.name)
+        self.log = self.commands / "log"
+        self.log.touch()
+        for tool in ("basename", "bash", "dirname", "env", "grep", "realpath"):
+            (self.commands / tool).symlink_to(shutil.which(tool))
+        self.command("apt-get", LOGGED)
+        self.command("id", "#!/bin/sh\necho 1000\n")
+        self.installed({package: "amd64 installed" for package in PACKAGES})
+
+    def command(self, name, script):
+        (self.commands / name).write_text(script)
+        (self.commands / name).chmod(0o755)
+
+    def installed(self, states):
+        cases = "".join(f"{name}) printf '{state}\\n';;\n" for name, state in states.items())
+        self.command("dpkg-query", f'#!/bin/sh\ncase "$4" in\n{cases}*) exit 1;;\nesac\n')
+
+    def run_script(self, *arguments):
+        return subprocess.run([SOURCE / "packaging/install-dependencies", *arguments], text=True,
+                              env={"PATH": str(self.commands), "LOG": str(self.log)}, capture_output=True)
+
+    def test_nothing_is_done_where_everything_is_there(self):
+        self.command("sudo", THROUGH_SUDO)
+        self.assertEqual(self.run_script().returncode, 0)
+        self.assertEqual(self.log.read_text(), "")
+
+    def test_packages_of_any_architecture_and_in_two_of_them_are_there(self):
+        self.installed({package: "i386 installed\\namd64 installed" for package in PACKAGES[:3]}
+                       | {package: "all installed" for package in PACKAGES[3:]})
+        self.assertEqual(self.run_script("--list").returncode, 0)
+
+    def test_a_package_of_another_architecture_or_removed_but_for_its_settings_is_missing(self):
+        self.installed({package: "amd64 installed" for package in PACKAGES}
+                       | {PACKAGES[0]: "i386 installed", PACKAGES[1]: "amd64 config-files"})
+        listed = self.run_script("--list")
+        self.assertEqual(listed.returncode, 1)
+        self.assertEqual(listed.stdout, f"Missing: {PACKAGES[0]} {PACKAGES[1]}\n")
+
+    def test_missing_packages_are_installed_through_sudo(self):
+        self.installed({package: "amd64 installed" for package in PACKAGES[2:]})
+        self.command("sudo", THROUGH_SUDO)
+        done = self.run_script()
+        self.assertEqual(done.returncode, 0, done.stderr)
+        self.assertIn(f"\napt-get install -y --no-install-recommends {PACKAGES[0]} {PACKAGES[1]}\n",
+                      self.log.read_text())
+
+    def test_without_root_and_sudo_the_command_for_root_is_told(self):
+        self.installed({package: "amd64 installed" for package in PACKAGES[1:]})
+        done = self.run_script()
+        self.assertEqual(done.returncode, 1)
+        self.assertIn(f"apt-get install --no-install-recommends {PACKAGES[0]}\n", done.stderr)
+        self.assertEqual(self.log.read_text(), "")
+
+    def test_where_sudo_refuses_the_command_for_root_is_told(self):
+        self.installed({package: "amd64 installed" for package in PACKAGES[1:]})
+        self.command("sudo", "#!/bin/sh\nexit 1\n")
+        done = self.run_script()
+        self.assertEqual(done.returncode, 1)
+        self.assertIn(f"apt-get install --no-install-recommends {PACKAGES[0]}\n", done.stderr)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
