@@ -1,0 +1,21 @@
+// Folders of files with any names.
+#pragma once
+
+#include <fuzzer/FuzzedDataProvider.h>
+
+#include <filesystem>
+#include <string>
+
+namespace vistrel::fuzz {
+
+// A name that a file can have: any bytes but '/' and zero, at most 255; often with the ending of a
+// picture or a scene.
+[[nodiscard]] std::string AnyFileName(FuzzedDataProvider& data);
+
+// Puts a file, a folder or a link there, unless the name is taken.
+void MakeAnything(FuzzedDataProvider& data, const std::filesystem::path& path);
+
+// What MakeAnything writes into the files: nothing else has that content.
+[[nodiscard]] std::string FormerContent(const std::filesystem::path& path);
+
+}  // namespace vistrel::fuzz
