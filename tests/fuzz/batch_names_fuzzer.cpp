@@ -7,13 +7,13 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <map>
 #include <optional>
+#include <random>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -24,6 +24,7 @@
 #include "tests/fuzz/recording_engine.h"
 #include "tests/fuzz/require.h"
 #include "tests/fuzz/scratch_folder.h"
+#include "tests/fuzz/seeded_mutation.h"
 
 namespace vistrel {
 namespace {
@@ -62,7 +63,7 @@ class OneBatch {
         for (int i = data.ConsumeIntegralInRange(0, 6); i > 0; --i)
             fuzz::MakeAnything(data, input_ / fuzz::AnyFileName(data));
         for (int i = data.ConsumeIntegralInRange(0, 4); i > 0; --i)
-            fuzz::MakeAnything(data, output_ / fuzz::AnyFileName(data));
+            fuzz::MakeAnything(data, output_ / fuzz::AnySceneName(data));
         policy_ = BatchConflictPolicy{data.ConsumeIntegralInRange(1, 3)};
         asked_ = data.ConsumeIntegralInRange(0, 7) > 0;
         LookAtInput();
@@ -193,4 +194,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     FuzzedDataProvider data(bytes, size);
     vistrel::OneBatch(data).Run();
     return 0;
+}
+
+// Begins with noise that is long enough for folders full of files.
+extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size,
+                                               std::size_t most, unsigned int seed) {
+    if (size > 64 && seed % 16 > 0) return LLVMFuzzerMutate(data, size, most);
+    std::minstd_rand random(seed);
+    constexpr std::size_t kNoise = 256;
+    size = std::min(kNoise, most);
+    std::generate_n(data, size, [&] { return static_cast<std::uint8_t>(random() >> 8U); });
+    return size;
 }
