@@ -18,7 +18,8 @@ namespace vistrel {
 // U+DC80..U+DCFF, or anything above U+10FFFF) becomes U+FFFD.
 [[nodiscard]] std::string ToUtf8(std::wstring_view text);
 
-// File names, byte for byte: FromPath(ToPath(x)) and ToPath(FromPath(p)) give back what they got.
+// File names, byte for byte: ToPath(FromPath(p)) gives back p, and FromPath(ToPath(x)) what came
+// from a file name.
 [[nodiscard]] std::filesystem::path ToPath(std::wstring_view text);
 [[nodiscard]] std::wstring FromPath(const std::filesystem::path& path);
 

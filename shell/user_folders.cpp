@@ -52,6 +52,7 @@ std::filesystem::path FolderInLine(std::string_view line, std::string_view name)
         if (line[i] == '\\' && i + 1 < line.size()) ++i;
         value.push_back(line[i]);
     }
+    if (value.find('\0') != value.npos) return {};  // no file's name
     while (value.size() > 1 && value.back() == '/') value.pop_back();
     constexpr std::string_view kHome = "$HOME";
     if (value == kHome) return HomeFolder();

@@ -1,7 +1,9 @@
 #include "engine/image_decoding.h"
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 
+#include <array>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -90,6 +92,20 @@ TEST(DecodePicture, PalettePng) {
 
     expected.rgba = {9, 8, 7, 16, 250, 251, 252, 255};
     ExpectDecoded(test::StoredPng(2, 1, 8, 3, {"\x01\x02"}, palette, "\x20\x10"), expected, false);
+}
+
+// Fills the stack where the next call will have its variables.
+[[gnu::noinline]] void LeaveOldBytesOnTheStack() {
+    std::array<volatile char, 65536> bytes;
+    for (volatile char& byte : bytes) byte = '\xAB';
+}
+
+TEST(DecodePicture, ColoursThatThePaletteLacksAreNothing) {
+    test::PlainPicture expected = test::FilledPicture(2, 1, 1, 2, 3);
+    expected.rgba = {1, 2, 3, 255, 0, 0, 0, 0};
+    const std::string png = test::StoredPng(2, 1, 8, 3, {"\0\x55"s}, "\x01\x02\x03");
+    LeaveOldBytesOnTheStack();
+    ExpectDecoded(png, expected, false);
 }
 
 TEST(DecodePicture, GreyAndAlphaPng) {
@@ -187,6 +203,23 @@ TEST_P(DecodeJpeg, FourSquaresHaveTheirColours) {
         }
         EXPECT_EQ(channelAt(x, y, 3), 255);
     }
+}
+
+class DecodeBrokenJpeg : public testing::Test {
+  protected:
+    ~DecodeBrokenJpeg() override { FillNewMemory(0); }
+    // Every block of std::malloc holds (the complement of) this byte from now on; 0: none does.
+    static void FillNewMemory(int byte) { mallopt(M_PERTURB, byte); }
+};
+
+// The marks that the inserted segment announces are missing, so that decoding ends after the first
+// block of pixels.
+TEST_F(DecodeBrokenJpeg, WhatIsMissingHoldsNoOldMemory) {
+    std::string jpeg = test::EncodeJpeg(test::NoisePicture(40, 8), 60);
+    jpeg.insert(2, "\xFF\xDD\0\x04\0\x01"s);
+    const std::vector<std::uint8_t> first = Pixels(Decode(jpeg));
+    FillNewMemory(0x5A);
+    EXPECT_EQ(Pixels(Decode(jpeg)), first);
 }
 
 TEST(DecodePicture, EmptyFileIsRefused) {

@@ -2,14 +2,9 @@
 // each by the engine's own code. The resampling goes to a few pixels instead of the network's
 // square to keep the search fast, and the decoder refuses sides of more than 1024 pixels in this
 // build.
-#include <sys/mman.h>
-#include <unistd.h>
-
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -19,16 +14,15 @@
 #include "engine/image_resizing.h"
 #include "engine/upright_rows.h"
 #include "engine/wide.h"
+#include "tests/fuzz/memory_file.h"
 #include "tests/fuzz/picture_seeds.h"
-
-extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t most);
+#include "tests/fuzz/require.h"
+#include "tests/fuzz/seeded_mutation.h"
 
 namespace vistrel {
 namespace {
 
-void Require(bool condition) {
-    if (!condition) std::abort();
-}
+using fuzz::Require;
 
 const std::uint8_t* ReadRow(void* rows, int y) noexcept {
     return static_cast<UprightRows*>(rows)->Row(y);
@@ -59,10 +53,8 @@ void Load(std::FILE* file, int orientation) {
 }
 
 void RunOne(std::string_view bytes) {
-    const int descriptor = memfd_create("picture", 0);
-    Require(descriptor >= 0);
-    Require(write(descriptor, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size()));
-    const std::string path = "/proc/self/fd/" + std::to_string(descriptor);
+    const fuzz::MemoryFile memory(bytes);
+    const std::string path = memory.Path();
     const int orientation = ReadExifOrientation(FromUtf8(path));
     std::FILE* const file = std::fopen(path.c_str(), "rb");
     Require(file != nullptr);
@@ -72,7 +64,6 @@ void RunOne(std::string_view bytes) {
         Require(std::string_view(error.what()).starts_with("stb_image"));
     }
     std::fclose(file);
-    close(descriptor);
 }
 
 }  // namespace
@@ -83,15 +74,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     return 0;
 }
 
-// Now and then the search goes on from one of the valid pictures, so that it needs no files of
-// them.
 extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size,
                                                std::size_t most, unsigned int seed) {
-    if (size < 4 || seed % 8 == 0) {
-        const auto& seeds = vistrel::fuzz::PictureSeeds();
-        const std::string& chosen = seeds[(seed / 8) % seeds.size()];
-        size = std::min(chosen.size(), most);
-        std::copy_n(chosen.begin(), size, data);
-    }
-    return LLVMFuzzerMutate(data, size, most);
+    return vistrel::fuzz::MutateSeeded(vistrel::fuzz::PictureSeeds(), data, size, most, seed);
 }

@@ -6,12 +6,12 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <stdexcept>
 #include <vector>
 
 #include "engine/model_output.h"
+#include "tests/fuzz/require.h"
 #include "tests/support/plain_model_output.h"
 
 namespace {
@@ -19,6 +19,7 @@ namespace {
 using vistrel::AttributeArray;
 using vistrel::GaussianSet;
 using vistrel::ModelOutput;
+using vistrel::fuzz::Require;
 
 constexpr std::int64_t kMostValues = 4096;
 
@@ -54,10 +55,6 @@ std::size_t ValueCount(const std::vector<std::int64_t>& shape) {
         count *= dimension;
     }
     return static_cast<std::size_t>(count);
-}
-
-void Require(bool holds) {
-    if (!holds) std::abort();
 }
 
 // Bits are compared, because a NaN equals nothing.

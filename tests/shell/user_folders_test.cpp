@@ -86,6 +86,13 @@ TEST_F(UserFolders, HomeTakesThePlaceOfMissingDocuments) {
     EXPECT_EQ(DocumentsFolder(), HomeText());
 }
 
+TEST_F(UserFolders, NameWithAZeroByteNamesNoDocuments) {
+    using namespace std::string_literals;
+    MakeFolder("a");
+    WriteUserDirs("XDG_DOCUMENTS_DIR=\"$HOME/a\0b\"\n"s);
+    EXPECT_EQ(DocumentsFolder(), HomeText());
+}
+
 TEST_F(UserFolders, TemporaryFolderIsTheFirstThatIsSet) {
     home.variables.Set("XDG_RUNTIME_DIR", "/run/somewhere");
     EXPECT_EQ(TemporaryFolder(), FromPath(home.Temporary()) + L'/');

@@ -3,11 +3,10 @@
 #include <cstddef>
 
 namespace vistrel::test {
-namespace {
 
 using namespace std::string_literals;
 
-std::string Number(std::uint32_t value, int bytes, bool bigEndian) {
+std::string ExifNumber(std::uint32_t value, int bytes, bool bigEndian) {
     std::string text;
     for (int i = 0; i < bytes; ++i) {
         const int shift = 8 * (bigEndian ? bytes - 1 - i : i);
@@ -16,28 +15,26 @@ std::string Number(std::uint32_t value, int bytes, bool bigEndian) {
     return text;
 }
 
-}  // namespace
-
 ExifEntry OrientationEntry(std::uint16_t value, bool bigEndian) {
     ExifEntry entry;
     entry.bigEndian = bigEndian;
-    entry.value = Number(value, 2, bigEndian) + "\0\0"s;
+    entry.value = ExifNumber(value, 2, bigEndian) + "\0\0"s;
     return entry;
 }
 
 std::string TiffBlock(const ExifEntry& entry, const std::string& behind) {
     const bool big = entry.bigEndian;
     constexpr std::uint32_t kFirstDirectory = 8;
-    return (big ? "MM"s : "II"s) + Number(42, 2, big) + Number(kFirstDirectory, 4, big) +
-           Number(1, 2, big) + Number(entry.tag, 2, big) + Number(entry.type, 2, big) +
-           Number(entry.count, 4, big) + entry.value + Number(0, 4, big) + behind;
+    return (big ? "MM"s : "II"s) + ExifNumber(42, 2, big) + ExifNumber(kFirstDirectory, 4, big) +
+           ExifNumber(1, 2, big) + ExifNumber(entry.tag, 2, big) + ExifNumber(entry.type, 2, big) +
+           ExifNumber(entry.count, 4, big) + entry.value + ExifNumber(0, 4, big) + behind;
 }
 
 std::string JpegWithExif(const std::string& jpeg, const std::string& tiff) {
     const std::string content = "Exif\0\0"s + tiff;
     const auto length = static_cast<std::uint32_t>(content.size() + 2);
     constexpr std::size_t kStart = 2;
-    return jpeg.substr(0, kStart) + "\xFF\xE1"s + Number(length, 2, true) + content +
+    return jpeg.substr(0, kStart) + "\xFF\xE1"s + ExifNumber(length, 2, true) + content +
            jpeg.substr(kStart);
 }
 

@@ -11,6 +11,9 @@ inline constexpr std::uint16_t kExifShort = 3;
 inline constexpr std::uint16_t kExifLong = 4;
 inline constexpr std::uint16_t kExifSignedShort = 8;
 
+// The lowest bytes of a number in the byte order of a block.
+[[nodiscard]] std::string ExifNumber(std::uint32_t value, int bytes, bool bigEndian);
+
 struct ExifEntry {
     std::uint16_t tag = 0x0112;  // Orientation
     std::uint16_t type = kExifShort;
