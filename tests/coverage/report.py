@@ -20,13 +20,13 @@ def run(*command):
     return subprocess.run(command, check=True, stdout=subprocess.PIPE, text=True).stdout
 
 
-def parse(lcov, files):
-    """Adds what a tracefile in LCOV's format says to files: name -> line -> count."""
+def parse(lcov, base, files):
+    """Adds what a tracefile in LCOV's format says to files: name -> line -> count. Its places may be
+    relative to base."""
     for line in lcov.splitlines():
         key, _, value = line.partition(":")
         if key == "SF":
-            place = Path(value)
-            name = str(place.relative_to(ROOT) if place.is_absolute() else place)
+            name = str((base / value).resolve()).removeprefix(f"{ROOT}/")
         elif key == "DA":
             number, count = value.split(",")[:2]
             files[name][int(number)] += int(count)
@@ -40,10 +40,9 @@ def program_lines(build, llvm):
     places = [place for folder in ("bin", "tests") for place in sorted((build / folder).iterdir())]
     programs = [place for place in places
                 if place.is_file() and COUNTING_SECTION in place.read_bytes()]
-    sources = [ROOT / folder for folder in FOLDERS]
+    others = itertools.chain.from_iterable(("-object", program) for program in programs[1:])
     return run(llvm / "llvm-cov", "export", "-format=lcov", f"-instr-profile={merged}", programs[0],
-               *itertools.chain.from_iterable(("-object", program) for program in programs[1:]),
-               *sources)
+               *others)
 
 
 def page_lines(build, node):
@@ -53,7 +52,7 @@ def page_lines(build, node):
 
 
 def folder_of(name):
-    return max((folder for folder in FOLDERS if name.startswith(folder + "/")), key=len)
+    return next((folder for folder in FOLDERS if name.startswith(folder + "/")), None)
 
 
 def ranges(lines):
@@ -81,8 +80,9 @@ def print_table(title, groups):
 def main():
     build, llvm, node = Path(sys.argv[1]), Path(sys.argv[2]), sys.argv[3]
     files = collections.defaultdict(collections.Counter)
-    parse(program_lines(build, llvm), files)
-    parse(page_lines(build, node), files)
+    parse(program_lines(build, llvm), build, files)
+    parse(page_lines(build, node), ROOT, files)
+    files = {name: lines for name, lines in files.items() if folder_of(name)}
 
     counts = {name: list(files[name].values()) for name in sorted(files)}
     folders = {folder: [] for folder in FOLDERS}
