@@ -1,6 +1,6 @@
 /**
- * Builds the viewer page: node web/build.js FOLDER. The folder then holds exactly the files that
- * the program carries; they work side by side from file:// without a server.
+ * Builds the viewer page: node web/build.js FOLDER [--source-maps]. The folder then holds exactly
+ * the files that the program carries; they work side by side from file:// without a server.
  */
 import { build } from "esbuild";
 import { mkdir, readFile, writeFile } from "node:fs/promises";
@@ -21,6 +21,9 @@ const kBeside = new Map([
 ]);
 const kScriptPlace = "/* the page's bundle */";
 
+const [, , folder, option] = process.argv;
+if (folder === undefined) throw new Error("Usage: node web/build.js FOLDER [--source-maps]");
+const withSourceMaps = option === "--source-maps";
 const source = path.join(path.dirname(fileURLToPath(import.meta.url)), "src");
 const require = createRequire(import.meta.url);
 
@@ -85,6 +88,7 @@ async function bundle(entry, plugins) {
         bundle: true,
         format: "esm",
         target: kTarget,
+        sourcemap: withSourceMaps && "inline",
         legalComments: "inline",
         charset: "utf8",
         write: false,
@@ -118,8 +122,6 @@ function three(name) {
     return readFile(path.join(path.dirname(require.resolve("three")), name), "utf8");
 }
 
-const [, , folder] = process.argv;
-if (folder === undefined) throw new Error("Usage: node web/build.js FOLDER");
 const files = await Promise.all([
     ["gaus3d.html", page()],
     ["three.module.js", three("three.module.js")],

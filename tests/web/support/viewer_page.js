@@ -3,6 +3,7 @@ import { tmpdir } from "node:os";
 import path from "node:path";
 import { after } from "node:test";
 import { chromium } from "playwright-core";
+import { startCounting, stopCounting } from "../coverage/page_coverage.js";
 import { RestingPage } from "./resting_page.js";
 import { installWatch } from "./watch.js";
 
@@ -41,6 +42,8 @@ export async function startBrowser() {
     const instance = await launchChromium();
     const folder = await mkdtemp(path.join(tmpdir(), "viewer-"));
     after(async () => {
+        const pages = instance.contexts().flatMap((context) => context.pages());
+        await Promise.all(pages.map(stopCounting));
         await instance.close();
         await rm(folder, { recursive: true });
     });
@@ -101,6 +104,7 @@ class Browser {
             }, options.saved);
         }
         const page = new ViewerPage(await context.newPage());
+        await startCounting(page.page);
         await page.go(query);
         return page;
     }
@@ -146,6 +150,7 @@ export class ViewerPage extends RestingPage {
     }
 
     async close() {
+        await stopCounting(this.page);
         await this.page.context().close();
     }
 }
