@@ -1,5 +1,6 @@
 import { SparkRenderer, SplatMesh } from "@sparkjsdev/spark";
 import { DataArrayTexture, Matrix4, Scene } from "three";
+import { readSplats } from "./read_splats.js";
 
 /**
  * Spark's renderer for two eyes a frame.
@@ -76,21 +77,34 @@ export class SplatScene {
      * @returns {Promise<boolean>} whether the file could be read and is still the one to show
      */
     async show(bytes, name) {
-        release(this.#mesh);
-        this.scene.remove(this.#mesh);
-        const mesh = new SplatMesh({ fileBytes: bytes, fileName: name });
-        mesh.quaternion.identity();
-        mesh.position.set(0, 0, 0);
-        this.#mesh = mesh;
-        this.scene.add(mesh);
+        const nothing = this.#replace(new SplatMesh());
         try {
-            await mesh.initialized;
+            const mesh = await readSplats(bytes, name);
+            if (this.#mesh !== nothing) {
+                release(mesh);
+                return false;
+            }
+            if (mesh.numSplats <= 0) console.error(`No Gaussians in "${name}"`);
+            this.#replace(mesh);
+            return true;
         } catch (error) {
             console.error(`Cannot read the Gaussians of "${name}":`, error);
             return false;
         }
-        if (mesh.numSplats <= 0) console.error(`No Gaussians in "${name}"`);
-        return mesh === this.#mesh;
+    }
+
+    /**
+     * @param {SplatMesh} mesh to be shown
+     * @returns {SplatMesh} the same
+     */
+    #replace(mesh) {
+        release(this.#mesh);
+        this.scene.remove(this.#mesh);
+        mesh.quaternion.identity();
+        mesh.position.set(0, 0, 0);
+        this.#mesh = mesh;
+        this.scene.add(mesh);
+        return mesh;
     }
 
     /**

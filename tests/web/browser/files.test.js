@@ -85,6 +85,8 @@ test("BrokenFilesLeaveThePageAlive", async () => {
         ["many.ply", plyFile(kGaussians, { count: 100_000_000 })],
         ["huge.ply", plyFile(kGaussians, { count: 4_294_967_295 })],
         ["negative.ply", plyFile(kGaussians, { count: -1 })],
+        ["endless.ply", endlessPly()],
+        ["archive.ply", Buffer.from("PK\x03\x04 whatever is in there")],
         ["empty.splat", Buffer.alloc(0)],
         ["odd.splat", splatFile(kGaussians).subarray(0, 50)],
         ["empty.spz", Buffer.alloc(0)],
@@ -108,6 +110,14 @@ test("BrokenFilesLeaveThePageAlive", async () => {
     }
     await page.close();
 });
+
+/** A file with more records than anybody could read, each of them of no size. */
+function endlessPly() {
+    const whole = plyFile(kGaussians);
+    const end = whole.indexOf("end_header");
+    const element = Buffer.from("element nothing 99999999999999999999\n");
+    return Buffer.concat([whole.subarray(0, end), element, whole.subarray(end)]);
+}
 
 /** A file that tells of more Gaussians than it holds. */
 function hugeSpz() {

@@ -1,0 +1,105 @@
+/**
+ * The page's reading of files, with Spark as it is built, in Node: what a browser has and Node has
+ * not is stood in for. A worker's text runs in this thread, and gets and gives copies as it would
+ * between threads.
+ */
+import { resolveObjectURL } from "node:buffer";
+import { register } from "node:module";
+import path from "node:path";
+import { pathToFileURL } from "node:url";
+import { runInThisContext } from "node:vm";
+import { builtFolder } from "../support/resting_page.js";
+
+/** @typedef {(event: { data: any }) => void} Listener */
+
+/** One side of a pair that sends messages to each other. */
+class Port {
+    location = { href: "file:///gaus3d.html" };
+    /** @type {Set<Listener>} */
+    listeners = new Set();
+    /** @type {Listener | null} */
+    onmessage = null;
+    /** @type {Port | null} */
+    other = null;
+
+    /**
+     * @param {string} _kind
+     * @param {Listener} listener
+     */
+    addEventListener(_kind, listener) {
+        this.listeners.add(listener);
+    }
+
+    /**
+     * @param {string} _kind
+     * @param {Listener} listener
+     */
+    removeEventListener(_kind, listener) {
+        this.listeners.delete(listener);
+    }
+
+    /**
+     * @param {any} message
+     * @param {{ transfer: ArrayBuffer[] }} options
+     */
+    postMessage(message, options) {
+        const data = structuredClone(message, options);
+        queueMicrotask(() => {
+            this.other?.onmessage?.({ data });
+            for (const listener of this.other?.listeners ?? []) listener({ data });
+        });
+    }
+}
+
+class WorkerHere extends Port {
+    /** @param {string} url of a text */
+    constructor(url) {
+        super();
+        const self = new Port();
+        self.other = this;
+        this.other = self;
+        // Messages wait in the text's promise, as its own first listener would let them.
+        /** @type {any[]} */
+        const early = [];
+        self.onmessage = (event) => early.push(event);
+        void resolveObjectURL(url)?.text().then((text) => {
+            self.onmessage = null;
+            runInThisContext(`(function (self) {${text}\n})`)(self);
+            for (const event of early) for (const listener of self.listeners) listener(event);
+        });
+    }
+}
+
+/** Bytes that arrays of the program took at once, at most, since it was set to 0. */
+export const largest = { bytes: 0 };
+
+/** @param {"Uint32Array" | "Uint8Array" | "Float32Array"} name of arrays that are watched */
+function watch(name) {
+    const arrays = /** @type {any} */ (globalThis);
+    const kind = arrays[name];
+    arrays[name] = new Proxy(kind, {
+        construct(target, values, newTarget) {
+            if (typeof values[0] === "number") {
+                largest.bytes = Math.max(largest.bytes, values[0] * kind.BYTES_PER_ELEMENT);
+            }
+            const made = newTarget === arrays[name] ? target : newTarget;
+            return Reflect.construct(target, values, made);
+        },
+    });
+}
+
+/** @returns {Promise<typeof import("../../../web/src/read_splats.js")>} */
+export async function loadReader() {
+    Object.assign(globalThis, { Worker: WorkerHere, self: globalThis });
+    if (!("navigator" in globalThis)) Object.assign(globalThis, { navigator: {} });
+    watch("Uint32Array");
+    watch("Uint8Array");
+    watch("Float32Array");
+    const spark = `${pathToFileURL(path.join(builtFolder(), "spark.module.js"))}`;
+    const hooks = `export function resolve(name, context, next) {
+        if (name !== "@sparkjsdev/spark") return next(name, context);
+        return { url: ${JSON.stringify(spark)}, shortCircuit: true };
+    }`;
+    register(`data:text/javascript,${encodeURIComponent(hooks)}`);
+    return import("../../../web/src/read_splats.js");
+}

@@ -1,0 +1,110 @@
+/**
+ * What a file of Gaussians says about itself, compared with what it holds. Spark believes a header:
+ * it takes memory for as many Gaussians as it tells of, and goes through as many records.
+ *
+ * @typedef {"ply" | "spz" | "splat" | "ksplat"} Format
+ */
+import { checkPly } from "./ply_header.js";
+
+const kKsplatHeader = 4096;
+/** The smallest record that a file in the format may have. */
+const kKsplatRecord = 24;
+const kSpzHeader = 16;
+/** No compressed byte of a gzip file becomes more than these. */
+const kMostInflated = 1032;
+/** What is read of a gzip file to find the start of its content; its name comes before. */
+const kMostRead = 65536;
+/** The first bytes, the last of them first. */
+const kPlyStart = 0x796c70;
+const kGzipStart = 0x088b1f;
+const kSpzMagic = 0x5053474e;
+/** By degree, bytes of the spherical harmonics. */
+const kSpzHarmonics = [0, 9, 24, 45];
+
+/**
+ * @param {ArrayBuffer} bytes of a file
+ * @param {string} name of it; its ending tells the format where the bytes do not
+ * @returns {Promise<Format>}
+ * @throws {Error} when it is none of the formats, or tells of more than it holds
+ */
+export async function checkedFormat(bytes, name) {
+    const format = (await formatOfContent(bytes)) ?? /[^]\.([^.]+)$/.exec(name)?.[1].toLowerCase();
+    switch (format) {
+        case "ply":
+            checkPly(bytes);
+            return format;
+        case "ksplat":
+            checkKsplat(new DataView(bytes));
+            return format;
+        case "spz":
+        case "splat":
+            return format;
+        default:
+            throw new Error("This is no file of Gaussians");
+    }
+}
+
+/**
+ * @param {ArrayBuffer} bytes of a file
+ * @returns {Promise<Format | undefined>} undefined when the bytes do not tell
+ */
+async function formatOfContent(bytes) {
+    if (bytes.byteLength < 4) return undefined;
+    const view = new DataView(bytes);
+    const start = view.getUint32(0, true) & 0xffffff;
+    if (start === kPlyStart) return "ply";
+    if (start !== kGzipStart) return undefined;
+    const header = await inflatedStart(bytes, kSpzHeader);
+    if (header.getUint32(0, true) !== kSpzMagic) return undefined;
+    checkSpz(view, header);
+    return "spz";
+}
+
+/**
+ * @param {ArrayBuffer} bytes of a gzip file
+ * @param {number} count of bytes of its content
+ * @returns {Promise<DataView>}
+ */
+async function inflatedStart(bytes, count) {
+    const start = new Blob([new Uint8Array(bytes, 0, Math.min(bytes.byteLength, kMostRead))]);
+    const reader = start.stream().pipeThrough(new DecompressionStream("gzip")).getReader();
+    const header = new Uint8Array(count);
+    for (let at = 0; at < count; ) {
+        const { value, done } = await reader.read();
+        if (done) throw new Error("The file has no content");
+        const part = value.subarray(0, count - at);
+        header.set(part, at);
+        at += part.length;
+    }
+    reader.cancel().catch(() => {});
+    return new DataView(header.buffer);
+}
+
+/**
+ * @param {DataView} file
+ * @param {DataView} header
+ */
+function checkSpz(file, header) {
+    const version = header.getUint32(4, true);
+    const count = header.getUint32(8, true);
+    const harmonics = kSpzHarmonics[header.getUint8(12)];
+    if (harmonics === undefined) throw new Error("The file has other spherical harmonics");
+    const record = (version === 1 ? 6 : 9) + 1 + 3 + 3 + (version === 3 ? 4 : 3) + harmonics;
+    const needed = kSpzHeader + count * record;
+    // A gzip file ends with the length of its content, of which 32 bits have to do.
+    const inflated = file.getUint32(file.byteLength - 4, true);
+    const isShort = needed < 2 ** 32 && inflated < needed;
+    if (isShort || needed > kMostInflated * file.byteLength) throw new Error(tooMany(count));
+}
+
+/** @param {DataView} file */
+function checkKsplat(file) {
+    if (file.byteLength < kKsplatHeader) throw new Error("The file ends in its header");
+    const count = file.getUint32(16, true);
+    if (count * kKsplatRecord > file.byteLength) throw new Error(tooMany(count));
+}
+
+/** @param {number} count */
+function tooMany(count) {
+    return `The file tells of ${count} Gaussians, which it does not hold`;
+}
