@@ -6,6 +6,7 @@
 #include <exception>
 #include <filesystem>
 #include <iterator>
+#include <optional>
 #include <system_error>
 #include <utility>
 #include <vector>
@@ -25,10 +26,22 @@ wchar_t AsciiLower(wchar_t character) {
     return upper ? static_cast<wchar_t>(character - L'A' + L'a') : character;
 }
 
-// What cannot be looked at counts as free: writing to it tells better what is wrong with it.
-bool Exists(const std::wstring& path) {
-    std::error_code ignored;
-    return std::filesystem::exists(ToPath(path), ignored);
+// Nothing when the disk does not tell. A name that cannot be used counts as free: writing to it
+// tells better what is wrong with it.
+std::optional<bool> Exists(const std::wstring& path) {
+    std::error_code error;
+    const std::filesystem::file_status status = std::filesystem::status(ToPath(path), error);
+    for (const std::errc unusable : {std::errc::permission_denied, std::errc::filename_too_long,
+                                     std::errc::too_many_symbolic_link_levels}) {
+        if (error == unusable) return false;
+    }
+    if (!std::filesystem::status_known(status)) return std::nullopt;
+    return std::filesystem::exists(status);
+}
+
+// Whether writing there may cost a file.
+bool MayExist(const std::wstring& path) {
+    return Exists(path).value_or(true);
 }
 
 // In the order of the listing. Throws std::filesystem::filesystem_error.
@@ -64,7 +77,7 @@ BatchConflictPolicy DecidePolicy(const BatchConverter& batch,
                                  const std::vector<std::wstring>& photographs,
                                  const std::wstring& outputDir) {
     const bool conflict = std::ranges::any_of(photographs, [&](const std::wstring& photograph) {
-        return Exists(PlainOutputPath(photograph, outputDir));
+        return MayExist(PlainOutputPath(photograph, outputDir));
     });
     return conflict && batch.onConflict ? batch.onConflict(L"") : BatchConflictPolicy::OverwriteAll;
 }
@@ -89,7 +102,9 @@ bool IsSupportedImageExtension(std::wstring_view extension) {
 }
 
 std::wstring MakeUniqueOutputPath(const std::wstring& path) {
+    constexpr int kMostDoubts = 3;  // of a disk that never tells the search would have no end
     const std::filesystem::path plain = ToPath(path);
+    int doubts = 0;
     for (std::int64_t number = 1;; ++number) {
         std::filesystem::path name = plain.stem();
         name += '(';
@@ -97,8 +112,17 @@ std::wstring MakeUniqueOutputPath(const std::wstring& path) {
         name += ')';
         name += plain.extension();
         std::wstring candidate = FromPath(plain.parent_path() / name);
-        if (!Exists(candidate)) return candidate;
+        const std::optional<bool> exists = Exists(candidate);
+        if (!exists) ++doubts;
+        if (exists == false || doubts == kMostDoubts) return candidate;
     }
+}
+
+std::wstring BatchOutputPath(const std::wstring& photograph, const std::wstring& outputDir,
+                             BatchConflictPolicy policy) {
+    std::wstring plain = PlainOutputPath(photograph, outputDir);
+    const bool renamed = policy == BatchConflictPolicy::RenameAll && MayExist(plain);
+    return renamed ? MakeUniqueOutputPath(plain) : plain;
 }
 
 BatchConverter::BatchConverter(ConversionEngine* converting) : engine(converting) {}
@@ -126,10 +150,7 @@ void BatchConverter::Run(const std::wstring& modelPath, const std::wstring& inpu
     BatchProgressInfo info{.total = static_cast<std::int32_t>(photographs.size())};
     for (const std::wstring& photograph : photographs) {
         if (cancelRequested) break;
-        std::wstring target = PlainOutputPath(photograph, outputDir);
-        if (policy == BatchConflictPolicy::RenameAll && Exists(target)) {
-            target = MakeUniqueOutputPath(target);
-        }
+        const std::wstring target = BatchOutputPath(photograph, outputDir, policy);
         ++info.current;
         info.fileName = FromPath(ToPath(photograph).filename());
         ReportStages(*this, info);

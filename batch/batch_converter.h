@@ -37,6 +37,12 @@ struct BatchProgressInfo {
 // The first of "stem(1).ext", "stem(2).ext", ... beside `path` that no file has. Any thread.
 [[nodiscard]] std::wstring MakeUniqueOutputPath(const std::wstring& path);
 
+// Where the scene of `photograph` goes in `outputDir` if it is converted now. A name counts as
+// taken as long as the disk does not tell whether it is. Any thread.
+[[nodiscard]] std::wstring BatchOutputPath(const std::wstring& photograph,
+                                           const std::wstring& outputDir,
+                                           BatchConflictPolicy policy);
+
 class BatchConverter {
   public:
     // `engine` is not owned and outlives every run.

@@ -48,6 +48,8 @@ Picture DecodePicture(std::FILE* file) {
     int channelsInFile = 0;
     PixelBuffer pixels(stbi_load_from_file(file, &width, &height, &channelsInFile, STBI_rgb_alpha));
     if (!pixels) throw Failure(stbi_failure_reason());
+    // To the decoder a read error is an early end, which some formats bear: half a picture.
+    if (std::ferror(file) != 0) throw Failure("read error");
     // Not every format's reader minds a side of no pixels.
     if (width < 1 || height < 1) throw Failure("no pixels");
 

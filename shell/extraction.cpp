@@ -45,15 +45,16 @@ std::optional<ProgramFiles> ExtractResources(const std::wstring& appDir) {
     if (!ExtractAll(kHelpPages, appDir)) return std::nullopt;
 
     result.loaderPath = appDir + L'/' + kLoader.name;
-    std::error_code failure;
     // Whatever is there stays for good, so half of one after a loss of power must not be.
-    if (!std::filesystem::exists(ToPath(result.loaderPath), failure) &&
-        !ExtractResourceToFile(kLoader.id, result.loaderPath, Durability::kOnDisk))
+    const std::optional<bool> hasLoader = Exists(ToPath(result.loaderPath));
+    if (!hasLoader) return std::nullopt;
+    if (!*hasLoader && !ExtractResourceToFile(kLoader.id, result.loaderPath, Durability::kOnDisk))
         return std::nullopt;
 
     const std::optional<std::wstring> temporary = TemporaryFolder();
     if (!temporary) return std::nullopt;
-    std::filesystem::create_directories(ToPath(*temporary), failure);
+    std::error_code ignored;
+    std::filesystem::create_directories(ToPath(*temporary), ignored);
     result.webDir = *temporary + L"VistrelWeb";
     if (!MakePrivateFolder(result.webDir) || !ExtractWebPage(result.webDir)) return std::nullopt;
     return result;

@@ -108,7 +108,7 @@ void AppSettings::Save() const {
     std::filesystem::create_directories(path.parent_path(), failure);
     const auto old = ReadWholeFile(path);
     // A file that is there and cannot be read may hold members of others. A broken one is lost.
-    if (!old && std::filesystem::exists(path, failure)) return;
+    if (!old && Exists(path).value_or(true)) return;
     QJsonObject object = ParseObject(old.value_or("")).value_or(QJsonObject());
     object.insert("modelPath", FromWide(modelPath));
     object.insert("outputDir", FromWide(outputDir));

@@ -102,10 +102,18 @@ std::optional<std::string> ReadWholeFile(const std::filesystem::path& path) {
     }
 }
 
+std::optional<bool> Exists(const std::filesystem::path& path) {
+    std::error_code ignored;
+    const std::filesystem::file_status status = std::filesystem::status(path, ignored);
+    if (!std::filesystem::status_known(status)) return std::nullopt;
+    return std::filesystem::exists(status);
+}
+
 bool WriteWholeFile(const std::filesystem::path& path, std::string_view bytes, bool onDisk) {
     const std::filesystem::path target = LinksResolved(path);
     struct stat old = {};
     const bool exists = lstat(target.c_str(), &old) == 0;
+    if (!exists && errno != ENOENT) return false;
     if (exists && !S_ISREG(old.st_mode)) return false;
 
     std::filesystem::path name;

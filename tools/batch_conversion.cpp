@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <exception>
 #include <mutex>
 #include <optional>
@@ -23,16 +24,15 @@ namespace {
 // The engine reports four stages of a file; from the last one on the output may be touched.
 constexpr int kSavingReport = 4;
 
-std::filesystem::path PlainOutput(const BatchOptions& options, const std::filesystem::path& name) {
-    std::filesystem::path output = options.outputDir / name.stem();
-    output += ".ply";
-    return output;
-}
-
-// Which file it is, under whatever name; nothing where there is none.
+// Which file it is, under whatever name; nothing where there is none. Throws
+// std::filesystem::filesystem_error when the disk does not tell.
 std::optional<std::pair<dev_t, ino_t>> Identity(const std::filesystem::path& path) {
     struct stat status {};
-    if (stat(path.c_str(), &status) != 0) return std::nullopt;
+    if (stat(path.c_str(), &status) != 0) {
+        const std::error_code error(errno, std::generic_category());
+        if (error != std::errc::io_error) return std::nullopt;
+        throw std::filesystem::filesystem_error("cannot look at file", path, error);
+    }
     return std::pair(status.st_dev, status.st_ino);
 }
 
@@ -45,7 +45,8 @@ std::filesystem::path OutputThatIsAnInput(const BatchOptions& options) {
     for (const auto& entry : std::filesystem::directory_iterator(options.inputDir)) {
         if (!IsSupportedImageExtension(FromPath(entry.path().extension()))) continue;
         if (const auto photograph = Identity(entry.path())) inputs.insert(*photograph);
-        outputs.insert(PlainOutput(options, entry.path()));
+        outputs.insert(ToPath(BatchOutputPath(FromPath(entry.path()), FromPath(options.outputDir),
+                                              BatchConflictPolicy::OverwriteAll)));
     }
     for (const std::filesystem::path& output : outputs) {
         const auto identity = Identity(output);
@@ -98,7 +99,7 @@ class FolderConversion {
             total_ = info.total;
             stage_ = 0;
             name_ = ToUtf8(info.fileName);
-            output_ = NextOutput();
+            output_ = ToPath(BatchOutputPath(info.fileName, FromPath(options_.outputDir), policy_));
         }
         ++stage_;
         {
@@ -108,15 +109,6 @@ class FolderConversion {
             if (stage_ == kSavingReport) written_ = output_;
         }
         display_.Show(info);
-    }
-
-    // Where the converter is about to write the present file to.
-    [[nodiscard]] std::filesystem::path NextOutput() const {
-        const std::filesystem::path plain = PlainOutput(options_, name_);
-        std::error_code ignored;
-        const bool renamed =
-            policy_ == BatchConflictPolicy::RenameAll && std::filesystem::exists(plain, ignored);
-        return renamed ? ToPath(MakeUniqueOutputPath(FromPath(plain))) : plain;
     }
 
     BatchConflictPolicy OnConflict() {
@@ -135,12 +127,13 @@ class FolderConversion {
 
     void OnFinished(bool success, const std::wstring& text) {
         std::string failure = success ? "" : ToUtf8(text);
-        if (success && !IsWholeSplatPly(output_)) {
+        const std::filesystem::path output = success ? ToPath(text) : "";
+        if (success && !IsWholeSplatPly(output)) {
             success = false;
             std::error_code ignored;
-            std::filesystem::remove(output_, ignored);
+            std::filesystem::remove(output, ignored);
             failure =
-                output_.native() + " could not be written whole and was removed. Is the disk full?";
+                output.native() + " could not be written whole and was removed. Is the disk full?";
         }
         {
             const std::lock_guard lock(mutex_);
@@ -197,7 +190,7 @@ class FolderConversion {
     int stage_ = 0;
     int converted_ = 0;
     std::string name_;
-    std::filesystem::path output_;
+    std::filesystem::path output_;  // where the present file's scene most likely goes
 
     std::mutex mutex_;
     std::filesystem::path written_;  // guarded by mutex_; empty while no output is being written

@@ -132,6 +132,7 @@ SplatFile ReadSplatPly(const std::filesystem::path& path) {
     if (!stream) throw std::runtime_error("the file cannot be opened");
     std::string start(kLongestHeader, '\0');
     stream.read(start.data(), static_cast<std::streamsize>(start.size()));
+    if (stream.bad()) throw std::runtime_error("the file cannot be read");
     start.resize(static_cast<std::size_t>(stream.gcount()));
     const Header header = ParseHeader(start);
 

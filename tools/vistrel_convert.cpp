@@ -39,11 +39,19 @@ struct Options {
 
 constexpr int kWrongUsage = 2;
 
+// Throws std::filesystem::filesystem_error when the disk does not tell.
+bool IsSameFile(const std::string& first, const std::string& second) {
+    std::error_code error;
+    if (std::filesystem::equivalent(first, second, error)) return true;
+    if (error == std::errc::io_error) {
+        throw std::filesystem::filesystem_error("cannot look at files", first, second, error);
+    }
+    return false;
+}
+
 // Writing the scene over the picture or the network would lose them.
 bool OutputIsAnInput(const Options& options) {
-    std::error_code ignored;
-    return std::filesystem::equivalent(options.output, options.input, ignored) ||
-           std::filesystem::equivalent(options.output, options.model, ignored);
+    return IsSameFile(options.output, options.input) || IsSameFile(options.output, options.model);
 }
 
 void Tell(const std::string& line) {
@@ -173,13 +181,12 @@ int Main(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? EXIT_SUCCESS : kWrongUsage;
     }
-    if (!options.batch && OutputIsAnInput(options)) {
-        Tell("OUTPUT would overwrite PHOTO or MODEL.");
-        return kWrongUsage;
-    }
-
     std::signal(SIGPIPE, SIG_IGN);  // a reader of the log that went away is no reason to stop
     try {
+        if (!options.batch && OutputIsAnInput(options)) {
+            Tell("OUTPUT would overwrite PHOTO or MODEL.");
+            return kWrongUsage;
+        }
         if (options.batch) return ConvertAll(options);
         return Convert(options) ? EXIT_SUCCESS : EXIT_FAILURE;
     } catch (const std::exception& error) {

@@ -47,12 +47,18 @@ bool WriteInPlace(const fs::path& path, std::span<const std::byte> bytes) {
     return false;
 }
 
+// Whether another file of the same folder may still be opened.
+bool IsOnlyTheName(int error) {
+    return error == EACCES || error == EPERM || error == ENAMETOOLONG;
+}
+
 }  // namespace
 
 bool WriteCapturedImage(const std::wstring& path, std::span<const std::byte> png) {
     std::error_code error;
     fs::path target = fs::canonical(ToPath(path), error);
     if (error) {
+        if (error != std::errc::no_such_file_or_directory) return false;
         target = ToPath(path);
     } else if (!fs::is_regular_file(target, error)) {
         return WriteInPlace(target, png);  // a device or a pipe; a folder fails
@@ -60,7 +66,8 @@ bool WriteCapturedImage(const std::wstring& path, std::span<const std::byte> png
 
     const fs::path part = NameBeside(target);
     const int file = open(part.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    if (file < 0) return WriteInPlace(target, png);
+    // On a full disk, the former picture is not to be emptied for nothing.
+    if (file < 0) return IsOnlyTheName(errno) && WriteInPlace(target, png);
     error.clear();
     if (WriteAndClose(file, png))
         fs::rename(part, target, error);

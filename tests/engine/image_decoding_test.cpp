@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 #include <malloc.h>
+#include <sys/types.h>
 
 #include <array>
+#include <cerrno>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -11,8 +13,10 @@
 #include <filesystem>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "tests/support/capture.h"
 #include "tests/support/picture_formats.h"
 #include "tests/support/plain_image_stage.h"
 #include "tests/support/temporary_folder.h"
@@ -247,6 +251,43 @@ TEST(DecodePicture, TruncatedJpegHasItsFullSize) {
     const Picture picture = Decode(jpeg.substr(0, jpeg.size() / 2));
     EXPECT_EQ(picture.width, 50);
     EXPECT_EQ(picture.height, 50);
+}
+
+// A file whose disk fails behind these bytes.
+class FailingFile {
+  public:
+    explicit FailingFile(std::string bytes) : bytes_(std::move(bytes)) {
+        cookie_io_functions_t functions{};
+        functions.read = [](void* self, char* to, std::size_t most) {
+            return static_cast<FailingFile*>(self)->Read(to, most);
+        };
+        file_ = fopencookie(this, "rb", functions);
+    }
+    ~FailingFile() { std::fclose(file_); }
+    FailingFile(const FailingFile&) = delete;
+    FailingFile& operator=(const FailingFile&) = delete;
+
+    [[nodiscard]] std::FILE* Get() const { return file_; }
+
+  private:
+    ssize_t Read(char* to, std::size_t most) {
+        const std::size_t got = bytes_.copy(to, most, at_);
+        at_ += got;
+        if (got > 0) return static_cast<ssize_t>(got);
+        errno = EIO;
+        return -1;
+    }
+
+    std::string bytes_;
+    std::size_t at_ = 0;
+    std::FILE* file_;
+};
+
+TEST(DecodePicture, ReadErrorIsNoEndOfTheFile) {
+    const std::string jpeg = test::EncodeJpeg(test::NoisePicture(50, 50), 80);
+    const FailingFile file(jpeg.substr(0, jpeg.size() / 2));
+    EXPECT_EQ(test::FailureOf([&] { static_cast<void>(DecodePicture(file.Get())); }),
+              "stb_image failed to load (read error)");
 }
 
 TEST(DecodePicture, SizesBeyondTheDecoderAreRefused) {

@@ -8,6 +8,7 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <string>
 
 #include "tests/shell/another_process.h"
@@ -79,6 +80,17 @@ TEST_F(WholeFile, DevicesAndPipesAreNoFiles) {
         EXPECT_FALSE(ReadWholeFile(path));
     }
     EXPECT_TRUE(std::filesystem::is_fifo(pipe));
+}
+
+TEST_F(WholeFile, WhatExistsIsToldFromWhatDoesNot) {
+    EXPECT_EQ(Exists(folder.Write("f", "")), true);
+    EXPECT_EQ(Exists(folder.Path()), true);
+    EXPECT_EQ(Exists(folder / "gone"), false);
+    EXPECT_EQ(Exists(folder / "f/gone"), false);
+}
+
+TEST_F(WholeFile, NobodyCanTellWhatANameTooLongIs) {
+    EXPECT_EQ(Exists(folder / std::string(300, 'x')), std::nullopt);
 }
 
 TEST_F(WholeFile, LinksInARingFail) {

@@ -1,0 +1,198 @@
+"""The converter on the command line: one photograph, a folder of them, and its log."""
+
+import io
+import re
+import subprocess
+import tempfile
+from functools import cache
+from pathlib import Path
+
+import numpy as np
+import onnx
+from onnx import TensorProto, helper, numpy_helper
+from PIL import Image
+
+from operation import Operation
+
+OLDER = b"older scene " * 1000
+
+
+@cache
+def photograph(seed, orientation):
+    """A JPEG file that takes several reads."""
+    pixels = np.random.default_rng(seed).integers(0, 256, (90, 120, 3), np.uint8)
+    exif = Image.Exif()
+    exif[0x0112] = orientation
+    file = io.BytesIO()
+    Image.fromarray(pixels).save(file, "JPEG", quality=90, exif=exif)
+    return file.getvalue()
+
+
+@cache
+def network():
+    """An ONNX file that takes several reads; its scenes take several writes and depend on every
+    pixel."""
+    values = np.arange(20000 * 14, dtype=np.float32).reshape(1, 20000, 14)
+    image = helper.make_tensor_value_info("image", TensorProto.FLOAT, [1, 3, 1536, 1536])
+    output = helper.make_tensor_value_info("gaussians", TensorProto.FLOAT, values.shape)
+    nodes = [helper.make_node("ReduceMean", ["image"], ["mean"], keepdims=0),
+             helper.make_node("Add", ["values", "mean"], ["gaussians"])]
+    graph = helper.make_graph(nodes, "network", [image], [output],
+                              [numpy_helper.from_array(values, "values")])
+    model = helper.make_model(graph, opset_imports=[helper.make_opsetid("", 17)], ir_version=8)
+    onnx.checker.check_model(model)
+    return model.SerializeToString()
+
+
+class Conversion(Operation):
+    """Whose photographs lie in the folder "in", on their side."""
+    ORIENTATION, UPRIGHT = 6, 1
+    usual = 4
+    photographs = ("photo.jpg",)
+
+    def __init__(self, programs):
+        super().__init__(programs)
+        self.upright_scenes = {}
+
+    def prepare(self, folder):
+        self.add_inputs(folder, self.ORIENTATION)
+
+    def add_inputs(self, folder, orientation):
+        (folder / "in").mkdir()
+        for i, name in enumerate(self.photographs):
+            (folder / "in" / name).write_bytes(photograph(i, orientation))
+        (folder / "in" / "net.onnx").write_bytes(network())
+
+    def converter(self, folder, *words):
+        return [self.programs / "vistrel-convert", "--model", folder / "in/net.onnx", *words]
+
+    def is_good(self, after, good):
+        """A photograph whose orientation cannot be read counts as upright."""
+        return after.keys() == good.keys() and all(
+            entry == good[name] or (name.endswith(".ply") and entry[1] == self.upright(name))
+            for name, entry in after.items())
+
+    def upright(self, scene):
+        """What the scene is like if the photograph counts as upright."""
+        stem = Path(scene).stem.split("(")[0]
+        if stem not in self.upright_scenes:
+            with tempfile.TemporaryDirectory() as name:
+                folder = Path(name)
+                self.add_inputs(folder, self.UPRIGHT)
+                words = self.converter(folder, folder / f"in/{stem}.jpg", folder / "photo.ply")
+                subprocess.run(words, check=True, capture_output=True)
+                self.upright_scenes[stem] = (folder / "photo.ply").read_bytes()
+        return self.upright_scenes[stem]
+
+
+WHY = (r"(create_directories: .*|.*cannot look at files?: .*|Cannot open output file"
+       r"|Failed to open file for stb_image|stb_image failed to load \(.*\)|.*net\.onnx.*"
+       r"|.*\.ply could not be written whole and was removed\. Is the disk full\?)")
+
+
+class ConvertOverOlder(Conversion):
+    """Writing begins by emptying the file."""
+    message = f"^Error: {WHY}$"
+    may_be_lost = ("photo.ply",)
+
+    def prepare(self, folder):
+        super().prepare(folder)
+        (folder / "photo.ply").write_bytes(OLDER)
+
+    def command(self, folder):
+        return self.converter(folder, folder / "in/photo.jpg", folder / "photo.ply")
+
+
+class ConvertIntoNewFolder(Conversion):
+    message = f"^Error: {WHY}$"
+
+    def command(self, folder):
+        return self.converter(folder, folder / "in/photo.jpg", folder / "a/b/photo.ply")
+
+
+class BatchOverOlder(Conversion):
+    photographs = ("1.jpg", "2.jpg", "3.jpg")
+    policy = "overwrite"
+    usual = 2
+    message = r"^(Converted [0-2] of [13]\.|Error: .*)$"
+    may_be_lost = ("out/2.ply",)
+
+    def prepare(self, folder):
+        super().prepare(folder)
+        (folder / "out").mkdir()
+        (folder / "out" / "2.ply").write_bytes(OLDER)
+
+    def command(self, folder):
+        return self.converter(folder, "--batch", "--on-conflict", self.policy, folder / "in",
+                              folder / "out")
+
+
+class BatchBesideOlder(BatchOverOlder):
+    """A name of which the disk does not tell whether it is taken is left alone."""
+    photographs = ("2.jpg",)
+    policy = "rename"
+    usual = 12
+    may_be_lost = ()
+    former = ("out/2.ply", "out/2(1).ply")
+
+    def prepare(self, folder):
+        super().prepare(folder)
+        (folder / self.former[1]).write_bytes(OLDER)
+
+    def is_good(self, after, good):
+        """The scenes are all there, with whatever number."""
+        scenes = [(re.sub(r"\(\d\)", "", name), entry) for name, entry in after.items()
+                  if name not in self.former]
+        plain = {re.sub(r"\(\d\)", "", name): good[name] for name in good
+                 if name not in self.former}
+        return (len(scenes) == len(plain) and super().is_good(dict(scenes), plain)
+                and all(after.get(name) == good[name] for name in self.former))
+
+    def may_be_left(self, name, entry, _run):
+        """A whole scene under another number."""
+        is_numbered = re.fullmatch(r"out/2\([1-4]\)\.ply", name)
+        return is_numbered and len(entry[1]) == len(self.upright(name))
+
+    def check_again(self, test, after, good):
+        """The names are others then."""
+        for name in self.former:
+            test.assertEqual(after[name], good[name])
+
+
+class ConvertOntoInput(Conversion):
+    """Refused."""
+    good_status = 2
+    message = f"^Error: {WHY}$"
+
+    def command(self, folder):
+        return self.converter(folder, folder / "in/photo.jpg", folder / "in/photo.jpg")
+
+
+class BatchOntoInput(BatchOverOlder):
+    """Refused, too: an output is, by a link, the network."""
+    good_status = 2
+    may_be_lost = ()
+
+    def prepare(self, folder):
+        super().prepare(folder)
+        (folder / "out" / "3.ply").hardlink_to(folder / "in/net.onnx")
+
+
+class Log(Conversion):
+    """Goes to files on a disk of their own, and stops nobody when that is full."""
+    message = "^no failure$"
+    does_not_count = ("log/out", "log/errors")
+
+    def prepare(self, folder):
+        super().prepare(folder)
+        (folder / "log").mkdir()
+
+    def command(self, folder):
+        return self.converter(folder, folder / "in/photo.jpg", folder / "photo.ply")
+
+    def options(self, folder):
+        return {"stdout": (folder / "log/out").open("wb"),
+                "stderr": (folder / "log/errors").open("wb")}
+
+    def watched(self, folder):
+        return folder / "log"

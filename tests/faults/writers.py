@@ -1,0 +1,191 @@
+"""The program's own files: settings, extracted files, saved pictures, the downloaded network."""
+
+import json
+import os
+import subprocess
+import threading
+from http.server import BaseHTTPRequestHandler, ThreadingHTTPServer
+
+from PIL import Image
+
+from operation import Operation
+
+SIZE = 300000  # several writes
+
+
+class Probe(Operation):
+    def probe(self, *words):
+        return [self.programs.parent / "tests" / "fault_probe", *words]
+
+
+class Settings(Probe):
+    """Saved over settings with a member of somebody else's. No failure is told."""
+    tells = False
+    kept = {"outputFilename": "former.ply", "of others": [1, 2, 3]}
+
+    def prepare(self, folder):
+        self.file(folder).parent.mkdir()
+        self.file(folder).write_text(json.dumps(self.kept))
+        self.file(folder).chmod(0o600)
+
+    def file(self, folder):
+        return folder / "Vistrel" / "settings.json"
+
+    def command(self, folder):
+        return self.probe("settings")
+
+    def options(self, folder):
+        return {"env": os.environ | {"XDG_CONFIG_HOME": str(folder), "HOME": str(folder / "home")}}
+
+
+class LinkedSettings(Settings):
+    def prepare(self, folder):
+        super().prepare(folder)
+        self.file(folder).rename(folder / "elsewhere.json")
+        self.file(folder).symlink_to("../elsewhere.json")
+
+
+class FirstSettings(Settings):
+    def prepare(self, folder):
+        pass
+
+
+class FirstExtraction(Probe):
+    message = "^$"
+
+    def prepare(self, folder):
+        (folder / "program").mkdir()
+
+    def command(self, folder):
+        return self.probe("extraction", folder / "program")
+
+    def options(self, folder):
+        return {"env": os.environ | {"TMPDIR": str(folder / "tmp")}}
+
+
+class Extraction(FirstExtraction):
+    """Over the files of an older version."""
+    names = ("program/help_en.html", "program/help_jp.html", "program/WebView2Loader.dll",
+             "tmp/VistrelWeb/gaus3d.html", "tmp/VistrelWeb/three.module.js",
+             "tmp/VistrelWeb/three.core.js", "tmp/VistrelWeb/spark.module.js",
+             "tmp/VistrelWeb/OrbitControls3d.js")
+
+    def prepare(self, folder):
+        super().prepare(folder)
+        (folder / "tmp/VistrelWeb").mkdir(parents=True, mode=0o700)
+        for name in self.names:
+            (folder / name).write_bytes(b"older" * 1000)
+
+
+class Picture(Probe):
+    message = "^$"
+
+    def prepare(self, folder):
+        (folder / "picture.png").write_bytes(b"older" * 1000)
+
+    def command(self, folder):
+        return self.probe("picture", folder / "picture.png", SIZE)
+
+
+class FirstPicture(Picture):
+    def prepare(self, folder):
+        pass
+
+
+class LinkedPicture(Picture):
+    def prepare(self, folder):
+        (folder / "elsewhere.png").write_bytes(b"older" * 1000)
+        (folder / "picture.png").symlink_to("elsewhere.png")
+
+
+class DrawnScene(Operation):
+    """By splat-picture, straight into the file."""
+    message = (r"^splat-picture: .*scene\.ply: "
+               r"(the file cannot be (opened|read)|the picture cannot be written)")
+    may_be_lost = ("picture.png",)
+
+    def __init__(self, programs):
+        super().__init__(programs)
+        self.scene = None
+
+    def prepare(self, folder):
+        if self.scene is None:
+            self.scene = self.make_scene(folder)
+        (folder / "scene.ply").write_bytes(self.scene)
+        (folder / "picture.png").write_bytes(b"older" * 1000)
+
+    def make_scene(self, folder):
+        photo = folder / "photo.png"
+        Image.effect_noise((40, 30), 50).save(photo)
+        model = self.programs.parent / "tests/models/echo.onnx"
+        subprocess.run([self.programs / "vistrel-convert", "--model", model, photo,
+                        folder / "scene.ply"], check=True, capture_output=True)
+        photo.unlink()
+        return (folder / "scene.ply").read_bytes()
+
+    def command(self, folder):
+        return [self.programs / "splat-picture", "--size", "200x200", folder / "scene.ply",
+                folder / "picture.png"]
+
+
+class ShownScene(DrawnScene):
+    """By vistrel-snapshot: the picture's file only, since the browser has many of its own."""
+    message = r"^Error: .*(picture\.png could not be written|filesystem error: .*pictures/new.*)$"
+
+    may_be_lost = ()
+
+    def prepare(self, folder):
+        super().prepare(folder)
+        for name in ("home", "pictures", "tmp"):
+            (folder / name).mkdir()
+
+    def command(self, folder):
+        return [self.programs / "vistrel-snapshot", "--size", "200x100", folder / "scene.ply",
+                folder / "pictures/new/picture.png"]
+
+    def watched(self, folder):
+        return folder / "pictures"
+
+    def options(self, folder):
+        return {"env": os.environ | {"HOME": str(folder / "home"), "TMPDIR": str(folder / "tmp"),
+                                     "QTWEBENGINE_DISABLE_SANDBOX": "1"}}
+
+
+class Answer(BaseHTTPRequestHandler):
+    def do_GET(self):
+        self.send_response(200)
+        self.send_header("Content-Length", str(SIZE))
+        self.end_headers()
+        self.wfile.write(b"n" * SIZE)
+
+    def log_message(self, *_):
+        pass
+
+
+class FirstDownload(Probe):
+    message = (r"^(filesystem error: create_directories: .* \[.*Models\]"
+               r"|Cannot (create|write) output file: .*\.tmp"
+               r"|Failed to move downloaded file: .*\.onnx)$")
+
+    def __init__(self, programs):
+        super().__init__(programs)
+        self.server = ThreadingHTTPServer(("127.0.0.1", 0), Answer)
+        threading.Thread(target=self.server.serve_forever, daemon=True).start()
+
+    def command(self, folder):
+        url = f"http://127.0.0.1:{self.server.server_port}/network"
+        return self.probe("download", url, folder / "Models/net.onnx")
+
+    def options(self, _folder):
+        return {"env": {name: value for name, value in os.environ.items()
+                        if not name.lower().endswith("_proxy")}}
+
+    def may_be_left(self, name, _entry, run):
+        """What was received is not thrown away when only its new name cannot be had."""
+        return name == "Models/net.onnx.tmp" and run.errors.startswith("Failed to move")
+
+
+class Download(FirstDownload):
+    def prepare(self, folder):
+        (folder / "Models").mkdir()
+        (folder / "Models/net.onnx").write_bytes(b"older" * 1000)
