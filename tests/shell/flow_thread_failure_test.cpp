@@ -10,6 +10,7 @@
 
 #include "shell/download_flow.h"
 #include "shell/generate_flow.h"
+#include "shell/preview.h"
 #include "shell/wide_text.h"
 #include "tests/shell/flow_fixture.h"
 
@@ -46,6 +47,12 @@ TEST_F(WithoutThreads, DownloadFailsAndTheNextStartIsFree) {
     EXPECT_TRUE(sidebar.downloadModel->isEnabled());
     EXPECT_FALSE(downloader.busy);
     EXPECT_FALSE(std::filesystem::exists(ToPath(UserDataFolder())));
+}
+
+TEST_F(WithoutThreads, PreviewStaysEmptyAndReadsNothing) {
+    Preview preview(nullptr);
+    preview.Show(L"photo.png");
+    EXPECT_FALSE(preview.IsReading());
 }
 
 }  // namespace

@@ -2,8 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <QCoreApplication>
+#include <QHelpEvent>
 #include <QImage>
 #include <QRect>
+#include <QToolTip>
 
 #include "shell/look.h"
 
@@ -93,6 +96,17 @@ TEST_F(TextLabelTest, DisabledTextIsFaint) {
     const QImage enabled = label.grab().toImage();
     label.setEnabled(false);
     EXPECT_NE(label.grab().toImage(), enabled);
+}
+
+TEST_F(TextLabelTest, PointerOverAShortenedTextShowsTheWholeOne) {
+    QHelpEvent pointed(QEvent::ToolTip, {10, 8}, {10, 8});
+    label.setText("photo.jpg");
+    QCoreApplication::sendEvent(&label, &pointed);
+    EXPECT_EQ(QToolTip::text(), "");
+    label.setText(kLongName);
+    QCoreApplication::sendEvent(&label, &pointed);
+    EXPECT_EQ(QToolTip::text(), kLongName);
+    QToolTip::hideText();
 }
 
 }  // namespace

@@ -5,6 +5,7 @@ Usage: vistrel_snapshot_test.py PROGRAM (then unittest's own arguments)
 """
 
 import os
+import resource
 import shutil
 import signal
 import subprocess
@@ -38,10 +39,13 @@ class Snapshot(unittest.TestCase):
         if os.geteuid() == 0:
             self.environment["QTWEBENGINE_DISABLE_SANDBOX"] = "1"
 
-    def run_program(self, *arguments, program=None, **environment):
+    def run_program(self, *arguments, program=None, preexec_fn=None, **environment):
+        # Where the length of files is limited, a write beyond it fails; the signal that would end
+        # the program stays ignored, as it is in Python.
         result = subprocess.run(
             [program or PROGRAM, *map(os.fsencode, arguments)], capture_output=True, timeout=500,
-            check=False, env={**self.environment, **environment})
+            check=False, env={**self.environment, **environment}, preexec_fn=preexec_fn,
+            restore_signals=preexec_fn is None)
         # Whatever happens: the user's own files are left alone and nothing stays behind.
         self.assertEqual([*self.home.iterdir(), *self.temporary.iterdir()], [])
         return result
@@ -179,6 +183,19 @@ class Failures(Snapshot):
         self.check_failure(result, "file")
         self.assertEqual((self.folder / "file").read_bytes(), b"kept")
         self.check_failure(self.run_program(self.scene, self.folder), "is a folder")
+
+    def test_disk_without_room_for_the_picture(self):
+        self.scene.write_bytes(splat_scenes.wall())
+        result = self.run_program("--size", "64x48", self.scene, "/dev/full")
+        self.check_failure(result, "/dev/full could not be written")
+
+    def test_disk_without_room_for_the_page(self):
+        self.scene.write_bytes(splat_scenes.wall())
+        limit = (1_000_000, 1_000_000)
+        result = self.run_program(
+            self.scene, self.picture,
+            preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, limit))
+        self.check_failure(result, "the viewer page could not be written", str(self.temporary))
 
     def test_display_that_cannot_be_reached(self):
         self.scene.write_bytes(splat_scenes.wall())

@@ -1,5 +1,6 @@
 #include <signal.h>
 
+#include <QCoreApplication>
 #include <QRect>
 #include <optional>
 
@@ -179,6 +180,17 @@ TEST_F(LoaderLifetimeTest, HelperKilledWhileLoadingCompletesTheNavigation) {
     KillHelper(browser);
     EXPECT_TRUE(WaitUntil([&] { return !browser.navigations.empty(); }));
     EXPECT_EQ(browser.navigations, (std::vector<bool>{false}));
+}
+
+TEST_F(LoaderLifetimeTest, StorageWithoutAFolderLiesWhereTheDesktopKeepsData) {
+    const QByteArray before = qgetenv("XDG_DATA_HOME");
+    qputenv("XDG_DATA_HOME", folder_.Path().c_str());
+    const auto environment = MakeEnvironment({});
+    qputenv("XDG_DATA_HOME", before);
+    ASSERT_NE(environment, nullptr);
+    const QString name = QCoreApplication::applicationName();
+    EXPECT_TRUE(
+        std::filesystem::exists(folder_ / name.toStdString() / "QtWebEngine/Vistrel/vistrel.lock"));
 }
 
 TEST_F(LoaderLifetimeTest, FolderNameThatIsNoUtf8CostsOnlyTheStorage) {

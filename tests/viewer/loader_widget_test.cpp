@@ -4,6 +4,7 @@
 #include <QMimeData>
 #include <QPlatformSurfaceEvent>
 #include <QTest>
+#include <QTimer>
 #include <QWindow>
 
 #include "engine/wide.h"
@@ -155,6 +156,38 @@ TEST_F(LoaderWidgetTest, PageThatAsksBeforeItIsLeftIsLeft) {
     ASSERT_TRUE(browser_.Becomes(L"window.pressed", L"true"));
     EXPECT_TRUE(browser_.OpenFile(Page("b.html", "other")));
     EXPECT_EQ(browser_.Run(L"document.body.textContent"), L"\"other\"");
+}
+
+TEST_F(LoaderWidgetTest, ClickOpensNoWindow) {
+    ASSERT_TRUE(browser_.OpenFile(Page("a.html", R"(<script>addEventListener("click", () => {
+        window.open("about:blank");
+        window.over = true;
+    });</script>)")));
+    const qsizetype windows = QApplication::topLevelWidgets().size();
+    Click(Qt::LeftButton);
+    EXPECT_TRUE(browser_.Becomes(L"window.over", L"true"));
+    DeliverPosted();
+    EXPECT_EQ(QApplication::topLevelWidgets().size(), windows);
+}
+
+TEST_F(LoaderWidgetTest, ClickOnAFileFieldAsksForNoFile) {
+    bool asked = false;
+    QTimer looking;
+    looking.callOnTimeout([&] {
+        if (QWidget* const dialog = QApplication::activeModalWidget()) {
+            asked = true;
+            dialog->close();
+        }
+    });
+    looking.start(1);
+    ASSERT_TRUE(browser_.OpenFile(Page("a.html", R"(
+        <input type=file style="position:fixed;left:0;top:0;width:100%;height:100%"><script>
+        addEventListener("click", () => setTimeout(() => { window.over = true; }));
+        </script>)")));
+    Click(Qt::LeftButton);
+    EXPECT_TRUE(browser_.Becomes(L"window.over", L"true"));
+    DeliverPosted();
+    EXPECT_FALSE(asked);
 }
 
 }  // namespace
