@@ -3,9 +3,8 @@
 # The path is compiled in: tests start programs with an environment of their own.
 if(VISTREL_COVERAGE)
   set(VISTREL_COVERAGE_COUNTERS "${CMAKE_BINARY_DIR}/counters")
-  set(_counting "-fprofile-instr-generate=${VISTREL_COVERAGE_COUNTERS}/%m-%p%c.profraw"
-                -fcoverage-mapping "SHELL:-mllvm -runtime-counter-relocation")
-  add_compile_options(${_counting})
+  set(_counting "-fprofile-instr-generate=${VISTREL_COVERAGE_COUNTERS}/%m-%p%c.profraw")
+  add_compile_options(${_counting} -fcoverage-mapping "SHELL:-mllvm -runtime-counter-relocation")
   add_link_options(${_counting})
   # With Clang, Highway's lowest target would be another than in what users get.
   add_compile_definitions(HWY_BROKEN_EMU128=1)
