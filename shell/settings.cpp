@@ -15,6 +15,7 @@
 #include <locale>
 #include <optional>
 #include <sstream>
+#include <string_view>
 #include <system_error>
 
 #include "engine/wide.h"
@@ -25,9 +26,23 @@
 namespace vistrel {
 namespace {
 
+// The library drops a byte order mark at the start of a text in the file, unless it is escaped. One
+// at the start of the file is no part of a text.
+QByteArray EscapeByteOrderMarks(const std::string& json) {
+    constexpr std::string_view kMark = "\xEF\xBB\xBF";
+    QByteArray escaped;
+    std::size_t taken = 0;
+    for (auto mark = json.find(kMark, 1); mark != json.npos; mark = json.find(kMark, taken)) {
+        escaped.append(json.data() + taken, static_cast<qsizetype>(mark - taken));
+        escaped.append("\\ufeff");
+        taken = mark + kMark.size();
+    }
+    return escaped.append(json.data() + taken, static_cast<qsizetype>(json.size() - taken));
+}
+
 // Nothing where the text is broken or holds something else.
 std::optional<QJsonObject> ParseObject(const std::string& text) {
-    const auto document = QJsonDocument::fromJson(QByteArray::fromStdString(text));
+    const auto document = QJsonDocument::fromJson(EscapeByteOrderMarks(text));
     if (!document.isObject()) return std::nullopt;
     return document.object();
 }

@@ -2,6 +2,17 @@
 
 namespace vistrel {
 
+// Qt's own conversion takes U+FEFF at the start for a byte order mark and drops it.
+QString FromWide(std::wstring_view text) {
+    QString units;
+    units.reserve(static_cast<qsizetype>(text.size()));
+    for (const wchar_t character : text) {
+        const auto code = static_cast<char32_t>(character);
+        units += code > QChar::LastValidCodePoint ? QStringView(u"\uFFFD") : QChar::fromUcs4(code);
+    }
+    return units;
+}
+
 // Qt's own conversion turns the lone codes into U+FFFD.
 std::wstring ToWide(const QString& text) {
     std::wstring wide;

@@ -8,9 +8,7 @@
 
 namespace vistrel {
 
-[[nodiscard]] inline QString FromWide(std::wstring_view text) {
-    return QString::fromWCharArray(text.data(), static_cast<qsizetype>(text.size()));
-}
+[[nodiscard]] QString FromWide(std::wstring_view text);
 
 [[nodiscard]] std::wstring ToWide(const QString& text);
 

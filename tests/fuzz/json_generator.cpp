@@ -13,7 +13,7 @@ constexpr std::array<std::string_view, 14> kNames = {
     "focus",     "depth",     "isSharpMode",    "executionProvider", "",
     "theme",     "\\u0000",   "\xC3\xA9",       "\\ud83d\\ude00"};
 
-constexpr std::array<std::string_view, 34> kTexts = {"",
+constexpr std::array<std::string_view, 36> kTexts = {"",
                                                      "0",
                                                      "30",
                                                      "-12.5",
@@ -44,6 +44,8 @@ constexpr std::array<std::string_view, 34> kTexts = {"",
                                                      "\\ud800\\udcff",
                                                      "\\udbff\\udfff",
                                                      "\\uffff\\ufeff",
+                                                     "\\ufeffa",
+                                                     "\xEF\xBB\xBF",
                                                      "\\\\ \\\" \\/",
                                                      "\xE3\x83\xA2\xF0\x9F\x98\x80",
                                                      "0.1234567890123456789"};

@@ -21,6 +21,7 @@ const std::vector<std::string>& PictureSeeds() {
             test::WithPngChunk(png, "eXIf", tiff),
             test::StoredPng(2, 1, 8, 3, {"\x01\x02"}, "\x01\x02\x03\x09\x08\x07\xFA\xFB\xFC",
                             "\x20"),
+            test::StoredPng(2, 1, 8, 3, {"\x01\x55"}, "\x01\x02\x03"),
             test::StoredPng(2, 1, 16, 2, {"\x12\x34\x56\x78\x9A\xBC\xFF\xFE\x00\x01\x80\x7F"s}),
             test::EncodeBmp(picture, 4),
             test::EncodeTga(picture),

@@ -9,10 +9,12 @@
 #include <cstring>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "engine/wide.h"
 #include "shell/wide_text.h"
 #include "tests/fuzz/require.h"
+#include "tests/fuzz/seeded_mutation.h"
 
 namespace vistrel {
 namespace {
@@ -63,4 +65,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     if (!wide.empty()) std::memcpy(wide.data(), bytes, wide.size() * sizeof(wchar_t));
     vistrel::RequireReplaced(wide);
     return 0;
+}
+
+extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size,
+                                               std::size_t most, unsigned int seed) {
+    static const std::vector<std::string> seeds = {
+        "a\xC3\xA9\xE3\x83\xA2\xF0\x9F\x98\x80", "\xEF\xBB\xBF\xEF\xBB\xBF",
+        "\xEF\xBF\xBF\xEF\xBF\xBE\xF4\x8F\xBF\xBF", "\xED\xA0\x80\xED\xB2\x80\xC1\x80\x80"};
+    return vistrel::fuzz::MutateSeeded(seeds, data, size, most, seed);
 }

@@ -41,6 +41,13 @@ TEST_F(SettingsFileTest, MembersOfOthersSurvive) {
     EXPECT_EQ(written.size(), 11);
 }
 
+TEST_F(SettingsFileTest, ByteOrderMarksOfOthersSurvive) {
+    Write(R"({"theirs":"\ufeffx"})");
+    Unusual().Save();
+    Unusual().Save();
+    EXPECT_NE(test::ReadFile(File()).find("\"\xEF\xBB\xBFx\""), std::string::npos);
+}
+
 TEST_F(SettingsFileTest, SavingLeavesNothingElseInTheFolder) {
     Unusual().Save();
     Unusual().Save();

@@ -216,5 +216,18 @@ TEST_F(Settings, FileNamesThatAreNoTextComeBackWithEveryByte) {
     EXPECT_EQ(again.outputDir, settings.outputDir);
 }
 
+TEST_F(Settings, TextsMayBeginWithAByteOrderMark) {
+    AppSettings settings;
+    settings.outputFilename = L"\xFEFFo.ply";
+    settings.Save();
+    AppSettings again;
+    again.Load();
+    EXPECT_EQ(again.outputFilename, L"\xFEFFo.ply");
+}
+
+TEST_F(Settings, FileMayBeginWithAByteOrderMark) {
+    EXPECT_EQ(Loaded("\xEF\xBB\xBF{\"outputFilename\":\"f\"}").outputFilename, L"f");
+}
+
 }  // namespace
 }  // namespace vistrel

@@ -18,6 +18,17 @@ TEST(WideText, BytesOfFileNamesAreKept) {
     EXPECT_EQ(ToWide(FromWide(text)), text);
 }
 
+TEST(WideText, ByteOrderMarkAtTheStartIsKept) {
+    const std::wstring text = L"\xFEFF\xFEFFx";
+    EXPECT_EQ(FromWide(text).size(), 3);
+    EXPECT_EQ(ToWide(FromWide(text)), text);
+}
+
+TEST(WideText, WhatIsNoCharacterIsReplaced) {
+    const std::wstring text = {wchar_t{0x110000}, wchar_t{0x10FFFF}, wchar_t{-1}};
+    EXPECT_EQ(ToWide(FromWide(text)), L"\xFFFD\x10FFFF\xFFFD");
+}
+
 TEST(WideText, LoneHighSurrogateAtTheEndIsKept) {
     EXPECT_EQ(ToWide(QString(QChar(0xD83D))), std::wstring(1, wchar_t{0xD83D}));
 }
