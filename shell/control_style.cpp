@@ -174,6 +174,13 @@ void ControlStyle::drawComplexControl(ComplexControl control, const QStyleOption
     QProxyStyle::drawComplexControl(control, option, painter, widget);
 }
 
+// Enter is a command of the program's own in menus, too, so Space has to choose there.
+int ControlStyle::styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
+                            QStyleHintReturn* data) const {
+    if (hint == SH_Menu_SpaceActivatesItem) return 1;
+    return QProxyStyle::styleHint(hint, option, widget, data);
+}
+
 // Texts keep the same distance from the edge as in an edit box.
 QRect ControlStyle::subControlRect(ComplexControl control, const QStyleOptionComplex* option,
                                    SubControl part, const QWidget* widget) const {

@@ -1,4 +1,5 @@
-// Draws buttons, boxes, sliders and bars flat and dark; leaves the rest to Qt's Fusion style.
+// Draws buttons, boxes, sliders and bars flat and dark; leaves the rest to Qt's Fusion style, but
+// for Space, which chooses in menus.
 #pragma once
 
 #include <QProxyStyle>
@@ -17,6 +18,8 @@ class ControlStyle : public QProxyStyle {
                             QPainter* painter, const QWidget* widget) const override;
     QRect subControlRect(ComplexControl control, const QStyleOptionComplex* option, SubControl part,
                          const QWidget* widget) const override;
+    int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
+                  QStyleHintReturn* data) const override;
 };
 
 }  // namespace vistrel

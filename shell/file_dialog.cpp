@@ -1,8 +1,10 @@
 #include "shell/file_dialog.h"
 
+#include <QComboBox>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QHeaderView>
+#include <QLabel>
 #include <QMessageBox>
 #include <QPointer>
 #include <QSize>
@@ -35,6 +37,9 @@ class Dialog : public QFileDialog {
         QHeaderView* columns = findChild<QTreeView*>()->header();
         columns->setSectionResizeMode(QHeaderView::ResizeToContents);
         columns->setSectionResizeMode(0, QHeaderView::Stretch);
+        // Screen readers tell what these boxes are for by their labels.
+        findChild<QLabel*>("lookInLabel")->setBuddy(findChild<QComboBox*>("lookInCombo"));
+        findChild<QLabel*>("fileTypeLabel")->setBuddy(findChild<QComboBox*>("fileTypeCombo"));
     }
 
     [[nodiscard]] std::wstring Chosen() const {

@@ -7,6 +7,7 @@
 #include <QTimer>
 #include <utility>
 
+#include "shell/spoken_text.h"
 #include "shell/ui_text.h"
 #include "shell/wide_text.h"
 
@@ -90,6 +91,7 @@ QMenu* MainMenu::AddMenu(std::size_t slot) {
 }
 
 void MainMenu::Watch(QMenu* menu) {
+    menu->setAccessibleName(SpokenText(menu->title()));
     connect(menu, &QMenu::aboutToShow, this, [this] { onShow_(); });
     // Going from one menu to the next hides the first before it shows the second.
     connect(menu, &QMenu::aboutToHide, this, [this] {

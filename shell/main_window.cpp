@@ -65,6 +65,7 @@ MainWindow::Parts::Parts(MainWindow* window, std::wstring webDir, std::wstring p
       client(new QWidget(window)),
       preview(new Preview(client)),
       sidebar(new Sidebar(client, settings)),
+      viewerFocus(new FocusFrame(client, sidebar)),
       generate(engine, settings, *sidebar, *questions, mailbox),
       download(downloader, settings, *sidebar, *questions, mailbox) {}
 
@@ -109,6 +110,7 @@ void MainWindow::OnCreate() {
         parts_->tempWebDir, [mailbox = parts_->mailbox](bool ready) {
             mailbox->Post(std::make_unique<WindowMessage>(kWebViewReadyMessage, ready ? 1 : 0));
         });
+    parts_->viewerFocus->raise();
     UpdateModelDisplay();
 }
 
@@ -181,6 +183,11 @@ void MainWindow::customEvent(QEvent* event) {
 }
 
 void MainWindow::keyPressEvent(QKeyEvent* event) {
+    // As on any desktop; the menu bar itself knows Alt only.
+    if (event->key() == Qt::Key_F10 && parts_->menu != nullptr) {
+        parts_->menu->setActiveAction(parts_->menu->actions().first());
+        return;
+    }
     OnKeyDown(event->key());
 }
 

@@ -38,6 +38,7 @@ void MainWindow::Layout(int width, int height) {
     const int left = parts_->sidebarHidden ? 0 : Sidebar::kWidth;
     const QRect viewer(left, 0, std::max(0, width - left), height);
     parts_->preview->setGeometry(viewer);
+    parts_->viewerFocus->setGeometry(viewer);
     parts_->bridge.SetBounds(viewer);
     parts_->sidebar->LayoutSidebar();
 }

@@ -8,6 +8,7 @@
 #include "download/model_downloader.h"
 #include "engine/conversion_engine.h"
 #include "shell/download_flow.h"
+#include "shell/focus_frame.h"
 #include "shell/generate_flow.h"
 #include "shell/mailbox.h"
 #include "shell/main_menu.h"
@@ -38,6 +39,7 @@ struct MainWindow::Parts {
     QWidget* client;  // all of the window below the menu bar
     Preview* preview;
     Sidebar* sidebar;
+    FocusFrame* viewerFocus;   // around the viewer area
     MainMenu* menu = nullptr;  // none in full screen
     GenerateFlow generate;
     DownloadFlow download;

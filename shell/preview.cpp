@@ -1,5 +1,6 @@
 #include "shell/preview.h"
 
+#include <QAccessibleWidget>
 #include <QGuiApplication>
 #include <QImageReader>
 #include <QPainter>
@@ -9,10 +10,14 @@
 #include <thread>
 #include <utility>
 
+#include "engine/wide.h"
 #include "shell/mailbox.h"
+#include "shell/wide_text.h"
 
 namespace vistrel {
 namespace {
+
+constexpr char kName[] = "Preview";
 
 class PictureRead : public QEvent {
   public:
@@ -39,11 +44,29 @@ PreviewPicture ReadOrNothing(const std::wstring& path, const QSize& bound) {
     }
 }
 
+// To a screen reader a picture as long as it has a name, and nothing of interest else.
+class AccessiblePreview : public QAccessibleWidget {
+  public:
+    explicit AccessiblePreview(QWidget* preview) : QAccessibleWidget(preview) {}
+
+    [[nodiscard]] QAccessible::Role role() const override {
+        return widget()->accessibleName().isEmpty() ? QAccessible::Client : QAccessible::Graphic;
+    }
+};
+
+// Comes to see objects of the browser, too, which have no run-time types to look at.
+QAccessibleInterface* MakeAccessible(const QString& /*className*/, QObject* object) {
+    if (!object->isWidgetType() || object->objectName() != kName) return nullptr;
+    return new AccessiblePreview(static_cast<QWidget*>(object));
+}
+
 }  // namespace
 
 Preview::Preview(QWidget* parent) : QWidget(parent), mailbox_(Mailbox::Make(this)) {
     // Four bytes a pixel, eight in some formats while they are read. The limit of pixels is ours.
     QImageReader::setAllocationLimit(0);
+    setObjectName(kName);
+    QAccessible::installFactory(MakeAccessible);
 }
 
 Preview::~Preview() {
@@ -53,12 +76,14 @@ Preview::~Preview() {
 void Preview::Show(const std::wstring& path) {
     Clear();
     wanted_ = path;
+    setAccessibleName(FromWide(FromPath(ToPath(path).filename())));
     StartReading();
 }
 
 void Preview::Clear() {
     wanted_.reset();
     outdated_ = true;
+    setAccessibleName({});
     picture_ = {};
     scaled_ = {};
     update();

@@ -1,5 +1,6 @@
 #include "shell/sidebar.h"
 
+#include <QAbstractItemView>
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
@@ -15,6 +16,7 @@
 
 #include "shell/look.h"
 #include "shell/settings.h"
+#include "shell/spoken_text.h"
 #include "shell/text_label.h"
 #include "shell/ui_text.h"
 #include "shell/wide_text.h"
@@ -84,6 +86,14 @@ bool IsOptional(ControlId id) {
 constexpr std::size_t kFocusText = 12;
 constexpr std::size_t kDepthText = 13;
 
+// A combo box tells its value as its name to screen readers, and what it is for by its label. Its
+// list tells neither.
+void NameByLabel(QComboBox* combo, QLabel* label) {
+    label->setBuddy(combo);
+    combo->setAccessibleName(label->text());
+    combo->view()->setAccessibleName(label->text());
+}
+
 // Values from the settings may be anything.
 int Truncated(double value) {
     if (std::isnan(value)) return 0;
@@ -93,6 +103,11 @@ int Truncated(double value) {
 
 QString ValueText(std::size_t slot, int value) {
     return FromWide(kEnglishText[slot]).replace("%d", QString::number(value));
+}
+
+// The label's word, without the value: a slider tells that itself.
+QString ValueName(std::size_t slot) {
+    return FromWide(kEnglishText[slot]).section(':', 0, 0);
 }
 
 QString TextOf(std::size_t slot) {
@@ -117,14 +132,15 @@ Sidebar::Sidebar(QWidget* parent, const AppSettings& settings) : QWidget(parent)
 void Sidebar::MakeModelSection() {
     AddLabel(ControlId::Title, "Vistrel", TitleFont());
     AddButton(ControlId::Batch, TextOf(63), SmallFont());
-    AddButton(ControlId::Help, "?", BoldFont())->setAccessibleName(TextOf(85).remove('&'));
-    AddLabel(ControlId::ModelHeading, TextOf(0), BoldFont());
+    AddButton(ControlId::Help, "?", BoldFont())->setAccessibleName(SpokenText(TextOf(85)));
+    const QString heading = AddHeading(ControlId::ModelHeading, 0)->accessibleName();
     modelName = Add(ControlId::ModelName, new QLineEdit(this), SmallFont());
     modelName->setReadOnly(true);
     modelName->setAcceptDrops(false);  // files are for the window
     modelName->setTextMargins(3, 0, 3, 0);
-    modelName->setAccessibleName(TextOf(0));
-    AddButton(ControlId::SelectModel, "Select\u2026", NormalFont());
+    modelName->setAccessibleName(heading);
+    auto* const select = AddButton(ControlId::SelectModel, "Select\u2026", NormalFont());
+    select->setAccessibleName(select->text() + ' ' + heading);  // something else can be selected
     downloadModel = AddButton(ControlId::DownloadModel, TextOf(44), NormalFont());
     downloadProgress = Add(ControlId::DownloadProgress, new QProgressBar(this), NormalFont());
     downloadProgress->setRange(0, 1000);
@@ -136,12 +152,12 @@ void Sidebar::MakeModelSection() {
 }
 
 void Sidebar::MakeInputSection(const AppSettings& settings) {
-    AddLabel(ControlId::InputHeading, TextOf(1), BoldFont());
+    AddHeading(ControlId::InputHeading, 1);
     inputName = AddLabel(ControlId::InputName, TextOf(3), SmallFont());
     AddButton(ControlId::SelectFile, TextOf(4), NormalFont());
-    AddLabel(ControlId::ProviderLabel, TextOf(5), SmallFont());
+    auto* const providerLabel = AddLabel(ControlId::ProviderLabel, TextOf(5), SmallFont());
     provider = AddCombo(ControlId::Provider, 6, 2, settings.executionProvider);
-    provider->setAccessibleName(TextOf(5));
+    NameByLabel(provider, providerLabel);
     generate = AddButton(ControlId::Generate, TextOf(8), BoldFont());
     generate->setDefault(true);
     generateStatus = AddLabel(ControlId::GenerateStatus, {}, SmallFont());
@@ -149,17 +165,19 @@ void Sidebar::MakeInputSection(const AppSettings& settings) {
 }
 
 void Sidebar::MakeViewerSection(const AppSettings& settings) {
-    AddLabel(ControlId::ViewerHeading, TextOf(2), BoldFont());
+    AddHeading(ControlId::ViewerHeading, 2);
     sharpMode = AddRadio(ControlId::SharpMode, TextOf(9));
     generalMode = AddRadio(ControlId::GeneralMode, TextOf(10));
     SetViewMode(settings.isSharpMode);
-    AddLabel(ControlId::StereoLabel, TextOf(11), SmallFont());
+    auto* const stereoLabel = AddLabel(ControlId::StereoLabel, TextOf(11), SmallFont());
     stereoMode = AddCombo(ControlId::StereoMode, 17, 6, settings.stereoMode);
-    stereoMode->setAccessibleName(TextOf(11));
+    NameByLabel(stereoMode, stereoLabel);
     focusLabel = AddLabel(ControlId::FocusLabel, {}, SmallFont());
     focus = AddSlider(ControlId::Focus, -100, 100);
+    focus->setAccessibleName(ValueName(kFocusText));
     depthLabel = AddLabel(ControlId::DepthLabel, {}, SmallFont());
     depth = AddSlider(ControlId::Depth, 0, 200);
+    depth->setAccessibleName(ValueName(kDepthText));
     SetFocusDepth(settings.focus, settings.depth);
     AddButton(ControlId::Swap, TextOf(14), NormalFont());
     AddButton(ControlId::Reset, TextOf(15), NormalFont());
@@ -182,8 +200,15 @@ QLabel* Sidebar::AddLabel(ControlId id, const QString& text, const QFont& font) 
     return label;
 }
 
+QLabel* Sidebar::AddHeading(ControlId id, std::size_t slot) {
+    QLabel* const heading = AddLabel(id, TextOf(slot), BoldFont());
+    heading->setAccessibleName(SpokenText(heading->text()));
+    return heading;
+}
+
 QPushButton* Sidebar::AddButton(ControlId id, const QString& text, const QFont& font) {
     auto* const button = Add(id, new QPushButton(text, this), font);
+    button->setAccessibleName(SpokenText(text));
     connect(button, &QPushButton::clicked, this, [this, id] { onCommand(id, 0); });
     return button;
 }
@@ -241,7 +266,6 @@ void Sidebar::SetFocusDepth(double focusValue, double depthValue) {
         const QSignalBlocker quiet(slider);
         slider->setValue(Truncated(value));
         label->setText(ValueText(slot, Truncated(value)));
-        slider->setAccessibleName(label->text());
     };
     show(focus, focusLabel, kFocusText, focusValue);
     show(depth, depthLabel, kDepthText, depthValue);

@@ -70,6 +70,8 @@ class Sidebar : public QWidget {
     template <typename Control>
     Control* Add(ControlId id, Control* control, const QFont& font);
     QLabel* AddLabel(ControlId id, const QString& text, const QFont& font);
+    // In the bold letters of a section's heading, with the text in `slot`.
+    QLabel* AddHeading(ControlId id, std::size_t slot);
     QPushButton* AddButton(ControlId id, const QString& text, const QFont& font);
     QRadioButton* AddRadio(ControlId id, const QString& text);
     QComboBox* AddCombo(ControlId id, std::size_t firstSlot, std::size_t count, int index);

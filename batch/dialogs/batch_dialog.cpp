@@ -107,6 +107,7 @@ void BatchDialog::SetUpForm() {
     SetButtonText(*form_->outputBrowse, kBrowse);
     SetButtonText(*form_->start, kStart);
     SetButtonText(*form_->cancel, kCancel);
+    SetSpokenNames();
     SetControlId(*form_->input, BatchControlId::Input);
     SetControlId(*form_->inputBrowse, BatchControlId::InputBrowse);
     SetControlId(*form_->output, BatchControlId::Output);
@@ -117,6 +118,18 @@ void BatchDialog::SetUpForm() {
     SetControlId(*form_->start, BatchControlId::Start);
     SetControlId(*form_->cancel, BatchControlId::Cancel);
     SetControlId(*form_->close, BatchControlId::Close);
+}
+
+// For screen readers, which see no neighbours.
+void BatchDialog::SetSpokenNames() {
+    const auto name = [](QLabel& label, QLineEdit& folder, QPushButton& browse) {
+        label.setBuddy(&folder);
+        folder.setAccessibleName(label.text());
+        browse.setAccessibleName(browse.text() + ' ' + label.text());
+    };
+    name(*form_->inputLabel, *form_->input, *form_->inputBrowse);
+    name(*form_->outputLabel, *form_->output, *form_->outputBrowse);
+    form_->progress->setAccessibleName(windowTitle());
 }
 
 void BatchDialog::OnBrowse(bool input) {

@@ -49,6 +49,7 @@ class BatchDialog : public QDialog {
 
   private:
     void SetUpForm();
+    void SetSpokenNames();
     void OnBrowse(bool input);
     void OnCancel();
     void OnProgress(const BatchProgressInfo& info);

@@ -20,6 +20,7 @@ ConflictDialog::ConflictDialog(QWidget* owner) : QDialog(owner) {
     PrepareDialog(*this);
     setWindowTitle(UiString(kCaption));
     form.message->setText(UiString(kMessage));
+    setAccessibleDescription(form.message->text());
     SetControlId(*form.message, BatchControlId::ConflictMessage);
     const auto add = [this](QPushButton& button, BatchControlId id, std::size_t slot) {
         SetControlId(button, id);

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QAccessible>
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <filesystem>
@@ -113,6 +114,18 @@ TEST_F(PreviewTest, FileThatIsNoPictureIsNotDrawn) {
     preview.Show(FromPath(folder.Write("b.jpg", "nothing")));
     ASSERT_TRUE(Wait());
     EXPECT_EQ(Drawn(kWindowColour), QRect(0, 0, 300, 200));
+}
+
+TEST_F(PreviewTest, ScreenReadersAreToldThePhotographsName) {
+    const QAccessibleInterface* const told = QAccessible::queryAccessibleInterface(&preview);
+    EXPECT_EQ(told->role(), QAccessible::Client);
+    preview.Show(File("a.png", 100, 50, kRed));
+    EXPECT_EQ(told->role(), QAccessible::Graphic);
+    EXPECT_EQ(told->text(QAccessible::Name), "a.png");
+    preview.Clear();
+    EXPECT_EQ(told->role(), QAccessible::Client);
+    EXPECT_EQ(told->text(QAccessible::Name), "");
+    ASSERT_TRUE(Wait());
 }
 
 TEST_F(PreviewTest, CallDoesNotWaitForTheFile) {

@@ -310,7 +310,7 @@ TEST_F(SidebarTest, EveryControlHasANameForScreenReaders) {
                      (button == nullptr || button->text().isEmpty()))
             << id;
     }
-    EXPECT_EQ(sidebar->depth->accessibleName(), "Depth: 30");
+    EXPECT_EQ(sidebar->depth->accessibleName(), "Depth");
     EXPECT_EQ(Find(1002)->accessibleName(), "Help");
 }
 

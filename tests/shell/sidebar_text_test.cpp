@@ -2,15 +2,18 @@
 #include <gtest/gtest.h>
 
 #include <QAbstractButton>
+#include <QAbstractItemView>
 #include <QComboBox>
 #include <QFontMetrics>
 #include <QLabel>
 #include <QRadioButton>
 #include <map>
+#include <utility>
 
 #include "shell/look.h"
 #include "shell/settings.h"
 #include "shell/sidebar.h"
+#include "shell/spoken_text.h"
 #include "shell/text_label.h"
 #include "shell/ui_text.h"
 
@@ -86,6 +89,26 @@ TEST_P(SidebarTextTest, TextsAreThoseOfTheTable) {
     EXPECT_EQ(Find(1001)->property("text").toString(), "Vistrel");
     EXPECT_EQ(Find(1002)->property("text").toString(), "?");
     EXPECT_EQ(Find(1012)->property("text").toString(), QString::fromUtf8("Select\u2026"));
+}
+
+TEST_P(SidebarTextTest, ScreenReadersSayTheTextsOfTheTable) {
+    const std::map<int, std::size_t> texts = {
+        {1002, 85}, {1003, 63}, {1010, 0}, {1011, 0},  {1013, 44}, {1014, 32}, {1030, 1}, {1032, 4},
+        {1033, 8},  {1036, 5},  {1040, 2}, {1044, 11}, {1049, 14}, {1050, 15}, {1051, 16}};
+    for (const auto& [id, slot] : texts) {
+        const QString wanted = SpokenText(QString::fromWCharArray(Text(slot)));
+        EXPECT_EQ(Find(id)->accessibleName(), wanted) << id;
+    }
+    EXPECT_EQ(Find(1012)->accessibleName(),
+              QString::fromUtf8("Select\u2026 ") + Find(1010)->accessibleName());
+    EXPECT_EQ(Find(1046)->accessibleName(), "Focus");
+    EXPECT_EQ(Find(1048)->accessibleName(), "Depth");
+    // A combo box is known by its label, its list by its name.
+    for (const auto& [label, combo] : {std::pair(1035, 1036), std::pair(1043, 1044)}) {
+        EXPECT_EQ(qobject_cast<QLabel*>(Find(label))->buddy(), Find(combo));
+        EXPECT_EQ(qobject_cast<QComboBox*>(Find(combo))->view()->accessibleName(),
+                  Find(label)->property("text").toString());
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(BothLanguages, SidebarTextTest, testing::Bool());

@@ -32,6 +32,7 @@ bool Probe(const std::filesystem::path& folder, const std::filesystem::path& pag
     const QByteArray switches = qgetenv("QTWEBENGINE_CHROMIUM_FLAGS");
     Browser browser(folder);
     if (qgetenv("QTWEBENGINE_CHROMIUM_FLAGS") != switches) return false;
+    if (qEnvironmentVariableIsSet("QTWEBENGINE_ENABLE_LINUX_ACCESSIBILITY")) return false;
     if (what == "create") return true;
     if (what == "load") {
         browser.View().Navigate(L"file://" + FromPath(page));

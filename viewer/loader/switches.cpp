@@ -7,6 +7,7 @@ namespace vistrel::loader {
 namespace {
 
 constexpr char kVariable[] = "QTWEBENGINE_CHROMIUM_FLAGS";
+constexpr char kAccessibility[] = "QTWEBENGINE_ENABLE_LINUX_ACCESSIBILITY";
 
 constexpr const char* kOwnSwitches[] = {
     // A machine without a GPU draws WebGL in software, which the browser refuses unless told to.
@@ -27,7 +28,9 @@ void Add(QByteArray& switches, const QByteArray& added) {
 }  // namespace
 
 Switches::Switches(const std::wstring& arguments)
-    : users_(qgetenv(kVariable)), wereSet_(qEnvironmentVariableIsSet(kVariable)) {
+    : users_(qgetenv(kVariable)),
+      wereSet_(qEnvironmentVariableIsSet(kVariable)),
+      accessibilityWasSet_(qEnvironmentVariableIsSet(kAccessibility)) {
     QByteArray switches = users_;
     const QByteArray words = QString::fromStdWString(arguments).toUtf8().simplified();
     if (!words.isEmpty()) {
@@ -35,9 +38,11 @@ Switches::Switches(const std::wstring& arguments)
     }
     for (const char* own : kOwnSwitches) Add(switches, own);
     qputenv(kVariable, switches);
+    if (!accessibilityWasSet_) qputenv(kAccessibility, "1");
 }
 
 Switches::~Switches() {
+    if (!accessibilityWasSet_) qunsetenv(kAccessibility);
     if (wereSet_) {
         qputenv(kVariable, users_);
     } else {

@@ -7,7 +7,8 @@
 namespace vistrel::loader {
 
 // As long as it exists, the environment holds `arguments` (switches separated by blanks) and the
-// loader's own switches behind those of the user, each once. The browser reads them when the first
+// loader's own switches behind those of the user, each once, and the one with which the browser
+// tells screen readers what is on the page, if there are any. The browser reads them when the first
 // profile of the process is made. Programs that are started later must not inherit them.
 class Switches {
   public:
@@ -19,6 +20,7 @@ class Switches {
   private:
     QByteArray users_;
     bool wereSet_;
+    bool accessibilityWasSet_;
 };
 
 }  // namespace vistrel::loader

@@ -74,6 +74,9 @@ View::View(QWidget& host, std::shared_ptr<Profile> profile)
     palette.setColor(QPalette::Window, page_->backgroundColor());
     widget_->setPalette(palette);
     widget_->setAutoFillBackground(true);
+    // What a screen reader says where the keyboard focus comes to the view.
+    QObject::connect(page_.get(), &QWebEnginePage::titleChanged, widget_,
+                     &QWidget::setAccessibleName);
     page_->SetConsole([this](const QString& line) { OnConsoleLine(line); });
     QObject::connect(page_.get(), &QWebEnginePage::loadStarted, page_.get(),
                      [this] { OnLoadStarted(); });

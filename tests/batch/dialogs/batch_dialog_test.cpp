@@ -50,6 +50,19 @@ TEST_F(BatchDialogTest, OpensWithTheJapaneseTextsButTwoLabelsStayEnglish) {
     EXPECT_TRUE(labels.contains("Output Folder:"));
 }
 
+TEST_F(BatchDialogTest, ScreenReadersTellTheTwoFoldersApart) {
+    gUiText = &kJapaneseText;
+    MakeDialog();
+    EXPECT_EQ(Edit(Id::Input)->accessibleName(), QString::fromWCharArray(L"入力フォルダ:"));
+    EXPECT_EQ(Edit(Id::Output)->accessibleName(), "Output Folder:");
+    EXPECT_EQ(Button(Id::InputBrowse)->accessibleName(),
+              QString::fromWCharArray(L"参照\u2026 入力フォルダ:"));
+    EXPECT_EQ(Button(Id::OutputBrowse)->accessibleName(),
+              QString::fromWCharArray(L"参照\u2026 Output Folder:"));
+    EXPECT_EQ(Find<QProgressBar>(*dialog_, Id::Progress)->accessibleName(),
+              QString::fromWCharArray(L"一括変換"));
+}
+
 TEST_F(BatchDialogTest, OpensWithoutInputFolderAndWithTheSavedOutputFolder) {
     EXPECT_TRUE(Edit(Id::Input)->text().isEmpty());
     EXPECT_EQ(Edit(Id::Output)->text().toStdWString(), settings_.outputDir);
