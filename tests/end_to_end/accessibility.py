@@ -109,11 +109,11 @@ class ScreenReader:
         self.application = wait_for(self._find, "the program at the registry")
         self.application.set_cache_mask(Atspi.Cache.NONE)
         self.listener = Atspi.EventListener.new(self._hear)
-        for event in (self.FOCUS, self.NAME, self.VALUE):
+        for event in (self.NAME, self.VALUE, self.FOCUS):
             self.listener.register(event)
 
     def close(self):
-        for event in (self.FOCUS, self.NAME, self.VALUE):
+        for event in (self.NAME, self.VALUE, self.FOCUS):
             self.listener.deregister(event)
 
     def _find(self):

@@ -7,7 +7,7 @@ import unittest
 import layout
 import scenes
 from accessibility import Bus, ScreenReader
-from display import wait_for
+from display import Timeout, wait_for
 from session import SOURCE, BatchDialog, Session
 
 # Roles of what a user does something with, or is told something by.
@@ -48,6 +48,15 @@ class AccessibilityTest(Session):
         wait_for(self.shows_viewer_controls, "the viewer's controls")
         self.reader = ScreenReader(self.program.identifier)
         self.addCleanup(self.reader.close)
+        wait_for(self.is_told_of_the_focus, "the program to tell of itself")
+
+    def is_told_of_the_focus(self):
+        """It hears a little later that somebody listens."""
+        self.display.key("Tab")
+        try:
+            return self.reader.wait_for(self.reader.FOCUS, 2)
+        except Timeout:
+            return None
 
     def shows_viewer_controls(self):
         x, y = layout.controls()["save image"]
@@ -121,9 +130,12 @@ class AccessibilityTest(Session):
         form = BatchDialog(self, dialog)
         form.choose_input(folder)
         form.choose_output(folder)
-        form.press("start")
         caption, *buttons = self.spoken(57, 59, 60, 61)
-        wait_for(lambda: self.dialog().title == caption, "the question about the scene")
+
+        def is_asked():
+            form.press("start")  # not heard while the question for the folder is about to close
+            return self.dialog().title == caption
+        wait_for(is_asked, "the question about the scene")
         conflict = self.check_dialog(caption, self.texts[58], *buttons)
         self.assertEqual(self.reader.window(caption).description, self.texts[58])
         self.dismiss(conflict)
