@@ -99,7 +99,7 @@ TEST_F(BatchDialogProgress, NameIsShownAsItIs) {
 }
 
 TEST_F(BatchDialogProgress, StatusIsCutAfter256Characters) {
-    const std::string name = std::string(251, 'x') + ".png";
+    const std::string name = std::string(251, 'x').append(".png");
     folder_.Write("in/" + name, "no picture");
     StartAndHold(0);
     EXPECT_EQ(Status(), (L"Processing 1 / 1: " + FromUtf8(name)).substr(0, 256));
