@@ -25,6 +25,7 @@
 #include "tests/fuzz/require.h"
 #include "tests/fuzz/scratch_folder.h"
 #include "tests/fuzz/seeded_mutation.h"
+#include "tests/shell/unusual_settings.h"
 #include "tests/support/plain_json.h"
 
 namespace vistrel {
@@ -48,23 +49,8 @@ const std::filesystem::path& SettingsFolder() {
     return folder;
 }
 
-// A record with none of the defaults.
-AppSettings MakeUnusual() {
-    AppSettings settings;
-    settings.modelPath = L"/m";
-    settings.outputDir = L"/o";
-    settings.outputFilename = L"n";
-    settings.stereoMode = 3;
-    settings.isSwapped = true;
-    settings.focus = -12.5;
-    settings.depth = 77.25;
-    settings.isSharpMode = false;
-    settings.executionProvider = 1;
-    return settings;
-}
-
 const AppSettings& Unusual() {
-    static const AppSettings settings = MakeUnusual();
+    static const AppSettings settings = test::UnusualSettings();
     return settings;
 }
 
@@ -80,8 +66,10 @@ QString UpToZero(const QString& text) {
     return text.left(text.indexOf(QChar(0)));
 }
 
-void RequireText(const std::wstring& loaded, const QJsonValue& value, const char* fallback) {
-    Require(FromWide(loaded) == (value.isString() ? UpToZero(value.toString()) : fallback));
+void RequireText(const std::wstring& loaded, const QJsonValue& value,
+                 const std::wstring& fallback) {
+    Require(FromWide(loaded) ==
+            (value.isString() ? UpToZero(value.toString()) : FromWide(fallback)));
 }
 
 bool IsWholeNumber(const QJsonValue& value) {
@@ -119,9 +107,9 @@ void RequireNumber(double loaded, const QJsonValue& value, double fallback) {
 }
 
 void RequireLoaded(const AppSettings& loaded, const QJsonObject& object) {
-    RequireText(loaded.modelPath, object["modelPath"], "");
-    RequireText(loaded.outputDir, object["outputDir"], "/o");
-    RequireText(loaded.outputFilename, object["outputFilename"], "n");
+    RequireText(loaded.modelPath, object["modelPath"], L"");
+    RequireText(loaded.outputDir, object["outputDir"], Unusual().outputDir);
+    RequireText(loaded.outputFilename, object["outputFilename"], Unusual().outputFilename);
     RequireWholeNumber(loaded.stereoMode, object["stereoMode"]);
     RequireWholeNumber(loaded.executionProvider, object["executionProvider"]);
     RequireFlag(loaded.isSwapped, object["isSwapped"], false);
@@ -131,10 +119,13 @@ void RequireLoaded(const AppSettings& loaded, const QJsonObject& object) {
 }
 
 void RequireUnusual(const AppSettings& settings) {
-    Require(settings.modelPath == L"/m" && settings.outputDir == L"/o");
-    Require(settings.outputFilename == L"n" && settings.stereoMode == 3 && settings.isSwapped);
-    Require(settings.focus == -12.5 && settings.depth == 77.25);
-    Require(!settings.isSharpMode && settings.executionProvider == 1);
+    const AppSettings& before = Unusual();
+    Require(settings.modelPath == before.modelPath && settings.outputDir == before.outputDir);
+    Require(settings.outputFilename == before.outputFilename);
+    Require(settings.stereoMode == before.stereoMode && settings.isSwapped == before.isSwapped);
+    Require(settings.focus == before.focus && settings.depth == before.depth);
+    Require(settings.isSharpMode == before.isSharpMode);
+    Require(settings.executionProvider == before.executionProvider);
 }
 
 std::string SixDigits(double number) {

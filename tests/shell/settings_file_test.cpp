@@ -21,18 +21,18 @@ TEST_F(SettingsFileTest, BrokenFilesChangeNothingAndAreReplaced) {
     for (const std::string& text :
          {std::string(), whole, whole + "}}", std::string("[1]"), std::string("7"),
           std::string("{\"a\":\"\xFF\"}"), std::string(5000, '['), std::string(64, '\0')}) {
-        ExpectSame(Loaded(text), Unusual());
+        ExpectSame(Loaded(text), test::UnusualSettings());
         EXPECT_EQ(test::ReadFile(File()), text);
-        Unusual().Save();
+        test::UnusualSettings().Save();
         AppSettings again;
         again.Load();
-        ExpectSame(again, Unusual());
+        ExpectSame(again, test::UnusualSettings());
     }
 }
 
 TEST_F(SettingsFileTest, MembersOfOthersSurvive) {
     Write(R"({"theirs":{"a":[1,2.5,"x",null,true]},"big":9007199254740993,"stereoMode":"wrong"})");
-    Unusual().Save();
+    test::UnusualSettings().Save();
     const QJsonObject written = Written();
     EXPECT_EQ(written["theirs"],
               QJsonDocument::fromJson(R"({"a":[1,2.5,"x",null,true]})").object());
@@ -43,32 +43,32 @@ TEST_F(SettingsFileTest, MembersOfOthersSurvive) {
 
 TEST_F(SettingsFileTest, ByteOrderMarksOfOthersSurvive) {
     Write(R"({"theirs":"\ufeffx"})");
-    Unusual().Save();
-    Unusual().Save();
+    test::UnusualSettings().Save();
+    test::UnusualSettings().Save();
     EXPECT_NE(test::ReadFile(File()).find("\"\xEF\xBB\xBFx\""), std::string::npos);
 }
 
 TEST_F(SettingsFileTest, SavingLeavesNothingElseInTheFolder) {
-    Unusual().Save();
-    Unusual().Save();
+    test::UnusualSettings().Save();
+    test::UnusualSettings().Save();
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(Folder()), {}), 1);
 }
 
 TEST_F(SettingsFileTest, SaveIsLostWhereAFileTakesTheFoldersPlace) {
     std::filesystem::create_directories(Folder().parent_path());
     std::ofstream(Folder()) << "mine";
-    AppSettings settings = Unusual();
+    AppSettings settings = test::UnusualSettings();
     settings.Save();
     settings.Load();
-    ExpectSame(settings, Unusual());
+    ExpectSame(settings, test::UnusualSettings());
     EXPECT_EQ(test::ReadFile(Folder()), "mine");
 }
 
 TEST_F(SettingsFileTest, FolderInPlaceOfTheFileIsLeftAlone) {
     std::filesystem::create_directories(File() / "inside");
-    AppSettings settings = Unusual();
+    AppSettings settings = test::UnusualSettings();
     settings.Load();
-    ExpectSame(settings, Unusual());
+    ExpectSame(settings, test::UnusualSettings());
     settings.Save();
     EXPECT_TRUE(std::filesystem::is_directory(File() / "inside"));
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(Folder()), {}), 1);
@@ -112,18 +112,18 @@ TEST_F(SettingsFileTest, LinkToTheFileStaysALink) {
     std::filesystem::create_directories(Folder());
     const auto target = home.Home() / "kept_elsewhere.json";
     std::filesystem::create_symlink(target, File());
-    Unusual().Save();
+    test::UnusualSettings().Save();
     EXPECT_TRUE(std::filesystem::is_symlink(File()));
     AppSettings settings;
     settings.Load();
-    ExpectSame(settings, Unusual());
+    ExpectSame(settings, test::UnusualSettings());
     EXPECT_TRUE(std::filesystem::is_regular_file(target));
 }
 
 TEST_F(SettingsFileTest, SavingKeepsThePermissionsOfTheFile) {
-    Unusual().Save();
+    test::UnusualSettings().Save();
     std::filesystem::permissions(File(), std::filesystem::perms{0600});
-    Unusual().Save();
+    test::UnusualSettings().Save();
     EXPECT_EQ(std::filesystem::status(File()).permissions(), std::filesystem::perms{0600});
 }
 

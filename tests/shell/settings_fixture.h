@@ -10,6 +10,7 @@
 #include <string>
 
 #include "shell/settings.h"
+#include "tests/shell/unusual_settings.h"
 #include "tests/support/own_home.h"
 
 namespace vistrel::test {
@@ -26,25 +27,12 @@ class SettingsTest : public ::testing::Test {
     // The settings of a file with this text, over a record with none of the defaults.
     [[nodiscard]] AppSettings Loaded(const std::string& text) const {
         Write(text);
-        AppSettings settings = Unusual();
+        AppSettings settings = UnusualSettings();
         settings.Load();
         return settings;
     }
     [[nodiscard]] QJsonObject Written() const {
         return QJsonDocument::fromJson(QByteArray::fromStdString(ReadFile(File()))).object();
-    }
-    [[nodiscard]] static AppSettings Unusual() {
-        AppSettings settings;
-        settings.modelPath = L"/m/モデル.onnx";
-        settings.outputDir = L"/o";
-        settings.outputFilename = L"o.ply";
-        settings.stereoMode = 3;
-        settings.isSwapped = true;
-        settings.focus = -12.5;
-        settings.depth = 77.25;
-        settings.isSharpMode = false;
-        settings.executionProvider = 1;
-        return settings;
     }
 
     OwnHome home;

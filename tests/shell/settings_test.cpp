@@ -37,14 +37,14 @@ TEST_F(Settings, HomeHoldsTheResultsWhereThereAreNoDocuments) {
 }
 
 TEST_F(Settings, AllValuesComeBack) {
-    Unusual().Save();
+    test::UnusualSettings().Save();
     AppSettings settings;
     settings.Load();
-    ExpectSame(settings, Unusual());
+    ExpectSame(settings, test::UnusualSettings());
 }
 
 TEST_F(Settings, ValuesHaveTheirNamesAndTypes) {
-    Unusual().Save();
+    test::UnusualSettings().Save();
     const QJsonObject expected{{"modelPath", "/m/モデル.onnx"},
                                {"outputDir", "/o"},
                                {"outputFilename", "o.ply"},
@@ -59,11 +59,11 @@ TEST_F(Settings, ValuesHaveTheirNamesAndTypes) {
 
 TEST_F(Settings, ConfigurationFolderMayBeMoved) {
     home.variables.Set("XDG_CONFIG_HOME", (home.Home() / "moved").string());
-    Unusual().Save();
+    test::UnusualSettings().Save();
     EXPECT_FALSE(std::filesystem::exists(File()));
     AppSettings settings;
     settings.Load();
-    ExpectSame(settings, Unusual());
+    ExpectSame(settings, test::UnusualSettings());
     EXPECT_TRUE(std::filesystem::exists(home.Home() / "moved/Vistrel/settings.json"));
 }
 
