@@ -66,7 +66,7 @@ class FolderConversion {
     }
 
     BatchOutcome Run() {
-        std::thread worker([this] {
+        worker_ = std::thread([this] {
             try {
                 converter_.Run(FromPath(options_.model), FromPath(options_.inputDir),
                                FromPath(options_.outputDir),
@@ -74,6 +74,7 @@ class FolderConversion {
             } catch (const std::exception& error) {
                 display_.Tell(std::string("Error: ") + error.what());
             }
+            SetWritten({});
             interrupts_.Wake();
         });
         const int second = display_.HasBar() ? 1000 : Interrupts::kForever;
@@ -84,7 +85,7 @@ class FolderConversion {
                 Stop(event);
             }
         }
-        worker.join();
+        worker_.join();
         display_.RemoveBar();
         return TellOutcome();
     }
@@ -106,9 +107,14 @@ class FolderConversion {
             const std::lock_guard lock(mutex_);
             // A wish that came before the batch began would be lost.
             if (stopAsked_) converter_.cancelRequested = true;
-            if (stage_ == kSavingReport) written_ = output_;
         }
+        if (stage_ == kSavingReport) SetWritten(output_);
         display_.Show(info);
+    }
+
+    void SetWritten(const std::filesystem::path& output) {
+        const std::lock_guard lock(mutex_);
+        written_ = output;
     }
 
     BatchConflictPolicy OnConflict() {
@@ -135,10 +141,7 @@ class FolderConversion {
             failure =
                 output.native() + " could not be written whole and was removed. Is the disk full?";
         }
-        {
-            const std::lock_guard lock(mutex_);
-            written_.clear();
-        }
+        SetWritten({});
         if (success) {
             ++converted_;
         } else {
@@ -151,7 +154,8 @@ class FolderConversion {
         const std::lock_guard lock(mutex_);
         if (stopAsked_) {
             display_.RemoveBar();
-            Interrupts::DieWithout(written_, signal);
+            if (written_.empty()) Interrupts::DieOf(signal);
+            Interrupts::DieWithout(written_, worker_, signal);
         }
         stopAsked_ = true;
         converter_.cancelRequested = true;
@@ -180,6 +184,7 @@ class FolderConversion {
     BatchDisplay display_;
     ConversionEngine engine_;
     BatchConverter converter_{&engine_};
+    std::thread worker_;
 
     // The worker's, and read when it has ended.
     BatchProgressInfo last_;
@@ -193,8 +198,9 @@ class FolderConversion {
     std::filesystem::path output_;  // where the present file's scene most likely goes
 
     std::mutex mutex_;
-    std::filesystem::path written_;  // guarded by mutex_; empty while no output is being written
-    bool stopAsked_ = false;         // guarded by mutex_
+    // Guarded by mutex_; empty while no output is being written, also when the worker has ended.
+    std::filesystem::path written_;
+    bool stopAsked_ = false;  // guarded by mutex_
 };
 
 }  // namespace

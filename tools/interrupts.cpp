@@ -2,8 +2,8 @@
 
 #include <poll.h>
 #include <pthread.h>
+#include <semaphore.h>
 #include <sys/eventfd.h>
-#include <sys/resource.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
@@ -19,6 +19,33 @@ namespace vistrel {
 namespace {
 
 constexpr std::array kSignals = {SIGINT, SIGTERM, SIGHUP};
+constexpr int kHaltSignal = SIGUSR1;
+
+sigset_t SetOf(int signal) {
+    sigset_t set;
+    sigemptyset(&set);
+    sigaddset(&set, signal);
+    return set;
+}
+
+// Posted by the thread that halts.
+sem_t gHalted;
+
+void HaltHere(int /*signal*/) {
+    sem_post(&gHalted);
+    for (;;) pause();
+}
+
+// Returns when `thread` has left the system call that it was in and will run no further.
+void Halt(std::thread& thread) {
+    sem_init(&gHalted, 0, 0);
+    struct sigaction action {};
+    action.sa_handler = HaltHere;
+    sigaction(kHaltSignal, &action, nullptr);
+    pthread_kill(thread.native_handle(), kHaltSignal);
+    while (sem_wait(&gHalted) != 0) {
+    }
+}
 
 // A signal that the program was started with as ignored (nohup does so) is not ours to take: once
 // blocked, the kernel would deliver it all the same.
@@ -33,6 +60,14 @@ sigset_t HeldSignals() {
     return held;
 }
 
+[[noreturn]] void Die(int signal) {
+    std::signal(signal, SIG_DFL);
+    const sigset_t deadly = SetOf(signal);
+    pthread_sigmask(SIG_UNBLOCK, &deadly, nullptr);
+    std::raise(signal);
+    std::_Exit(128 + signal);
+}
+
 int Checked(int result, const char* what) {
     if (result < 0) throw std::system_error(errno, std::generic_category(), what);
     return result;
@@ -44,6 +79,8 @@ Interrupts::Interrupts()
     : signalFd_([] {
           const sigset_t held = HeldSignals();
           pthread_sigmask(SIG_BLOCK, &held, nullptr);
+          const sigset_t halt = SetOf(kHaltSignal);
+          pthread_sigmask(SIG_UNBLOCK, &halt, nullptr);
           return Checked(signalfd(-1, &held, SFD_CLOEXEC), "signalfd");
       }()),
       wakeFd_(Checked(eventfd(0, EFD_CLOEXEC), "eventfd")) {}
@@ -77,22 +114,16 @@ void Interrupts::Wake() {
 
 void Interrupts::DieOf(int signal) {
     std::fflush(nullptr);
-    std::signal(signal, SIG_DFL);
-    sigset_t all;
-    sigemptyset(&all);
-    sigaddset(&all, signal);
-    pthread_sigmask(SIG_UNBLOCK, &all, nullptr);
-    std::raise(signal);
-    std::_Exit(128 + signal);
+    Die(signal);
 }
 
-void Interrupts::DieWithout(const std::filesystem::path& file, int signal) {
-    // The thread that writes may only be about to open the file; from here on it cannot.
-    const rlimit none = {0, 0};
-    setrlimit(RLIMIT_NOFILE, &none);
+void Interrupts::DieWithout(const std::filesystem::path& file, std::thread& writer, int signal) {
+    std::fflush(nullptr);  // the halted thread may hold the lock of a stream
+    Halt(writer);
+    // Neither of these allocates, for which the halted thread may hold a lock, too.
     std::error_code ignored;
     if (std::filesystem::is_regular_file(file, ignored)) std::filesystem::remove(file, ignored);
-    DieOf(signal);
+    Die(signal);
 }
 
 }  // namespace vistrel

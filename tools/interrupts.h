@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <thread>
 
 namespace vistrel {
 
@@ -29,9 +30,11 @@ class Interrupts {
     // What was printed so far is flushed first.
     [[noreturn]] static void DieOf(int signal);
 
-    // The same without leaving `file`, which another thread writes or is about to. Only a regular
-    // file is removed. An empty path is no file.
-    [[noreturn]] static void DieWithout(const std::filesystem::path& file, int signal);
+    // The same without leaving `file`, which `writer` writes or is about to. That thread must not
+    // end meanwhile; it is halted wherever it is, so that it cannot create the file once more. Only
+    // a regular file is removed.
+    [[noreturn]] static void DieWithout(const std::filesystem::path& file, std::thread& writer,
+                                        int signal);
 
   private:
     int signalFd_;  // constant after construction

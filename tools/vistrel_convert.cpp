@@ -58,29 +58,36 @@ void Tell(const std::string& line) {
     std::fprintf(stderr, "%s\n", line.c_str());
 }
 
-// Whether the output file is being written. Reached on the converting thread, and on the main
-// thread when a signal comes: whoever holds the lock decides what happens to the file.
+// How far the output file is. Reached on the converting thread, and on the main thread when a
+// signal comes: whoever holds the lock decides what happens to the file.
 class OutputGate {
   public:
     // The converting thread is about to write.
-    void Enter() {
-        const std::lock_guard lock(mutex_);
-        writing_ = true;
-    }
+    void Enter() { Become(Phase::Writing); }
+    // The converting thread has written, or has failed.
+    void Leave() { Become(Phase::Over); }
 
     // The user wants to stop. Before the writing nothing is lost: ends the process. While writing,
     // which takes a tenth of a second, the first wish waits for a whole file; the second does not.
-    void Stop(int signal, const std::filesystem::path& output) {
+    void Stop(int signal, const std::filesystem::path& output, std::thread& writer) {
         const std::lock_guard lock(mutex_);
-        if (!writing_) Interrupts::DieOf(signal);
-        if (asked_) Interrupts::DieWithout(output, signal);
+        if (phase_ == Phase::Before) Interrupts::DieOf(signal);
+        if (phase_ == Phase::Over) return;
+        if (asked_) Interrupts::DieWithout(output, writer, signal);
         asked_ = true;
     }
 
   private:
+    enum class Phase { Before, Writing, Over };
+
+    void Become(Phase phase) {
+        const std::lock_guard lock(mutex_);
+        phase_ = phase;
+    }
+
     std::mutex mutex_;
-    bool writing_ = false;  // guarded by mutex_
-    bool asked_ = false;    // guarded by mutex_
+    Phase phase_ = Phase::Before;  // guarded by mutex_
+    bool asked_ = false;           // guarded by mutex_
 };
 
 bool Convert(const Options& options) {
@@ -104,9 +111,10 @@ bool Convert(const Options& options) {
     std::thread worker([&] {
         converted = engine.Run(FromUtf8(options.model), FromUtf8(options.input), outputPath,
                                options.keepRatio, options.Provider());
+        gate.Leave();
         interrupts.Wake();
     });
-    while (const int signal = interrupts.Wait()) gate.Stop(signal, output);
+    while (const int signal = interrupts.Wait()) gate.Stop(signal, output, worker);
     worker.join();
 
     if (!converted) {

@@ -112,11 +112,11 @@ class Program:
                     found[int(entry.name)] = int(parent)
         return found
 
-    def has_page(self):
-        """Whether the browser has the process that draws the page, a child of one of its helpers.
-        Its view is in the window by then, which may have been made anew for it."""
+    def page_processes(self):
+        """Those in which the browser draws pages: children of one of its helpers. Once there is
+        one, its view is in the window, which may have been made anew for it."""
         others = self.others()
-        return any(parent in others for parent in others.values())
+        return [process for process, parent in others.items() if parent in others]
 
     def faults(self):
         return [line for line in self.text().splitlines() if any(f in line for f in FAULTS)]

@@ -1,6 +1,8 @@
 #!/usr/bin/env python3
 """From a photograph to a scene on the screen, and what is done with the scene there."""
 
+import os
+import signal
 import unittest
 
 from PIL import Image
@@ -8,7 +10,7 @@ from PIL import Image
 import scenes
 from display import wait_for
 from scenes import LEFT, RIGHT, is_gray
-from session import SOURCE, Session
+from session import SECONDS_TO_END, SOURCE, Session
 
 PHOTOGRAPH = SOURCE / "resources" / "sample" / "autumn_lake.jpg"
 
@@ -161,6 +163,22 @@ class SceneTest(Session):
         self.display.close_window(self.main)
         self.expect_end()
         self.assertEqual(self.program.settings(), settings)
+
+    def test_choices_survive_a_page_that_is_busy_at_the_end(self):
+        self.start()
+        self.open_scene()
+        self.choose_stereo(4)
+        wait_for(lambda: is_gray(self.color_at(0.125)), "Gray Anaglyph")
+        self.focus_viewer()
+        for process in self.program.page_processes():
+            os.kill(process, signal.SIGSTOP)
+        self.display.key("q")
+        self.assertEqual(self.program.process.wait(SECONDS_TO_END), 0)
+
+        self.start()
+        self.open_file(self.scene)
+        wait_for(lambda: is_gray(self.color_at(0.2)) and is_gray(self.color_at(0.8)),
+                 "Gray Anaglyph again")
 
 
 if __name__ == "__main__":

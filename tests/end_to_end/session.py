@@ -37,7 +37,7 @@ class Session(unittest.TestCase):
     def start(self, **options):
         """Starts Vistrel, again where it ran before, and waits for the empty viewer page."""
         self.launch(**options)
-        wait_for(lambda: self.program.has_page() and self.find_window()
+        wait_for(lambda: self.program.page_processes() and self.find_window()
                  and self.color_at(0.5) == (0, 0, 0), "the viewer page")
 
     def launch(self, **options):

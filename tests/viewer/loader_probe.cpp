@@ -43,6 +43,18 @@ bool Probe(const std::filesystem::path& folder, const std::filesystem::path& pag
     if (what.starts_with("store")) {
         browser.Run(L"localStorage.setItem('key', '" + FromUtf8(value) + L"')");
     }
+    if (what == "stick") {
+        browser.View().ExecuteScript(L"for (;;) {}", {});
+        return true;
+    }
+    if (what == "work") {
+        browser.View().ExecuteScript(
+            L"const end = Date.now() + 300; while (Date.now() < end) {} "
+            L"localStorage.setItem('key', '" +
+                FromUtf8(value) + L"')",
+            {});
+        return true;
+    }
     if (what == "lose") {
         for (const pid_t helper : PageProcesses()) kill(helper, SIGKILL);
         return WaitUntil([&] { return !browser.failures.empty(); });

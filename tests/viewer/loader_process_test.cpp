@@ -72,7 +72,7 @@ class LoaderProcessTest : public testing::Test {
 };
 
 TEST_F(LoaderProcessTest, EveryStateEndsCleanly) {
-    for (const char* what : {"create", "load", "show", "lose", "store"}) {
+    for (const char* what : {"create", "load", "show", "stick", "lose", "store"}) {
         const Ended ended = Run(profile_, what);
         EXPECT_EQ(ended.status, 0) << what << ": " << ended.messages;
         EXPECT_EQ(ended.messages.find("Release of profile"), std::string::npos) << ended.messages;
@@ -83,6 +83,12 @@ TEST_F(LoaderProcessTest, LocalStorageSurvivesTheProcess) {
     EXPECT_EQ(Run(profile_, "store", "kept").output, "\"kept\"\n");
     EXPECT_EQ(Run(profile_, "recall").output, "\"kept\"\n");
     EXPECT_EQ(Run(folder_ / "other", "recall").output, "null\n");
+}
+
+TEST_F(LoaderProcessTest, PageInTheMiddleOfItsWorkMayFinishIt) {
+    const Ended ended = Run(profile_, "work", "kept");
+    EXPECT_EQ(ended.status, 0) << ended.messages;
+    EXPECT_EQ(Run(profile_, "recall").output, "\"kept\"\n");
 }
 
 TEST_F(LoaderProcessTest, SecondProgramWorksAndLeavesTheFirstsStorageAlone) {

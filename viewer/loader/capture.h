@@ -27,6 +27,9 @@ class Captures {
     // Takes the pictures that are still waited for: the page draws no more.
     void FinishAll();
 
+    // Nobody is called any more.
+    void Stop() { later_.Stop(); }
+
   private:
     void Finish(int number);
 

@@ -26,6 +26,9 @@ class Later {
             Qt::QueuedConnection);
     }
 
+    // Nothing that was posted runs any more, nor what is still to be posted.
+    void Stop() { owner_.reset(); }
+
   private:
     std::shared_ptr<char> owner_ = std::make_shared<char>();
 };

@@ -1,20 +1,26 @@
 #include "viewer/loader/view.h"
 
 #include <QChildEvent>
+#include <QEventLoop>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonValue>
 #include <QPalette>
 #include <QRect>
+#include <QTimer>
 #include <QVariant>
 #include <QWebEngineSettings>
 #include <QWebEngineView>
+#include <chrono>
 #include <utility>
 
 #include "viewer/loader/address.h"
 
 namespace vistrel::loader {
 namespace {
+
+// How long the end of the view may take at most.
+constexpr std::chrono::seconds kLongestEnd{1};
 
 // A view without a menu of its own, and through which dragged files pass to the window around it.
 class BrowserWidget final : public QWebEngineView {
@@ -91,9 +97,12 @@ View::View(QWidget& host, std::shared_ptr<Profile> profile)
 }
 
 View::~View() {
-    // Local storage is kept only when page, widget and profile end in this order.
+    later_.Stop();
+    captures_.Stop();
     page_->disconnect(page_.get());
     page_->SetConsole({});
+    LetPageFinish();
+    // Local storage is kept only when page, widget and profile end in this order.
     page_.reset();
     delete widget_;
 }
@@ -172,6 +181,7 @@ void View::OnAddressChanged() {
 
 void View::OnLoadFinished(bool success) {
     expectsLoad_ = false;
+    hasPage_ = hasPage_ || success;
     // Scripts that were sent to the document before this one may have been lost with it.
     if (!scripts_.empty()) ExecuteScript(L"", {});
     later_.Post([this, success] {
@@ -213,6 +223,20 @@ void View::FailScripts(int last) {
     while (!scripts_.empty() && scripts_.begin()->first <= last) {
         CompleteScript(scripts_.begin()->first, false, {});
     }
+}
+
+// The helper dies with the page even in the middle of its work. What it was told before, and what
+// it puts into the local storage because of that, would be lost.
+void View::LetPageFinish() {
+    if (!hasPage_ || helperIsGone_) return;
+    QEventLoop loop;
+    QObject::connect(page_.get(), &QWebEnginePage::renderProcessTerminated, &loop,
+                     &QEventLoop::quit);
+    QTimer::singleShot(kLongestEnd, &loop, &QEventLoop::quit);
+    page_->runJavaScript(QString(), [waiting = QPointer(&loop)](const QVariant& /*value*/) {
+        if (waiting) waiting->quit();
+    });
+    loop.exec(QEventLoop::ExcludeUserInputEvents);
 }
 
 }  // namespace vistrel::loader

@@ -20,6 +20,8 @@ class View final : public WebView, private WebViewSettings {
   public:
     // `host` becomes the parent of the browser's widget, which is shown with it.
     View(QWidget& host, std::shared_ptr<Profile> profile);
+    // Calls nobody any more. Lets the page finish what it is at, for a second at most, in which
+    // events other than the user's are handled.
     ~View() override;
 
     // In coordinates of the host.
@@ -47,6 +49,7 @@ class View final : public WebView, private WebViewSettings {
     void OnConsoleLine(const QString& line);
     void CompleteScript(int number, bool success, const QVariant& value);
     void FailScripts(int last);
+    void LetPageFinish();
 
     std::shared_ptr<Profile> profile_;
     // Null once the host is gone.
@@ -56,6 +59,7 @@ class View final : public WebView, private WebViewSettings {
     std::map<int, ScriptCompleted> scripts_;  // those that have not answered yet, by number
     int lastScript_ = 0;
     bool expectsLoad_ = false;   // a navigation was asked for and has not begun
+    bool hasPage_ = false;       // one was loaded
     bool helperIsGone_ = false;  // and no navigation has begun since
     NavigationCompleted navigationCompleted_;
     ProcessFailed processFailed_;

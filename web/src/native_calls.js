@@ -22,6 +22,7 @@ export function createNativeCalls(viewer) {
         ChgstFromNative(mode) {
             viewer.setMode(mode);
             viewer.redraw();
+            viewer.saveView();
         },
 
         /**
@@ -42,6 +43,7 @@ export function createNativeCalls(viewer) {
         SwapFromNative(swap) {
             settings.swap = swap;
             viewer.redraw();
+            viewer.saveView();
         },
 
         /**

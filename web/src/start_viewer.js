@@ -27,6 +27,7 @@ export function startViewer(query) {
         if (event.keyCode === kKeyS) viewer.setMode((settings.stType + 1) % kModes);
         if (event.keyCode === kKeyA) viewer.setMode((settings.stType + kModes - 1) % kModes);
         if (event.keyCode === kKeyX) settings.swap = !settings.swap;
+        if ([kKeyS, kKeyA, kKeyX].includes(event.keyCode)) viewer.saveView();
     });
 
     if (query.filepath === null || query.nstt === 1) {

@@ -195,6 +195,10 @@ export class Viewer {
         this.settings.stType = saved.stType ?? this.settings.stType;
     }
 
+    /**
+     * Choices that the next page restores are saved as they are made: a page that is busy when the
+     * program ends hears nothing of its end.
+     */
     saveView() {
         const { swap, dltx, dpt, stType } = this.settings;
         const { position, fov, zoom } = this.#camera;
