@@ -140,6 +140,15 @@ class SceneTest(Session):
         wait_for(lambda: difference(before, self.display.picture(self.viewer())) > 3,
                  "the scene to turn")
 
+    def test_the_arrow_keys_turn_the_scene(self):
+        self.start()
+        self.open_scene()
+        self.focus_viewer()
+        before = self.display.picture(self.viewer())
+        self.display.key(*["Right"] * 12)
+        wait_for(lambda: difference(before, self.display.picture(self.viewer())) > 3,
+                 "the scene to turn")
+
     def test_choices_come_back_with_the_next_start(self):
         self.start()
         self.choose_model()

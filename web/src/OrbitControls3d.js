@@ -6,6 +6,8 @@ const kFovRotateShare = 0.25;
 const kFovStep = 0.2;
 /** Distance factor of one programmatic zoom step. */
 const kDistanceStep = 0.995;
+/** `deltaY` of one notch of the wheel. */
+const kWheelNotch = 100;
 /** What a two-finger zoom factor keeps of itself: a finger at rest still zooms a little. */
 const kPinchOffset = 0.8;
 
@@ -168,6 +170,44 @@ export class OrbitControls extends StockOrbitControls {
         } else {
             this._dollyOut(step);
         }
+        this.update();
+    }
+
+    /**
+     * Turns as a drag over so many pixels does, and updates. A drag that is under way goes on from
+     * where it is.
+     * @param {number} dx
+     * @param {number} dy
+     */
+    turnBy(dx, dy) {
+        const element = /** @type {HTMLElement} */ (this.domElement);
+        const angle = (2 * Math.PI * this.rotateSpeed) / element.clientHeight;
+        this.anicnt = 100;
+        this._rotateLeft(dx * angle);
+        this._rotateUp(dy * angle);
+        this.update();
+    }
+
+    /**
+     * Pans as a drag over so many pixels does, and updates.
+     * @param {number} dx
+     * @param {number} dy
+     */
+    panBy(dx, dy) {
+        this.anicnt = 100;
+        this._pan(dx * this.panSpeed, dy * this.panSpeed);
+        this.update();
+    }
+
+    /**
+     * Zooms as one notch of the wheel does, and updates.
+     * @param {boolean} isIn
+     */
+    zoomStep(isIn) {
+        const scale = this._getZoomScale(kWheelNotch);
+        this.anicnt = 100;
+        if (isIn) this._dollyIn(scale);
+        else this._dollyOut(scale);
         this.update();
     }
 

@@ -1,5 +1,6 @@
 import { kModes } from "./effects/create_effect.js";
 import { createNativeCalls } from "./native_calls.js";
+import { moveByKey } from "./view_keys.js";
 import { Viewer } from "./viewer.js";
 
 const kKeyA = 65;
@@ -28,6 +29,7 @@ export function startViewer(query) {
         if (event.keyCode === kKeyA) viewer.setMode((settings.stType + kModes - 1) % kModes);
         if (event.keyCode === kKeyX) settings.swap = !settings.swap;
         if ([kKeyS, kKeyA, kKeyX].includes(event.keyCode)) viewer.saveView();
+        if (moveByKey(viewer.controls, event)) event.preventDefault();
     });
 
     if (query.filepath === null || query.nstt === 1) {

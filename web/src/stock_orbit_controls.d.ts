@@ -11,6 +11,8 @@ declare module "three/addons/controls/OrbitControls.js" {
         _onPointerMove: (event: PointerEvent) => void;
         _rotateLeft(angle: number): void;
         _rotateUp(angle: number): void;
+        _pan(deltaX: number, deltaY: number): void;
+        _getZoomScale(delta: number): number;
         _dollyIn(dollyScale: number): void;
         _dollyOut(dollyScale: number): void;
         _handleMouseDownRotate(event: { clientX: number; clientY: number }): void;

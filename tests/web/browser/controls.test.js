@@ -217,6 +217,59 @@ test("TwoFingersChangeTheDistanceInGeneralMode", async () => {
     await page.close();
 });
 
+for (const mode of /** @type {const} */ (["sharp", "general"])) {
+    test(`KeysMoveLikeTheMouseIn ${mode}`, async () => {
+        const page = await openMode(mode);
+        /** @param {string} key */
+        const press = async (key) => {
+            await page.page.keyboard.press(key);
+            await page.rest();
+        };
+        const start = await page.currentView();
+        for (const [key, dx, dy] of /** @type {const} */ ([
+            ["ArrowRight", 20, 0],
+            ["ArrowUp", 0, -20],
+            ["Shift+ArrowLeft", -20, 0],
+            ["Shift+ArrowDown", 0, 20],
+        ])) {
+            await drag(page, dx, dy, key.startsWith("Shift") ? "right" : "left");
+            const dragged = await page.currentView();
+            await drag(page, -dx, -dy, key.startsWith("Shift") ? "right" : "left");
+            await press(key);
+            const { position, target } = await page.currentView();
+            assertVector(position, dragged.position);
+            assertVector(target, dragged.target);
+            await drag(page, -dx, -dy, key.startsWith("Shift") ? "right" : "left");
+            assertVector((await page.currentView()).position, start.position);
+        }
+        await page.close();
+    });
+}
+
+test("KeysZoomByANotchOfTheWheel", async () => {
+    for (const [mode, fov, distance] of /** @type {const} */ ([
+        ["sharp", 29.05, 2],
+        ["general", 65, 1.9],
+    ])) {
+        const page = await openMode(mode);
+        const before = await page.watch();
+        await page.page.keyboard.press("=");
+        await page.rest();
+        const near = await page.currentView();
+        assert.ok(Math.abs(near.fov - fov) < 1e-9, `${near.fov}`);
+        assertVector(near.position, [0, 0, -distance]);
+        assert.ok((await page.watch()).frames > before.frames);
+        for (const key of ["-", "+", "-", "Control+-", "Alt+ArrowLeft"]) {
+            await page.page.keyboard.press(key);
+        }
+        await page.rest();
+        const back = await page.currentView();
+        assert.ok(Math.abs(back.fov - (mode === "sharp" ? 30 : 65)) < 1e-9, `${back.fov}`);
+        assertVector(back.position, [0, 0, -2]);
+        await page.close();
+    }
+});
+
 test("CallsRotateLikeTheMouse", async () => {
     const page = await openMode("general");
     await page.call("PanmoveFromNative", 10, 10, 0);
