@@ -154,7 +154,7 @@ class ScreenReader:
         self._listen()
         self.heard.clear()
 
-    def wait_for(self, kind, seconds=10.0):
+    def wait_for(self, kind, seconds=60.0):
         """Role and name, and box on the screen, of the next that tells this of itself. What was
         told before is forgotten."""
         def next_one():

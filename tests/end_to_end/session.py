@@ -16,7 +16,7 @@ BINARIES = Path(os.environ["VISTREL_BIN"])
 KEPT = BINARIES.parent / "tests" / "end_to_end"
 SOURCE = Path(__file__).resolve().parents[2]
 # Two seconds are what a user may be asked to wait; the rest is for a busy machine.
-SECONDS_TO_END = 20
+SECONDS_TO_END = 60
 RELIEF = SOURCE / "resources" / "relief" / "vistrel_relief_demo.onnx"
 
 
@@ -116,12 +116,12 @@ class Session(unittest.TestCase):
         x, y = layout.controls(**shown)[control]
         self.display.click(self.panel[0] + x, self.panel[1] + y)
 
-    def dialog(self, seconds=10.0):
+    def dialog(self):
         """The newest window of the program beside its main one."""
         def found():
             others = [w for w in self.program.windows() if w.id != self.main.id]
             return others[-1] if others else None
-        return wait_for(found, "a dialog", seconds)
+        return wait_for(found, "a dialog")
 
     def wait_for_closing(self, window, seconds=60):
         wait_for(lambda: all(w.id != window.id for w in self.program.windows()),
@@ -136,7 +136,8 @@ class Session(unittest.TestCase):
             self.display.type(str(path))
             self.display.key("Return")
             try:
-                return self.wait_for_closing(dialog, 4)
+                # No sooner is it taken for stuck: what is typed would go to the main window.
+                return self.wait_for_closing(dialog, 15)
             except Timeout:
                 # Where a list of completions is open, Enter may do no more than choose from it.
                 if attempt == 2:

@@ -151,12 +151,15 @@ class ShownScene(DrawnScene):
                                      "QTWEBENGINE_DISABLE_SANDBOX": "1"}}
 
 
+# More than a stream keeps back, less than is received at once.
+NETWORK_SIZE = 12_000
+
+
 class Answer(BaseHTTPRequestHandler):
+    """All in one piece: what arrives in several is written by as many calls as chance will have."""
     def do_GET(self):
-        self.send_response(200)
-        self.send_header("Content-Length", str(SIZE))
-        self.end_headers()
-        self.wfile.write(b"n" * SIZE)
+        head = f"HTTP/1.0 200 OK\r\nContent-Length: {NETWORK_SIZE}\r\n\r\n"
+        self.wfile.write(head.encode() + b"n" * NETWORK_SIZE)
 
     def log_message(self, *_):
         pass

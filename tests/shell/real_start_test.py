@@ -67,7 +67,7 @@ class RealStartTest(unittest.TestCase):
         return self.wait_for(lambda: xdotool("search", "--onlyvisible", "--all", "--pid",
                                              self.process.pid, "--name", "^Vistrel$").split())[0]
 
-    def wait_for(self, condition, seconds=30.0):
+    def wait_for(self, condition, seconds=60.0):
         end = time.monotonic() + seconds
         while not (answer := condition()):
             self.assertLess(time.monotonic(), end, (self.folder / "log").read_text())
@@ -86,8 +86,12 @@ class RealStartTest(unittest.TestCase):
         area = label.geometry().getRect()
         self.wait_for(lambda: self.application.primaryScreen().grabWindow(int(window), *area)
                       .toImage().convertToFormat(picture.format()) == picture)
-        xdotool("windowfocus", window, "key", "space")
-        self.assertEqual(self.process.wait(20), 1)
+
+        def ends():
+            xdotool("windowfocus", window, "key", "space")
+            return self.process.poll() is not None
+        self.wait_for(ends)
+        self.assertEqual(self.process.returncode, 1)
         self.assertFalse((self.folder / "home/.config/Vistrel").exists())
 
     def test_file_in_place_of_the_temporary_folder(self):
@@ -107,7 +111,7 @@ class RealStartTest(unittest.TestCase):
     def test_signal_ends_it_as_its_user_would(self):
         self.start()
         self.process.send_signal(signal.SIGTERM)
-        self.assertEqual(self.process.wait(20), 0)
+        self.assertEqual(self.process.wait(60), 0)
         settings = json.loads((self.folder / "home/.config/Vistrel/settings.json").read_text())
         self.assertEqual(settings["depth"], "30")
 
