@@ -49,7 +49,7 @@ bool Probe(const std::filesystem::path& folder, const std::filesystem::path& pag
     }
     if (what == "work") {
         browser.View().ExecuteScript(
-            L"const end = Date.now() + 300; while (Date.now() < end) {} "
+            L"const end = Date.now() + 100; while (Date.now() < end) {} "
             L"localStorage.setItem('key', '" +
                 FromUtf8(value) + L"')",
             {});
