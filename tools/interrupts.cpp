@@ -2,13 +2,14 @@
 
 #include <poll.h>
 #include <pthread.h>
-#include <semaphore.h>
 #include <sys/eventfd.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
 #include <array>
+#include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
@@ -28,22 +29,24 @@ sigset_t SetOf(int signal) {
     return set;
 }
 
-// Posted by the thread that halts.
-sem_t gHalted;
+std::atomic<bool> gHalted = false;
+static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler sets it");
 
 void HaltHere(int /*signal*/) {
-    sem_post(&gHalted);
+    gHalted = true;
     for (;;) pause();
 }
 
 // Returns when `thread` has left the system call that it was in and will run no further.
 void Halt(std::thread& thread) {
-    sem_init(&gHalted, 0, 0);
     struct sigaction action {};
     action.sa_handler = HaltHere;
     sigaction(kHaltSignal, &action, nullptr);
-    pthread_kill(thread.native_handle(), kHaltSignal);
-    while (sem_wait(&gHalted) != 0) {
+    // Once would do, but a sanitizer may put the handler off until the end of a system call that is
+    // about to begin; the next signal ends that call.
+    while (!gHalted) {
+        pthread_kill(thread.native_handle(), kHaltSignal);
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
 }
 
