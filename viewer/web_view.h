@@ -54,7 +54,9 @@ class WebView {
     virtual void SetConsoleMessageHandler(ConsoleMessage handler) = 0;
 };
 
-// One browser in one host window; its web view lives as long as it does.
+// One browser in one host window; its web view lives as long as it does. Its end lets the page
+// finish what it is at, for a second at most, in which the event loop runs without the user's
+// input.
 class WebViewController {
   public:
     virtual ~WebViewController() = default;

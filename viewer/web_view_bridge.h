@@ -26,7 +26,8 @@ class WebViewBridge {
     // `loaderMissingText` is what the message box says when there is no loader library.
     // `factory` takes the place of the loader library's; empty: the library is loaded.
     explicit WebViewBridge(std::wstring loaderMissingText, EnvironmentFactory factory = {});
-    // To be destroyed before the parent of the host window. May be called from any callback.
+    // To be destroyed before the parent of the host window. May be called from any callback. Takes
+    // as long as the controller's end.
     ~WebViewBridge();
     WebViewBridge(const WebViewBridge&) = delete;
     WebViewBridge& operator=(const WebViewBridge&) = delete;

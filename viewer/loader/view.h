@@ -20,8 +20,7 @@ class View final : public WebView, private WebViewSettings {
   public:
     // `host` becomes the parent of the browser's widget, which is shown with it.
     View(QWidget& host, std::shared_ptr<Profile> profile);
-    // Calls nobody any more. Lets the page finish what it is at, for a second at most, in which
-    // events other than the user's are handled.
+    // Calls nobody any more, also while it waits for the page.
     ~View() override;
 
     // In coordinates of the host.

@@ -175,6 +175,24 @@ test("ViewIsSavedWhenThePageIsHidden", async () => {
     await page.close();
 });
 
+test("ModeAndSwapAreSavedAsTheyAreChosen", async () => {
+    const page = await browser.open({ query: `mode=0&openFile=${scene}` });
+    await page.call("ChgstFromNative", 3);
+    assert.equal((await page.savedView()).stType, 3);
+    await page.call("SwapFromNative", true);
+    assert.equal((await page.savedView()).swap, true);
+    for (const [key, stType, swap] of /** @type {const} */ ([
+        ["x", 3, false],
+        ["s", 4, false],
+        ["a", 3, false],
+    ])) {
+        await page.page.keyboard.press(key);
+        const saved = await page.savedView();
+        assert.deepEqual([saved.stType, saved.swap], [stType, swap], key);
+    }
+    await page.close();
+});
+
 test("KeysChangeModeAndSwapWithoutDrawing", async () => {
     const page = await browser.open({ query: `mode=0&nst=1&openFile=${scene}` });
     const before = await page.watch();
