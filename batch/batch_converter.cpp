@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "engine/wide.h"
+#include "base/text_encoding.h"
 
 namespace vistrel {
 namespace {

@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "base/text_encoding.h"
 #include "batch/batch_converter.h"
 #include "benchmarks/interleaved.h"
-#include "engine/wide.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/test_models.h"
 #include "tests/support/test_pictures.h"

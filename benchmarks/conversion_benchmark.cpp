@@ -8,13 +8,13 @@
 #include <string>
 #include <vector>
 
+#include "base/text_encoding.h"
 #include "benchmarks/interleaved.h"
 #include "benchmarks/raw_write.h"
 #include "engine/image_loading.h"
 #include "engine/model_output.h"
 #include "engine/splat_ply.h"
 #include "engine/unprojection.h"
-#include "engine/wide.h"
 #include "tests/support/plain_model_output.h"
 #include "tests/support/plain_splat_ply.h"
 #include "tests/support/plain_unprojection.h"

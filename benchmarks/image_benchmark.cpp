@@ -7,12 +7,12 @@
 #include <filesystem>
 #include <string>
 
+#include "base/text_encoding.h"
 #include "benchmarks/interleaved.h"
 #include "engine/image_decoding.h"
 #include "engine/image_loading.h"
 #include "engine/image_resampler.h"
 #include "engine/upright_rows.h"
-#include "engine/wide.h"
 #include "tests/support/plain_image_stage.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/test_pictures.h"

@@ -8,12 +8,12 @@
 #include <string>
 #include <vector>
 
+#include "base/text_encoding.h"
 #include "benchmarks/interleaved.h"
 #include "benchmarks/raw_write.h"
 #include "engine/decimation.h"
 #include "engine/disparity_range.h"
 #include "engine/splat_ply.h"
-#include "engine/wide.h"
 #include "tests/support/plain_splat_ply.h"
 #include "tests/support/synthetic_gaussians.h"
 #include "tests/support/temporary_folder.h"

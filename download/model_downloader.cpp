@@ -13,7 +13,7 @@
 #include <thread>
 #include <utility>
 
-#include "engine/wide.h"
+#include "base/text_encoding.h"
 
 namespace vistrel {
 

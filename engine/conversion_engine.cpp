@@ -9,11 +9,11 @@
 #include <thread>
 #include <utility>
 
+#include "base/text_encoding.h"
 #include "engine/exif_orientation.h"
 #include "engine/image_loading.h"
 #include "engine/splat_ply.h"
 #include "engine/unprojection.h"
-#include "engine/wide.h"
 
 namespace vistrel {
 

@@ -4,7 +4,7 @@
 #include <exiv2/exiv2.hpp>
 #include <mutex>
 
-#include "engine/wide.h"
+#include "base/text_encoding.h"
 
 namespace vistrel {
 namespace {

@@ -5,12 +5,12 @@
 #include <memory>
 #include <stdexcept>
 
+#include "base/log.h"
+#include "base/text_encoding.h"
 #include "engine/image_decoding.h"
 #include "engine/image_resizing.h"
-#include "engine/log.h"
 #include "engine/picture.h"
 #include "engine/upright_rows.h"
-#include "engine/wide.h"
 
 namespace vistrel {
 namespace {

@@ -11,7 +11,7 @@
 #include <span>
 #include <stdexcept>
 
-#include "engine/wide.h"
+#include "base/text_encoding.h"
 
 namespace vistrel {
 namespace {

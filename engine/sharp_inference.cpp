@@ -11,9 +11,9 @@
 #include <stdexcept>
 #include <thread>
 
-#include "engine/log.h"
+#include "base/log.h"
+#include "base/text_encoding.h"
 #include "engine/model_output.h"
-#include "engine/wide.h"
 
 namespace vistrel {
 namespace {

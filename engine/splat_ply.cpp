@@ -11,9 +11,9 @@
 #include <utility>
 #include <vector>
 
+#include "base/log.h"
 #include "engine/decimation.h"
 #include "engine/disparity_range.h"
-#include "engine/log.h"
 #include "engine/output_file.h"
 #include "engine/splat_encoding.h"
 #include "engine/splat_ply_format.h"

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <string>
 
-#include "engine/log.h"
+#include "base/log.h"
 #include "engine/unprojection_kernel.h"
 
 namespace vistrel {

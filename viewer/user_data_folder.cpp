@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <system_error>
 
-#include "engine/wide.h"
+#include "base/text_encoding.h"
 
 namespace vistrel {
 namespace {

@@ -5,8 +5,8 @@
 #include <QString>
 #include <utility>
 
-#include "engine/log.h"
-#include "engine/wide.h"
+#include "base/log.h"
+#include "base/text_encoding.h"
 #include "viewer/captured_image.h"
 #include "viewer/page_calls.h"
 #include "viewer/user_data_folder.h"

@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "engine/log.h"
-#include "engine/wide.h"
+#include "base/log.h"
+#include "base/text_encoding.h"
 
 namespace vistrel {
 namespace {

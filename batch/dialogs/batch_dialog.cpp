@@ -9,9 +9,9 @@
 #include "batch/dialogs/batch_worker.h"
 #include "batch/dialogs/conflict_dialog.h"
 #include "batch/dialogs/dialog_form.h"
-#include "shell/mailbox.h"
-#include "shell/settings.h"
-#include "shell/ui_text.h"
+#include "ui/mailbox.h"
+#include "ui/settings.h"
+#include "ui/ui_text.h"
 #include "ui_batch_dialog.h"
 
 namespace vistrel {

@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "batch/dialogs/batch_messages.h"
-#include "shell/mailbox.h"
+#include "ui/mailbox.h"
 
 namespace vistrel {
 namespace {

@@ -7,7 +7,7 @@
 #include <QStyleOptionButton>
 #include <algorithm>
 
-#include "shell/ui_text.h"
+#include "ui/ui_text.h"
 
 namespace vistrel {
 namespace {

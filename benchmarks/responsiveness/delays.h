@@ -7,7 +7,7 @@
 #include <thread>
 #include <vector>
 
-#include "shell/mailbox.h"
+#include "ui/mailbox.h"
 
 namespace vistrel {
 

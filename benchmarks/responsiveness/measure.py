@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """How late the window's thread takes events that are posted to it every 10 milliseconds.
 
-Usage: tools/with_display benchmarks/responsiveness/measure.py BIN_FOLDER [ROUNDS]
+Usage: tests/support/with_display benchmarks/responsiveness/measure.py BIN_FOLDER [ROUNDS]
 Prints percentiles in milliseconds: idle, during a download at the speed of a gigabit line, while a
 photograph of 12 megapixels is read for the preview and converted with the relief demo, and while
 the scene is being shown; and the ratio to idle. Run it on a machine that does nothing else.

@@ -11,10 +11,10 @@
 #include <utility>
 #include <vector>
 
+#include "base/text_encoding.h"
 #include "benchmarks/responsiveness/delays.h"
-#include "engine/wide.h"
-#include "shell/program.h"
-#include "shell/questions.h"
+#include "shell/start/program.h"
+#include "shell/window/window_dialogs.h"
 
 namespace vistrel {
 namespace {
@@ -25,7 +25,7 @@ struct Files {
     std::wstring scene;
 };
 
-class Answers : public Questions {
+class Answers : public WindowDialogs {
   public:
     explicit Answers(const Files& files) : files_(files) {}
 
@@ -96,7 +96,7 @@ int Run(int& argc, char** argv) {
     std::unique_ptr<Session> session;
     MainWindowServices services;
     services.modelUrl = url;
-    services.makeQuestions = [&](QWidget* owner) {
+    services.makeDialogs = [&](QWidget* owner) {
         // The window is made by now, but not complete.
         QTimer::singleShot(0, owner, [owner, &session] {
             session = std::make_unique<Session>(static_cast<MainWindow&>(*owner));

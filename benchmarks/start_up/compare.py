@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Start of the program against that of an empty browser window, both several times in turn.
 
-Usage: tools/with_display benchmarks/start_up/compare.py BIN_FOLDER [ROUNDS]
+Usage: tests/support/with_display benchmarks/start_up/compare.py BIN_FOLDER [ROUNDS]
 Prints the medians in seconds from process start to window shown and to page ready, and the ratios.
 The empty window loads an empty page from a file, because the program's page is a file too and the
 browser starts a helper process for it.

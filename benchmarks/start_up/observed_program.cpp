@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "benchmarks/start_up/milestones.h"
-#include "shell/program.h"
+#include "shell/start/program.h"
 #include "viewer/web_view_loader.h"
 
 namespace vistrel {

@@ -11,8 +11,8 @@
 #include <utility>
 #include <vector>
 
+#include "base/text_encoding.h"
 #include "batch/batch_converter.h"
-#include "engine/wide.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/test_models.h"
 #include "tests/support/test_pictures.h"

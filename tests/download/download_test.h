@@ -14,8 +14,8 @@
 #include <utility>
 #include <vector>
 
+#include "base/text_encoding.h"
 #include "download/model_downloader.h"
-#include "engine/wide.h"
 #include "tests/download/scripted_server.h"
 #include "tests/support/temporary_folder.h"
 

@@ -6,8 +6,8 @@
 #include <filesystem>
 #include <system_error>
 
+#include "base/text_encoding.h"
 #include "download/model_downloader.h"
-#include "engine/wide.h"
 #include "tests/support/temporary_folder.h"
 
 extern "C" int pthread_create(pthread_t* /*thread*/, const pthread_attr_t* /*attributes*/,

@@ -9,8 +9,8 @@
 #include <thread>
 #include <utility>
 
+#include "base/text_encoding.h"
 #include "engine/conversion_engine.h"
-#include "engine/wide.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/test_models.h"
 #include "tests/support/test_pictures.h"

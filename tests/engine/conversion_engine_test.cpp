@@ -13,7 +13,7 @@
 #include <utility>
 #include <vector>
 
-#include "engine/wide.h"
+#include "base/text_encoding.h"
 #include "tests/support/exif_bytes.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/test_models.h"

@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-#include "engine/wide.h"
+#include "base/text_encoding.h"
 #include "tests/support/exif_bytes.h"
 #include "tests/support/picture_formats.h"
 #include "tests/support/temporary_folder.h"

@@ -13,7 +13,7 @@
 #include <thread>
 #include <vector>
 
-#include "engine/wide.h"
+#include "base/text_encoding.h"
 #include "tests/support/picture_formats.h"
 #include "tests/support/plain_image_stage.h"
 #include "tests/support/temporary_folder.h"

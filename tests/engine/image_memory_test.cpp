@@ -11,8 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "base/text_encoding.h"
 #include "engine/image_loading.h"
-#include "engine/wide.h"
 #include "tests/support/picture_formats.h"
 #include "tests/support/plain_image_stage.h"
 #include "tests/support/temporary_folder.h"

@@ -10,11 +10,11 @@
 #include <string_view>
 #include <vector>
 
+#include "base/text_encoding.h"
 #include "engine/conversion_engine.h"
 #include "engine/model_output.h"
 #include "engine/splat_ply.h"
 #include "engine/unprojection.h"
-#include "engine/wide.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/test_models.h"
 #include "tests/support/test_pictures.h"

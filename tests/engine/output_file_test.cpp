@@ -16,7 +16,7 @@
 #include <string>
 #include <thread>
 
-#include "engine/wide.h"
+#include "base/text_encoding.h"
 #include "tests/support/temporary_folder.h"
 
 namespace vistrel {

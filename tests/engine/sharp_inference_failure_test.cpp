@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "base/text_encoding.h"
 #include "engine/sharp_inference.h"
-#include "engine/wide.h"
 #include "tests/support/capture.h"
 #include "tests/support/run_model.h"
 #include "tests/support/temporary_folder.h"

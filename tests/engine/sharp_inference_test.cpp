@@ -11,7 +11,7 @@
 #include <thread>
 #include <vector>
 
-#include "engine/wide.h"
+#include "base/text_encoding.h"
 #include "tests/support/capture.h"
 #include "tests/support/run_model.h"
 #include "tests/support/temporary_folder.h"

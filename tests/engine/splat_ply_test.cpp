@@ -14,8 +14,8 @@
 #include <string>
 #include <vector>
 
+#include "base/text_encoding.h"
 #include "engine/splat_ply_format.h"
-#include "engine/wide.h"
 #include "tests/support/plain_splat_ply.h"
 #include "tests/support/synthetic_gaussians.h"
 #include "tests/support/temporary_folder.h"

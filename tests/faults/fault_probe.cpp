@@ -12,10 +12,10 @@
 #include <utility>
 #include <vector>
 
+#include "base/text_encoding.h"
 #include "download/model_downloader.h"
-#include "engine/wide.h"
-#include "shell/extraction.h"
-#include "shell/settings.h"
+#include "shell/start/extraction.h"
+#include "ui/settings.h"
 #include "viewer/captured_image.h"
 
 namespace vistrel::test {

@@ -18,8 +18,8 @@
 #include <string_view>
 #include <vector>
 
+#include "base/text_encoding.h"
 #include "batch/batch_converter.h"
-#include "engine/wide.h"
 #include "tests/fuzz/any_files.h"
 #include "tests/fuzz/recording_engine.h"
 #include "tests/fuzz/require.h"

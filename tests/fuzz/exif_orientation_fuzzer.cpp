@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/wide.h"
+#include "base/text_encoding.h"
 #include "tests/fuzz/exif_seeds.h"
 #include "tests/fuzz/memory_file.h"
 #include "tests/fuzz/picture_seeds.h"

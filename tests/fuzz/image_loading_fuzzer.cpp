@@ -9,11 +9,11 @@
 #include <string>
 #include <string_view>
 
+#include "base/text_encoding.h"
 #include "engine/exif_orientation.h"
 #include "engine/image_decoding.h"
 #include "engine/image_resizing.h"
 #include "engine/upright_rows.h"
-#include "engine/wide.h"
 #include "tests/fuzz/memory_file.h"
 #include "tests/fuzz/picture_seeds.h"
 #include "tests/fuzz/require.h"

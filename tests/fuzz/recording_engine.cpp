@@ -3,9 +3,9 @@
 #include <stdexcept>
 #include <utility>
 
+#include "base/text_encoding.h"
 #include "engine/conversion_engine.h"
 #include "engine/output_file.h"
-#include "engine/wide.h"
 
 namespace vistrel {
 

@@ -19,14 +19,14 @@
 #include <map>
 #include <string>
 
-#include "shell/settings.h"
-#include "shell/wide_text.h"
 #include "tests/fuzz/json_generator.h"
 #include "tests/fuzz/require.h"
 #include "tests/fuzz/scratch_folder.h"
 #include "tests/fuzz/seeded_mutation.h"
-#include "tests/shell/unusual_settings.h"
 #include "tests/support/plain_json.h"
+#include "tests/ui/unusual_settings.h"
+#include "ui/settings.h"
+#include "ui/wide_text.h"
 
 namespace vistrel {
 namespace {

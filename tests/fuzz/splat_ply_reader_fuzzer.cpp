@@ -1,6 +1,6 @@
 // Any bytes as a scene that the engine would have written: it is refused with a message, or it is
 // as long as it says, has a usable camera and can be drawn.
-#include "tools/splat_ply_reader.h"
+#include "cli/splat_picture/splat_ply_reader.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -10,12 +10,12 @@
 #include <string_view>
 #include <vector>
 
+#include "cli/convert/whole_ply.h"
+#include "cli/splat_picture/splat_raster.h"
 #include "tests/fuzz/memory_file.h"
 #include "tests/fuzz/require.h"
 #include "tests/fuzz/seeded_mutation.h"
-#include "tests/tools/splat_scene_bytes.h"
-#include "tools/splat_raster.h"
-#include "tools/whole_ply.h"
+#include "tests/support/splat_scene_bytes.h"
 
 namespace vistrel {
 namespace {

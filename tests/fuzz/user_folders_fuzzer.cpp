@@ -9,8 +9,8 @@
 #include <string_view>
 #include <vector>
 
-#include "engine/wide.h"
-#include "shell/user_folders.h"
+#include "base/text_encoding.h"
+#include "base/user_folders.h"
 #include "tests/fuzz/require.h"
 #include "tests/fuzz/scratch_folder.h"
 #include "tests/fuzz/seeded_mutation.h"

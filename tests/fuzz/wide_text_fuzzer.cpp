@@ -11,10 +11,10 @@
 #include <string_view>
 #include <vector>
 
-#include "engine/wide.h"
-#include "shell/wide_text.h"
+#include "base/text_encoding.h"
 #include "tests/fuzz/require.h"
 #include "tests/fuzz/seeded_mutation.h"
+#include "ui/wide_text.h"
 
 namespace vistrel {
 namespace {

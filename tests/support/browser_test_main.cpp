@@ -1,4 +1,4 @@
-// Runs tests that show the real browser. They need a display, see tools/with_display.
+// Runs tests that show the real browser. They need a display, see tests/support/with_display.
 #include <gtest/gtest.h>
 #include <unistd.h>
 

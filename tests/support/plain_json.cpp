@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 
-#include "engine/wide.h"
+#include "base/text_encoding.h"
 
 namespace vistrel::test {
 namespace {

@@ -8,7 +8,7 @@
 #include <numeric>
 #include <stdexcept>
 
-#include "engine/wide.h"
+#include "base/text_encoding.h"
 
 namespace vistrel::test {
 namespace {

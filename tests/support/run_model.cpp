@@ -3,8 +3,8 @@
 #include <cstddef>
 #include <numeric>
 
+#include "base/text_encoding.h"
 #include "engine/sharp_inference.h"
-#include "engine/wide.h"
 #include "tests/support/test_models.h"
 
 namespace vistrel::test {

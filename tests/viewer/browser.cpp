@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "engine/wide.h"
+#include "base/text_encoding.h"
 #include "tests/support/wait_until.h"
 
 namespace vistrel::test {

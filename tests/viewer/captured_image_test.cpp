@@ -8,7 +8,7 @@
 #include <iterator>
 #include <string>
 
-#include "engine/wide.h"
+#include "base/text_encoding.h"
 #include "tests/support/temporary_folder.h"
 
 namespace vistrel {

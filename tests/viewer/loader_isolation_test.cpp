@@ -3,7 +3,7 @@
 #include <QApplication>
 #include <QWidget>
 
-#include "engine/wide.h"
+#include "base/text_encoding.h"
 #include "tests/support/wait_until.h"
 #include "tests/viewer/listener.h"
 #include "tests/viewer/loader_fixture.h"

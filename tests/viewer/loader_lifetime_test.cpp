@@ -4,7 +4,7 @@
 #include <QRect>
 #include <optional>
 
-#include "engine/wide.h"
+#include "base/text_encoding.h"
 #include "tests/support/wait_until.h"
 #include "tests/viewer/helper_process.h"
 #include "tests/viewer/loader_fixture.h"

@@ -1,6 +1,6 @@
 #include <algorithm>
 
-#include "engine/wide.h"
+#include "base/text_encoding.h"
 #include "tests/support/wait_until.h"
 #include "tests/viewer/loader_fixture.h"
 

@@ -9,7 +9,7 @@
 #include <exception>
 #include <string>
 
-#include "engine/wide.h"
+#include "base/text_encoding.h"
 #include "tests/support/wait_until.h"
 #include "tests/viewer/browser.h"
 #include "tests/viewer/helper_process.h"

@@ -7,7 +7,7 @@
 #include <QTimer>
 #include <QWindow>
 
-#include "engine/wide.h"
+#include "base/text_encoding.h"
 #include "tests/support/wait_until.h"
 #include "tests/viewer/loader_fixture.h"
 

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "engine/wide.h"
+#include "base/text_encoding.h"
 #include "tests/support/temporary_folder.h"
 
 namespace vistrel {

@@ -11,11 +11,11 @@
 #include <optional>
 #include <string>
 
-#include "engine/wide.h"
+#include "base/text_encoding.h"
 #include "tests/support/capture.h"
+#include "tests/support/splat_scene_bytes.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/wait_until.h"
-#include "tests/tools/splat_scene_bytes.h"
 #include "tests/viewer/helper_process.h"
 #include "viewer/web_view_bridge.h"
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/wide.h"
+#include "base/text_encoding.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/viewer/web_view_bridge_fixture.h"
 

@@ -9,7 +9,7 @@
 #include <filesystem>
 #include <string>
 
-#include "engine/wide.h"
+#include "base/text_encoding.h"
 #include "tests/support/capture.h"
 #include "tests/viewer/web_view_bridge_fixture.h"
 

@@ -9,7 +9,7 @@
 namespace vistrel::loader {
 namespace {
 
-// As engine/wide.h has it: 0xDC00 + the byte.
+// As base/text_encoding.h has it: 0xDC00 + the byte.
 bool IsLoneByte(wchar_t character) {
     return character >= 0xDC80 && character <= 0xDCFF;
 }

@@ -19,16 +19,16 @@
 #include <string>
 #include <string_view>
 
+#include "base/text_encoding.h"
 #include "batch/dialogs/batch_control_id.h"
 #include "batch/dialogs/batch_dialog.h"
 #include "batch/dialogs/conflict_dialog.h"
-#include "engine/wide.h"
-#include "shell/look.h"
-#include "shell/settings.h"
-#include "shell/ui_text.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/test_models.h"
 #include "tests/support/test_pictures.h"
+#include "ui/settings.h"
+#include "ui/theme.h"
+#include "ui/ui_text.h"
 
 namespace vistrel::test {
 
@@ -78,7 +78,7 @@ class DialogFixture : public testing::Test {
         // The last thing of every file; the gate is shared as the thread may outlive the test's
         // end.
         engine_->onFinished = [gate = gate_](bool, const std::wstring&) { gate->Pass(); };
-        ApplyLook();  // letters and margins decide what fits
+        ApplyTheme();  // letters and margins decide what fits
         gUiText = &kEnglishText;
         MakeDialog();
     }

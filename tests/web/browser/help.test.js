@@ -25,7 +25,7 @@ const kLanguages = /** @type {const} */ ([
 ]);
 
 /** Lines of number, English text, Japanese text; the tests of the shell compare them with it. */
-const table = await readFile(new URL("../../shell/ui_texts.tsv", import.meta.url), "utf8");
+const table = await readFile(new URL("../../ui/ui_texts.tsv", import.meta.url), "utf8");
 const kTexts = table.trimEnd().split("\n").map((line) => line.split("\t"));
 
 /**

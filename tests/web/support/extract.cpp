@@ -1,7 +1,7 @@
 // Extracts what the program carries: extract FOLDER, which stands for the program's own.
-#include "shell/extraction.h"
+#include "shell/start/extraction.h"
 
-#include "engine/wide.h"
+#include "base/text_encoding.h"
 
 int main(int count, char** arguments) {
     return count == 2 && vistrel::ExtractResources(vistrel::FromUtf8(arguments[1])) ? 0 : 1;

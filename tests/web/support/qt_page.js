@@ -12,7 +12,7 @@ import { RestingPage } from "./resting_page.js";
 import { installWatch } from "./watch.js";
 
 const kDriver = fileURLToPath(new URL("qt_driver.py", import.meta.url));
-const kWithDisplay = fileURLToPath(new URL("../../../tools/with_display", import.meta.url));
+const kWithDisplay = fileURLToPath(new URL("../../support/with_display", import.meta.url));
 const kEnvironment = {
     ...process.env,
     QTWEBENGINE_CHROMIUM_FLAGS:

@@ -1,0 +1,211 @@
+// The conversion engine on the command line.
+//
+// The log goes to standard output, stage texts and errors to standard error. Exit status 0: the PLY
+// is there, with --batch every PLY; 1: it is not, the reason was told; 2: wrong usage.
+#include <CLI/CLI.hpp>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <filesystem>
+#include <map>
+#include <mutex>
+#include <string>
+#include <system_error>
+#include <thread>
+
+#include "base/text_encoding.h"
+#include "cli/convert/batch_conversion.h"
+#include "cli/convert/whole_ply.h"
+#include "cli/interrupts.h"
+#include "engine/conversion_engine.h"
+
+namespace vistrel {
+namespace {
+
+struct Options {
+    std::string model;
+    std::string provider = "cpu";
+    float keepRatio = 1.0F;
+    bool batch = false;
+    BatchConflictPolicy onConflict = BatchConflictPolicy::CancelBatch;
+    std::string input;   // picture, with `batch` a folder of pictures
+    std::string output;  // PLY file, with `batch` a folder for them
+
+    [[nodiscard]] ExecutionProvider Provider() const {
+        return provider == "cuda" ? ExecutionProvider::Cuda : ExecutionProvider::Cpu;
+    }
+};
+
+constexpr int kWrongUsage = 2;
+
+// Throws std::filesystem::filesystem_error when the disk does not tell.
+bool IsSameFile(const std::string& first, const std::string& second) {
+    std::error_code error;
+    if (std::filesystem::equivalent(first, second, error)) return true;
+    if (error == std::errc::io_error) {
+        throw std::filesystem::filesystem_error("cannot look at files", first, second, error);
+    }
+    return false;
+}
+
+// Writing the scene over the picture or the network would lose them.
+bool OutputIsAnInput(const Options& options) {
+    return IsSameFile(options.output, options.input) || IsSameFile(options.output, options.model);
+}
+
+void Tell(const std::string& line) {
+    std::fprintf(stderr, "%s\n", line.c_str());
+}
+
+// How far the output file is. Reached on the converting thread, and on the main thread when a
+// signal comes: whoever holds the lock decides what happens to the file.
+class OutputGate {
+  public:
+    // The converting thread is about to write.
+    void Enter() { Become(Phase::Writing); }
+    // The converting thread has written, or has failed.
+    void Leave() { Become(Phase::Over); }
+
+    // The user wants to stop. Before the writing nothing is lost: ends the process. While writing,
+    // which takes a tenth of a second, the first wish waits for a whole file; the second does not.
+    void Stop(int signal, const std::filesystem::path& output, std::thread& writer) {
+        const std::lock_guard lock(mutex_);
+        if (phase_ == Phase::Before) Interrupts::DieOf(signal);
+        if (phase_ == Phase::Over) return;
+        if (asked_) Interrupts::DieWithout(output, writer, signal);
+        asked_ = true;
+    }
+
+  private:
+    enum class Phase { Before, Writing, Over };
+
+    void Become(Phase phase) {
+        const std::lock_guard lock(mutex_);
+        phase_ = phase;
+    }
+
+    std::mutex mutex_;
+    Phase phase_ = Phase::Before;  // guarded by mutex_
+    bool asked_ = false;           // guarded by mutex_
+};
+
+bool Convert(const Options& options) {
+    Interrupts interrupts;
+    OutputGate gate;
+    const std::filesystem::path output = options.output;
+    const std::wstring outputPath = FromPath(output);
+    CreateOutputFolder(outputPath);
+
+    ConversionEngine engine;
+    engine.onProgress = [&gate](const std::wstring& stage) {
+        if (stage == kSavingStage) gate.Enter();
+        Tell(ToUtf8(stage));
+    };
+    std::wstring failure;
+    engine.onFinished = [&failure](bool success, const std::wstring& text) {
+        if (!success) failure = text;
+    };
+
+    bool converted = false;
+    std::thread worker([&] {
+        converted = engine.Run(FromUtf8(options.model), FromUtf8(options.input), outputPath,
+                               options.keepRatio, options.Provider());
+        gate.Leave();
+        interrupts.Wake();
+    });
+    while (const int signal = interrupts.Wait()) gate.Stop(signal, output, worker);
+    worker.join();
+
+    if (!converted) {
+        Tell("Error: " + ToUtf8(failure));
+        return false;
+    }
+    if (!IsWholeSplatPly(output)) {
+        std::filesystem::remove(output);
+        Tell("Error: " + output.native() +
+             " could not be written whole and was removed. "
+             "Is the disk full?");
+        return false;
+    }
+    return true;
+}
+
+int ConvertAll(const Options& options) {
+    switch (ConvertFolder(
+        {options.model, options.input, options.output, options.Provider(), options.onConflict})) {
+        case BatchOutcome::AllConverted:
+            return EXIT_SUCCESS;
+        case BatchOutcome::NotAllConverted:
+            return EXIT_FAILURE;
+        case BatchOutcome::WouldOverwriteInput:
+            return kWrongUsage;
+    }
+    return EXIT_FAILURE;
+}
+
+void Describe(CLI::App& app, Options& options) {
+    const std::map<std::string, BatchConflictPolicy> policies = {
+        {"overwrite", BatchConflictPolicy::OverwriteAll},
+        {"rename", BatchConflictPolicy::RenameAll},
+        {"cancel", BatchConflictPolicy::CancelBatch}};
+    app.set_version_flag("--version", "vistrel-convert " VISTREL_VERSION);
+    app.add_option("--model", options.model, "ONNX file of the network")->required();
+    app.add_option("--provider", options.provider, "What the network runs on")
+        ->check(CLI::IsMember({"cpu", "cuda"}))
+        ->capture_default_str();
+    auto* keepRatio =
+        app.add_option("--keep-ratio", options.keepRatio, "Share of the Gaussians to keep")
+            ->capture_default_str();
+    auto* batch = app.add_flag("--batch", options.batch,
+                               "Convert all pictures of one folder: .jpg, .jpeg, .png, .bmp")
+                      ->excludes(keepRatio);
+    app.add_option_function<std::string>(
+           "--on-conflict",
+           [policies, &options](const std::string& name) {
+               options.onConflict = policies.at(name);
+           },
+           "With --batch: what happens when PLY files exist already [cancel]")
+        ->check(CLI::IsMember({"overwrite", "rename", "cancel"}))
+        ->needs(batch);
+    app.add_option("PHOTO", options.input,
+                   "Picture to convert; with --batch the folder of pictures")
+        ->required();
+    app.add_option("OUTPUT", options.output,
+                   "PLY file to write, its folder is created; with --batch the folder for them")
+        ->required();
+}
+
+int Main(int argc, char** argv) {
+    Options options;
+    CLI::App app("Turns one photograph into a 3D Gaussian Splat scene (binary PLY).",
+                 "vistrel-convert");
+    Describe(app, options);
+    try {
+        app.parse(argc, argv);
+        if (!(options.keepRatio >= 0.0F && options.keepRatio <= 1.0F)) {  // also not a number
+            throw CLI::ValidationError("--keep-ratio", "is a number from 0 to 1");
+        }
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? EXIT_SUCCESS : kWrongUsage;
+    }
+    std::signal(SIGPIPE, SIG_IGN);  // a reader of the log that went away is no reason to stop
+    try {
+        if (!options.batch && OutputIsAnInput(options)) {
+            Tell("OUTPUT would overwrite PHOTO or MODEL.");
+            return kWrongUsage;
+        }
+        if (options.batch) return ConvertAll(options);
+        return Convert(options) ? EXIT_SUCCESS : EXIT_FAILURE;
+    } catch (const std::exception& error) {
+        Tell(std::string("Error: ") + error.what());
+        return EXIT_FAILURE;
+    }
+}
+
+}  // namespace
+}  // namespace vistrel
+
+int main(int argc, char** argv) {
+    return vistrel::Main(argc, argv);
+}

@@ -1,6 +1,0 @@
-// The program's entry point.
-#include "shell/program.h"
-
-int main(int argc, char** argv) {
-    return vistrel::RunVistrel(argc, argv);
-}

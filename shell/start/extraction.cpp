@@ -1,0 +1,76 @@
+#include "shell/start/extraction.h"
+
+#include <QByteArray>
+#include <QResource>
+#include <QString>
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <filesystem>
+#include <string_view>
+#include <system_error>
+
+#include "base/text_encoding.h"
+#include "base/whole_file.h"
+#include "shell/start/embedded_resources.h"
+
+namespace vistrel {
+namespace {
+
+struct Carried {
+    int id;
+    const wchar_t* name;
+};
+
+constexpr std::array<Carried, 2> kHelpPages = {{{2006, L"help_en.html"}, {2007, L"help_jp.html"}}};
+constexpr Carried kLoader = {3001, L"WebView2Loader.dll"};
+constexpr std::array<Carried, 5> kWebFiles = {{{2001, L"gaus3d.html"},
+                                               {2002, L"three.module.js"},
+                                               {2003, L"three.core.js"},
+                                               {2004, L"spark.module.js"},
+                                               {2005, L"OrbitControls3d.js"}}};
+
+template <typename Files>
+bool ExtractAll(const Files& files, const std::wstring& folder) {
+    return std::ranges::all_of(files, [&](const Carried& file) {
+        return ExtractResourceToFile(file.id, folder + L'/' + file.name);
+    });
+}
+
+}  // namespace
+
+std::optional<ProgramFiles> ExtractResources(const std::wstring& appDir) {
+    ProgramFiles result;
+    result.appDir = appDir;
+    if (!ExtractAll(kHelpPages, appDir)) return std::nullopt;
+
+    result.loaderPath = appDir + L'/' + kLoader.name;
+    // Whatever is there stays for good, so half of one after a loss of power must not be.
+    const std::optional<bool> hasLoader = Exists(ToPath(result.loaderPath));
+    if (!hasLoader) return std::nullopt;
+    if (!*hasLoader && !ExtractResourceToFile(kLoader.id, result.loaderPath, Durability::kOnDisk))
+        return std::nullopt;
+
+    const std::optional<std::wstring> temporary = TemporaryFolder();
+    if (!temporary) return std::nullopt;
+    std::error_code ignored;
+    std::filesystem::create_directories(ToPath(*temporary), ignored);
+    result.webDir = *temporary + L"VistrelWeb";
+    if (!MakePrivateFolder(result.webDir) || !ExtractWebPage(result.webDir)) return std::nullopt;
+    return result;
+}
+
+bool ExtractWebPage(const std::wstring& folder) {
+    return ExtractAll(kWebFiles, folder);
+}
+
+bool ExtractResourceToFile(int id, const std::wstring& path, Durability durability) {
+    RegisterEmbeddedResources();
+    const QResource resource(QStringLiteral(":/%1").arg(id));
+    if (!resource.isValid() || resource.size() <= 0) return false;
+    const QByteArray bytes = resource.uncompressedData();
+    return WriteWholeFile(ToPath(path), {bytes.constData(), static_cast<std::size_t>(bytes.size())},
+                          durability == Durability::kOnDisk);
+}
+
+}  // namespace vistrel

@@ -1,0 +1,6 @@
+// The program's entry point.
+#include "shell/start/program.h"
+
+int main(int argc, char** argv) {
+    return vistrel::RunVistrel(argc, argv);
+}

@@ -1,0 +1,115 @@
+#include "shell/window/download_flow.h"
+
+#include <QLabel>
+#include <QProgressBar>
+#include <QPushButton>
+#include <algorithm>
+#include <chrono>
+#include <exception>
+#include <optional>
+#include <utility>
+
+#include "base/text_encoding.h"
+#include "base/user_folders.h"
+#include "shell/window/download_reports.h"
+#include "shell/window/sidebar.h"
+#include "shell/window/window_dialogs.h"
+#include "shell/window/window_messages.h"
+#include "ui/mailbox.h"
+#include "ui/settings.h"
+#include "ui/ui_text.h"
+#include "ui/wide_text.h"
+
+namespace vistrel {
+namespace {
+
+constexpr std::chrono::milliseconds kPause(100);
+
+void ShowPosition(QProgressBar& bar, quintptr value) {
+    const int position = static_cast<int>(value & 0xFFFF);
+    bar.setValue(std::min(position, bar.maximum()));  // the bar ignores what is beyond its end
+}
+
+}  // namespace
+
+DownloadFlow::DownloadFlow(ModelDownloader& downloader, AppSettings& settings, Sidebar& sidebar,
+                           WindowDialogs& dialogs, std::shared_ptr<Mailbox> mailbox)
+    : downloader_(downloader),
+      settings_(settings),
+      sidebar_(sidebar),
+      dialogs_(dialogs),
+      mailbox_(std::move(mailbox)) {
+    pause_.setSingleShot(true);
+    pause_.setInterval(kPause);
+    QObject::connect(&pause_, &QTimer::timeout, [this] {
+        if (const auto latest = reports_->TakeLatest()) Show(latest->position, latest->text);
+    });
+}
+
+void DownloadFlow::StartModelDownload() {
+    if (downloader_.busy || !dialogs_.AskWhetherToDownload()) return;
+    Start();
+}
+
+void DownloadFlow::Start() {
+    sidebar_.downloadStatus->setText(FromWide(Text(23)));
+    sidebar_.downloadProgress->show();
+    sidebar_.downloadStatus->show();
+    sidebar_.Disable(*sidebar_.downloadModel);
+    sidebar_.LayoutSidebar();
+
+    // The callables share only what may outlive the window.
+    const auto reports = std::make_shared<DownloadReports>(mailbox_);
+    reports_ = reports;
+    try {
+        downloader_.StartDownload(
+            ModelFile(),
+            [reports](double fraction, const std::wstring& text) {
+                reports->Report(fraction, text);
+            },
+            [reports](bool success, const std::wstring& text) {
+                reports->Finished(success, text);
+            });
+    } catch (const std::exception& failure) {
+        OnDone(WindowMessage(kDownloadDoneMessage, 1, FromUtf8(failure.what())));
+    }
+}
+
+void DownloadFlow::OnProgress(const WindowMessage& message) {
+    if (!message.Text()) return;
+    if (pause_.isActive()) return;  // the latest report is taken when it ends
+    std::optional<DownloadReports::Progress> latest;
+    if (reports_) latest = reports_->TakeLatest();
+    if (!latest) latest = {message.Value(), *message.Text()};
+    Show(latest->position, latest->text);
+}
+
+void DownloadFlow::Show(quintptr position, const std::wstring& text) {
+    if (sidebar_.downloadProgress->isHidden()) {
+        sidebar_.downloadProgress->show();
+        sidebar_.downloadStatus->show();
+        sidebar_.LayoutSidebar();
+    }
+    ShowPosition(*sidebar_.downloadProgress, position);
+    sidebar_.downloadStatus->setText(FromWide(text));
+    if (reports_) pause_.start();
+}
+
+void DownloadFlow::OnDone(const WindowMessage& message) {
+    if (!message.Text()) return;
+    pause_.stop();
+    sidebar_.downloadProgress->hide();
+    sidebar_.downloadModel->setEnabled(true);
+    if (message.Value() == 0) {
+        settings_.modelPath = *message.Text();
+        sidebar_.downloadStatus->setText(FromWide(Text(24)));
+        if (onModel) onModel();  // hides the text again, with the button
+        settings_.Save();
+        return;
+    }
+    sidebar_.downloadStatus->setText(FromWide(Text(25) + *message.Text()));
+    sidebar_.downloadStatus->show();  // something else may have hidden it meanwhile
+    sidebar_.LayoutSidebar();
+}
+
+}  // namespace vistrel

@@ -1,0 +1,51 @@
+// From the download button to the network's file.
+#pragma once
+
+#include <QTimer>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "download/model_downloader.h"
+
+namespace vistrel {
+
+struct AppSettings;
+class DownloadReports;
+class Mailbox;
+class WindowDialogs;
+class Sidebar;
+class WindowMessage;
+
+// Thread of the event loop. What it is given outlives it; it may go while it asks a question.
+class DownloadFlow {
+  public:
+    DownloadFlow(ModelDownloader& downloader, AppSettings& settings, Sidebar& sidebar,
+                 WindowDialogs& dialogs, std::shared_ptr<Mailbox> mailbox);
+
+    // The model path has changed.
+    std::function<void()> onModel;
+
+    // Asks the user and starts the download, which then reports to the mailbox.
+    void StartModelDownload();
+    // The messages kDownloadProgressMessage and kDownloadDoneMessage; without a text they are
+    // ignored.
+    void OnProgress(const WindowMessage& message);
+    void OnDone(const WindowMessage& message);
+
+  private:
+    void Start();
+    void Show(quintptr position, const std::wstring& text);
+
+    ModelDownloader& downloader_;
+    AppSettings& settings_;
+    Sidebar& sidebar_;
+    WindowDialogs& dialogs_;
+    std::shared_ptr<Mailbox> mailbox_;
+    std::shared_ptr<DownloadReports> reports_;  // of the latest download; null before the first
+    // Runs after each report that was shown; the next one waits for its end. Each makes the whole
+    // window be drawn again, which without a graphics card takes tens of milliseconds.
+    QTimer pause_;
+};
+
+}  // namespace vistrel

@@ -1,0 +1,170 @@
+#include "shell/window/generate_flow.h"
+
+#include <QLabel>
+#include <QLineEdit>
+#include <QPointer>
+#include <QProgressBar>
+#include <QPushButton>
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cwchar>
+#include <exception>
+#include <filesystem>
+#include <optional>
+#include <system_error>
+#include <utility>
+
+#include "base/text_encoding.h"
+#include "shell/window/conversion_reports.h"
+#include "shell/window/sidebar.h"
+#include "shell/window/window_dialogs.h"
+#include "shell/window/window_messages.h"
+#include "ui/mailbox.h"
+#include "ui/settings.h"
+#include "ui/ui_text.h"
+#include "ui/wide_text.h"
+
+namespace vistrel {
+namespace {
+
+constexpr int kTickMs = 1000;
+constexpr std::int64_t kSecondNs = 1'000'000'000;
+
+std::int64_t SteadyNanoseconds() {
+    const auto now = std::chrono::steady_clock::now().time_since_epoch();
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(now).count();
+}
+
+// The text in `slot` with its number filled in.
+std::wstring WithSeconds(std::size_t slot, int seconds) {
+    std::array<wchar_t, 256> buffer{};
+    std::swprintf(buffer.data(), buffer.size(), Text(slot), seconds);
+    return buffer.data();
+}
+
+bool Exists(const std::wstring& path) {
+    std::error_code ignored;
+    return std::filesystem::exists(ToPath(path), ignored);
+}
+
+}  // namespace
+
+GenerateFlow::GenerateFlow(ConversionEngine& engine, AppSettings& settings, Sidebar& sidebar,
+                           WindowDialogs& dialogs, std::shared_ptr<Mailbox> mailbox)
+    : clock(SteadyNanoseconds),
+      engine_(engine),
+      settings_(settings),
+      sidebar_(sidebar),
+      dialogs_(dialogs),
+      mailbox_(std::move(mailbox)) {
+    timer_.setTimerType(Qt::PreciseTimer);  // no second is to be left out
+    timer_.callOnTimeout(&timer_, [this] { ShowElapsed(); });
+}
+
+void GenerateFlow::UpdateModelDisplay() {
+    const std::wstring& model = settings_.modelPath;
+    sidebar_.modelName->setText(model.empty() ? FromWide(Text(43))
+                                              : FromWide(FromPath(ToPath(model).filename())));
+    sidebar_.downloadModel->setHidden(!model.empty() && Exists(model));
+    sidebar_.downloadProgress->hide();
+    sidebar_.downloadStatus->hide();
+    sidebar_.generate->setEnabled(!inputImagePath.empty() && !model.empty() && !engine_.busy);
+    sidebar_.LayoutSidebar();
+}
+
+void GenerateFlow::RunGenerate() {
+    if (engine_.busy || inputImagePath.empty()) return;
+    if (settings_.modelPath.empty()) {
+        sidebar_.generateStatus->setText(FromWide(Text(29)));
+        return;
+    }
+    const std::optional<std::wstring> outputPath = ChooseOutput();
+    if (!outputPath) return;
+    if (IsCudaMissing()) {
+        // The user may end the program in place of an answer.
+        const QPointer<QTimer> alive(&timer_);
+        dialogs_.TellProviderFallback();
+        if (!alive || stopped_) return;
+    }
+    Start(*outputPath);
+}
+
+std::optional<std::wstring> GenerateFlow::ChooseOutput() {
+    std::wstring proposal = settings_.outputDir + L'/' + settings_.outputFilename;
+    if (!ToPath(proposal).has_extension()) proposal += L".ply";
+    std::optional<std::wstring> chosen = dialogs_.AskSceneToSave(proposal, settings_.outputDir);
+    if (!chosen) return std::nullopt;
+    const std::filesystem::path path = ToPath(*chosen);
+    settings_.outputDir = FromPath(path.parent_path());
+    settings_.outputFilename = FromPath(path.filename());
+    return chosen;
+}
+
+bool GenerateFlow::IsCudaMissing() const {
+    if (ExecutionProvider{settings_.executionProvider} != ExecutionProvider::Cuda) return false;
+    try {
+        const std::vector<std::string> listed = providers();
+        return std::find(listed.begin(), listed.end(), kCudaProviderName) == listed.end();
+    } catch (const std::exception&) {
+        return false;  // the engine meets the same failure and reports it
+    }
+}
+
+void GenerateFlow::Start(const std::wstring& outputPath) {
+    sidebar_.Disable(*sidebar_.generate);
+    generateStartNs_ = clock();
+    statusBase_ = Text(26);
+    sidebar_.generateStatus->setText(FromWide(statusBase_));
+    timer_.start(kTickMs);
+
+    // The callables share only what may outlive the window.
+    const auto reports = std::make_shared<ConversionReports>(mailbox_);
+    engine_.onProgress = [reports](const std::wstring& stage) { reports->Progress(stage); };
+    engine_.onFinished = [reports](bool success, const std::wstring& text) {
+        reports->Finished(success, text);
+    };
+    try {
+        constexpr float kKeepAll = 1.0F;
+        engine_.StartAsync(settings_.modelPath, inputImagePath, outputPath, kKeepAll,
+                           ExecutionProvider{settings_.executionProvider});
+    } catch (const std::exception& failure) {
+        engine_.busy = false;  // nothing runs, so the next start is free to try
+        OnDone(WindowMessage(kGenerateDoneMessage, 1, FromUtf8(failure.what())));
+    }
+}
+
+void GenerateFlow::OnProgress(const WindowMessage& message) {
+    if (!message.Text()) return;
+    statusBase_ = *message.Text();
+    ShowElapsed();
+}
+
+void GenerateFlow::OnDone(const WindowMessage& message) {
+    timer_.stop();
+    if (!message.Text()) return;
+    const std::wstring& text = *message.Text();
+    sidebar_.generate->setEnabled(true);
+    if (message.Value() == 0) {
+        sidebar_.generateStatus->setText(FromWide(WithSeconds(27, ElapsedSeconds())));
+        if (onScene) onScene(text);
+    } else {
+        sidebar_.generateStatus->setText(FromWide(Text(28) + text));
+    }
+    settings_.Save();
+}
+
+void GenerateFlow::Stop() {
+    stopped_ = true;
+    timer_.stop();
+}
+
+void GenerateFlow::ShowElapsed() {
+    sidebar_.generateStatus->setText(FromWide(statusBase_ + WithSeconds(42, ElapsedSeconds())));
+}
+
+int GenerateFlow::ElapsedSeconds() const {
+    return static_cast<int>((clock() - generateStartNs_) / kSecondNs);
+}
+
+}  // namespace vistrel

@@ -1,0 +1,91 @@
+#include "shell/window/key_filter.h"
+
+#include <QAbstractSpinBox>
+#include <QApplication>
+#include <QComboBox>
+#include <QEvent>
+#include <QKeyEvent>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QTextEdit>
+#include <QWidget>
+#include <QWindow>
+#include <optional>
+#include <utility>
+
+#include "shell/window/window_messages.h"
+#include "ui/mailbox.h"
+
+namespace vistrel {
+namespace {
+
+// The key that the window is told; nothing for a key that is none of ours.
+std::optional<int> CommandKey(int key) {
+    switch (key) {
+        case Qt::Key_Return:
+        case Qt::Key_Enter:
+            return Qt::Key_F11;
+        case Qt::Key_C:
+        case Qt::Key_Q:
+        case Qt::Key_S:
+        case Qt::Key_X:
+        case Qt::Key_F11:
+            return key;
+        default:
+            return std::nullopt;
+    }
+}
+
+template <typename... Kinds>
+bool IsA(const QWidget* widget) {
+    return ((qobject_cast<const Kinds*>(widget) != nullptr) || ...);
+}
+
+bool TakesKeys(const QWidget* widget) {
+    if (IsA<QLineEdit, QTextEdit, QPlainTextEdit, QAbstractSpinBox>(widget)) return true;
+    // The list of an open combo box has the focus itself, in a window that belongs to the box.
+    for (; widget != nullptr; widget = widget->parentWidget())
+        if (IsA<QComboBox>(widget)) return true;
+    return false;
+}
+
+// Where a key ends that comes to a window. This need not be the application's focus widget: while
+// the completions of a line edit come and go, keys come to their window and no widget has the
+// focus.
+const QWidget* Receiver(const QObject* window) {
+    for (const QWidget* top : QApplication::topLevelWidgets()) {
+        if (top->windowHandle() != window) continue;
+        const QWidget* widget = top->focusWidget() != nullptr ? top->focusWidget() : top;
+        while (widget->focusProxy() != nullptr) widget = widget->focusProxy();
+        return widget;
+    }
+    return nullptr;
+}
+
+}  // namespace
+
+bool FocusTakesKeys() {
+    return TakesKeys(QApplication::focusWidget());
+}
+
+KeyFilter::KeyFilter(std::shared_ptr<Mailbox> window) : window_(std::move(window)) {
+    QCoreApplication::instance()->installEventFilter(this);
+}
+
+// A press comes first as a question whether it is a shortcut, then to the window, then to the
+// control with the focus and those around it. The window is the place to catch it: a control that
+// has taken it may have moved the focus.
+bool KeyFilter::eventFilter(QObject* watched, QEvent* event) {
+    const bool question = event->type() == QEvent::ShortcutOverride;
+    const bool press = event->type() == QEvent::KeyPress && watched->isWindowType();
+    if (!question && !press) return false;
+    const auto key = CommandKey(static_cast<QKeyEvent*>(event)->key());
+    if (!key || FocusTakesKeys() || TakesKeys(Receiver(watched))) return false;
+    event->accept();
+    if (press)
+        window_->Post(
+            std::make_unique<WindowMessage>(kKeyDownMessage, static_cast<quintptr>(*key)));
+    return true;
+}
+
+}  // namespace vistrel

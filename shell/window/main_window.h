@@ -1,0 +1,97 @@
+// The program's window: the sidebar at the left, the viewer area beside it.
+#pragma once
+
+#include <QMainWindow>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "download/model_downloader.h"
+#include "engine/execution_provider.h"
+#include "engine/sharp_inference.h"
+#include "shell/window/control_id.h"
+#include "viewer/web_view_bridge.h"
+
+namespace vistrel {
+
+class ConversionEngine;
+class Mailbox;
+class WindowDialogs;
+struct AppSettings;
+
+// What the window reaches beyond itself; tests put doubles in the place of some.
+struct MainWindowServices {
+    std::function<std::unique_ptr<WindowDialogs>(QWidget* owner)> makeDialogs;  // empty: dialogs
+    EnvironmentFactory browser;  // empty: that of the loader library
+    ProviderList providers = AvailableExecutionProviders;
+    std::string modelUrl = kModelUrl;
+    // Runs the batch dialog until it is closed; empty: there is none.
+    std::function<void(QWidget* owner, ConversionEngine& engine, const AppSettings& settings)>
+        runBatch;
+};
+
+// Thread of the event loop. Made by the entry point and deleted by it after the loop; the loop ends
+// when the window is closed, also where dialogs are open.
+class MainWindow : public QMainWindow {
+  public:
+    // `webDir` holds the page's files, `appDir` the help pages. Loads the settings and starts the
+    // browser.
+    MainWindow(std::wstring webDir, std::wstring appDir, MainWindowServices services = {});
+    ~MainWindow() override;
+
+    // Where worker threads and the key filter post to.
+    [[nodiscard]] std::shared_ptr<Mailbox> Messages() const;
+    // Whether a conversion, a download or the reading of a photograph goes on, which nobody waits
+    // for.
+    [[nodiscard]] bool HasRunningWorker() const;
+
+    // `value` is the new index of a combo box, the position of a slider. Other numbers than those
+    // of commands are ignored.
+    void OnCommand(ControlId id, int value = 0);
+    // A Qt::Key; modifiers do not count. Ignored while the user types or has a combo box open.
+    void OnKeyDown(int key);
+
+    // A splat file is shown, anything else is a photograph to be converted.
+    void SelectFile(const std::wstring& path);
+    // Shows a splat file, with focus and depth as they are at first.
+    void LoadScene(const std::wstring& path);
+
+    void Layout(int width, int height);
+    void UpdateModelDisplay();
+    void UpdateViewerControls();
+    void UpdateMenuState();
+    void ToggleSidebar();
+    void ToggleFullScreen();
+
+  protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+    void changeEvent(QEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
+    void customEvent(QEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+
+  private:
+    struct Parts;
+
+    void OnCreate();
+    void BuildMenu();
+    void LeaveFullScreen();
+    // Ends the program; once.
+    void Destroy();
+
+    void OpenFile();
+    void ChooseModel();
+    void SetViewMode(bool sharp);
+    void SetStereoMode(int mode);
+    void Reset();
+    void Swap();
+    void PassFocusDepth();
+    void SaveImage();
+    void RunBatch();
+
+    std::unique_ptr<Parts> parts_;
+};
+
+}  // namespace vistrel

@@ -1,0 +1,123 @@
+#include "shell/window/window_dialogs.h"
+
+#include <QByteArray>
+#include <QDesktopServices>
+#include <QMessageBox>
+#include <QUrl>
+#include <filesystem>
+#include <system_error>
+
+#include "base/text_encoding.h"
+#include "base/user_folders.h"
+#include "ui/file_dialog.h"
+#include "ui/ui_text.h"
+#include "ui/wide_text.h"
+
+namespace vistrel {
+namespace {
+
+// Shown in every language.
+constexpr const wchar_t* kHelpFailure = L"ヘルプファイルを開けませんでした。";
+
+QStringList PhotographAndSceneFilters(bool japanese) {
+    const QString photographs = "*.jpg *.jpeg *.png *.bmp *.tif *.tiff";
+    const QString scenes = "*.ply *.splat *.spz *.ksplat";
+    const auto filter = [japanese](const char* english, const char* translated,
+                                   const QString& patterns) {
+        return QString::fromUtf8(japanese ? translated : english) + " (" + patterns + ')';
+    };
+    return {filter("Images & 3DGS", "画像 & 3DGS", photographs + ' ' + scenes),
+            filter("Images", "画像", photographs), filter("3DGS Files", "3DGSファイル", scenes),
+            filter("All Files", "すべてのファイル", "*")};
+}
+
+int Show(QWidget* owner, QMessageBox::Icon icon, const QString& caption, const wchar_t* text,
+         QMessageBox::StandardButtons buttons) {
+    // On the heap, since the owner takes it along when it goes.
+    const QPointer<QMessageBox> box(new QMessageBox(icon, caption, FromWide(text), buttons, owner));
+    box->setTextFormat(Qt::PlainText);
+    const int answer = box->exec();
+    delete box;
+    return answer;
+}
+
+// An address for a file name of any bytes.
+QUrl AddressOf(const std::filesystem::path& file) {
+    const QByteArray name = QByteArray::fromStdString(file.native());
+    return QUrl::fromEncoded("file://" + name.toPercentEncoding("/"));
+}
+
+}  // namespace
+
+DesktopDialogs::DesktopDialogs(QWidget* owner)
+    : openAddress(QDesktopServices::openUrl), isJapaneseUser(IsJapaneseUser), owner_(owner) {}
+
+std::optional<std::wstring> DesktopDialogs::Ask(FileQuestion question) {
+    if (question.folder.empty()) question.folder = lastFolder_;
+    std::optional<std::wstring> chosen = AskFile(owner_, question);
+    if (chosen) lastFolder_ = FromPath(ToPath(*chosen).parent_path());
+    return chosen;
+}
+
+std::optional<std::wstring> DesktopDialogs::AskPhotographOrScene() {
+    FileQuestion question;
+    question.filters = PhotographAndSceneFilters(isJapaneseUser());
+    return Ask(question);
+}
+
+std::optional<std::wstring> DesktopDialogs::AskModel(const std::wstring& modelPath) {
+    FileQuestion question;
+    question.filters = {"ONNX Model (*.onnx)", "All Files (*)"};
+    question.file = modelPath;
+    if (modelPath.empty()) {
+        const std::filesystem::path folder = ToPath(ModelFile()).parent_path();
+        std::error_code ignored;  // the dialog shows the nearest folder then
+        std::filesystem::create_directories(folder, ignored);
+        question.folder = FromPath(folder);
+    }
+    return Ask(question);
+}
+
+std::optional<std::wstring> DesktopDialogs::AskPictureToSave() {
+    FileQuestion question;
+    question.save = true;
+    question.filters = {"PNG Image (*.png)", "JPEG Image (*.jpg)"};
+    question.file = L"rendering.png";
+    question.suffix = "png";
+    return Ask(question);
+}
+
+std::optional<std::wstring> DesktopDialogs::AskSceneToSave(const std::wstring& proposal,
+                                                           const std::wstring& folder) {
+    FileQuestion question;
+    question.save = true;
+    question.filters = {"PLY Files (*.ply)", "All Files (*)"};
+    question.folder = folder;
+    question.file = proposal;
+    question.suffix = "ply";
+    return Ask(question);
+}
+
+bool DesktopDialogs::AskWhetherToDownload() {
+    return Show(owner_, QMessageBox::Question, FromWide(Text(32)), Text(31),
+                QMessageBox::Yes | QMessageBox::No) == QMessageBox::Yes;
+}
+
+void DesktopDialogs::TellProviderFallback() {
+    Show(owner_, QMessageBox::Warning, FromWide(Text(34)), Text(33), QMessageBox::Ok);
+}
+
+void DesktopDialogs::TellAbout() {
+    Show(owner_, QMessageBox::Information, FromWide(Text(36)), Text(35), QMessageBox::Ok);
+}
+
+void DesktopDialogs::OpenHelp(const std::wstring& appDir) {
+    const wchar_t* name = isJapaneseUser() ? L"help_jp.html" : L"help_en.html";
+    const std::filesystem::path page = ToPath(appDir + L'/' + name);
+    // The desktop reports success as soon as some program was started, even for a missing file.
+    std::error_code ignored;
+    if (std::filesystem::exists(page, ignored) && openAddress(AddressOf(page))) return;
+    Show(owner_, QMessageBox::Critical, "Vistrel", kHelpFailure, QMessageBox::Ok);
+}
+
+}  // namespace vistrel

@@ -1,0 +1,70 @@
+#include "cli/snapshot/scene_file.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "tests/support/capture.h"
+#include "tests/support/temporary_folder.h"
+
+namespace vistrel {
+namespace {
+
+using test::FailureOf;
+using test::TemporaryFolder;
+
+std::string CheckFailure(const std::filesystem::path& scene) {
+    return FailureOf([&] { CheckScene(scene); });
+}
+
+TEST(SceneFile, EveryEndingIsTaken) {
+    const TemporaryFolder folder;
+    for (const char* name : {"a.ply", "a.splat", "a.ksplat", "a.spz", "A.PLY", "a.b.Spz"}) {
+        EXPECT_EQ(CheckFailure(folder.Write(name, "")), "") << name;
+    }
+}
+
+TEST(SceneFile, OtherEndingsAreRefused) {
+    const TemporaryFolder folder;
+    for (const char* name : {"a.jpg", "ply", ".ply", "a.ply.txt", "a.ply "}) {
+        const auto path = folder.Write(name, "");
+        EXPECT_EQ(CheckFailure(path), path.native() +
+                                          " is no scene: its name does not end in .ply, "
+                                          ".splat, .ksplat or .spz");
+    }
+}
+
+TEST(SceneFile, MissingFileAndFolderAreRefused) {
+    const TemporaryFolder folder;
+    const std::filesystem::path path = folder / "a.ply";
+    EXPECT_EQ(CheckFailure(path), "there is no file " + path.native());
+    std::filesystem::create_directory(path);
+    EXPECT_EQ(CheckFailure(path), path.native() + " is no file");
+}
+
+TEST(SceneFile, LinkHasAPlainNameAndTheScenesEnding) {
+    const TemporaryFolder folder;
+    const TemporaryFolder links;
+    for (const char* name : {"a #&+%'\" \xff.KSplat", "\xe5\x86\x99\xe7\x9c\x9f.ksplat"}) {
+        const auto scene = folder.Write(name, name);
+        const auto link = LinkScene(scene, links.Path());
+        EXPECT_EQ(link, links / "scene.ksplat");
+        EXPECT_EQ(test::ReadFile(link), name);
+        std::filesystem::remove(link);
+    }
+}
+
+TEST(SceneFile, LinkReachesARelativeScene) {
+    const TemporaryFolder folder;
+    const TemporaryFolder links;
+    folder.Write("a.ply", "scene");
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(folder.Path());
+    const auto link = LinkScene("a.ply", links.Path());
+    std::filesystem::current_path(before);
+    EXPECT_EQ(test::ReadFile(link), "scene");
+}
+
+}  // namespace
+}  // namespace vistrel

@@ -1,9 +1,0 @@
-// Says whether a program that starts now speaks Japanese.
-#include <cstdio>
-
-#include "shell/ui_text.h"
-
-int main() {
-    std::fputs(vistrel::IsJapaneseUser() ? "Japanese" : "other", stdout);
-    return 0;
-}

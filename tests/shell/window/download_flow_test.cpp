@@ -1,0 +1,224 @@
+#include "shell/window/download_flow.h"
+
+#include <gtest/gtest.h>
+
+#include <QLabel>
+#include <QProgressBar>
+#include <QPushButton>
+#include <atomic>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <thread>
+
+#include "tests/shell/window/flow_fixture.h"
+#include "tests/support/wait_until.h"
+#include "ui/wide_text.h"
+
+namespace vistrel {
+namespace {
+
+using test::WaitUntil;
+
+// A server's answer without a server.
+class ScriptedRequest : public HttpRequest {
+  public:
+    using Answer = std::function<bool(HttpReceiver& receiver)>;
+    explicit ScriptedRequest(Answer answer) : answer_(std::move(answer)) {}
+
+    [[nodiscard]] bool ParseUrl(const std::string& /*url*/) override { return true; }
+    [[nodiscard]] bool OpenSession() override { return true; }
+    [[nodiscard]] bool Connect() override { return true; }
+    [[nodiscard]] bool OpenRequest() override { return true; }
+    [[nodiscard]] bool Send(HttpReceiver& receiver) override { return answer_(receiver); }
+
+  private:
+    Answer answer_;
+};
+
+class DownloadFlowTest : public test::FlowTest {
+  protected:
+    DownloadFlowTest() {
+        window.then = [this](const WindowMessage& message) {
+            if (message.type() == kDownloadProgressMessage) flow->OnProgress(message);
+            if (message.type() == kDownloadDoneMessage) flow->OnDone(message);
+        };
+        flow->onModel = [this] {
+            statusAtModel = Status();
+            modelShown = settings.modelPath;
+            savedAtModel = SettingsAreSaved();
+        };
+        sidebar.downloadProgress->hide();
+        sidebar.downloadStatus->hide();
+    }
+    ~DownloadFlowTest() override {
+        hold = false;
+        EXPECT_TRUE(WaitUntil([this] { return !downloader.busy; }));
+    }
+
+    void WaitForEnd() {
+        ASSERT_TRUE(WaitUntil([this] {
+            return !window.received.empty() &&
+                   window.received.back().number == kDownloadDoneMessage;
+        }));
+    }
+    [[nodiscard]] std::wstring Status() const { return ToWide(sidebar.downloadStatus->text()); }
+    [[nodiscard]] bool AreaIsShown() const {
+        return !sidebar.downloadProgress->isHidden() && !sidebar.downloadStatus->isHidden();
+    }
+    void Progress(quintptr value, std::optional<std::wstring> text) {
+        flow->OnProgress(WindowMessage(kDownloadProgressMessage, value, std::move(text)));
+    }
+    void Done(quintptr value, std::optional<std::wstring> text) {
+        flow->OnDone(WindowMessage(kDownloadDoneMessage, value, std::move(text)));
+    }
+
+    std::atomic<bool> hold = false;  // the answer waits for its end
+    ScriptedRequest::Answer answer = [this](HttpReceiver& receiver) {
+        receiver.OnAnswer(200, 6);
+        receiver.OnBody("mod");
+        receiver.OnBody("el!");
+        while (hold) std::this_thread::yield();
+        return true;
+    };
+    ModelDownloader downloader{"https://nowhere/",
+                               [this] { return std::make_unique<ScriptedRequest>(answer); }};
+    std::unique_ptr<DownloadFlow> flow =
+        std::make_unique<DownloadFlow>(downloader, settings, sidebar, user, window.mailbox);
+    std::wstring statusAtModel;
+    std::wstring modelShown;
+    bool savedAtModel = false;
+};
+
+TEST_F(DownloadFlowTest, DeclinedQuestionChangesNothing) {
+    user.wantsDownload = false;
+    flow->StartModelDownload();
+    EXPECT_EQ(user.downloadQuestions, 1);
+    EXPECT_FALSE(downloader.busy);
+    EXPECT_FALSE(AreaIsShown());
+    EXPECT_TRUE(sidebar.downloadModel->isEnabled());
+    EXPECT_FALSE(std::filesystem::exists(ToPath(UserDataFolder())));
+}
+
+TEST_F(DownloadFlowTest, StartShowsTheAreaAndDisablesTheButton) {
+    hold = true;
+    flow->StartModelDownload();
+    EXPECT_TRUE(downloader.busy);
+    EXPECT_TRUE(AreaIsShown());
+    EXPECT_FALSE(sidebar.downloadModel->isEnabled());
+    EXPECT_EQ(Status(), L"Starting download\u2026");
+}
+
+TEST_F(DownloadFlowTest, SecondStartAsksNothing) {
+    hold = true;
+    flow->StartModelDownload();
+    flow->StartModelDownload();
+    EXPECT_EQ(user.downloadQuestions, 1);
+}
+
+TEST_F(DownloadFlowTest, DownloadedModelIsChosenAndSaved) {
+    flow->StartModelDownload();
+    WaitForEnd();
+    EXPECT_EQ(settings.modelPath, ModelFile());
+    EXPECT_EQ(modelShown, ModelFile());
+    EXPECT_EQ(SavedSettings().modelPath, ModelFile());
+    EXPECT_TRUE(sidebar.downloadProgress->isHidden());
+    EXPECT_TRUE(sidebar.downloadModel->isEnabled());
+    EXPECT_EQ(test::ReadFile(ToPath(ModelFile())), "model!");
+}
+
+TEST_F(DownloadFlowTest, ModelIsShownAfterTheTextAndBeforeTheSave) {
+    Done(0, L"/model.onnx");
+    EXPECT_EQ(statusAtModel, L"Download complete!");
+    EXPECT_FALSE(savedAtModel);
+    EXPECT_TRUE(SettingsAreSaved());
+}
+
+TEST_F(DownloadFlowTest, ReportsOfTheDownloadReachTheBar) {
+    hold = true;
+    flow->StartModelDownload();
+    EXPECT_TRUE(WaitUntil([this] { return sidebar.downloadProgress->value() == 1000; }));
+    EXPECT_EQ(Status(), L"Downloading\u2026 0 MB / 0 MB");
+}
+
+TEST_F(DownloadFlowTest, ReportRightAfterAnotherWaits) {
+    hold = true;
+    flow->StartModelDownload();
+    EXPECT_TRUE(WaitUntil([this] { return sidebar.downloadProgress->value() == 1000; }));
+    Progress(500, L"next");
+    EXPECT_EQ(sidebar.downloadProgress->value(), 1000);
+}
+
+TEST_F(DownloadFlowTest, FailedConnectionIsToldAndMayBeTriedAgain) {
+    settings.modelPath = L"/old.onnx";
+    answer = [](HttpReceiver& /*receiver*/) { return false; };
+    flow->StartModelDownload();
+    WaitForEnd();
+    EXPECT_EQ(Status(), L"Failed: HTTP request failed.");
+    EXPECT_TRUE(sidebar.downloadProgress->isHidden());
+    EXPECT_FALSE(sidebar.downloadStatus->isHidden());
+    EXPECT_TRUE(sidebar.downloadModel->isEnabled());
+    EXPECT_EQ(settings.modelPath, L"/old.onnx");
+    EXPECT_FALSE(SettingsAreSaved());
+    EXPECT_TRUE(std::filesystem::is_empty(ToPath(ModelFile()).parent_path()));
+
+    flow->StartModelDownload();
+    EXPECT_EQ(user.downloadQuestions, 2);
+}
+
+TEST_F(DownloadFlowTest, FailureShowsATextThatWasHidden) {
+    Done(1, L"no");
+    EXPECT_FALSE(sidebar.downloadStatus->isHidden());
+}
+
+TEST_F(DownloadFlowTest, LowHalfOfTheValueIsThePosition) {
+    Progress(0x70000 + 345, L"text");
+    EXPECT_EQ(sidebar.downloadProgress->value(), 345);
+    EXPECT_EQ(Status(), L"text");
+}
+
+TEST_F(DownloadFlowTest, PositionBeyondTheEndFillsTheBar) {
+    Progress(1001, L"text");
+    EXPECT_EQ(sidebar.downloadProgress->value(), 1000);
+}
+
+TEST_F(DownloadFlowTest, ProgressShowsAnAreaThatWasHidden) {
+    Progress(1, L"text");
+    EXPECT_TRUE(AreaIsShown());
+}
+
+TEST_F(DownloadFlowTest, MessagesWithoutTextAreIgnored) {
+    sidebar.downloadModel->setEnabled(false);
+    Progress(1, std::nullopt);
+    Done(0, std::nullopt);
+    Done(1, std::nullopt);
+    EXPECT_FALSE(AreaIsShown());
+    EXPECT_FALSE(sidebar.downloadModel->isEnabled());
+    EXPECT_EQ(settings.modelPath, L"");
+    EXPECT_FALSE(SettingsAreSaved());
+}
+
+TEST_F(DownloadFlowTest, JapaneseTextsAreShown) {
+    gUiText = &kJapaneseText;
+    hold = true;
+    flow->StartModelDownload();
+    EXPECT_EQ(Status(), L"ダウンロードを開始…");
+    Done(1, L"no");
+    EXPECT_EQ(Status(), L"失敗: no");
+    Done(0, L"/model.onnx");
+    EXPECT_EQ(statusAtModel, L"ダウンロード完了！");
+}
+
+TEST_F(DownloadFlowTest, DownloadOutlivesTheWindow) {
+    hold = true;
+    flow->StartModelDownload();
+    window.mailbox->Close();
+    flow.reset();
+    hold = false;
+    EXPECT_TRUE(WaitUntil([this] { return !downloader.busy; }));
+    EXPECT_TRUE(window.received.empty());
+    EXPECT_EQ(test::ReadFile(ToPath(ModelFile())), "model!");
+}
+
+}  // namespace
+}  // namespace vistrel

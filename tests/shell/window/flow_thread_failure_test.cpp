@@ -1,0 +1,59 @@
+// A machine that has no thread left: pthread_create is replaced for this program alone.
+#include <gtest/gtest.h>
+#include <pthread.h>
+
+#include <QLabel>
+#include <QProgressBar>
+#include <QPushButton>
+#include <cerrno>
+#include <filesystem>
+
+#include "shell/window/download_flow.h"
+#include "shell/window/generate_flow.h"
+#include "shell/window/preview.h"
+#include "tests/shell/window/flow_fixture.h"
+#include "ui/wide_text.h"
+
+extern "C" int pthread_create(pthread_t* /*thread*/, const pthread_attr_t* /*attributes*/,
+                              void* (* /*routine*/)(void*), void* /*argument*/) {
+    return EAGAIN;
+}
+
+namespace vistrel {
+namespace {
+
+using WithoutThreads = test::FlowTest;
+
+TEST_F(WithoutThreads, ConversionFailsAndTheNextStartIsFree) {
+    ConversionEngine engine;
+    GenerateFlow flow(engine, settings, sidebar, user, window.mailbox);
+    flow.inputImagePath = L"photo.png";
+    settings.modelPath = L"model.onnx";
+    user.scene = FromPath(home.Home() / "scene.ply");
+    flow.RunGenerate();
+    EXPECT_EQ(sidebar.generateStatus->text(), "Error: Resource temporarily unavailable");
+    EXPECT_TRUE(sidebar.generate->isEnabled());
+    EXPECT_FALSE(engine.busy);
+    EXPECT_FALSE(std::filesystem::exists(home.Home() / "scene.ply"));
+}
+
+TEST_F(WithoutThreads, DownloadFailsAndTheNextStartIsFree) {
+    ModelDownloader downloader;
+    DownloadFlow flow(downloader, settings, sidebar, user, window.mailbox);
+    flow.StartModelDownload();
+    EXPECT_EQ(sidebar.downloadStatus->text(), "Failed: Resource temporarily unavailable");
+    EXPECT_FALSE(sidebar.downloadStatus->isHidden());
+    EXPECT_TRUE(sidebar.downloadProgress->isHidden());
+    EXPECT_TRUE(sidebar.downloadModel->isEnabled());
+    EXPECT_FALSE(downloader.busy);
+    EXPECT_FALSE(std::filesystem::exists(ToPath(UserDataFolder())));
+}
+
+TEST_F(WithoutThreads, PreviewStaysEmptyAndReadsNothing) {
+    Preview preview(nullptr);
+    preview.Show(L"photo.png");
+    EXPECT_FALSE(preview.IsReading());
+}
+
+}  // namespace
+}  // namespace vistrel

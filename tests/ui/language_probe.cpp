@@ -1,0 +1,9 @@
+// Says whether a program that starts now speaks Japanese.
+#include <cstdio>
+
+#include "ui/ui_text.h"
+
+int main() {
+    std::fputs(vistrel::IsJapaneseUser() ? "Japanese" : "other", stdout);
+    return 0;
+}

@@ -1,0 +1,140 @@
+#include "ui/ui_text.h"
+
+#include <gtest/gtest.h>
+
+#include <QProcess>
+#include <QProcessEnvironment>
+#include <fstream>
+#include <ostream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "base/text_encoding.h"
+
+namespace vistrel {
+namespace {
+
+struct Row {
+    std::size_t slot = 0;
+    std::string english;
+    std::string japanese;
+};
+
+// "\n" and "\t" of two characters each become one.
+std::string Unescape(const std::string& text) {
+    std::string result;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] != '\\') {
+            result += text[i];
+            continue;
+        }
+        ++i;
+        result += text.at(i) == 'n' ? '\n' : '\t';
+    }
+    return result;
+}
+
+std::vector<Row> ExpectedTexts() {
+    std::ifstream file(VISTREL_UI_TEXTS);
+    std::vector<Row> rows;
+    for (std::string line; std::getline(file, line);) {
+        std::istringstream cells(line);
+        std::string slot;
+        std::string english;
+        std::string japanese;
+        std::getline(cells, slot, '\t');
+        std::getline(cells, english, '\t');
+        std::getline(cells, japanese, '\t');
+        rows.push_back({std::stoul(slot), Unescape(english), Unescape(japanese)});
+    }
+    return rows;
+}
+
+TEST(UiText, EveryTextIsTheListedOne) {
+    const auto rows = ExpectedTexts();
+    ASSERT_EQ(rows.size(), kUiTextCount);
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        ASSERT_EQ(rows[i].slot, i);
+        EXPECT_EQ(ToUtf8(kEnglishText.at(i)), rows[i].english) << "slot " << i;
+        EXPECT_EQ(ToUtf8(kJapaneseText.at(i)), rows[i].japanese) << "slot " << i;
+    }
+}
+
+TEST(UiText, EnglishIsShownBeforeALanguageIsChosen) {
+    ASSERT_EQ(gUiText, nullptr);
+    EXPECT_EQ(Text(45), std::wstring(L"Batch Conversion"));
+}
+
+TEST(UiText, TextsComeFromTheChosenTable) {
+    gUiText = &kJapaneseText;
+    EXPECT_EQ(Text(45), std::wstring(L"一括変換"));
+    gUiText = nullptr;
+}
+
+// Columns of a font whose wide characters take two.
+std::size_t ColumnOf(const std::wstring& line, wchar_t wanted) {
+    std::size_t column = 0;
+    for (const wchar_t character : line) {
+        if (character == wanted) return column;
+        column += character >= 0x2E80 ? 2 : 1;
+    }
+    return std::wstring::npos;
+}
+
+TEST(UiText, MakersOfTheComponentsLineUp) {
+    for (const UiText* table : {&kEnglishText, &kJapaneseText}) {
+        std::wistringstream lines(table->at(35));
+        std::vector<std::size_t> columns;
+        for (std::wstring line; std::getline(lines, line);)
+            if (line.starts_with(L"  ")) columns.push_back(ColumnOf(line, L'('));
+        EXPECT_EQ(columns, std::vector<std::size_t>(5, 16));
+    }
+}
+
+struct Language {
+    const char* name;
+    bool japanese;
+};
+
+void PrintTo(const Language& language, std::ostream* out) {
+    *out << language.name;
+}
+
+// A program of its own, since Qt reads the language once.
+bool IsJapaneseIn(const std::string& variable, const std::string& value) {
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const char* name : {"LANGUAGE", "LC_ALL", "LC_MESSAGES"}) environment.remove(name);
+    environment.insert("LANG", "en_US.UTF-8");
+    environment.insert(QString::fromStdString(variable), QString::fromStdString(value));
+    QProcess probe;
+    probe.setProcessEnvironment(environment);
+    probe.start(VISTREL_LANGUAGE_PROBE, QStringList());
+    EXPECT_TRUE(probe.waitForFinished());
+    const QByteArray answer = probe.readAllStandardOutput();
+    EXPECT_TRUE(answer == "Japanese" || answer == "other");
+    return answer == "Japanese";
+}
+
+class UserLanguage : public testing::TestWithParam<Language> {};
+
+TEST_P(UserLanguage, DecidesOnJapanese) {
+    EXPECT_EQ(IsJapaneseIn("LANG", GetParam().name), GetParam().japanese);
+}
+
+INSTANTIATE_TEST_SUITE_P(AllKinds, UserLanguage,
+                         testing::Values(Language{"ja_JP.UTF-8", true}, Language{"ja", true},
+                                         Language{"ja_JP.eucJP", true},
+                                         Language{"ja_US.UTF-8", true}, Language{"en_US", false},
+                                         Language{"zh_CN.UTF-8", false},
+                                         Language{"ko_KR.UTF-8", false},
+                                         Language{"jv_ID.UTF-8", false}, Language{"C", false},
+                                         Language{"", false}));
+
+TEST(UserLanguageList, FirstLanguageDecides) {
+    EXPECT_TRUE(IsJapaneseIn("LANGUAGE", "ja:en"));
+    EXPECT_FALSE(IsJapaneseIn("LANGUAGE", "en:ja"));
+}
+
+}  // namespace
+}  // namespace vistrel
