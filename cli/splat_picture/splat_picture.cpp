@@ -55,7 +55,7 @@ void Draw(const Arguments& arguments) {
     if (arguments.size.width == 0 && std::max(file.width, file.height) > kLargestSide) {
         throw std::runtime_error("the photograph's own size is too large, give a --size");
     }
-    SplatCamera camera = CameraOfFile(file, arguments.size.width, arguments.size.height);
+    PinholeCamera camera = CameraOfFile(file, arguments.size.width, arguments.size.height);
     const float distance = MedianDepth(file.vertices);
     ShiftSideways(camera, arguments.shift * distance, distance);
     const SplatPicture picture = DrawSplats(file.vertices, camera);

@@ -56,7 +56,7 @@ Matrix3 ScaledAxes(const SplatVertex& vertex) {
     return axes;
 }
 
-Vector3 ToCamera(const SplatCamera& camera, const Vector3& position) {
+Vector3 ToCamera(const PinholeCamera& camera, const Vector3& position) {
     const Vector3 offset = {position[0] - camera.position[0], position[1] - camera.position[1],
                             position[2] - camera.position[2]};
     return {Dot(camera.rows[0], offset), Dot(camera.rows[1], offset), Dot(camera.rows[2], offset)};
@@ -72,7 +72,7 @@ float LimitedSlope(float slope, float centre, float focal, int size) {
 }
 
 // The covariance on the picture: xx, xy, yy in pixels squared.
-Vector3 ProjectCovariance(const SplatVertex& vertex, const SplatCamera& camera,
+Vector3 ProjectCovariance(const SplatVertex& vertex, const PinholeCamera& camera,
                           const Vector3& point) {
     const float slopeX =
         LimitedSlope(point[0] / point[2], camera.centreX, camera.focalX, camera.width);
@@ -96,7 +96,7 @@ Vector3 ProjectCovariance(const SplatVertex& vertex, const SplatCamera& camera,
 }
 
 // Nothing for a Gaussian that does not show.
-std::optional<Splat> Project(const SplatVertex& vertex, const SplatCamera& camera,
+std::optional<Splat> Project(const SplatVertex& vertex, const PinholeCamera& camera,
                              const Vector3& point) {
     const float opacity = 1.0F / (1.0F + std::exp(-vertex.opacityLogit));
     if (!(opacity >= kFaintest)) return std::nullopt;
@@ -161,10 +161,10 @@ void Blend(const Splat& splat, SplatPicture& picture) {
 
 }  // namespace
 
-SplatCamera CameraOfFile(const SplatFile& file, int width, int height) {
+PinholeCamera CameraOfFile(const SplatFile& file, int width, int height) {
     const auto fileWidth = static_cast<float>(file.width);
     const auto fileHeight = static_cast<float>(file.height);
-    SplatCamera camera;
+    PinholeCamera camera;
     camera.width = width > 0 ? width : static_cast<int>(file.width);
     camera.height = height > 0 ? height : static_cast<int>(file.height);
     const auto toWidth = static_cast<float>(camera.width);
@@ -189,7 +189,7 @@ float MedianDepth(std::span<const SplatVertex> vertices) {
     return *middle;
 }
 
-void ShiftSideways(SplatCamera& camera, float offset, float distance) {
+void ShiftSideways(PinholeCamera& camera, float offset, float distance) {
     const float length = std::hypot(offset, distance);
     const float sine = offset / length;
     const float cosine = distance / length;
@@ -197,7 +197,7 @@ void ShiftSideways(SplatCamera& camera, float offset, float distance) {
     camera.rows = {{{cosine, 0, sine}, {0, 1, 0}, {-sine, 0, cosine}}};
 }
 
-SplatPicture DrawSplats(std::span<const SplatVertex> vertices, const SplatCamera& camera) {
+SplatPicture DrawSplats(std::span<const SplatVertex> vertices, const PinholeCamera& camera) {
     std::vector<std::pair<float, std::uint32_t>> order;  // depth, index
     order.reserve(vertices.size());
     for (std::size_t i = 0; i < vertices.size(); ++i) {

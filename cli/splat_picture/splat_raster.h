@@ -11,7 +11,7 @@
 namespace vistrel {
 
 // A pinhole camera. A point p of the scene lies at rows * (p - position) before the camera.
-struct SplatCamera {
+struct PinholeCamera {
     std::array<float, 3> position = {0.0F, 0.0F, 0.0F};
     std::array<std::array<float, 3>, 3> rows = {{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}};
     float focalX = 0.0F;  // pixels
@@ -31,14 +31,14 @@ struct SplatPicture {
 
 // The camera that took the photograph, for a picture of `width` x `height` pixels (0 x 0: the
 // photograph's own size) that shows all of the photograph with square pixels staying square.
-[[nodiscard]] SplatCamera CameraOfFile(const SplatFile& file, int width, int height);
+[[nodiscard]] PinholeCamera CameraOfFile(const SplatFile& file, int width, int height);
 
 // Half of the vertices before the camera are nearer than this; 1 where there are none.
 [[nodiscard]] float MedianDepth(std::span<const SplatVertex> vertices);
 
 // Moves the camera sideways by `offset` (to the right where positive) and turns it about the
 // vertical, so that it looks at the point `distance` straight ahead of where it was.
-void ShiftSideways(SplatCamera& camera, float offset, float distance);
+void ShiftSideways(PinholeCamera& camera, float offset, float distance);
 
 // Splats every vertex and blends front to back, in order of the depth of the centres.
 //
@@ -48,6 +48,6 @@ void ShiftSideways(SplatCamera& camera, float offset, float distance);
 // Real-Time Radiance Field Rendering", ACM Transactions on Graphics 42(4), 2023. Vertices with
 // values that are not finite are left out. Throws std::bad_alloc only; any thread.
 [[nodiscard]] SplatPicture DrawSplats(std::span<const SplatVertex> vertices,
-                                      const SplatCamera& camera);
+                                      const PinholeCamera& camera);
 
 }  // namespace vistrel

@@ -25,7 +25,7 @@ using fuzz::Require;
 void RequirePicture(const SplatFile& file) {
     constexpr int kWidth = 16;
     constexpr int kHeight = 12;
-    SplatCamera camera = CameraOfFile(file, kWidth, kHeight);
+    PinholeCamera camera = CameraOfFile(file, kWidth, kHeight);
     const float distance = MedianDepth(file.vertices);
     Require(distance > 0.0F);
     ShiftSideways(camera, 0.25F * distance, distance);

@@ -18,8 +18,8 @@ constexpr float kTiny = 1e-6F;    // a standard deviation far below a pixel
 constexpr float kLowPass = 0.3F;  // what remains of such a Gaussian: its variance in pixels
 constexpr float kBlack = -0.5F / 0.28209478F;
 
-SplatCamera SquareCamera() {
-    SplatCamera camera;
+PinholeCamera SquareCamera() {
+    PinholeCamera camera;
     camera.focalX = camera.focalY = 100.0F;
     camera.centreX = camera.centreY = 50.0F;
     camera.width = camera.height = 100;
@@ -79,7 +79,7 @@ TEST(SplatRaster, NothingLetsAllThrough) {
 
 TEST(SplatRaster, DirectionOfOneIsThePicturesEdge) {
     // A photograph of 400 x 300: the square's direction u, v lies at 0.5 u z, 0.5 * 0.75 v z.
-    const SplatCamera camera = CameraOfFile(PhotographOf400x300(), 0, 0);
+    const PinholeCamera camera = CameraOfFile(PhotographOf400x300(), 0, 0);
     const float depth = 3.0F;
     const SplatPicture picture = DrawSplats(
         std::vector{WhiteVertex({0.5F * depth, 0.375F * depth, depth}, kTiny, 0.5F)}, camera);
@@ -144,7 +144,7 @@ TEST(SplatRaster, WhatIsBehindTheCameraOrNotFiniteIsLeftOut) {
 }
 
 TEST(SplatRaster, CameraOnTheRightSeesNearThingsToTheLeft) {
-    SplatCamera camera = SquareCamera();
+    PinholeCamera camera = SquareCamera();
     ShiftSideways(camera, 0.5F, 4.0F);
     const std::vector scene = {WhiteVertex({0.005F, -0.59F, 2}, 0.01F, 0.9F),
                                WhiteVertex({0.01F, 0.02F, 4}, 0.02F, 0.9F),
@@ -158,7 +158,7 @@ TEST(SplatRaster, CameraOnTheRightSeesNearThingsToTheLeft) {
 }
 
 TEST(SplatRaster, CameraOfAnotherSizeShowsTheWholePhotograph) {
-    const SplatCamera camera = CameraOfFile(PhotographOf400x300(), 1000, 600);
+    const PinholeCamera camera = CameraOfFile(PhotographOf400x300(), 1000, 600);
     EXPECT_FLOAT_EQ(camera.focalX, 800.0F);  // 600 / 300, the smaller of the two
     EXPECT_FLOAT_EQ(camera.focalY, 800.0F);
     EXPECT_FLOAT_EQ(camera.centreX, 500.0F);
