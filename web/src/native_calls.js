@@ -18,9 +18,9 @@ export function createNativeCalls(viewer) {
             viewer.load(url, false);
         },
 
-        /** @param {number} mode */
+        /** @param {number} mode number of a stereo mode */
         ChgstFromNative(mode) {
-            viewer.setMode(mode);
+            viewer.setStereoMode(mode);
             viewer.redraw();
             viewer.saveView();
         },

@@ -1,4 +1,4 @@
-import { kModes } from "./effects/create_effect.js";
+import { kStereoModes } from "./effects/stereo_modes.js";
 import { createNativeCalls } from "./native_calls.js";
 import { moveByKey } from "./view_keys.js";
 import { Viewer } from "./viewer.js";
@@ -24,9 +24,10 @@ export function startViewer(query) {
     window.addEventListener("pagehide", () => viewer.saveView());
     window.addEventListener("resize", () => viewer.resize());
     window.addEventListener("keydown", (event) => {
-        const { settings } = viewer;
-        if (event.keyCode === kKeyS) viewer.setMode((settings.stType + 1) % kModes);
-        if (event.keyCode === kKeyA) viewer.setMode((settings.stType + kModes - 1) % kModes);
+        const { settings, stereoMode } = viewer;
+        const modes = kStereoModes.length;
+        if (event.keyCode === kKeyS) viewer.setStereoMode((stereoMode + 1) % modes);
+        if (event.keyCode === kKeyA) viewer.setStereoMode((stereoMode + modes - 1) % modes);
         if (event.keyCode === kKeyX) settings.swap = !settings.swap;
         if ([kKeyS, kKeyA, kKeyX].includes(event.keyCode)) viewer.saveView();
         if (moveByKey(viewer.controls, event)) event.preventDefault();

@@ -55,7 +55,7 @@ async function openScene(query = "mode=0&nst=1") {
 }
 
 /**
- * Checks every Gaussian in both halves of mode 0.
+ * Checks every Gaussian in both halves of the start mode.
  * @param {ViewerPage} page
  * @param {import("../support/prediction.js").Look} look
  */

@@ -13,6 +13,7 @@ import {
     combined,
     eyesOf,
     kMatrices,
+    kMode,
 } from "../support/stereo_checks.js";
 import { startBrowser } from "../support/viewer_page.js";
 
@@ -39,7 +40,7 @@ const kLook = {
 };
 
 /**
- * @param {import("../support/png.js").Picture} picture in mode 0
+ * @param {import("../support/png.js").Picture} picture of halves side by side
  * @param {Partial<typeof kLook>} [look]
  */
 function assertPoints(picture, look = {}) {
@@ -75,11 +76,11 @@ test("EveryFormatIsShownWhereItBelongs", async () => {
 test("ModesAreComputedFromBothEyes", async () => {
     const page = await browser.open({ query: `mode=0&nst=1&openFile=${good}` });
     const { left, right } = await eyesOf(page);
-    await page.call("ChgstFromNative", 2);
+    await page.call("ChgstFromNative", kMode.dubois);
     assertPicture(await page.picture(), combined(kMatrices.dubois, left, right), 1);
-    await page.call("ChgstFromNative", 4);
+    await page.call("ChgstFromNative", kMode.grey);
     assertPicture(await page.picture(), combined(kMatrices.grey, left, right), 1);
-    await page.call("ChgstFromNative", 5);
+    await page.call("ChgstFromNative", kMode.interlaced);
     assertPicture(await page.picture(), alternating(left, right, 150), 0);
     await page.call("SwapFromNative", true);
     assertPicture(await page.picture(), alternating(right, left, 150), 0);
