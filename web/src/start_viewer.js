@@ -1,11 +1,6 @@
-import { kStereoModes } from "./effects/stereo_modes.js";
 import { createNativeCalls } from "./native_calls.js";
-import { moveByKey } from "./view_keys.js";
+import { handleKey } from "./view_keys.js";
 import { Viewer } from "./viewer.js";
-
-const kKeyA = 65;
-const kKeyS = 83;
-const kKeyX = 88;
 
 /**
  * Makes the viewer in the page, with its keys and its saved view, and has it load the query's file.
@@ -24,13 +19,7 @@ export function startViewer(query) {
     window.addEventListener("pagehide", () => viewer.saveView());
     window.addEventListener("resize", () => viewer.resize());
     window.addEventListener("keydown", (event) => {
-        const { settings, stereoMode } = viewer;
-        const modes = kStereoModes.length;
-        if (event.keyCode === kKeyS) viewer.setStereoMode((stereoMode + 1) % modes);
-        if (event.keyCode === kKeyA) viewer.setStereoMode((stereoMode + modes - 1) % modes);
-        if (event.keyCode === kKeyX) settings.swap = !settings.swap;
-        if ([kKeyS, kKeyA, kKeyX].includes(event.keyCode)) viewer.saveView();
-        if (moveByKey(viewer.controls, event)) event.preventDefault();
+        if (handleKey(viewer, event)) event.preventDefault();
     });
 
     if (query.filepath === null || query.nstt === 1) {
