@@ -1,4 +1,4 @@
-import { formatOf } from "./file_name.js";
+import { isSplatFileName } from "./file_name.js";
 import { mapFocusDepth } from "./view_settings.js";
 
 /**
@@ -11,7 +11,7 @@ export function createNativeCalls(viewer) {
     return {
         /** @param {string} url */
         FileFromNative(url) {
-            if (formatOf(url) === null) {
+            if (!isSplatFileName(url)) {
                 alert("It is not a Gaussian spreading file!");
                 return;
             }

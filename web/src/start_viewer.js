@@ -22,7 +22,7 @@ export function startViewer(query) {
         if (handleKey(viewer, event)) event.preventDefault();
     });
 
-    if (query.filepath === null || query.nstt === 1) {
+    if (query.filepath === null || query.freshView) {
         viewer.restoreMode();
         viewer.saveView();
     } else {
