@@ -194,7 +194,7 @@ for (const swap of [false, true]) {
         await page.call("ChgstFromNative", kMode.grid);
         await page.call("SwapFromNative", swap);
         const picture = await page.picture();
-        const look = {
+        const view = {
             position: /** @type {[number, number, number]} */ ([-0.3, 0.5, -3]),
             fov: 30,
             width: 400,
@@ -213,7 +213,7 @@ for (const swap of [false, true]) {
         for (const { x, y, side } of places) {
             const part = { x, y, width: 200, height: 150 };
             const actual = centreOf(picture, 0, part);
-            const wanted = pixelOf(point, look, /** @type {"left" | "right"} */ (side));
+            const wanted = pixelOf(point, view, /** @type {"left" | "right"} */ (side));
             assert.ok(Math.abs(actual.x - wanted.x / 2) < 0.6, `${actual.x} ${wanted.x / 2}`);
             assert.ok(Math.abs(actual.y - wanted.y / 2) < 0.6, `${actual.y} ${wanted.y / 2}`);
         }

@@ -28,7 +28,7 @@ const kGaussians = [
     { center: [-0.15, -0.1, -0.4], scale: 0.05, color: [0, 0, 1] },
 ];
 const good = await browser.file("good.ply", plyFile(kGaussians, { camera: true }));
-const kLook = {
+const kStart = {
     position: /** @type {[number, number, number]} */ ([-0.3, 0.5, -3]),
     fov: 30,
     width: 200,
@@ -41,15 +41,15 @@ const kLook = {
 
 /**
  * @param {import("../support/png.js").Picture} picture of halves side by side
- * @param {Partial<typeof kLook>} [look]
+ * @param {Partial<typeof kStart>} [view]
  */
-function assertPoints(picture, look = {}) {
+function assertPoints(picture, view = {}) {
     assert.equal(picture.width, 200);
     for (const side of /** @type {const} */ (["left", "right"])) {
         const part = { x: side === "left" ? 0 : 100, width: 100 };
         for (const channel of /** @type {const} */ ([0, 1, 2])) {
             const found = centreOf(picture, channel, part);
-            const wanted = pixelOf(kGaussians[channel].center, { ...kLook, ...look }, side);
+            const wanted = pixelOf(kGaussians[channel].center, { ...kStart, ...view }, side);
             const told = `${side} ${channel}: ${found.x}, ${found.y}; ${wanted.x}, ${wanted.y}`;
             assert.ok(Math.hypot(found.x - wanted.x, found.y - wanted.y) < 0.7, told);
         }
