@@ -14,7 +14,7 @@ import { defaultSettings, kSharpStartFocus } from "./view_settings.js";
 /** Frames drawn after a change of the view or of a setting. */
 const kFramesAfterChange = 10;
 const kFramesAfterResize = 100;
-/** Frames that are kept in store while a file is read. */
+/** Frames that may still be drawn while a file is read. */
 const kFramesWhileReading = 100;
 /** Frames drawn after a file was read, while its Gaussians are parsed and sorted. */
 const kFramesAfterReading = 300;
@@ -196,8 +196,8 @@ export class Viewer {
     }
 
     /**
-     * Choices that the next page restores are saved as they are made: a page that is busy when the
-     * program ends hears nothing of its end.
+     * Saves what the next page restores. Choices are saved as they are made: a page that is busy
+     * when the program ends is not told.
      */
     saveView() {
         const { swap, dltx, dpt } = this.settings;

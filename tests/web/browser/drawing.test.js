@@ -50,7 +50,7 @@ test("NothingIsDrawnOrSortedWhileNothingChanges", async () => {
     await page.close();
 });
 
-// The controls work the camera out anew for every frame, from angles, and round.
+// The controls compute the camera anew for every frame, from angles, and round.
 test("StillViewIsSortedForOnceHoweverItIsRounded", async () => {
     for (const position of [
         [0, 2, -2],

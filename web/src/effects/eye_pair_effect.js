@@ -78,7 +78,7 @@ export class EyePairEffect {
         this.#left = new WebGLRenderTarget(mode.targetSize, mode.targetSize, options);
         this.#right = new WebGLRenderTarget(mode.targetSize, mode.targetSize, options);
         const material = new ShaderMaterial({
-            name: mode.name, // told where the shader does not compile
+            name: mode.name, // shown when its shader does not compile
             uniforms: {
                 left: { value: this.#left.texture },
                 right: { value: this.#right.texture },
@@ -134,7 +134,7 @@ export class EyePairEffect {
         }
     }
 
-    /** Called before dispose when another effect takes over; there is nothing to wind up. */
+    /** Called before dispose when another effect takes over; nothing to do. */
     end() {}
 
     /** Frees the targets and the quad. */
