@@ -7,9 +7,8 @@ import { mkdir, readFile, writeFile } from "node:fs/promises";
 import { createRequire } from "node:module";
 import path from "node:path";
 import { fileURLToPath } from "node:url";
-import { readRecordsWithoutEval } from "./ply_records.js";
 import { withPolicy } from "./policy.js";
-import { avoidReservedWord } from "./reserved_word.js";
+import { avoidReservedWord, readRecordsWithoutEval } from "./spark_text.js";
 
 /** The oldest browser to run in, that of QtWebEngine 6.4. */
 const kTarget = "chrome102";

@@ -11,12 +11,12 @@ import { setTimeout as delay } from "node:timers/promises";
 import { pathToFileURL } from "node:url";
 import { chromium } from "playwright-core";
 import { heldBytes, processBytes } from "../../tests/web/support/memory.js";
+import { kStereoModes } from "../../web/src/effects/stereo_modes.js";
 import { installMeter } from "./meter.js";
 import { countOf, kFullSide, writeScene } from "./scene.js";
 
 /** @typedef {import("playwright-core").Page} Page */
 
-const kModeNames = ["side by side", "LR/RL", "Dubois", "colour", "grey", "interlaced"];
 const kSize = { width: 160, height: 120 };
 /** Two eyes may cost this many times one. */
 const kMostForTwoEyes = 2.2;
@@ -120,7 +120,7 @@ async function parseTime({ folderUrl, file }) {
  */
 async function tellFrames(page, plain) {
     let within = true;
-    for (const [mode, name] of kModeNames.entries()) {
+    for (const [mode, { name }] of kStereoModes.entries()) {
         await page.evaluate((mode) => {
             const { meter, ChgstFromNative } = /** @type {any} */ (window);
             meter.held = true;

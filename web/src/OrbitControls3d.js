@@ -8,7 +8,7 @@ const kFovStep = 0.2;
 const kDistanceStep = 0.995;
 /** `deltaY` of one notch of the wheel. */
 const kWheelNotch = 100;
-/** What a two-finger zoom factor keeps of itself: a finger at rest still zooms a little. */
+/** Taken from the two-finger zoom factor: fingers at rest still zoom a little. */
 const kPinchOffset = 0.8;
 
 /**

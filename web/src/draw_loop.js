@@ -56,7 +56,7 @@ export class DrawLoop {
     }
 }
 
-/** Counts frames and tells their rate about once a second. */
+/** Counts frames and reports their rate about once a second. */
 export class FrameRate {
     #frames = 0;
     #since;

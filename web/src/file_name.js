@@ -1,21 +1,11 @@
-/** File name endings in the order in which they are tried, with their format codes. */
-const kFormats = /** @type {const} */ ([
-    [".ply", 2],
-    [".splat", 0],
-    [".ksplat", 1],
-    [".spz", 3],
-]);
+const kEndings = [".ply", ".splat", ".ksplat", ".spz"];
 
 /**
  * @param {string} name
- * @returns {0 | 1 | 2 | 3 | null} format code of a splat file's name (case-sensitive), null for any
- *     other name
+ * @returns {boolean} whether it is that of a file of Gaussians (case-sensitive)
  */
-export function formatOf(name) {
-    for (const [ending, code] of kFormats) {
-        if (name.endsWith(ending)) return code;
-    }
-    return null;
+export function isSplatFileName(name) {
+    return kEndings.some((ending) => name.endsWith(ending));
 }
 
 /**

@@ -1,4 +1,4 @@
-import { formatOf } from "./file_name.js";
+import { isSplatFileName } from "./file_name.js";
 import { mapFocusDepth } from "./view_settings.js";
 
 /**
@@ -11,16 +11,16 @@ export function createNativeCalls(viewer) {
     return {
         /** @param {string} url */
         FileFromNative(url) {
-            if (formatOf(url) === null) {
+            if (!isSplatFileName(url)) {
                 alert("It is not a Gaussian spreading file!");
                 return;
             }
             viewer.load(url, false);
         },
 
-        /** @param {number} mode */
+        /** @param {number} mode number of a stereo mode */
         ChgstFromNative(mode) {
-            viewer.setMode(mode);
+            viewer.setStereoMode(mode);
             viewer.redraw();
             viewer.saveView();
         },

@@ -22,7 +22,7 @@ const kTypes = new Map(
 
 /**
  * @param {ArrayBuffer} bytes of a PLY file
- * @throws {Error} when its header tells of more than the file holds
+ * @throws {Error} when its header claims more than the file holds
  */
 export function checkPly(bytes) {
     const start = new Uint8Array(bytes, 0, Math.min(bytes.byteLength, kLongestHeader));

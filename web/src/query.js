@@ -2,12 +2,11 @@
  * @typedef {object} Query
  * @property {boolean} bsharp the scene was made from one photograph by the program itself
  * @property {string | null} filepath file to open at start
- * @property {number} nstt 1: start with the default camera instead of the saved one
- * @property {boolean} highreso asked for; without effect
+ * @property {boolean} freshView start with the default camera instead of the saved one
  */
 
 /**
- * Reads the page's query string.
+ * Reads the page's query string. The program also sends "nreso", which has no effect.
  * @param {string} search as `location.search`
  * @returns {Query}
  */
@@ -16,7 +15,6 @@ export function parseQuery(search) {
     return {
         bsharp: params.get("mode") !== "1",
         filepath: params.get("openFile") || null,
-        nstt: params.get("nst") === "1" ? 1 : 0,
-        highreso: params.get("nreso") === "1",
+        freshView: params.get("nst") === "1",
     };
 }

@@ -2,7 +2,7 @@
 const kLocalFile = 0;
 
 /**
- * Reads a file as bytes. Failures are told in the console.
+ * Reads a file as bytes. Failures are reported to the console.
  * @param {string} url
  * @param {(bytes: ArrayBuffer) => void} onBytes
  * @param {() => void} onFailure

@@ -2,7 +2,7 @@ import { SplatMesh } from "@sparkjsdev/spark";
 import { checkedFormat } from "./splat_file.js";
 
 /**
- * @param {ArrayBuffer} bytes of a file; they are given away
+ * @param {ArrayBuffer} bytes of a file, which Spark takes over
  * @param {string} name of the file
  * @returns {Promise<SplatMesh>} with the file's Gaussians
  */

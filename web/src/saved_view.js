@@ -1,3 +1,5 @@
+import { kStereoModes } from "./effects/stereo_modes.js";
+
 const kKey = "cameraState";
 
 /**
@@ -10,7 +12,7 @@ const kKey = "cameraState";
  * @property {boolean} [swap]
  * @property {number} [dltx]
  * @property {number} [dpt]
- * @property {number} [stType]
+ * @property {number} [stType] number of the stereo mode
  */
 
 /**
@@ -28,6 +30,15 @@ function finite(value) {
 function positive(value) {
     const number = finite(value);
     return number !== undefined && number > 0 ? number : undefined;
+}
+
+/**
+ * @param {unknown} value
+ * @returns {number | undefined}
+ */
+function modeNumber(value) {
+    const number = finite(value);
+    return number !== undefined && kStereoModes[number] ? number : undefined;
 }
 
 /**
@@ -58,7 +69,7 @@ export function parseSavedView(text) {
         swap: typeof json.swap === "boolean" ? json.swap : undefined,
         dltx: finite(json.dltx),
         dpt: finite(json.dpt),
-        stType: [0, 1, 2, 3, 4, 5].includes(json.stType) ? json.stType : undefined,
+        stType: modeNumber(json.stType),
     };
 }
 

@@ -1,6 +1,6 @@
 /**
- * What a file of Gaussians says about itself, compared with what it holds. Spark believes a header:
- * it takes memory for as many Gaussians as it tells of, and goes through as many records.
+ * What a file of Gaussians says about itself, compared with what it holds. Spark trusts the header:
+ * it allocates memory for as many Gaussians as that claims, and reads as many records.
  *
  * @typedef {"ply" | "spz" | "splat" | "ksplat"} Format
  */
@@ -10,22 +10,22 @@ const kKsplatHeader = 4096;
 /** The smallest record that a file in the format may have. */
 const kKsplatRecord = 24;
 const kSpzHeader = 16;
-/** No compressed byte of a gzip file becomes more than these. */
+/** Most bytes that one compressed byte of a gzip file can become. */
 const kMostInflated = 1032;
-/** What is read of a gzip file to find the start of its content; its name comes before. */
+/** Bytes of a gzip file in which its content starts; a file name may come before. */
 const kMostRead = 65536;
-/** The first bytes, the last of them first. */
+/** The first bytes of a file, as a little-endian number. */
 const kPlyStart = 0x796c70;
 const kGzipStart = 0x088b1f;
 const kSpzMagic = 0x5053474e;
-/** By degree, bytes of the spherical harmonics. */
+/** Bytes of the spherical harmonics, by degree. */
 const kSpzHarmonics = [0, 9, 24, 45];
 
 /**
  * @param {ArrayBuffer} bytes of a file
- * @param {string} name of it; its ending tells the format where the bytes do not
+ * @param {string} name of it; its ending decides where the bytes do not show the format
  * @returns {Promise<Format>}
- * @throws {Error} when it is none of the formats, or tells of more than it holds
+ * @throws {Error} when it is none of the formats, or claims more than it holds
  */
 export async function checkedFormat(bytes, name) {
     const format = (await formatOfContent(bytes)) ?? /[^]\.([^.]+)$/.exec(name)?.[1].toLowerCase();
@@ -46,7 +46,7 @@ export async function checkedFormat(bytes, name) {
 
 /**
  * @param {ArrayBuffer} bytes of a file
- * @returns {Promise<Format | undefined>} undefined when the bytes do not tell
+ * @returns {Promise<Format | undefined>} undefined when the bytes do not show it
  */
 async function formatOfContent(bytes) {
     if (bytes.byteLength < 4) return undefined;
@@ -91,7 +91,7 @@ function checkSpz(file, header) {
     if (harmonics === undefined) throw new Error("The file has other spherical harmonics");
     const record = (version === 1 ? 6 : 9) + 1 + 3 + 3 + (version === 3 ? 4 : 3) + harmonics;
     const needed = kSpzHeader + count * record;
-    // A gzip file ends with the length of its content, of which 32 bits have to do.
+    // A gzip file ends with the length of its content modulo 2^32.
     const inflated = file.getUint32(file.byteLength - 4, true);
     const isShort = needed < 2 ** 32 && inflated < needed;
     if (isShort || needed > kMostInflated * file.byteLength) throw new Error(tooMany(count));
@@ -106,5 +106,5 @@ function checkKsplat(file) {
 
 /** @param {number} count */
 function tooMany(count) {
-    return `The file tells of ${count} Gaussians, which it does not hold`;
+    return `The file claims ${count} Gaussians, more than it holds`;
 }

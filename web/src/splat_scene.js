@@ -33,8 +33,8 @@ class EyesRenderer extends SparkRenderer {
 }
 
 /**
- * Disposes a mesh and lets go of its Gaussians. Spark keeps for ever what it compiled for a mesh,
- * and through that everything that the mesh still refers to.
+ * Disposes a mesh and lets go of its Gaussians. Spark never lets go of what it compiled for a
+ * mesh, and so keeps everything that the mesh still refers to.
  * @param {SplatMesh} mesh
  */
 function release(mesh) {
@@ -71,9 +71,9 @@ export class SplatScene {
 
     /**
      * Replaces what is shown by the Gaussians of a file, which appear as soon as they are parsed
-     * and sorted. The bytes are given away.
+     * and sorted. Spark takes over the bytes.
      * @param {ArrayBuffer} bytes
-     * @param {string} name of the file; its ending tells the format where the bytes do not
+     * @param {string} name of the file; its ending decides where the bytes do not show the format
      * @returns {Promise<boolean>} whether the file could be read and is still the one to show
      */
     async show(bytes, name) {

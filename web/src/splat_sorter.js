@@ -11,7 +11,7 @@ import { Matrix4 } from "three";
 const kRounding = 1e-9;
 
 /**
- * The controls work the camera's place out anew for every frame, and its last bits differ.
+ * The controls compute the camera's position anew for every frame, so its last bits differ.
  * @param {Matrix4} a
  * @param {Matrix4} b
  */

@@ -1,11 +1,6 @@
-import { kModes } from "./effects/create_effect.js";
 import { createNativeCalls } from "./native_calls.js";
-import { moveByKey } from "./view_keys.js";
+import { handleKey } from "./view_keys.js";
 import { Viewer } from "./viewer.js";
-
-const kKeyA = 65;
-const kKeyS = 83;
-const kKeyX = 88;
 
 /**
  * Makes the viewer in the page, with its keys and its saved view, and has it load the query's file.
@@ -24,15 +19,10 @@ export function startViewer(query) {
     window.addEventListener("pagehide", () => viewer.saveView());
     window.addEventListener("resize", () => viewer.resize());
     window.addEventListener("keydown", (event) => {
-        const { settings } = viewer;
-        if (event.keyCode === kKeyS) viewer.setMode((settings.stType + 1) % kModes);
-        if (event.keyCode === kKeyA) viewer.setMode((settings.stType + kModes - 1) % kModes);
-        if (event.keyCode === kKeyX) settings.swap = !settings.swap;
-        if ([kKeyS, kKeyA, kKeyX].includes(event.keyCode)) viewer.saveView();
-        if (moveByKey(viewer.controls, event)) event.preventDefault();
+        if (handleKey(viewer, event)) event.preventDefault();
     });
 
-    if (query.filepath === null || query.nstt === 1) {
+    if (query.filepath === null || query.freshView) {
         viewer.restoreMode();
         viewer.saveView();
     } else {

@@ -20,10 +20,9 @@ export class StereoCamera2 {
     /**
      * @param {PerspectiveCamera} camera is only read, but for its `right`
      * @param {import("./view_settings.js").ViewSettings} settings
-     * @param {number} [mode] stereo mode of an effect that shows the eyes side by side: in mode 0
-     *     each eye has half the width, so its picture is made twice as wide
+     * @param {number} [stretch] factor on the width of the eyes' pictures
      */
-    update(camera, settings, mode) {
+    update(camera, settings, stretch = 1) {
         const eyes = eyePair({
             distance: camera.position.length(),
             fov: camera.fov,
@@ -33,8 +32,8 @@ export class StereoCamera2 {
             bsharp: settings.bsharp,
         });
         const right = rightOf(camera);
-        placeEye(this.left, camera, right, eyes.left, mode);
-        placeEye(this.right, camera, right, eyes.right, mode);
+        placeEye(this.left, camera, right, eyes.left, stretch);
+        placeEye(this.right, camera, right, eyes.right, stretch);
     }
 }
 
@@ -43,14 +42,14 @@ export class StereoCamera2 {
  * @param {PerspectiveCamera} camera
  * @param {Vector3} right
  * @param {import("./stereo_geometry.js").Eye} placement
- * @param {number | undefined} mode
+ * @param {number} stretch
  */
-function placeEye(eye, camera, right, placement, mode) {
+function placeEye(eye, camera, right, placement, stretch) {
     eye.copy(camera, false);
     eye.position.addScaledVector(right, placement.offset);
     const projection = eye.projectionMatrix.elements;
+    projection[0] *= stretch;
     projection[8] = placement.skew; // column-major: row 0, column 2
-    if (mode === 0) projection[0] *= 2;
     eye.projectionMatrixInverse.copy(eye.projectionMatrix).invert();
 }
 

@@ -1,3 +1,8 @@
+import { kStereoModes } from "./effects/stereo_modes.js";
+
+const kKeyA = 65;
+const kKeyS = 83;
+const kKeyX = 88;
 /** Pixels of the drag that one press of an arrow stands for. */
 const kDrag = 20;
 
@@ -15,7 +20,7 @@ const kArrows = {
  * @param {KeyboardEvent} event
  * @returns {boolean} whether the key is one of these
  */
-export function moveByKey(controls, event) {
+function moveByKey(controls, event) {
     if (event.ctrlKey || event.altKey || event.metaKey) return false;
     if (Object.hasOwn(kArrows, event.key)) {
         const [dx, dy] = kArrows[event.key];
@@ -30,4 +35,28 @@ export function moveByKey(controls, event) {
         return true;
     }
     return false;
+}
+
+/**
+ * S and A choose the next and the previous stereo mode, X exchanges the eyes. None of them draws.
+ * @param {import("./viewer.js").Viewer} viewer
+ * @param {number} keyCode
+ */
+function chooseByKey(viewer, keyCode) {
+    const { settings, stereoMode } = viewer;
+    const modes = kStereoModes.length;
+    if (keyCode === kKeyS) viewer.setStereoMode((stereoMode + 1) % modes);
+    if (keyCode === kKeyA) viewer.setStereoMode((stereoMode + modes - 1) % modes);
+    if (keyCode === kKeyX) settings.swap = !settings.swap;
+    if ([kKeyS, kKeyA, kKeyX].includes(keyCode)) viewer.saveView();
+}
+
+/**
+ * @param {import("./viewer.js").Viewer} viewer
+ * @param {KeyboardEvent} event
+ * @returns {boolean} whether the browser must not act on the key itself
+ */
+export function handleKey(viewer, event) {
+    chooseByKey(viewer, event.keyCode);
+    return moveByKey(viewer.controls, event);
 }

@@ -2,7 +2,6 @@
  * What the user chose about the picture, shared by all that draw.
  * @typedef {object} ViewSettings
  * @property {boolean} bsharp SHARP mode; otherwise general mode. Constant after start
- * @property {number} stType stereo mode 0..5
  * @property {boolean} swap exchange the eyes
  * @property {number} dltx focus: how far the eyes' pictures are shifted against each other
  * @property {number} dpt depth: distance between the eyes, 100 is neutral
@@ -19,7 +18,7 @@ const kNeutralDepth = 30;
  * @returns {ViewSettings}
  */
 export function defaultSettings(bsharp) {
-    return { bsharp, stType: 0, swap: false, dltx: 0, dpt: 100 };
+    return { bsharp, swap: false, dltx: 0, dpt: 100 };
 }
 
 /**

@@ -1,7 +1,7 @@
 import { Matrix4, PerspectiveCamera, WebGLRenderer } from "three";
 import { OrbitControls } from "./OrbitControls3d.js";
 import { DrawLoop, FrameRate } from "./draw_loop.js";
-import { createEffect } from "./effects/create_effect.js";
+import { createEffect } from "./effects/stereo_modes.js";
 import { fileNameOf } from "./file_name.js";
 import { readFile } from "./read_file.js";
 import { loadSavedView, storeSavedView } from "./saved_view.js";
@@ -14,7 +14,7 @@ import { defaultSettings, kSharpStartFocus } from "./view_settings.js";
 /** Frames drawn after a change of the view or of a setting. */
 const kFramesAfterChange = 10;
 const kFramesAfterResize = 100;
-/** Frames that are kept in store while a file is read. */
+/** Frames that may still be drawn while a file is read. */
 const kFramesWhileReading = 100;
 /** Frames drawn after a file was read, while its Gaussians are parsed and sorted. */
 const kFramesAfterReading = 300;
@@ -26,6 +26,8 @@ const kFramesAfterReading = 300;
 export class Viewer {
     /** @type {import("./view_settings.js").ViewSettings} */
     settings;
+    /** Number of the stereo mode. */
+    stereoMode = 0;
     /** @type {OrbitControls} */
     controls;
     /** @type {import("./effects/eye_pair_effect.js").EyePairEffect | null} */
@@ -111,13 +113,13 @@ export class Viewer {
 
     /**
      * Exchanges the stereo effect. The change shows at the next drawn frame.
-     * @param {number} mode 0..5
+     * @param {number} number of a stereo mode
      */
-    setMode(mode) {
+    setStereoMode(number) {
         this.#effect?.end();
         this.#effect?.dispose();
-        this.settings.stType = mode;
-        this.#effect = createEffect(this.#renderer, this.settings);
+        this.stereoMode = number;
+        this.#effect = createEffect(this.#renderer, this.settings, number);
         this.#effect.setSize(window.innerWidth, window.innerHeight);
     }
 
@@ -135,7 +137,7 @@ export class Viewer {
                 this.#lastShown = number;
                 this.#show(bytes, fileNameOf(url, window.location.origin));
             }
-            if (start) this.setMode(this.settings.stType);
+            if (start) this.setStereoMode(this.stereoMode);
             this.#loop.drawFrames(kFramesAfterReading);
         };
         readFile(url, onBytes, () => {
@@ -161,20 +163,24 @@ export class Viewer {
         this.#loop.wake();
     }
 
-    /** Takes the stereo mode and the eyes' exchange from the saved view and nothing else. */
+    /**
+     * Takes the stereo mode and the eyes' exchange from the saved view.
+     * @returns {import("./saved_view.js").SavedView | null} the saved view
+     */
     restoreMode() {
-        if (this.settings.bsharp) this.settings.dltx = kSharpStartFocus;
+        const { settings } = this;
+        if (settings.bsharp) settings.dltx = kSharpStartFocus;
         const saved = loadSavedView(window.localStorage);
-        if (saved) this.#restoreEyes(saved);
+        settings.swap = saved?.swap ?? settings.swap;
+        this.stereoMode = saved?.stType ?? this.stereoMode;
+        return saved;
     }
 
     /** Takes the whole saved view. */
     restoreView() {
-        const { settings } = this;
-        if (settings.bsharp) settings.dltx = kSharpStartFocus;
-        const saved = loadSavedView(window.localStorage);
+        const saved = this.restoreMode();
         if (!saved) return;
-        this.#restoreEyes(saved);
+        const { settings } = this;
         settings.dltx = saved.dltx ?? settings.dltx;
         settings.dpt = saved.dpt ?? settings.dpt;
         const camera = this.#camera;
@@ -189,18 +195,12 @@ export class Viewer {
         this.controls.update();
     }
 
-    /** @param {import("./saved_view.js").SavedView} saved */
-    #restoreEyes(saved) {
-        this.settings.swap = saved.swap ?? this.settings.swap;
-        this.settings.stType = saved.stType ?? this.settings.stType;
-    }
-
     /**
-     * Choices that the next page restores are saved as they are made: a page that is busy when the
-     * program ends hears nothing of its end.
+     * Saves what the next page restores. Choices are saved as they are made: a page that is busy
+     * when the program ends is not told.
      */
     saveView() {
-        const { swap, dltx, dpt, stType } = this.settings;
+        const { swap, dltx, dpt } = this.settings;
         const { position, fov, zoom } = this.#camera;
         storeSavedView(window.localStorage, {
             position: position.toArray(),
@@ -210,7 +210,7 @@ export class Viewer {
             swap,
             dltx,
             dpt,
-            stType,
+            stType: this.stereoMode,
         });
     }
 }

@@ -119,7 +119,7 @@ function endlessPly() {
     return Buffer.concat([whole.subarray(0, end), element, whole.subarray(end)]);
 }
 
-/** A file that tells of more Gaussians than it holds. */
+/** A file that claims more Gaussians than it holds. */
 function hugeSpz() {
     const header = Buffer.alloc(16);
     header.write("NGSP", 0, "latin1");

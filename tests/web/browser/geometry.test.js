@@ -55,17 +55,17 @@ async function openScene(query = "mode=0&nst=1") {
 }
 
 /**
- * Checks every Gaussian in both halves of mode 0.
+ * Checks every Gaussian in both halves of the start mode.
  * @param {ViewerPage} page
- * @param {import("../support/prediction.js").Look} look
+ * @param {import("../support/prediction.js").View} view
  */
-async function assertPoints(page, look) {
+async function assertPoints(page, view) {
     const picture = await page.picture();
     for (const side of /** @type {const} */ (["left", "right"])) {
         const part = { x: side === "left" ? 0 : kWidth / 2, width: kWidth / 2 };
         kPoints.forEach((point, i) => {
             const actual = centreOf(picture, /** @type {0 | 1 | 2} */ (i), part);
-            const wanted = pixelOf(point, look, side);
+            const wanted = pixelOf(point, view, side);
             const told = `${side} ${i}: (${actual.x}, ${actual.y}), not (${wanted.x}, ${wanted.y})`;
             assert.ok(Math.abs(actual.x - wanted.x) < 0.5, told);
             assert.ok(Math.abs(actual.y - wanted.y) < 0.5, told);
@@ -146,10 +146,10 @@ test("WindowOfAnotherShapeShowsTheSameHeight", async () => {
     await page.page.setViewportSize({ width: 240, height: kHeight });
     await page.rest();
     const picture = await page.picture();
-    const look = { ...kSharpStart, width: 240 };
+    const view = { ...kSharpStart, width: 240 };
     kPoints.forEach((point, i) => {
         const actual = centreOf(picture, /** @type {0 | 1 | 2} */ (i), { width: 120 });
-        const wanted = pixelOf(point, look, "left");
+        const wanted = pixelOf(point, view, "left");
         assert.ok(Math.abs(actual.x - wanted.x) < 0.5, `${actual.x} ${wanted.x}`);
         assert.ok(Math.abs(actual.y - wanted.y) < 0.5, `${actual.y} ${wanted.y}`);
     });

@@ -8,6 +8,7 @@ import {
     combined,
     eyesOf,
     kMatrices,
+    kMode,
 } from "../support/stereo_checks.js";
 import { startBrowser } from "../support/viewer_page.js";
 
@@ -37,7 +38,7 @@ const shared = await openScene();
 const sharedEyes = await eyesOf(shared);
 
 /**
- * @param {number} mode
+ * @param {number} mode number
  * @param {boolean} swap
  * @returns {Promise<Picture>}
  */
@@ -78,27 +79,28 @@ for (const swap of [false, true]) {
         const { left, right } = sharedEyes;
         const [l, r] = swap ? [right, left] : [left, right];
         const expected = combined(kMatrices.dubois, l, r);
-        assertPicture(await sharedPicture(2, swap), expected, 1);
+        assertPicture(await sharedPicture(kMode.dubois, swap), expected, 1);
     });
 
     test(`GreyAnaglyphIsComputedFromBothEyes${suffix}`, async () => {
         const { left, right } = sharedEyes;
         const [l, r] = swap ? [right, left] : [left, right];
         const expected = combined(kMatrices.grey, l, r);
-        assertPicture(await sharedPicture(4, swap), expected, 1);
+        assertPicture(await sharedPicture(kMode.grey, swap), expected, 1);
     });
 
     test(`RowsAlternate${suffix}`, async () => {
         const { left, right } = sharedEyes;
         const [l, r] = swap ? [right, left] : [left, right];
-        assertPicture(await sharedPicture(5, swap), alternating(l, r, 150), 0);
+        const expected = alternating(l, r, 150);
+        assertPicture(await sharedPicture(kMode.interlaced, swap), expected, 0);
     });
 }
 
 test("RowsCountFromTheBottomAtAnOddHeight", async () => {
     const page = await openScene({ height: 151 });
     const { left, right } = await eyesOf(page);
-    await page.call("ChgstFromNative", 5);
+    await page.call("ChgstFromNative", kMode.interlaced);
     assertPicture(await page.picture(), alternating(left, right, 151), 0);
     await page.close();
 });
@@ -106,7 +108,7 @@ test("RowsCountFromTheBottomAtAnOddHeight", async () => {
 test("RowsAlternateByDevicePixels", async () => {
     const page = await openScene({ width: 100, height: 80, scale: 2 });
     const { left, right } = await eyesOf(page);
-    await page.call("ChgstFromNative", 5);
+    await page.call("ChgstFromNative", kMode.interlaced);
     const picture = await page.picture();
     assert.equal(picture.height, 160);
     assertPicture(picture, alternating(left, right, 160), 0);
@@ -119,7 +121,7 @@ test("LeftHalfIsTheMiddleOfTheLeftEye", async () => {
     const page = await openScene();
     await page.call("SetFocusFromNative", -60, 30);
     const { left } = await eyesOf(page);
-    await page.call("ChgstFromNative", 0);
+    await page.call("ChgstFromNative", kMode.sideBySide);
     const picture = await page.picture();
     for (let y = 0; y < 150; ++y) {
         for (let x = 0; x < 100; ++x) {
@@ -137,7 +139,7 @@ test("RightHalfIsTheMiddleOfTheRightEye", async () => {
     const offset = distance * Math.tan(((40 / 11) * Math.PI) / 180);
     await page.call("SetFocusFromNative", 1000 * offset - 60, 30);
     const { right } = await eyesOf(page);
-    await page.call("ChgstFromNative", 0);
+    await page.call("ChgstFromNative", kMode.sideBySide);
     const picture = await page.picture();
     for (let y = 0; y < 150; ++y) {
         for (let x = 0; x < 100; ++x) {
@@ -149,10 +151,10 @@ test("RightHalfIsTheMiddleOfTheRightEye", async () => {
 });
 
 test("SwapExchangesTheHalves", async () => {
-    const plain = await sharedPicture(0, false);
+    const plain = await sharedPicture(kMode.sideBySide, false);
     const expected = (/** @type {number} */ x, /** @type {number} */ y) =>
         plain.at((x + 100) % 200, y);
-    assertPicture(await sharedPicture(0, true), expected, 0);
+    assertPicture(await sharedPicture(kMode.sideBySide, true), expected, 0);
 });
 
 test("GridHasABlackCrossAndBorders", async () => {
@@ -164,7 +166,7 @@ test("GridHasABlackCrossAndBorders", async () => {
         height: 200,
         query: `mode=0&nst=1&openFile=${file}`,
     });
-    await page.call("ChgstFromNative", 1);
+    await page.call("ChgstFromNative", kMode.grid);
     const picture = await page.picture();
     // 0.5 % of 200 pixels is one at each border and one on each side of the middle.
     const lit = (/** @type {number} */ i) => i !== 0 && i !== 99 && i !== 100 && i !== 199;
@@ -189,10 +191,10 @@ for (const swap of [false, true]) {
             height: 300,
             query: `mode=0&nst=1&openFile=${file}`,
         });
-        await page.call("ChgstFromNative", 1);
+        await page.call("ChgstFromNative", kMode.grid);
         await page.call("SwapFromNative", swap);
         const picture = await page.picture();
-        const look = {
+        const view = {
             position: /** @type {[number, number, number]} */ ([-0.3, 0.5, -3]),
             fov: 30,
             width: 400,
@@ -211,7 +213,7 @@ for (const swap of [false, true]) {
         for (const { x, y, side } of places) {
             const part = { x, y, width: 200, height: 150 };
             const actual = centreOf(picture, 0, part);
-            const wanted = pixelOf(point, look, /** @type {"left" | "right"} */ (side));
+            const wanted = pixelOf(point, view, /** @type {"left" | "right"} */ (side));
             assert.ok(Math.abs(actual.x - wanted.x / 2) < 0.6, `${actual.x} ${wanted.x / 2}`);
             assert.ok(Math.abs(actual.y - wanted.y / 2) < 0.6, `${actual.y} ${wanted.y / 2}`);
         }

@@ -7,6 +7,7 @@ import { readFile } from "node:fs/promises";
 import { createServer } from "node:http";
 import path from "node:path";
 import { after, test } from "node:test";
+import { kStereoModes } from "../../../web/src/effects/stereo_modes.js";
 import { startQt } from "../support/qt_page.js";
 import { builtFolder } from "../support/resting_page.js";
 import { ksplatFile, plyFile, splatFile, spzFile } from "../support/splat_files.js";
@@ -40,7 +41,7 @@ test("NothingThatThePageDoesIsRefused", async () => {
     ]);
     for (const [name, bytes] of files) {
         await page.go(`mode=0&nst=1&openFile=${await browser.file(name, bytes)}`);
-        for (let mode = 0; mode < 6; ++mode) {
+        for (const mode of kStereoModes.keys()) {
             await page.call("ChgstFromNative", mode);
             await page.call("SetFocusFromNative", mode, 30);
             assert.equal(await page.evaluate("SceneStateFromNative()"), "shown", `${name} ${mode}`);

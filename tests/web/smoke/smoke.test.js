@@ -13,6 +13,7 @@ import {
     combined,
     eyesOf,
     kMatrices,
+    kMode,
 } from "../support/stereo_checks.js";
 import { startBrowser } from "../support/viewer_page.js";
 
@@ -27,7 +28,7 @@ const kGaussians = [
     { center: [-0.15, -0.1, -0.4], scale: 0.05, color: [0, 0, 1] },
 ];
 const good = await browser.file("good.ply", plyFile(kGaussians, { camera: true }));
-const kLook = {
+const kStart = {
     position: /** @type {[number, number, number]} */ ([-0.3, 0.5, -3]),
     fov: 30,
     width: 200,
@@ -39,16 +40,16 @@ const kLook = {
 };
 
 /**
- * @param {import("../support/png.js").Picture} picture in mode 0
- * @param {Partial<typeof kLook>} [look]
+ * @param {import("../support/png.js").Picture} picture of halves side by side
+ * @param {Partial<typeof kStart>} [view]
  */
-function assertPoints(picture, look = {}) {
+function assertPoints(picture, view = {}) {
     assert.equal(picture.width, 200);
     for (const side of /** @type {const} */ (["left", "right"])) {
         const part = { x: side === "left" ? 0 : 100, width: 100 };
         for (const channel of /** @type {const} */ ([0, 1, 2])) {
             const found = centreOf(picture, channel, part);
-            const wanted = pixelOf(kGaussians[channel].center, { ...kLook, ...look }, side);
+            const wanted = pixelOf(kGaussians[channel].center, { ...kStart, ...view }, side);
             const told = `${side} ${channel}: ${found.x}, ${found.y}; ${wanted.x}, ${wanted.y}`;
             assert.ok(Math.hypot(found.x - wanted.x, found.y - wanted.y) < 0.7, told);
         }
@@ -75,11 +76,11 @@ test("EveryFormatIsShownWhereItBelongs", async () => {
 test("ModesAreComputedFromBothEyes", async () => {
     const page = await browser.open({ query: `mode=0&nst=1&openFile=${good}` });
     const { left, right } = await eyesOf(page);
-    await page.call("ChgstFromNative", 2);
+    await page.call("ChgstFromNative", kMode.dubois);
     assertPicture(await page.picture(), combined(kMatrices.dubois, left, right), 1);
-    await page.call("ChgstFromNative", 4);
+    await page.call("ChgstFromNative", kMode.grey);
     assertPicture(await page.picture(), combined(kMatrices.grey, left, right), 1);
-    await page.call("ChgstFromNative", 5);
+    await page.call("ChgstFromNative", kMode.interlaced);
     assertPicture(await page.picture(), alternating(left, right, 150), 0);
     await page.call("SwapFromNative", true);
     assertPicture(await page.picture(), alternating(right, left, 150), 0);

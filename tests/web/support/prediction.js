@@ -33,7 +33,7 @@ function unit(a) {
 }
 
 /**
- * @typedef {object} Look
+ * @typedef {object} View
  * @property {Vector} position of the camera
  * @property {Vector} [target] that it looks at, the origin when absent
  * @property {number} fov vertical, degrees
@@ -49,32 +49,32 @@ function unit(a) {
  * Column and row (from the top) of a point in one eye's picture, in pixels of a picture of
  * width x height, or of half the width where `half` is set.
  * @param {Vector} point
- * @param {Look} look
+ * @param {View} view
  * @param {"left" | "right"} side
  * @returns {{ x: number, y: number }}
  */
-export function pixelOf(point, look, side) {
-    const target = look.target ?? [0, 0, 0];
-    const forward = unit(/** @type {Vector} */ (target.map((t, i) => t - look.position[i])));
+export function pixelOf(point, view, side) {
+    const target = view.target ?? [0, 0, 0];
+    const forward = unit(/** @type {Vector} */ (target.map((t, i) => t - view.position[i])));
     const right = unit(cross(forward, [0, -1, 0]));
     const up = cross(right, forward);
-    const distance = Math.sqrt(dot(look.position, look.position));
-    const degrees = side === "left" ? (20 - look.dpt / 5) / 11 : (20 + look.dpt / 5) / 11;
+    const distance = Math.sqrt(dot(view.position, view.position));
+    const degrees = side === "left" ? (20 - view.dpt / 5) / 11 : (20 + view.dpt / 5) / 11;
     const offset = distance * Math.tan((degrees * Math.PI) / 180);
-    const shift = look.dltx * (look.sharp ? 0.001 : 0.01) * (side === "left" ? 1 : -1);
+    const shift = view.dltx * (view.sharp ? 0.001 : 0.01) * (side === "left" ? 1 : -1);
     const fromEye = /** @type {Vector} */ (
-        point.map((p, i) => p - look.position[i] - offset * right[i])
+        point.map((p, i) => p - view.position[i] - offset * right[i])
     );
     const depth = dot(fromEye, forward);
-    const tangent = Math.tan((look.fov * Math.PI) / 360);
-    const aspect = look.width / look.height;
+    const tangent = Math.tan((view.fov * Math.PI) / 360);
+    const aspect = view.width / view.height;
     // A point at the origin's distance that lies straight ahead of the camera stays where it is
     // when the eye moves away from it, but for the shift.
     const skew = (2 * (offset + shift)) / (2 * distance * tangent * aspect);
-    let x = (dot(fromEye, right) / (depth * tangent * aspect)) * (look.half ? 2 : 1) + skew;
+    let x = (dot(fromEye, right) / (depth * tangent * aspect)) * (view.half ? 2 : 1) + skew;
     const y = dot(fromEye, up) / (depth * tangent);
-    const columns = look.half ? look.width / 2 : look.width;
-    return { x: ((x + 1) / 2) * columns, y: ((1 - y) / 2) * look.height };
+    const columns = view.half ? view.width / 2 : view.width;
+    return { x: ((x + 1) / 2) * columns, y: ((1 - y) / 2) * view.height };
 }
 
 /**

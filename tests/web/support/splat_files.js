@@ -44,7 +44,7 @@ const kCameraElements = /** @type {const} */ ([
 /**
  * @param {Gaussian[]} gaussians
  * @param {{ camera?: boolean, count?: number, degree?: 0 | 1 }} [options] camera: with the seven
- *     camera elements; count: what the header tells, if not the truth; degree: with spherical
+ *     camera elements; count: what the header claims, if not the truth; degree: with spherical
  *     harmonics of that degree, which make the red depend on the viewing direction's y
  * @returns {Buffer}
  */

@@ -6,6 +6,9 @@ import assert from "node:assert/strict";
 /** @typedef {import("./png.js").Picture} Picture */
 /** @typedef {(x: number, y: number) => number[]} Colours red, green, blue, 0..255 */
 
+/** The program's numbers of the modes. */
+export const kMode = { sideBySide: 0, grid: 1, dubois: 2, colour: 3, grey: 4, interlaced: 5 };
+
 /** Rows are output red, green and blue, columns input red, green and blue. */
 export const kMatrices = {
     dubois: {
@@ -91,7 +94,7 @@ export function alternating(odd, even, height) {
  * @returns {Promise<{ left: Colours, right: Colours }>}
  */
 export async function eyesOf(page) {
-    await page.call("ChgstFromNative", 3);
+    await page.call("ChgstFromNative", kMode.colour);
     await page.call("SwapFromNative", false);
     const plain = await page.picture();
     await page.call("SwapFromNative", true);

@@ -1,11 +1,16 @@
 import assert from "node:assert/strict";
 import { test } from "node:test";
-import { PerspectiveCamera, Scene, Vector2, WebGLRenderTarget } from "three";
-import { AnaglyphEffect } from "../../../web/src/effects/anaglyph_effect.js";
-import { createEffect } from "../../../web/src/effects/create_effect.js";
-import { ParallaxBarrierEffect } from "../../../web/src/effects/parallax_barrier_effect.js";
-import { StereoEffect } from "../../../web/src/effects/stereo_effect.js";
+import { Mesh, PerspectiveCamera, Scene, Vector2, WebGLRenderTarget } from "three";
+import { createEffect, kStereoModes } from "../../../web/src/effects/stereo_modes.js";
 import { defaultSettings } from "../../../web/src/view_settings.js";
+
+/**
+ * @typedef {object} Rendered
+ * @property {WebGLRenderTarget | null} target
+ * @property {number} x of the camera
+ * @property {number} scale horizontal, of the camera's projection
+ * @property {string} [shader] name of what is drawn with, where that is a mesh
+ */
 
 /** Notes what an effect asks of the renderer. */
 class FakeRenderer {
@@ -14,7 +19,7 @@ class FakeRenderer {
     /** @type {WebGLRenderTarget | null} */
     target = null;
     resizes = 0;
-    /** @type {{ target: WebGLRenderTarget | null, x: number }[]} camera's x for every render */
+    /** @type {Rendered[]} */
     renders = [];
     failing = false;
 
@@ -46,12 +51,17 @@ class FakeRenderer {
     }
 
     /**
-     * @param {unknown} _scene
+     * @param {import("three").Object3D} scene
      * @param {import("three").Camera} camera
      */
-    render(_scene, camera) {
+    render(scene, camera) {
         if (this.failing) throw new Error("lost");
-        this.renders.push({ target: this.target, x: camera.position.x });
+        this.renders.push({
+            target: this.target,
+            x: camera.position.x,
+            scale: camera.projectionMatrix.elements[0],
+            shader: scene instanceof Mesh ? scene.material.name : undefined,
+        });
     }
 
     /** @returns {import("three").WebGLRenderer} */
@@ -74,47 +84,83 @@ function targetSizes(renderer) {
     return renderer.renders.slice(0, 2).map(({ target }) => [target?.width, target?.height]);
 }
 
-test("EveryModeHasItsEffect", () => {
-    const wanted = [StereoEffect, StereoEffect, AnaglyphEffect, AnaglyphEffect, AnaglyphEffect];
-    for (const [stType, kind] of [...wanted, ParallaxBarrierEffect].entries()) {
-        const effect = createEffect(new FakeRenderer().real, { ...defaultSettings(true), stType });
-        assert.ok(effect instanceof kind, `${stType}`);
+/**
+ * Draws a frame.
+ * @param {number} number of a stereo mode
+ */
+function frameOf(number) {
+    const renderer = new FakeRenderer();
+    const effect = createEffect(renderer.real, defaultSettings(true), number);
+    effect.render(new Scene(), frontCamera(), false);
+    return renderer;
+}
+
+/** The modes in the order of their numbers, on which the program and saved views rely. */
+const kModes = [
+    { name: "Side-by-Side (SBS)", size: 1024, columns: 150, stretch: 2 },
+    { name: "LR/RL", size: 1024, columns: 150, stretch: 1 },
+    { name: "Dubois", size: 512, columns: 301, stretch: 1 },
+    { name: "Color Anaglyph", size: 512, columns: 301, stretch: 1 },
+    { name: "Gray Anaglyph", size: 512, columns: 301, stretch: 1 },
+    { name: "Interlaced", size: 512, columns: 301, stretch: 1 },
+];
+
+test("ModesHaveTheirNumbers", () => {
+    const names = kStereoModes.map(({ name }) => name);
+    assert.deepEqual(names.slice(0, kModes.length), kModes.map(({ name }) => name));
+});
+
+test("EveryNumberDrawsItsMode", () => {
+    for (const [number, { name }] of kModes.entries()) {
+        assert.equal(frameOf(number).renders[2].shader, name);
+    }
+});
+
+test("EyesAreStretchedAsTheModeSays", () => {
+    for (const [number, { name, stretch }] of kModes.entries()) {
+        const scales = frameOf(number).renders.slice(0, 2).map(({ scale }) => scale);
+        for (const scale of scales) assert.ok(Math.abs(scale - 0.5 * stretch) < 1e-12, name);
     }
 });
 
 test("TargetsStartAtTheirOwnSize", () => {
-    for (const [stType, size] of [
-        [0, 1024],
-        [1, 1024],
-        [2, 512],
-        [5, 512],
-    ]) {
-        const renderer = new FakeRenderer();
-        const effect = createEffect(renderer.real, { ...defaultSettings(true), stType });
-        effect.render(new Scene(), frontCamera(), false);
-        assert.deepEqual(targetSizes(renderer), [[size, size], [size, size]], `${stType}`);
+    for (const [number, { name, size }] of kModes.entries()) {
+        assert.deepEqual(targetSizes(frameOf(number)), [[size, size], [size, size]], name);
     }
 });
 
 test("TargetsFollowTheScreenInDevicePixels", () => {
-    for (const [stType, columns] of [
-        [0, 150],
-        [1, 150],
-        [3, 301],
-        [5, 301],
-    ]) {
+    for (const [number, { name, columns }] of kModes.entries()) {
         const renderer = new FakeRenderer();
         renderer.ratio = 1.5;
-        const effect = createEffect(renderer.real, { ...defaultSettings(true), stType });
+        const effect = createEffect(renderer.real, defaultSettings(true), number);
         effect.setSize(201, 101);
         effect.render(new Scene(), frontCamera(), false);
-        assert.deepEqual(targetSizes(renderer), [[columns, 151], [columns, 151]], `${stType}`);
+        assert.deepEqual(targetSizes(renderer), [[columns, 151], [columns, 151]], name);
+    }
+});
+
+test("NumberOutsideTheModesShowsHalvesThatAreNotStretched", () => {
+    const outside = kStereoModes.length;
+    for (const number of [-1, 0.4, outside - 0.4, outside, 1000]) {
+        const renderer = frameOf(number);
+        assert.equal(renderer.renders[2].shader, kModes[0].name, `${number}`);
+        assert.ok(Math.abs(renderer.renders[0].scale - 0.5) < 1e-12, `${number}`);
+        assert.deepEqual(targetSizes(renderer), [[1024, 1024], [1024, 1024]], `${number}`);
+    }
+});
+
+test("NumberBetweenTwoModesShowsTheGrid", () => {
+    for (const number of [0.5, 1.5, kStereoModes.length - 0.5, NaN]) {
+        const { renders } = frameOf(number);
+        assert.equal(renders[2].shader, kModes[1].name, `${number}`);
+        assert.ok(Math.abs(renders[0].scale - 0.5) < 1e-12, `${number}`);
     }
 });
 
 test("WindowWithoutAreaStillHasTargets", () => {
     const renderer = new FakeRenderer();
-    const effect = createEffect(renderer.real, defaultSettings(true));
+    const effect = createEffect(renderer.real, defaultSettings(true), 0);
     effect.setSize(0, 0);
     effect.render(new Scene(), frontCamera(), false);
     assert.deepEqual(targetSizes(renderer), [[1, 1], [1, 1]]);
@@ -122,7 +168,7 @@ test("WindowWithoutAreaStillHasTargets", () => {
 
 test("RendererIsResizedOnlyToAnotherSize", () => {
     const renderer = new FakeRenderer();
-    const effect = createEffect(renderer.real, defaultSettings(true));
+    const effect = createEffect(renderer.real, defaultSettings(true), 0);
     effect.setSize(200, 100);
     effect.setSize(200, 100);
     assert.equal(renderer.resizes, 1);
@@ -134,7 +180,7 @@ test("RendererIsResizedOnlyToAnotherSize", () => {
 test("LeftEyeIsDrawnFirstAndRightEyeFirstWhenSwapped", () => {
     for (const swap of [false, true]) {
         const renderer = new FakeRenderer();
-        const effect = createEffect(renderer.real, defaultSettings(false));
+        const effect = createEffect(renderer.real, defaultSettings(false), 0);
         effect.render(new Scene(), frontCamera(), swap);
         const [first, second, screen] = renderer.renders;
         // At the neutral depth the left eye is where the camera is.
@@ -150,21 +196,22 @@ test("RememberedTargetIsRestored", () => {
     const renderer = new FakeRenderer();
     const remembered = new WebGLRenderTarget(8, 8);
     renderer.target = remembered;
-    createEffect(renderer.real, defaultSettings(true)).render(new Scene(), frontCamera(), false);
+    const effect = createEffect(renderer.real, defaultSettings(true), 0);
+    effect.render(new Scene(), frontCamera(), false);
     assert.equal(renderer.target, remembered);
 });
 
 test("RememberedTargetIsRestoredAfterAFailure", () => {
     const renderer = new FakeRenderer();
     renderer.failing = true;
-    const effect = createEffect(renderer.real, defaultSettings(true));
+    const effect = createEffect(renderer.real, defaultSettings(true), 0);
     assert.throws(() => effect.render(new Scene(), frontCamera(), false), /lost/);
     assert.equal(renderer.target, null);
 });
 
 test("DisposeFreesBothTargets", () => {
     const renderer = new FakeRenderer();
-    const effect = createEffect(renderer.real, defaultSettings(true));
+    const effect = createEffect(renderer.real, defaultSettings(true), 0);
     effect.render(new Scene(), frontCamera(), false);
     let freed = 0;
     for (const { target } of renderer.renders.slice(0, 2)) {

@@ -3,7 +3,7 @@ import { test } from "node:test";
 import { parseQuery } from "../../../web/src/query.js";
 
 test("EmptyQueryIsSharpModeWithoutFile", () => {
-    assert.deepEqual(parseQuery(""), { bsharp: true, filepath: null, nstt: 0, highreso: false });
+    assert.deepEqual(parseQuery(""), { bsharp: true, filepath: null, freshView: false });
 });
 
 test("ModeOneIsGeneral", () => {
@@ -19,8 +19,7 @@ test("AnyOtherModeIsSharp", () => {
 test("FileNameIsDecoded", () => {
     const query = parseQuery("?nreso=1&mode=0&nst=1&openFile=/home/a/My%20Scans/a.ply");
     assert.equal(query.filepath, "/home/a/My Scans/a.ply");
-    assert.equal(query.nstt, 1);
-    assert.equal(query.highreso, true);
+    assert.equal(query.freshView, true);
 });
 
 test("AmpersandCutsTheFileName", () => {
@@ -32,6 +31,6 @@ test("EmptyFileNameIsNoFile", () => {
 });
 
 test("OnlyOneAsksForAFreshView", () => {
-    assert.equal(parseQuery("?nst=0").nstt, 0);
-    assert.equal(parseQuery("?nst=true").nstt, 0);
+    assert.equal(parseQuery("?nst=0").freshView, false);
+    assert.equal(parseQuery("?nst=true").freshView, false);
 });

@@ -1,5 +1,6 @@
 import assert from "node:assert/strict";
 import { mock, test } from "node:test";
+import { kStereoModes } from "../../../web/src/effects/stereo_modes.js";
 import { loadSavedView, parseSavedView, storeSavedView } from "../../../web/src/saved_view.js";
 
 /** @type {Required<import("../../../web/src/saved_view.js").SavedView>} */
@@ -61,9 +62,21 @@ test("BrokenTextIsReportedAndIsNoView", () => {
 test("MembersOfAnotherTypeAreLeftOut", () => {
     const view = parseSavedView(
         '{"position":[1,2],"target":[1,2,"3"],"fov":0,"zoom":-1,"swap":1,"dltx":"5","dpt":null,' +
-            '"stType":6}',
+            '"stType":"1"}',
     );
     assert.ok(Object.values(view).every((member) => member === undefined));
+});
+
+test("NumberOfNoStereoModeIsLeftOut", () => {
+    for (const stType of [-1, 0.5, kStereoModes.length]) {
+        assert.equal(parseSavedView(JSON.stringify({ stType })).stType, undefined, `${stType}`);
+    }
+});
+
+test("NumberOfEveryStereoModeIsTaken", () => {
+    for (const stType of kStereoModes.keys()) {
+        assert.equal(parseSavedView(JSON.stringify({ stType })).stType, stType);
+    }
 });
 
 test("PartOfAViewIsTaken", () => {

@@ -55,14 +55,14 @@ test("OnlyTheSkewOfTheProjectionDiffers", () => {
 
 test("InverseProjectionFollowsTheSkew", () => {
     const eyes = new StereoCamera2();
-    eyes.update(frontCamera(), { ...defaultSettings(false), dltx: 10 }, 0);
+    eyes.update(frontCamera(), { ...defaultSettings(false), dltx: 10 }, 2);
     const product = eyes.left.projectionMatrix.clone().multiply(eyes.left.projectionMatrixInverse);
     assertClose(product, new Matrix4().elements);
 });
 
-test("ModeZeroDoublesTheWidthOnly", () => {
+test("StretchDoublesTheWidthOnly", () => {
     const eyes = new StereoCamera2();
-    eyes.update(frontCamera(), { ...defaultSettings(false), dltx: 10 }, 0);
+    eyes.update(frontCamera(), { ...defaultSettings(false), dltx: 10 }, 2);
     for (const eye of [eyes.left, eyes.right]) {
         assert.ok(Math.abs(eye.projectionMatrix.elements[0] - 1) < 1e-12); // (1 / 2) * 2
         assert.ok(Math.abs(eye.projectionMatrix.elements[5] - 1) < 1e-12);
@@ -70,9 +70,9 @@ test("ModeZeroDoublesTheWidthOnly", () => {
     assert.ok(Math.abs(eyes.left.projectionMatrix.elements[8] + 0.025) < 1e-12);
 });
 
-test("ModeOneKeepsTheWidth", () => {
+test("WithoutStretchTheWidthStays", () => {
     const eyes = new StereoCamera2();
-    eyes.update(frontCamera(), defaultSettings(false), 1);
+    eyes.update(frontCamera(), defaultSettings(false));
     assert.ok(Math.abs(eyes.left.projectionMatrix.elements[0] - 0.5) < 1e-12);
 });
 
@@ -89,7 +89,7 @@ test("ZoomScalesTheProjectionButNotTheSkew", () => {
 test("CameraIsLeftAloneButForItsRight", () => {
     const camera = /** @type {PerspectiveCamera & { right?: Vector3 }} */ (frontCamera());
     const before = camera.projectionMatrix.clone();
-    new StereoCamera2().update(camera, defaultSettings(true), 0);
+    new StereoCamera2().update(camera, defaultSettings(true), 2);
     assertClose(camera.position, [0, 0, 2]);
     assert.ok(camera.projectionMatrix.equals(before));
     assertClose(/** @type {Vector3} */ (camera.right), [1, 0, 0]);
@@ -98,8 +98,8 @@ test("CameraIsLeftAloneButForItsRight", () => {
 test("EveryUpdateStartsAnew", () => {
     const camera = frontCamera();
     const eyes = new StereoCamera2();
-    eyes.update(camera, defaultSettings(false), 0);
-    eyes.update(camera, defaultSettings(false), 0);
+    eyes.update(camera, defaultSettings(false), 2);
+    eyes.update(camera, defaultSettings(false), 2);
     assertClose(eyes.right.position, [2 * kTan, 0, 2]);
     assert.ok(Math.abs(eyes.right.projectionMatrix.elements[0] - 1) < 1e-12);
 });

@@ -34,11 +34,6 @@ test("FocusAddsToTheConvergence", () => {
 });
 
 test("SettingsStartNeutral", () => {
-    assert.deepEqual(defaultSettings(false), {
-        bsharp: false,
-        stType: 0,
-        swap: false,
-        dltx: 0,
-        dpt: 100,
-    });
+    const neutral = { bsharp: false, swap: false, dltx: 0, dpt: 100 };
+    assert.deepEqual(defaultSettings(false), neutral);
 });

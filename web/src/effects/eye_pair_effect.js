@@ -22,27 +22,34 @@ void main() {
 }
 `;
 
-/**
- * How an effect differs from the others.
- * @typedef {object} EffectRules
- * @property {string} fragmentShader combines `left` and `right` at `vUv`
- * @property {Record<string, import("three").IUniform>} [uniforms] of that shader but its targets
- * @property {number} size of the targets before the first setSize, pixels
- * @property {number} widthShare of the screen that a target is wide
- * @property {number} [mode] passed on to StereoCamera2
- */
+const kFragmentHead = /* glsl */ `
+uniform sampler2D left;
+uniform sampler2D right;
+in vec2 vUv;
+`;
 
 /**
- * Draws both eyes into a target each and combines the two on the screen. The effects are subclasses
- * that bring their combining shader.
+ * What distinguishes a stereo mode from the others.
+ * @typedef {object} StereoMode
+ * @property {string} name as in the program's menu
+ * @property {string} combine `main` of the shader that sets `gl_FragColor` from the eyes' textures
+ *     `left` and `right` at `vUv`. It reads both before it chooses: a texture read inside a branch
+ *     has no defined level
+ * @property {Record<string, import("three").IUniform>} [uniforms] of that shader but its textures
+ * @property {number} targetSize of the targets before the first setSize, pixels
+ * @property {number} widthShare of the screen that a target is wide
+ * @property {number} eyeStretch factor on the width of an eye's picture, of which its target shows
+ *     the middle
  */
+
+/** Draws both eyes into a target each and combines the two on the screen as a stereo mode says. */
 export class EyePairEffect {
     /** @type {WebGLRenderer} */
     #renderer;
     /** @type {ViewSettings} */
     #settings;
-    /** @type {EffectRules} */
-    #rules;
+    /** @type {StereoMode} */
+    #mode;
     #eyes = new StereoCamera2();
     #quadCamera = new OrthographicCamera(-1, 1, 1, -1, 0, 1);
     /** @type {WebGLRenderTarget} */
@@ -55,12 +62,12 @@ export class EyePairEffect {
     /**
      * @param {WebGLRenderer} renderer
      * @param {ViewSettings} settings read at every render
-     * @param {EffectRules} rules
+     * @param {StereoMode} mode
      */
-    constructor(renderer, settings, rules) {
+    constructor(renderer, settings, mode) {
         this.#renderer = renderer;
         this.#settings = settings;
-        this.#rules = rules;
+        this.#mode = mode;
         // Nearest when a target's pixel meets one of the screen, so that each eye stays exact;
         // linear where the screen shows less of a target than it holds.
         const options = {
@@ -68,16 +75,17 @@ export class EyePairEffect {
             magFilter: NearestFilter,
             format: RGBAFormat,
         };
-        this.#left = new WebGLRenderTarget(rules.size, rules.size, options);
-        this.#right = new WebGLRenderTarget(rules.size, rules.size, options);
+        this.#left = new WebGLRenderTarget(mode.targetSize, mode.targetSize, options);
+        this.#right = new WebGLRenderTarget(mode.targetSize, mode.targetSize, options);
         const material = new ShaderMaterial({
+            name: mode.name, // shown when its shader does not compile
             uniforms: {
                 left: { value: this.#left.texture },
                 right: { value: this.#right.texture },
-                ...rules.uniforms,
+                ...mode.uniforms,
             },
             vertexShader: kVertexShader,
-            fragmentShader: rules.fragmentShader,
+            fragmentShader: kFragmentHead + mode.combine,
             depthTest: false,
             depthWrite: false,
         });
@@ -95,7 +103,7 @@ export class EyePairEffect {
         const current = this.#renderer.getSize(new Vector2());
         if (current.x !== width || current.y !== height) this.#renderer.setSize(width, height);
         const ratio = this.#renderer.getPixelRatio();
-        const columns = Math.max(1, Math.floor(width * this.#rules.widthShare * ratio));
+        const columns = Math.max(1, Math.floor(width * this.#mode.widthShare * ratio));
         const rows = Math.max(1, Math.floor(height * ratio));
         this.#left.setSize(columns, rows);
         this.#right.setSize(columns, rows);
@@ -112,7 +120,7 @@ export class EyePairEffect {
         const remembered = renderer.getRenderTarget();
         if (camera.parent === null) camera.updateMatrixWorld();
         scene.updateMatrixWorld();
-        this.#eyes.update(camera, this.#settings, this.#rules.mode);
+        this.#eyes.update(camera, this.#settings, this.#mode.eyeStretch);
         const { left, right } = this.#eyes;
         try {
             renderer.setRenderTarget(this.#left);
@@ -126,7 +134,7 @@ export class EyePairEffect {
         }
     }
 
-    /** Called before dispose when another effect takes over; there is nothing to wind up. */
+    /** Called before dispose when another effect takes over; nothing to do. */
     end() {}
 
     /** Frees the targets and the quad. */

@@ -1,7 +1,22 @@
+/** Changes to the text of Spark 0.1.10, which then runs everywhere and keeps to the page's policy. */
+
+/** Uses of `packed` as an identifier in its shaders. */
+const kUse = /\bpacked\b(?=\.[xyzw]\b| =|, )/g;
+const kUses = 62;
+
 /**
- * Spark 0.1.10 puts the code that reads the records of a PLY file together as text, which the
- * page's policy does not let it run, and its other way takes longer.
+ * GLSL ES reserves the word, and drivers are free to refuse it.
+ * @param {string} spark source text
+ * @returns {string} the same without the reserved word
+ * @throws {Error} when the text uses the word at another number of places: then it is another text
+ *     than the one that was looked through
  */
+export function avoidReservedWord(spark) {
+    const uses = spark.match(kUse)?.length ?? 0;
+    if (uses !== kUses) throw new Error(`Spark uses "packed" ${uses} times and not ${kUses} times`);
+    return spark.replace(kUse, "packedWords");
+}
+
 const kProbe = 'new Function("return 42;");';
 const kCompiler =
     /function createCompiledParserFn\([^]*?(?=(?:\\n|\s)*function createDynamicParserFn\()/g;
@@ -57,6 +72,8 @@ export function createCompiledParserFn(properties, littleEndian) {
 }
 
 /**
+ * Spark puts the code that reads the records of a PLY file together as text, which the policy does
+ * not let it run, and its other way takes longer.
  * @param {string} spark source text
  * @returns {string} the same without code that is put together as text
  * @throws {Error} when the text is another than the one that was looked through

@@ -1,0 +1,64 @@
+import { Matrix3 } from "three";
+
+/** @typedef {import("./eye_pair_effect.js").StereoMode} StereoMode */
+
+// The targets hold colours as they are shown, and the matrices are made for those.
+const kCombine = /* glsl */ `
+uniform mat3 leftMatrix;
+uniform mat3 rightMatrix;
+
+void main() {
+    vec3 colour = leftMatrix * texture(left, vUv).rgb + rightMatrix * texture(right, vUv).rgb;
+    gl_FragColor = vec4(clamp(colour, 0.0, 1.0), 1.0);
+}
+`;
+
+/**
+ * Both eyes in one picture, told apart by coloured glasses.
+ * @param {string} name
+ * @param {Matrix3} leftMatrix output red, green, blue from the left eye's red, green, blue
+ * @param {Matrix3} rightMatrix the same from the right eye's
+ * @returns {StereoMode}
+ */
+function anaglyph(name, leftMatrix, rightMatrix) {
+    return {
+        name,
+        combine: kCombine,
+        uniforms: { leftMatrix: { value: leftMatrix }, rightMatrix: { value: rightMatrix } },
+        targetSize: 512,
+        widthShare: 1,
+        eyeStretch: 1,
+    };
+}
+
+/**
+ * Least squares fit for red-cyan glasses (E. Dubois, "A projection method to generate anaglyph
+ * stereo images", ICASSP 2001).
+ */
+export const kDubois = anaglyph(
+    "Dubois",
+    new Matrix3(
+        0.4561, 0.500484, 0.176381,
+        -0.0400822, -0.0378246, -0.0157589,
+        -0.0152161, -0.0205971, -0.00546856,
+    ),
+    new Matrix3(
+        -0.0434706, -0.0879388, -0.00155529,
+        0.378476, 0.73364, -0.0184503,
+        -0.0721527, -0.112961, 1.2264,
+    ),
+);
+
+/** Red from the left eye, green and blue from the right. */
+export const kColorAnaglyph = anaglyph(
+    "Color Anaglyph",
+    new Matrix3(1, 0, 0, 0, 0, 0, 0, 0, 0),
+    new Matrix3(0, 0, 0, 0, 1, 0, 0, 0, 1),
+);
+
+/** Luminance (ITU-R BT.601) of the left eye in red, of the right eye in green and blue. */
+export const kGrayAnaglyph = anaglyph(
+    "Gray Anaglyph",
+    new Matrix3(0.299, 0.587, 0.114, 0, 0, 0, 0, 0, 0),
+    new Matrix3(0, 0, 0, 0.299, 0.587, 0.114, 0.299, 0.587, 0.114),
+);
