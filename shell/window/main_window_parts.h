@@ -31,7 +31,7 @@ struct MainWindow::Parts {
     std::wstring appDir;
     AppSettings settings;
     ConversionEngine engine;
-    ModelDownloader downloader;
+    std::shared_ptr<ModelDownloader> downloader;  // never null
     std::shared_ptr<Mailbox> mailbox;
     std::unique_ptr<WindowDialogs> dialogs;
     WebViewBridge bridge;

@@ -7,6 +7,7 @@
 #include <QPushButton>
 #include <cerrno>
 #include <filesystem>
+#include <memory>
 
 #include "shell/window/download_flow.h"
 #include "shell/window/generate_flow.h"
@@ -38,14 +39,14 @@ TEST_F(WithoutThreads, ConversionFailsAndTheNextStartIsFree) {
 }
 
 TEST_F(WithoutThreads, DownloadFailsAndTheNextStartIsFree) {
-    ModelDownloader downloader;
+    const auto downloader = std::make_shared<ModelDownloader>();
     DownloadFlow flow(downloader, settings, sidebar, user, window.mailbox);
     flow.StartModelDownload();
     EXPECT_EQ(sidebar.downloadStatus->text(), "Failed: Resource temporarily unavailable");
     EXPECT_FALSE(sidebar.downloadStatus->isHidden());
     EXPECT_TRUE(sidebar.downloadProgress->isHidden());
     EXPECT_TRUE(sidebar.downloadModel->isEnabled());
-    EXPECT_FALSE(downloader.busy);
+    EXPECT_FALSE(downloader->busy);
     EXPECT_FALSE(std::filesystem::exists(ToPath(UserDataFolder())));
 }
 
