@@ -30,7 +30,7 @@ struct MainWindow::Parts {
     std::wstring tempWebDir;
     std::wstring appDir;
     AppSettings settings;
-    ConversionEngine engine;
+    std::shared_ptr<ConversionEngine> engine;     // never null
     std::shared_ptr<ModelDownloader> downloader;  // never null
     std::shared_ptr<Mailbox> mailbox;
     std::unique_ptr<WindowDialogs> dialogs;

@@ -26,7 +26,7 @@ namespace {
 using WithoutThreads = test::FlowTest;
 
 TEST_F(WithoutThreads, ConversionFailsAndTheNextStartIsFree) {
-    ConversionEngine engine;
+    const auto engine = std::make_shared<ConversionEngine>();
     GenerateFlow flow(engine, settings, sidebar, user, window.mailbox);
     flow.inputImagePath = L"photo.png";
     settings.modelPath = L"model.onnx";
@@ -34,7 +34,7 @@ TEST_F(WithoutThreads, ConversionFailsAndTheNextStartIsFree) {
     flow.RunGenerate();
     EXPECT_EQ(sidebar.generateStatus->text(), "Error: Resource temporarily unavailable");
     EXPECT_TRUE(sidebar.generate->isEnabled());
-    EXPECT_FALSE(engine.busy);
+    EXPECT_FALSE(engine->busy);
     EXPECT_FALSE(std::filesystem::exists(home.Home() / "scene.ply"));
 }
 
