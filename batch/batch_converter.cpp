@@ -82,14 +82,12 @@ BatchConflictPolicy DecidePolicy(const BatchConverter& batch,
     return conflict && batch.onConflict ? batch.onConflict(L"") : BatchConflictPolicy::OverwriteAll;
 }
 
-// Makes a report of every stage of the file that `info` names. Holds a copy of the callback, since
-// it stays with the engine, which may outlive the batch.
-void ReportStages(const BatchConverter& batch, BatchProgressInfo info) {
-    batch.engine->onProgress = [report = batch.onProgress, info = std::move(info),
-                                start = Clock::now()](const std::wstring&) mutable {
-        if (!report) return;
+// Makes a report of every stage of the file that `info` names. Both arguments outlive the file.
+std::function<void(const std::wstring&)> StageReports(const BatchConverter& batch,
+                                                      BatchProgressInfo& info) {
+    return [&batch, &info, start = Clock::now()](const std::wstring& /*stage*/) {
         info.elapsedSeconds = SecondsSince(start);
-        report(info);
+        Report(batch, info);
     };
 }
 
@@ -125,7 +123,8 @@ std::wstring BatchOutputPath(const std::wstring& photograph, const std::wstring&
     return renamed ? MakeUniqueOutputPath(plain) : plain;
 }
 
-BatchConverter::BatchConverter(ConversionEngine* converting) : engine(converting) {}
+BatchConverter::BatchConverter(std::shared_ptr<const ConversionEngine> engine)
+    : engine_(std::move(engine)) {}
 
 void BatchConverter::Run(const std::wstring& modelPath, const std::wstring& inputDir,
                          const std::wstring& outputDir, std::int32_t provider) {
@@ -150,15 +149,16 @@ void BatchConverter::Run(const std::wstring& modelPath, const std::wstring& inpu
     BatchProgressInfo info{.total = static_cast<std::int32_t>(photographs.size())};
     for (const std::wstring& photograph : photographs) {
         if (cancelRequested) break;
-        const std::wstring target = BatchOutputPath(photograph, outputDir, policy);
+        const ConversionJob job{.modelPath = modelPath,
+                                .inputPath = photograph,
+                                .outputPath = BatchOutputPath(photograph, outputDir, policy),
+                                .provider = ExecutionProvider{provider}};
         ++info.current;
         info.fileName = FromPath(ToPath(photograph).filename());
-        ReportStages(*this, info);
         try {
-            constexpr float kKeepAll = 1.0F;
-            engine->Run(modelPath, photograph, target, kKeepAll, ExecutionProvider{provider});
+            engine_->Run(job, {StageReports(*this, info), onFileFinished});
         } catch (...) {
-            // The engine's owner failed to take in a failure; the other photographs can do without.
+            // onFileFinished failed to take in a failure; the other photographs can do without.
         }
     }
     const bool cancelled = cancelRequested;

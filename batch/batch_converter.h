@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -45,25 +46,28 @@ struct BatchProgressInfo {
 
 class BatchConverter {
   public:
-    // `engine` is not owned and outlives every run.
-    explicit BatchConverter(ConversionEngine* engine);
+    explicit BatchConverter(std::shared_ptr<const ConversionEngine> engine);
 
-    ConversionEngine* engine;
-    // Both may be empty, are called on the thread of Run and are not replaced during a run. What
+    // These may be empty, are called on the thread of Run and are not replaced during a run. What
     // onProgress throws while a file is converted fails that file; what onConflict throws, and
     // onProgress in the last report, leaves Run.
     std::function<void(const BatchProgressInfo& info)> onProgress;
+    // Receives the end of each file's conversion as ConversionCallbacks::onFinished does. What it
+    // throws at a failure is lost.
+    std::function<void(bool success, const std::wstring& text)> onFileFinished;
     // Asked once, before the first conversion, when an output file exists. The text is empty.
     std::function<BatchConflictPolicy(const std::wstring& text)> onConflict;
-    // Set from any thread to end the batch after the current file; cleared when Run starts.
+    // Atomic. Set from any thread to end the batch after the current file; cleared when Run starts.
     std::atomic<bool> cancelRequested = false;
 
     // Converts the photographs of `inputDir` into `outputDir`, one after the other, and returns
-    // when the batch has ended. Replaces the engine's onProgress and leaves its own there;
-    // onFinished stays and hears of every file. A photograph that fails is skipped, and so is one
-    // whose onFinished throws. `provider` is an ExecutionProvider. Any thread, one run at a time.
+    // when the batch has ended. A photograph that fails is skipped. `provider` is an
+    // ExecutionProvider. Any thread, one run at a time.
     void Run(const std::wstring& modelPath, const std::wstring& inputDir,
              const std::wstring& outputDir, std::int32_t provider);
+
+  private:
+    const std::shared_ptr<const ConversionEngine> engine_;
 };
 
 }  // namespace vistrel

@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -41,12 +42,12 @@ void FolderOfPictures(benchmark::State& state) {
         pictures.push_back(FromPath(folder.Write("in/" + std::to_string(i) + ".jpg", picture)));
     }
     const std::wstring model = FromPath(test::ModelFile("echo"));
-    ConversionEngine engine;
-    BatchConverter converter(&engine);
+    const auto engine = std::make_shared<ConversionEngine>();
+    BatchConverter converter(engine);
     const auto batch = [&] { converter.Run(model, FromPath(input), FromPath(output), 0); };
     const auto single = [&] {
         for (const std::wstring& path : pictures) {
-            engine.Run(model, path, FromPath(output / "single.ply"), 1.0F, ExecutionProvider::Cpu);
+            engine->Run({model, path, FromPath(output / "single.ply")});
         }
     };
     batch();

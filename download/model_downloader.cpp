@@ -161,23 +161,12 @@ void HoldBackWriteSignals() {
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
 }
 
-}  // namespace
-
-struct ModelDownloader::Shared {
-    std::atomic<bool> busy = false;             // atomic
-    std::atomic<bool> cancelRequested = false;  // atomic
-    std::string url;                            // constant after construction
-    HttpRequestMaker makeRequest;               // constant after construction
-
-    // Throws only what onFinished throws.
-    void DownloadModel(const ModelDownloadJob& job);
-};
-
-void ModelDownloader::Shared::DownloadModel(const ModelDownloadJob& job) {
+// Throws only what onFinished throws.
+void DownloadModel(ModelDownloader& downloader, const ModelDownloadJob& job) {
     bool success = false;
     std::wstring message;
     try {
-        Transfer(job, cancelRequested).Run(url, makeRequest());
+        Transfer(job, downloader.cancelRequested).Run(downloader.url, downloader.makeRequest());
         success = true;
         message = job.destPath;
     } catch (const std::exception& failure) {
@@ -185,36 +174,32 @@ void ModelDownloader::Shared::DownloadModel(const ModelDownloadJob& job) {
     } catch (...) {
         message = L"Unknown error during download.";
     }
-    busy = false;
+    downloader.busy = false;
     if (job.onFinished) job.onFinished(success, message);
 }
 
-ModelDownloader::ModelDownloader(std::string url, HttpRequestMaker makeRequest)
-    : shared_(std::make_shared<Shared>()),
-      busy(shared_->busy),
-      cancelRequested(shared_->cancelRequested) {
-    shared_->url = std::move(url);
-    shared_->makeRequest = std::move(makeRequest);
-}
+}  // namespace
 
-ModelDownloader::~ModelDownloader() = default;
+ModelDownloader::ModelDownloader(std::string address, HttpRequestMaker requestMaker)
+    : url(std::move(address)), makeRequest(std::move(requestMaker)) {}
 
-void ModelDownloader::StartDownload(const std::wstring& destPath, OnProgress onProgress,
+void ModelDownloader::StartDownload(const std::shared_ptr<ModelDownloader>& downloader,
+                                    const std::wstring& destPath, OnProgress onProgress,
                                     OnFinished onFinished) {
-    if (busy.exchange(true)) return;
-    cancelRequested = false;
+    if (downloader->busy.exchange(true)) return;
+    downloader->cancelRequested = false;
     try {
-        std::thread([shared = shared_, job = ModelDownloadJob{destPath, std::move(onProgress),
-                                                              std::move(onFinished)}] {
+        std::thread([downloader, job = ModelDownloadJob{destPath, std::move(onProgress),
+                                                        std::move(onFinished)}] {
             HoldBackWriteSignals();
             try {
-                shared->DownloadModel(job);
+                DownloadModel(*downloader, job);
             } catch (...) {
                 // onFinished itself failed, and nobody else is there to be told.
             }
         }).detach();
     } catch (...) {
-        busy = false;  // nothing runs, so the next start is free to try
+        downloader->busy = false;  // nothing runs, so the next start is free to try
         throw;
     }
 }

@@ -14,11 +14,8 @@ namespace vistrel {
 inline constexpr const char* kModelUrl =
     "https://huggingface.co/pearsonkyle/Sharp-onnx/resolve/main/sharp_fp16.onnx";
 
+// One download at a time, on a thread that shares the downloader.
 class ModelDownloader {
-  private:
-    struct Shared;
-    std::shared_ptr<Shared> shared_;  // constant after construction; holds what follows
-
   public:
     // Called on the download thread after every chunk: the share done (0 to 1; 0 where the size is
     // unknown) and a text for the user.
@@ -31,24 +28,25 @@ class ModelDownloader {
     explicit ModelDownloader(
         std::string url = kModelUrl,
         HttpRequestMaker makeRequest = [] { return MakeHttpRequest(); });
-    ~ModelDownloader();
-    ModelDownloader(const ModelDownloader&) = delete;
-    ModelDownloader& operator=(const ModelDownloader&) = delete;
 
-    // True while a download goes on; cleared just before onFinished is called.
-    std::atomic<bool>& busy;
-    // Set by the owner to stop after the current chunk; cleared by every start.
-    std::atomic<bool>& cancelRequested;
+    const std::string url;
+    const HttpRequestMaker makeRequest;
+    // Atomic. True while a download goes on; cleared just before onFinished is called.
+    std::atomic<bool> busy = false;
+    // Atomic. Set by any owner to stop after the current chunk; cleared by every start.
+    std::atomic<bool> cancelRequested = false;
 
-    // Starts a download into `destPath` on a detached thread, which shares all it touches. Does
+    // Starts a download into `destPath` on a detached thread, which shares `downloader`. Does
     // nothing while one goes on. Both callbacks may be empty. Throws std::system_error when there
-    // is no thread to be had.
+    // is no thread to be had. Any thread.
     //
     // The file grows under the name `destPath` + ".tmp" and takes its place at the end. A transfer
     // that breaks off counts as complete: only the user of the file can tell. After every failure
     // a former file at `destPath` is as it was. What was received is deleted then, unless only the
     // last step, the new name, failed.
-    void StartDownload(const std::wstring& destPath, OnProgress onProgress, OnFinished onFinished);
+    static void StartDownload(const std::shared_ptr<ModelDownloader>& downloader,
+                              const std::wstring& destPath, OnProgress onProgress,
+                              OnFinished onFinished);
 };
 
 }  // namespace vistrel

@@ -17,38 +17,6 @@
 
 namespace vistrel {
 
-struct ConversionEngine::Shared {
-    std::atomic<bool> busy = false;             // atomic
-    std::atomic<bool> cancelRequested = false;  // atomic
-    // Replaced and copied only by clients and by the calls that start a run; no thread of a run
-    // touches them.
-    std::function<void(const std::wstring&)> onProgress;
-    std::function<void(bool, const std::wstring&)> onFinished;
-    ProviderList providers;  // constant after construction
-
-    struct Job {
-        std::function<void(const std::wstring&)> onProgress;
-        std::function<void(bool, const std::wstring&)> onFinished;
-        std::wstring modelPath;
-        std::wstring inputPath;
-        std::wstring outputPath;
-        float keepRatio;
-        ExecutionProvider provider;
-    };
-
-    bool Run(const Job& job) const;
-
-  private:
-    void Convert(const Job& job) const;
-    static void Report(const Job& job, const std::wstring& stage) {
-        if (job.onProgress) job.onProgress(stage);
-    }
-    static bool Fail(const Job& job, const std::wstring& message) {
-        if (job.onFinished) job.onFinished(false, message);
-        return false;
-    }
-};
-
 namespace {
 
 // The standard library puts words of its own before the operation's name; users and callers see
@@ -83,82 +51,65 @@ void CreateOutputFolder(const std::wstring& outputPath) {
     if (code) throw CreateDirectoriesError(folder, code);
 }
 
-void ConversionEngine::Shared::Convert(const Job& job) const {
-    Report(job, L"Preprocessing image\u2026");
+ConversionEngine::ConversionEngine(ProviderList providers) : providers_(std::move(providers)) {
+    GiveBackLargeBuffers();
+}
+
+void ConversionEngine::Convert(const ConversionJob& job,
+                               const ConversionCallbacks& callbacks) const {
+    const auto report = [&callbacks](const std::wstring& stage) {
+        if (callbacks.onProgress) callbacks.onProgress(stage);
+    };
+    report(L"Preprocessing image\u2026");
     PreprocessedImage image = LoadAndPreprocess(job.inputPath, ReadExifOrientation(job.inputPath));
 
     const bool cuda = job.provider == ExecutionProvider::Cuda;
-    Report(job, std::wstring(L"Running ONNX inference (") + (cuda ? L"CUDA" : L"CPU") + L")\u2026");
+    report(std::wstring(L"Running ONNX inference (") + (cuda ? L"CUDA" : L"CPU") + L")\u2026");
     constexpr float kDisparityFactor = 1.0F;
     GaussianSet gaussians =
-        RunSharpInference(job.modelPath, image, kDisparityFactor, job.provider, providers);
+        RunSharpInference(job.modelPath, image, kDisparityFactor, job.provider, providers_);
     image.tensor = {};  // 28 MB that no later stage needs
 
-    Report(job, L"Unprojecting Gaussians\u2026");
+    report(L"Unprojecting Gaussians\u2026");
     UnprojectGaussians(gaussians, image.focalPx, image.width, image.height, kNetworkSide);
 
-    Report(job, kSavingStage);
+    report(kSavingStage);
     WriteSplatPly(gaussians, job.outputPath, image.focalPx, static_cast<std::uint32_t>(image.width),
                   static_cast<std::uint32_t>(image.height), job.keepRatio);
 }
 
-bool ConversionEngine::Shared::Run(const Job& job) const {
+bool ConversionEngine::Run(const ConversionJob& job, const ConversionCallbacks& callbacks) const {
+    const auto fail = [&callbacks](const std::wstring& message) {
+        if (callbacks.onFinished) callbacks.onFinished(false, message);
+        return false;
+    };
     try {
-        Convert(job);
-        if (job.onFinished) job.onFinished(true, job.outputPath);
+        Convert(job, callbacks);
+        if (callbacks.onFinished) callbacks.onFinished(true, job.outputPath);
         return true;
     } catch (const std::exception& failure) {
-        return Fail(job, FromUtf8(failure.what()));
+        return fail(FromUtf8(failure.what()));
     } catch (...) {
-        return Fail(job, L"Unknown error during inference.");
+        return fail(L"Unknown error during inference.");
     }
 }
 
-ConversionEngine::ConversionEngine(std::shared_ptr<Shared> shared)
-    : shared_(std::move(shared)),
-      busy(shared_->busy),
-      cancelRequested(shared_->cancelRequested),
-      onProgress(shared_->onProgress),
-      onFinished(shared_->onFinished) {}
-
-ConversionEngine::ConversionEngine(ProviderList providers)
-    : ConversionEngine(std::make_shared<Shared>()) {
-    shared_->providers = std::move(providers);
-    GiveBackLargeBuffers();
-}
-
-ConversionEngine::~ConversionEngine() = default;
-
-std::unique_ptr<ConversionEngine> ConversionEngine::Share() const {
-    return std::unique_ptr<ConversionEngine>(new ConversionEngine(shared_));
-}
-
-bool ConversionEngine::Run(const std::wstring& modelPath, const std::wstring& inputPath,
-                           const std::wstring& outputPath, float keepRatio,
-                           ExecutionProvider provider) {
-    return shared_->Run(
-        {onProgress, onFinished, modelPath, inputPath, outputPath, keepRatio, provider});
-}
-
-bool ConversionEngine::StartAsync(const std::wstring& modelPath, const std::wstring& inputPath,
-                                  const std::wstring& outputPath, float keepRatio,
-                                  ExecutionProvider provider) {
-    if (busy.exchange(true)) return false;
-    cancelRequested = false;
-    CreateOutputFolder(outputPath);
+bool ConversionEngine::StartAsync(const std::shared_ptr<ConversionEngine>& engine,
+                                  ConversionJob job, ConversionCallbacks callbacks) {
+    if (engine->busy.exchange(true)) return false;
+    engine->cancelRequested = false;
+    CreateOutputFolder(job.outputPath);
     try {
-        std::thread([shared = shared_,
-                     job = Shared::Job{onProgress, onFinished, modelPath, inputPath, outputPath,
-                                       keepRatio, provider}] {
+        std::thread([engine, job = std::move(job), callbacks = std::move(callbacks)] {
             try {
-                shared->Run(job);
+                engine->Run(job, callbacks);
             } catch (...) {
                 // onFinished itself failed, and nobody else is there to be told.
             }
-            shared->busy = false;
+            engine->busy = false;
         }).detach();
     } catch (...) {
-        busy = false;  // nothing runs, so the next start is free to try
+        engine->busy = false;  // nothing runs, so the next start is free to try
         throw;
     }
     return true;

@@ -63,10 +63,11 @@ void ReadFolder(const QLineEdit& edit, std::wstring& folder) {
 
 }  // namespace
 
-BatchDialog::BatchDialog(QWidget* owner, ConversionEngine* engine, const AppSettings* settings)
+BatchDialog::BatchDialog(QWidget* owner, std::shared_ptr<ConversionEngine> engine,
+                         const AppSettings* settings)
     : QDialog(owner),
       clock(SteadyNanoseconds),
-      engine_(engine),
+      engine_(std::move(engine)),
       settings_(settings),
       mailbox_(Mailbox::Make(this)),
       form_(std::make_unique<Ui::BatchForm>()),
@@ -89,7 +90,7 @@ BatchDialog::BatchDialog(QWidget* owner, ConversionEngine* engine, const AppSett
 BatchDialog::~BatchDialog() {
     mailbox_->Close();
     if (running_) {
-        batch_->converter.cancelRequested.exchange(true);
+        converter_->cancelRequested.exchange(true);
         engine_->cancelRequested.exchange(true);
     }
 }
@@ -149,10 +150,10 @@ void BatchDialog::OnStart() {
     timer_.start(kTimerPeriod);
     SetRunning(true);
     // A new one: the thread of the last batch may not quite have left its own yet.
-    batch_ = std::make_shared<SharedBatch>(*engine_);
-    ReportTo(batch_->converter, mailbox_);
+    converter_ = std::make_shared<BatchConverter>(engine_);
+    ReportTo(*converter_, mailbox_);
     try {
-        StartBatchWorker({batch_, settings_->modelPath, inputFolder_, outputFolder_,
+        StartBatchWorker({converter_, settings_->modelPath, inputFolder_, outputFolder_,
                           settings_->executionProvider});
     } catch (const std::system_error& error) {
         OnFinished({.errorMessage = QString::fromLocal8Bit(error.what()).toStdWString()});
@@ -174,7 +175,7 @@ void BatchDialog::OnCancel() {
         return;
     }
     form_->status->setText(UiString(kCancelPending));
-    batch_->converter.cancelRequested.exchange(true);
+    converter_->cancelRequested.exchange(true);
     engine_->cancelRequested.exchange(true);
 }
 

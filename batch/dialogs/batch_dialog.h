@@ -14,7 +14,6 @@
 namespace vistrel {
 
 struct AppSettings;
-struct SharedBatch;
 class Mailbox;
 
 namespace Ui {
@@ -27,9 +26,9 @@ class BatchForm;
 // this one would refuse.
 class BatchDialog : public QDialog {
   public:
-    // `engine` and `settings` outlive the dialog. The batch takes the place of the engine's
-    // onProgress; its onFinished hears of every file, on the batch's thread.
-    BatchDialog(QWidget* owner, ConversionEngine* engine, const AppSettings* settings);
+    // `settings` outlives the dialog; `engine` is shared with the batch's thread.
+    BatchDialog(QWidget* owner, std::shared_ptr<ConversionEngine> engine,
+                const AppSettings* settings);
     ~BatchDialog() override;
 
     // Lets the user choose a folder, nothing: cancelled. A test answers in the user's place.
@@ -57,9 +56,9 @@ class BatchDialog : public QDialog {
     void SetRunning(bool running);
     void ShowElapsed();
 
-    ConversionEngine* engine_;
+    const std::shared_ptr<ConversionEngine> engine_;
     const AppSettings* settings_;
-    std::shared_ptr<SharedBatch> batch_;  // the last one that was started; null before
+    std::shared_ptr<BatchConverter> converter_;  // of the last batch; null before the first
     std::shared_ptr<Mailbox> mailbox_;
     std::unique_ptr<Ui::BatchForm> form_;
     std::wstring inputFolder_;

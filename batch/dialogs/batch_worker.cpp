@@ -19,7 +19,7 @@ bool EndsTheBatch(const BatchProgressInfo& info) {
 }
 
 void Work(BatchWorkerJob job) {
-    BatchConverter& converter = job.batch->converter;
+    BatchConverter& converter = *job.converter;
     try {
         converter.Run(job.modelPath, job.inputDir, job.outputDir, job.executionProvider);
     } catch (const std::exception&) {

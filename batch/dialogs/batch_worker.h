@@ -1,5 +1,5 @@
-// The thread that a batch runs on. It owns or shares all that it touches, so that dialog, window
-// and engine may go before it ends.
+// The thread that a batch runs on. It owns or shares all that it touches, so that dialog and window
+// may go before it ends.
 #pragma once
 
 #include <cstdint>
@@ -12,17 +12,8 @@ namespace vistrel {
 
 class Mailbox;
 
-// A converter with an engine of its own that shares the state of the window's.
-struct SharedBatch {
-    explicit SharedBatch(const ConversionEngine& windowEngine)
-        : engine(windowEngine.Share()), converter(engine.get()) {}
-
-    const std::unique_ptr<ConversionEngine> engine;
-    BatchConverter converter;
-};
-
 struct BatchWorkerJob {
-    std::shared_ptr<SharedBatch> batch;
+    std::shared_ptr<BatchConverter> converter;
     std::wstring modelPath;
     std::wstring inputDir;
     std::wstring outputDir;

@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <exception>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <set>
@@ -60,7 +61,7 @@ class FolderConversion {
     explicit FolderConversion(const BatchOptions& options) : options_(options) {
         converter_.onProgress = [this](const BatchProgressInfo& info) { OnReport(info); };
         converter_.onConflict = [this](const std::wstring&) { return OnConflict(); };
-        engine_.onFinished = [this](bool success, const std::wstring& text) {
+        converter_.onFileFinished = [this](bool success, const std::wstring& text) {
             OnFinished(success, text);
         };
     }
@@ -182,8 +183,7 @@ class FolderConversion {
     const BatchOptions& options_;
     Interrupts interrupts_;
     BatchDisplay display_;
-    ConversionEngine engine_;
-    BatchConverter converter_{&engine_};
+    BatchConverter converter_{std::make_shared<ConversionEngine>()};
     std::thread worker_;
 
     // The worker's, and read when it has ended.

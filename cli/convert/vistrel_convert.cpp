@@ -97,20 +97,22 @@ bool Convert(const Options& options) {
     const std::wstring outputPath = FromPath(output);
     CreateOutputFolder(outputPath);
 
-    ConversionEngine engine;
-    engine.onProgress = [&gate](const std::wstring& stage) {
+    const ConversionEngine engine;
+    const ConversionJob job{FromUtf8(options.model), FromUtf8(options.input), outputPath,
+                            options.keepRatio, options.Provider()};
+    ConversionCallbacks callbacks;
+    callbacks.onProgress = [&gate](const std::wstring& stage) {
         if (stage == kSavingStage) gate.Enter();
         Tell(ToUtf8(stage));
     };
     std::wstring failure;
-    engine.onFinished = [&failure](bool success, const std::wstring& text) {
+    callbacks.onFinished = [&failure](bool success, const std::wstring& text) {
         if (!success) failure = text;
     };
 
     bool converted = false;
     std::thread worker([&] {
-        converted = engine.Run(FromUtf8(options.model), FromUtf8(options.input), outputPath,
-                               options.keepRatio, options.Provider());
+        converted = engine.Run(job, callbacks);
         gate.Leave();
         interrupts.Wake();
     });

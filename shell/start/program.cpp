@@ -26,8 +26,9 @@ QIcon ProgramIcon() {
     return icon;
 }
 
-void RunBatch(QWidget* owner, ConversionEngine& engine, const AppSettings& settings) {
-    BatchDialog(owner, &engine, &settings).exec();
+void RunBatch(QWidget* owner, const std::shared_ptr<ConversionEngine>& engine,
+              const AppSettings& settings) {
+    BatchDialog(owner, engine, &settings).exec();
 }
 
 ProgramWindow MakeMainWindow(const ProgramFiles& files, MainWindowServices services) {

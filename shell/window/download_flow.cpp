@@ -32,9 +32,10 @@ void ShowPosition(QProgressBar& bar, quintptr value) {
 
 }  // namespace
 
-DownloadFlow::DownloadFlow(ModelDownloader& downloader, AppSettings& settings, Sidebar& sidebar,
-                           WindowDialogs& dialogs, std::shared_ptr<Mailbox> mailbox)
-    : downloader_(downloader),
+DownloadFlow::DownloadFlow(std::shared_ptr<ModelDownloader> downloader, AppSettings& settings,
+                           Sidebar& sidebar, WindowDialogs& dialogs,
+                           std::shared_ptr<Mailbox> mailbox)
+    : downloader_(std::move(downloader)),
       settings_(settings),
       sidebar_(sidebar),
       dialogs_(dialogs),
@@ -47,7 +48,7 @@ DownloadFlow::DownloadFlow(ModelDownloader& downloader, AppSettings& settings, S
 }
 
 void DownloadFlow::StartModelDownload() {
-    if (downloader_.busy || !dialogs_.AskWhetherToDownload()) return;
+    if (downloader_->busy || !dialogs_.AskWhetherToDownload()) return;
     Start();
 }
 
@@ -62,8 +63,8 @@ void DownloadFlow::Start() {
     const auto reports = std::make_shared<DownloadReports>(mailbox_);
     reports_ = reports;
     try {
-        downloader_.StartDownload(
-            ModelFile(),
+        ModelDownloader::StartDownload(
+            downloader_, ModelFile(),
             [reports](double fraction, const std::wstring& text) {
                 reports->Report(fraction, text);
             },

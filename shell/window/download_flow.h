@@ -20,8 +20,8 @@ class WindowMessage;
 // Thread of the event loop. What it is given outlives it; it may go while it asks a question.
 class DownloadFlow {
   public:
-    DownloadFlow(ModelDownloader& downloader, AppSettings& settings, Sidebar& sidebar,
-                 WindowDialogs& dialogs, std::shared_ptr<Mailbox> mailbox);
+    DownloadFlow(std::shared_ptr<ModelDownloader> downloader, AppSettings& settings,
+                 Sidebar& sidebar, WindowDialogs& dialogs, std::shared_ptr<Mailbox> mailbox);
 
     // The model path has changed.
     std::function<void()> onModel;
@@ -37,7 +37,7 @@ class DownloadFlow {
     void Start();
     void Show(quintptr position, const std::wstring& text);
 
-    ModelDownloader& downloader_;
+    const std::shared_ptr<ModelDownloader> downloader_;
     AppSettings& settings_;
     Sidebar& sidebar_;
     WindowDialogs& dialogs_;

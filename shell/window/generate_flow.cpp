@@ -16,7 +16,6 @@
 #include <utility>
 
 #include "base/text_encoding.h"
-#include "shell/window/conversion_reports.h"
 #include "shell/window/sidebar.h"
 #include "shell/window/window_dialogs.h"
 #include "shell/window/window_messages.h"
@@ -48,12 +47,26 @@ bool Exists(const std::wstring& path) {
     return std::filesystem::exists(ToPath(path), ignored);
 }
 
+// Share the mailbox alone, so the window may go before the conversion ends.
+ConversionCallbacks PostTo(const std::shared_ptr<Mailbox>& mailbox) {
+    const auto post = [mailbox](int number, quintptr value, const std::wstring& text) {
+        mailbox->Post(std::make_unique<WindowMessage>(number, value, text));
+    };
+    return {
+        [post](const std::wstring& stage) { post(kGenerateProgressMessage, 0, stage); },
+        [post](bool success, const std::wstring& text) {
+            post(kGenerateDoneMessage, success ? 0 : 1, text);
+        },
+    };
+}
+
 }  // namespace
 
-GenerateFlow::GenerateFlow(ConversionEngine& engine, AppSettings& settings, Sidebar& sidebar,
-                           WindowDialogs& dialogs, std::shared_ptr<Mailbox> mailbox)
+GenerateFlow::GenerateFlow(std::shared_ptr<ConversionEngine> engine, AppSettings& settings,
+                           Sidebar& sidebar, WindowDialogs& dialogs,
+                           std::shared_ptr<Mailbox> mailbox)
     : clock(SteadyNanoseconds),
-      engine_(engine),
+      engine_(std::move(engine)),
       settings_(settings),
       sidebar_(sidebar),
       dialogs_(dialogs),
@@ -69,12 +82,12 @@ void GenerateFlow::UpdateModelDisplay() {
     sidebar_.downloadModel->setHidden(!model.empty() && Exists(model));
     sidebar_.downloadProgress->hide();
     sidebar_.downloadStatus->hide();
-    sidebar_.generate->setEnabled(!inputImagePath.empty() && !model.empty() && !engine_.busy);
+    sidebar_.generate->setEnabled(!inputImagePath.empty() && !model.empty() && !engine_->busy);
     sidebar_.LayoutSidebar();
 }
 
 void GenerateFlow::RunGenerate() {
-    if (engine_.busy || inputImagePath.empty()) return;
+    if (engine_->busy || inputImagePath.empty()) return;
     if (settings_.modelPath.empty()) {
         sidebar_.generateStatus->setText(FromWide(Text(29)));
         return;
@@ -118,18 +131,15 @@ void GenerateFlow::Start(const std::wstring& outputPath) {
     sidebar_.generateStatus->setText(FromWide(statusBase_));
     timer_.start(kTickMs);
 
-    // The callables share only what may outlive the window.
-    const auto reports = std::make_shared<ConversionReports>(mailbox_);
-    engine_.onProgress = [reports](const std::wstring& stage) { reports->Progress(stage); };
-    engine_.onFinished = [reports](bool success, const std::wstring& text) {
-        reports->Finished(success, text);
-    };
     try {
-        constexpr float kKeepAll = 1.0F;
-        engine_.StartAsync(settings_.modelPath, inputImagePath, outputPath, kKeepAll,
-                           ExecutionProvider{settings_.executionProvider});
+        ConversionEngine::StartAsync(engine_,
+                                     {.modelPath = settings_.modelPath,
+                                      .inputPath = inputImagePath,
+                                      .outputPath = outputPath,
+                                      .provider = ExecutionProvider{settings_.executionProvider}},
+                                     PostTo(mailbox_));
     } catch (const std::exception& failure) {
-        engine_.busy = false;  // nothing runs, so the next start is free to try
+        engine_->busy = false;  // nothing runs, so the next start is free to try
         OnDone(WindowMessage(kGenerateDoneMessage, 1, FromUtf8(failure.what())));
     }
 }

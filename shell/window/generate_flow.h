@@ -21,7 +21,7 @@ class WindowMessage;
 // Thread of the event loop. What it is given outlives it; it may go while it asks a question.
 class GenerateFlow {
   public:
-    GenerateFlow(ConversionEngine& engine, AppSettings& settings, Sidebar& sidebar,
+    GenerateFlow(std::shared_ptr<ConversionEngine> engine, AppSettings& settings, Sidebar& sidebar,
                  WindowDialogs& dialogs, std::shared_ptr<Mailbox> mailbox);
 
     // The photograph to convert; empty: none.
@@ -51,7 +51,7 @@ class GenerateFlow {
     void ShowElapsed();
     [[nodiscard]] int ElapsedSeconds() const;
 
-    ConversionEngine& engine_;
+    const std::shared_ptr<ConversionEngine> engine_;
     AppSettings& settings_;
     Sidebar& sidebar_;
     WindowDialogs& dialogs_;

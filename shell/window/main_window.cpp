@@ -56,8 +56,8 @@ MainWindow::Parts::Parts(MainWindow* window, std::wstring webDir, std::wstring p
       tempWebDir(std::move(webDir)),
       appDir(std::move(programDir)),
       settings(LoadedSettings()),
-      engine(services.providers),
-      downloader(services.modelUrl),
+      engine(std::make_shared<ConversionEngine>(services.providers)),
+      downloader(std::make_shared<ModelDownloader>(services.modelUrl)),
       mailbox(Mailbox::Make(window)),
       dialogs(MakeDialogs(services, window)),
       bridge(Text(kLoaderMissingText), services.browser),
@@ -119,7 +119,7 @@ std::shared_ptr<Mailbox> MainWindow::Messages() const {
 }
 
 bool MainWindow::HasRunningWorker() const {
-    return parts_->engine.busy || parts_->downloader.busy || parts_->preview->IsReading();
+    return parts_->engine->busy || parts_->downloader->busy || parts_->preview->IsReading();
 }
 
 void MainWindow::SelectFile(const std::wstring& path) {

@@ -26,7 +26,8 @@ struct MainWindowServices {
     ProviderList providers = AvailableExecutionProviders;
     std::string modelUrl = kModelUrl;
     // Runs the batch dialog until it is closed; empty: there is none.
-    std::function<void(QWidget* owner, ConversionEngine& engine, const AppSettings& settings)>
+    std::function<void(QWidget* owner, const std::shared_ptr<ConversionEngine>& engine,
+                       const AppSettings& settings)>
         runBatch;
 };
 

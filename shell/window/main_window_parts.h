@@ -30,8 +30,8 @@ struct MainWindow::Parts {
     std::wstring tempWebDir;
     std::wstring appDir;
     AppSettings settings;
-    ConversionEngine engine;
-    ModelDownloader downloader;
+    std::shared_ptr<ConversionEngine> engine;     // never null
+    std::shared_ptr<ModelDownloader> downloader;  // never null
     std::shared_ptr<Mailbox> mailbox;
     std::unique_ptr<WindowDialogs> dialogs;
     WebViewBridge bridge;

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <thread>
 #include <utility>
@@ -44,8 +45,7 @@ TEST_F(BatchConverterTest, BatchThatRanToItsEndIsCompleted) {
 TEST_F(BatchConverterTest, OutputIsWhatTheEngineAloneMakes) {
     const std::filesystem::path picture = AddPicture("a.png");
     Run();
-    ASSERT_TRUE(engine_.Run(model_, FromPath(picture), FromPath(folder_ / "single.ply"), 1.0F,
-                            ExecutionProvider::Cpu));
+    ASSERT_TRUE(engine_->Run({model_, FromPath(picture), FromPath(folder_ / "single.ply")}));
     EXPECT_EQ(test::ReadFile(output_ / "a.ply"), test::ReadFile(folder_ / "single.ply"));
 }
 
@@ -64,7 +64,7 @@ TEST_F(BatchConverterTest, RunsWithoutAnyCallback) {
     AddPicture("broken.png");
     AddFile("broken.png", "no picture");
     converter_.onProgress = nullptr;
-    engine_.onFinished = nullptr;
+    converter_.onFileFinished = nullptr;
     Run();
     EXPECT_EQ(Outputs(), Names{"a.ply"});
     std::filesystem::remove_all(input_);
@@ -107,9 +107,9 @@ TEST_F(BatchConverterTest, OutputsMayGoIntoTheInputFolder) {
 
 TEST_F(BatchConverterTest, ProviderIsPassedOn) {
     AddPicture("a.png");
-    ConversionEngine engine([] { return std::vector<std::string>{"CPUExecutionProvider"}; });
-    engine.onFinished = engine_.onFinished;
-    BatchConverter converter(&engine);
+    BatchConverter converter(std::make_shared<ConversionEngine>(
+        [] { return std::vector<std::string>{"CPUExecutionProvider"}; }));
+    converter.onFileFinished = converter_.onFileFinished;
     for (const std::int32_t provider : {1, 0, 7, -1}) {
         converter.Run(model_, FromPath(input_), FromPath(output_), provider);
     }
@@ -118,39 +118,34 @@ TEST_F(BatchConverterTest, ProviderIsPassedOn) {
     for (std::size_t i = 1; i < 4; ++i) EXPECT_TRUE(results_[i].first);
 }
 
-TEST_F(BatchConverterTest, OwnersListenerStaysAndHearsOfEveryFile) {
+TEST_F(BatchConverterTest, EndOfEveryFileIsToldWithItsOutput) {
     AddPicture("a.png");
     Run();
-    ASSERT_EQ(results_.size(), 1U);
-    EXPECT_EQ(results_.front(), std::make_pair(true, FromPath(output_ / "a.ply")));
-    engine_.onFinished(false, L"still there");
-    EXPECT_EQ(results_.size(), 2U);
+    EXPECT_EQ(results_, (std::vector{std::pair(true, FromPath(output_ / "a.ply"))}));
 }
 
-TEST_F(BatchConverterTest, EngineKeepsTheReportOfTheLastFile) {
-    AddPicture("a.png");
-    AddPicture("b.png");
-    int stages = 0;
-    engine_.onProgress = [&stages](const std::wstring&) { ++stages; };
+TEST_F(BatchConverterTest, AnotherRunOfTheEngineMeanwhileIsNotHeardOf) {
+    const std::filesystem::path picture = AddPicture("a.png");
+    int stagesOfTheOther = 0;
+    converter_.onProgress = [&](const BatchProgressInfo& info) {
+        reports_.push_back(info);
+        if (reports_.size() != 1) return;
+        EXPECT_TRUE(engine_->Run({model_, FromPath(picture), FromPath(folder_ / "other.ply")},
+                                 {.onProgress = [&](const std::wstring&) { ++stagesOfTheOther; }}));
+    };
     Run();
-    EXPECT_EQ(stages, 0);
-    reports_.clear();
-    engine_.onProgress(L"any stage");
-    ASSERT_EQ(reports_.size(), 1U);
-    EXPECT_EQ(reports_.front().current, 2);
-    EXPECT_EQ(reports_.front().total, 2);
+    EXPECT_EQ(stagesOfTheOther, 4);
+    EXPECT_EQ(reports_.size(), 5U);
+    EXPECT_EQ(results_, (std::vector{std::pair(true, FromPath(output_ / "a.ply"))}));
 }
 
-TEST_F(BatchConverterTest, WhatStaysWithTheEngineOutlivesTheConverter) {
+TEST_F(BatchConverterTest, ConverterKeepsItsEngine) {
     AddPicture("a.png");
-    {
-        BatchConverter converter(&engine_);
-        converter.onProgress = converter_.onProgress;
-        converter.Run(model_, FromPath(input_), FromPath(output_), 0);
-    }
-    reports_.clear();
-    engine_.onProgress(L"any stage");
-    EXPECT_EQ(reports_.size(), 1U);
+    const std::weak_ptr<ConversionEngine> engine = engine_;
+    engine_.reset();
+    EXPECT_FALSE(engine.expired());
+    Run();
+    EXPECT_EQ(Outputs(), Names{"a.ply"});
 }
 
 TEST_F(BatchConverterTest, CallbacksOfTheBatchStayForTheNextRun) {

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -25,7 +26,7 @@ class BatchFixture : public testing::Test {
         std::filesystem::create_directory(output_);
         std::filesystem::create_directory(input_);
         converter_.onProgress = [this](const BatchProgressInfo& info) { reports_.push_back(info); };
-        engine_.onFinished = [this](bool success, const std::wstring& text) {
+        converter_.onFileFinished = [this](bool success, const std::wstring& text) {
             results_.emplace_back(success, text);
         };
     }
@@ -84,7 +85,7 @@ class BatchFixture : public testing::Test {
 
     // Called when a file has been converted or has failed, with their count so far.
     void AfterEachFile(const std::function<void(std::size_t done)>& work) {
-        engine_.onFinished = [this, work](bool success, const std::wstring& text) {
+        converter_.onFileFinished = [this, work](bool success, const std::wstring& text) {
             results_.emplace_back(success, text);
             work(results_.size());
         };
@@ -112,8 +113,8 @@ class BatchFixture : public testing::Test {
     std::wstring model_ = FromPath(ModelFile("echo"));
     std::filesystem::path input_ = folder_ / "in";
     std::filesystem::path output_ = folder_ / "out";
-    ConversionEngine engine_;
-    BatchConverter converter_{&engine_};
+    std::shared_ptr<ConversionEngine> engine_ = std::make_shared<ConversionEngine>();
+    BatchConverter converter_{engine_};
     std::vector<BatchProgressInfo> reports_;
     std::vector<std::wstring> questions_;
     std::vector<std::pair<bool, std::wstring>> results_;

@@ -37,7 +37,7 @@ TEST_F(DownloadMemoryTest, DoesNotGrowWithTheModel) {
         connection.Send(kOkHead + "Content-Length: " + std::to_string(kTotal) + "\r\n\r\n");
         for (std::int64_t sent = 0; sent < kTotal; sent += kMiB) connection.Send(zeros);
     });
-    ModelDownloader downloader(server.Url());
+    const auto downloader = std::make_shared<ModelDownloader>(server.Url());
     const auto end = std::make_shared<std::promise<bool>>();
     double fraction = 0;
     std::wstring text;
@@ -45,8 +45,8 @@ TEST_F(DownloadMemoryTest, DoesNotGrowWithTheModel) {
     malloc_trim(0);
     std::ofstream("/proc/self/clear_refs") << "5";  // sets the peak back to the present value
     const std::int64_t before = Status("VmRSS");
-    downloader.StartDownload(
-        FromPath(destination_),
+    ModelDownloader::StartDownload(
+        downloader, FromPath(destination_),
         [&](double share, const std::wstring& progress) {
             fraction = share;
             text = progress;

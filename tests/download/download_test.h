@@ -32,9 +32,9 @@ class DownloadTest : public testing::Test {
         while (Threads() > threadsBefore_) std::this_thread::yield();
     }
 
-    void Start(ModelDownloader& downloader) {
-        downloader.StartDownload(
-            FromPath(destination_),
+    void Start(const std::shared_ptr<ModelDownloader>& downloader) {
+        ModelDownloader::StartDownload(
+            downloader, FromPath(destination_),
             [this](double fraction, const std::wstring& text) {
                 fractions_.push_back(fraction);
                 texts_.push_back(text);
@@ -48,17 +48,17 @@ class DownloadTest : public testing::Test {
     Result WaitForResult() { return result_.get_future().get(); }
 
     // A whole download; the result.
-    Result Download(ModelDownloader& downloader) {
+    Result Download(const std::shared_ptr<ModelDownloader>& downloader) {
         Start(downloader);
         Result result = WaitForResult();
-        EXPECT_FALSE(downloader.busy);
+        EXPECT_FALSE(downloader->busy);
         return result;
     }
 
     // The same, from a server that gives this answer to every request.
     Result DownloadAnswer(const std::string& answer) {
         const ScriptedServer server(answer);
-        ModelDownloader downloader(server.Url());
+        const auto downloader = std::make_shared<ModelDownloader>(server.Url());
         return Download(downloader);
     }
 

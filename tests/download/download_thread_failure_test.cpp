@@ -20,16 +20,16 @@ namespace {
 
 TEST(StartDownloadWithoutThreads, ThrowsASystemErrorAndIsFreeForTheNextStart) {
     const test::TemporaryFolder folder;
-    ModelDownloader downloader;
+    const auto downloader = std::make_shared<ModelDownloader>();
     bool called = false;
     try {
-        downloader.StartDownload(FromPath(folder / "sub/model.onnx"), nullptr,
-                                 [&called](bool, const std::wstring&) { called = true; });
+        ModelDownloader::StartDownload(downloader, FromPath(folder / "sub/model.onnx"), nullptr,
+                                       [&called](bool, const std::wstring&) { called = true; });
         FAIL() << "nothing was thrown";
     } catch (const std::system_error& error) {
         EXPECT_EQ(error.code(), std::errc::resource_unavailable_try_again);
     }
-    EXPECT_FALSE(downloader.busy);
+    EXPECT_FALSE(downloader->busy);
     EXPECT_FALSE(called);
     EXPECT_TRUE(std::filesystem::is_empty(folder.Path()));
 }

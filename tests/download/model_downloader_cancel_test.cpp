@@ -27,11 +27,11 @@ class CancelTest : public test::DownloadTest {
             if (!waitForProgress) reached.set_value();
             connection.WaitUntilClosed();
         });
-        ModelDownloader downloader(server.Url());
+        const auto downloader = std::make_shared<ModelDownloader>(server.Url());
         Start(downloader);
         reached.get_future().wait();
         EXPECT_EQ(std::filesystem::exists(Temporary()), waitForProgress);
-        downloader.cancelRequested = true;
+        downloader->cancelRequested = true;
         return WaitForResult();
     }
 
@@ -45,9 +45,9 @@ class CancelTest : public test::DownloadTest {
 
 TEST_F(CancelTest, RightAfterTheStart) {
     const ScriptedServer server([](Connection& connection) { connection.WaitUntilClosed(); });
-    ModelDownloader downloader(server.Url());
+    const auto downloader = std::make_shared<ModelDownloader>(server.Url());
     Start(downloader);
-    downloader.cancelRequested = true;
+    downloader->cancelRequested = true;
     EXPECT_EQ(WaitForResult(), kCancelled);
     ExpectOnlyTheFormerModel();
 }
@@ -70,8 +70,8 @@ TEST_F(CancelTest, WhileTheBodyStandsStill) {
 TEST_F(CancelTest, BetweenTwoChunks) {
     const std::string body(1'000'000, 'm');
     const ScriptedServer server(kOkHead + "\r\n" + body);
-    ModelDownloader downloader(server.Url());
-    onProgress_ = [&downloader] { downloader.cancelRequested = true; };
+    const auto downloader = std::make_shared<ModelDownloader>(server.Url());
+    onProgress_ = [&downloader] { downloader->cancelRequested = true; };
     EXPECT_EQ(Download(downloader), kCancelled);
     EXPECT_EQ(texts_.size(), 1U);
     ExpectOnlyTheFormerModel();
@@ -79,8 +79,8 @@ TEST_F(CancelTest, BetweenTwoChunks) {
 
 TEST_F(CancelTest, AfterTheLastChunk) {
     const ScriptedServer server(kOkHead + "Content-Length: 5\r\n\r\nmodel");
-    ModelDownloader downloader(server.Url());
-    onProgress_ = [&downloader] { downloader.cancelRequested = true; };
+    const auto downloader = std::make_shared<ModelDownloader>(server.Url());
+    onProgress_ = [&downloader] { downloader->cancelRequested = true; };
     EXPECT_EQ(Download(downloader), kCancelled);
     EXPECT_EQ(fractions_, std::vector{1.0});
     ExpectOnlyTheFormerModel();
@@ -88,21 +88,21 @@ TEST_F(CancelTest, AfterTheLastChunk) {
 
 TEST_F(CancelTest, NextStartIsNotCancelled) {
     const ScriptedServer server(kOkHead + "\r\nmodel");
-    ModelDownloader downloader(server.Url());
-    downloader.StartDownload(
-        FromPath(destination_),
-        [&downloader](double, const std::wstring&) { downloader.cancelRequested = true; },
+    const auto downloader = std::make_shared<ModelDownloader>(server.Url());
+    ModelDownloader::StartDownload(
+        downloader, FromPath(destination_),
+        [&downloader](double, const std::wstring&) { downloader->cancelRequested = true; },
         [this, &downloader](bool, const std::wstring&) { Start(downloader); });
     EXPECT_EQ(WaitForResult(), Result(true, FromPath(destination_)));
 }
 
 TEST_F(CancelTest, TemporaryFileThatCannotBeDeletedIsReported) {
     const ScriptedServer server(kOkHead + "\r\nmodel");
-    ModelDownloader downloader(server.Url());
+    const auto downloader = std::make_shared<ModelDownloader>(server.Url());
     onProgress_ = [this, &downloader] {
         std::filesystem::remove(Temporary());
         std::filesystem::create_directories(Temporary() / "sub");
-        downloader.cancelRequested = true;
+        downloader->cancelRequested = true;
     };
     const auto [success, message] = Download(downloader);
     EXPECT_FALSE(success);

@@ -29,7 +29,7 @@ class DownloadFailureTest : public test::DownloadTest {
 
 TEST_F(DownloadFailureTest, UrlThatCannotBeParsed) {
     destination_ = folder_ / "new" / "model.onnx";
-    ModelDownloader downloader("huggingface.co/model");
+    const auto downloader = std::make_shared<ModelDownloader>("huggingface.co/model");
     EXPECT_EQ(Download(downloader), Failure("Failed to parse download URL."));
     EXPECT_FALSE(std::filesystem::exists(folder_ / "new"));
 }
@@ -61,7 +61,7 @@ class FailedStepTest : public DownloadFailureTest,
 
 TEST_P(FailedStepTest, HasItsOwnText) {
     destination_ = folder_ / "new" / "model.onnx";
-    ModelDownloader downloader(
+    const auto downloader = std::make_shared<ModelDownloader>(
         kModelUrl, [] { return std::make_unique<FailingRequest>(GetParam().goodSteps); });
     EXPECT_EQ(Download(downloader), Failure(GetParam().text));
     EXPECT_EQ(std::filesystem::exists(folder_ / "new"), GetParam().makesTheFolder);
@@ -80,7 +80,8 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(DownloadFailureTest, PortWithoutServer) {
     const test::DeafPort deaf;
-    ModelDownloader downloader("http://127.0.0.1:" + std::to_string(deaf.Port()));
+    const auto downloader =
+        std::make_shared<ModelDownloader>("http://127.0.0.1:" + std::to_string(deaf.Port()));
     EXPECT_EQ(Download(downloader), Failure("HTTP request failed."));
     ExpectOnlyTheFormerModel();
 }
@@ -183,10 +184,11 @@ TEST_F(DownloadFailureTest, ProgressCallbackThatThrowsSomethingElse) {
 
 TEST_F(DownloadFailureTest, LastCallbackThatThrowsEndsNothingElse) {
     const ScriptedServer server(kOkHead + "\r\nmodel");
-    ModelDownloader downloader(server.Url());
-    downloader.StartDownload(FromPath(destination_), nullptr,
-                             [](bool, const std::wstring&) { throw std::runtime_error("mine"); });
-    while (downloader.busy) std::this_thread::yield();
+    const auto downloader = std::make_shared<ModelDownloader>(server.Url());
+    ModelDownloader::StartDownload(
+        downloader, FromPath(destination_), nullptr,
+        [](bool, const std::wstring&) { throw std::runtime_error("mine"); });
+    while (downloader->busy) std::this_thread::yield();
     EXPECT_EQ(Download(downloader), Result(true, FromPath(destination_)));
 }
 

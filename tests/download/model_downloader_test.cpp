@@ -24,9 +24,9 @@ class ModelDownloaderTest : public test::DownloadTest {
 TEST_F(ModelDownloaderTest, ModelComesOverHttps) {
     const ScriptedServer server(kOkHead + "Content-Length: 5\r\n\r\nmodel");
     const test::TlsFront front(server.Port());
-    ModelDownloader downloader(front.Url(), [settings = HttpSettings{front.Authorities()}] {
-        return MakeHttpRequest(settings);
-    });
+    const auto downloader = std::make_shared<ModelDownloader>(
+        front.Url(),
+        [settings = HttpSettings{front.Authorities()}] { return MakeHttpRequest(settings); });
     EXPECT_EQ(Download(downloader), Success());
     EXPECT_EQ(ReadFile(destination_), "model");
     EXPECT_EQ(Left(), Names{"model.onnx"});
@@ -88,7 +88,7 @@ TEST_F(ModelDownloaderTest, ResetConnectionIsASuccessWithAShortFile) {
         received.get_future().wait();
         connection.Reset();
     });
-    ModelDownloader downloader(server.Url());
+    const auto downloader = std::make_shared<ModelDownloader>(server.Url());
     EXPECT_EQ(Download(downloader), Success());
     EXPECT_EQ(ReadFile(destination_), "mod");
 }
@@ -118,9 +118,9 @@ TEST_F(ModelDownloaderTest, MegabytesAreRoundedDown) {
 
 TEST_F(ModelDownloaderTest, EmptyCallbacksAreNotCalled) {
     const ScriptedServer server(kOkHead + "\r\nmodel");
-    ModelDownloader downloader(server.Url());
-    downloader.StartDownload(FromPath(destination_), nullptr, nullptr);
-    while (downloader.busy) std::this_thread::yield();
+    const auto downloader = std::make_shared<ModelDownloader>(server.Url());
+    ModelDownloader::StartDownload(downloader, FromPath(destination_), nullptr, nullptr);
+    while (downloader->busy) std::this_thread::yield();
     EXPECT_EQ(ReadFile(destination_), "model");
 }
 
@@ -131,11 +131,11 @@ TEST_F(ModelDownloaderTest, SecondStartWhileOneRunsDoesNothing) {
         goOn.get_future().wait();
         connection.Send(kOkHead + "\r\nmodel");
     });
-    ModelDownloader downloader(server.Url());
+    const auto downloader = std::make_shared<ModelDownloader>(server.Url());
     Start(downloader);
-    EXPECT_TRUE(downloader.busy);
-    downloader.StartDownload(
-        FromPath(folder_ / "second/model.onnx"),
+    EXPECT_TRUE(downloader->busy);
+    ModelDownloader::StartDownload(
+        downloader, FromPath(folder_ / "second/model.onnx"),
         [](double, const std::wstring&) { ADD_FAILURE() << "progress of the second"; },
         [](bool, const std::wstring&) { ADD_FAILURE() << "end of the second"; });
     goOn.set_value();
@@ -145,30 +145,30 @@ TEST_F(ModelDownloaderTest, SecondStartWhileOneRunsDoesNothing) {
 
 TEST_F(ModelDownloaderTest, SecondStartDoesNotTakeACancellationBack) {
     const ScriptedServer server([](Connection& connection) { connection.WaitUntilClosed(); });
-    ModelDownloader downloader(server.Url());
+    const auto downloader = std::make_shared<ModelDownloader>(server.Url());
     Start(downloader);
-    downloader.cancelRequested = true;
-    downloader.StartDownload(FromPath(destination_), nullptr, nullptr);
+    downloader->cancelRequested = true;
+    ModelDownloader::StartDownload(downloader, FromPath(destination_), nullptr, nullptr);
     EXPECT_EQ(WaitForResult(), Result(false, L"Download cancelled."));
 }
 
 TEST_F(ModelDownloaderTest, NextDownloadMayBeStartedAtTheEndOfOne) {
     const ScriptedServer server(kOkHead + "\r\nmodel");
-    ModelDownloader downloader(server.Url());
+    const auto downloader = std::make_shared<ModelDownloader>(server.Url());
     bool wasBusy = true;
-    downloader.cancelRequested = true;  // of no meaning before a start
-    downloader.StartDownload(FromPath(folder_ / "first.onnx"), nullptr,
-                             [&](bool, const std::wstring&) {
-                                 wasBusy = downloader.busy;
-                                 Start(downloader);
-                             });
+    downloader->cancelRequested = true;  // of no meaning before a start
+    ModelDownloader::StartDownload(downloader, FromPath(folder_ / "first.onnx"), nullptr,
+                                   [&](bool, const std::wstring&) {
+                                       wasBusy = downloader->busy;
+                                       Start(downloader);
+                                   });
     EXPECT_EQ(WaitForResult(), Success());
     EXPECT_FALSE(wasBusy);
     EXPECT_EQ(ReadFile(folder_ / "first.onnx"), "model");
     EXPECT_EQ(ReadFile(destination_), "model");
 }
 
-TEST_F(ModelDownloaderTest, DownloadOutlivesTheDownloader) {
+TEST_F(ModelDownloaderTest, DownloadKeepsItsDownloaderToTheEndAndNoLonger) {
     std::promise<void> arrived;
     std::promise<void> goOn;
     const ScriptedServer server([&](Connection& connection) {
@@ -177,12 +177,15 @@ TEST_F(ModelDownloaderTest, DownloadOutlivesTheDownloader) {
         goOn.get_future().wait();
         connection.Send(kOkHead + "\r\nmodel");
     });
-    auto downloader = std::make_unique<ModelDownloader>(server.Url());
-    Start(*downloader);
+    auto downloader = std::make_shared<ModelDownloader>(server.Url());
+    Start(downloader);
     arrived.get_future().wait();
+    const std::weak_ptr<ModelDownloader> shared = downloader;
     downloader.reset();
+    EXPECT_FALSE(shared.expired());
     goOn.set_value();
     EXPECT_EQ(WaitForResult(), Success());
+    while (!shared.expired()) std::this_thread::yield();
 }
 
 }  // namespace

@@ -27,20 +27,23 @@ std::wstring ModelPath(std::string_view name) {
 class StartAsyncTest : public testing::Test {
   protected:
     StartAsyncTest() {
-        engine_->onProgress = [started = started_,
-                               goOn = goOn_.get_future().share()](const std::wstring& stage) {
+        callbacks_.onProgress = [started = started_,
+                                 goOn = goOn_.get_future().share()](const std::wstring& stage) {
             if (stage != L"Preprocessing image\u2026") return;
             started->set_value();
             goOn.wait();
         };
-        engine_->onFinished = [result = result_](bool success, const std::wstring& text) {
+        callbacks_.onFinished = [result = result_](bool success, const std::wstring& text) {
             result->set_value({success, text});
         };
     }
 
     bool Start(const std::filesystem::path& output) {
-        return engine_->StartAsync(ModelPath("echo"), FromPath(photo_), FromPath(output), 1.0F,
-                                   ExecutionProvider::Cpu);
+        return ConversionEngine::StartAsync(engine_, Job(output), callbacks_);
+    }
+
+    [[nodiscard]] ConversionJob Job(const std::filesystem::path& output) const {
+        return {ModelPath("echo"), FromPath(photo_), FromPath(output)};
     }
 
     // The worker stores false into busy right after its last callback.
@@ -56,7 +59,8 @@ class StartAsyncTest : public testing::Test {
     std::shared_ptr<std::promise<std::pair<bool, std::wstring>>> result_ =
         std::make_shared<std::promise<std::pair<bool, std::wstring>>>();
     std::promise<void> goOn_;
-    std::unique_ptr<ConversionEngine> engine_ = std::make_unique<ConversionEngine>();
+    ConversionCallbacks callbacks_;
+    std::shared_ptr<ConversionEngine> engine_ = std::make_shared<ConversionEngine>();
 };
 
 TEST_F(StartAsyncTest, IsBusyFromTheStartToTheEnd) {
@@ -82,16 +86,28 @@ TEST_F(StartAsyncTest, SecondStartWhileRunningDoesNothing) {
     WaitUntilIdle();
 }
 
-TEST_F(StartAsyncTest, RunReportsToTheCallbacksThatItBeganWith) {
+TEST_F(StartAsyncTest, RunOfAnotherThreadMeanwhileIsNotHeardOf) {
     ASSERT_TRUE(Start(folder_ / "out.ply"));
     started_->get_future().wait();
-    std::atomic<int> strangeReports = 0;
-    engine_->onProgress = [&strangeReports](const std::wstring&) { ++strangeReports; };
-    engine_->onFinished = [&strangeReports](bool, const std::wstring&) { ++strangeReports; };
+    EXPECT_TRUE(engine_->Run(Job(folder_ / "other.ply")));
+    goOn_.set_value();
+    // The one promise takes one result: a second callback would throw in the worker.
+    EXPECT_EQ(result_->get_future().get().second, FromPath(folder_ / "out.ply"));
+    WaitUntilIdle();
+}
+
+TEST_F(StartAsyncTest, RefusedStartReportsNothing) {
+    ASSERT_TRUE(Start(folder_ / "out.ply"));
+    started_->get_future().wait();
+    std::atomic<int> reports = 0;
+    EXPECT_FALSE(
+        ConversionEngine::StartAsync(engine_, Job(folder_ / "second.ply"),
+                                     {[&reports](const std::wstring&) { ++reports; },
+                                      [&reports](bool, const std::wstring&) { ++reports; }}));
     goOn_.set_value();
     EXPECT_TRUE(result_->get_future().get().first);
     WaitUntilIdle();
-    EXPECT_EQ(strangeReports, 0);
+    EXPECT_EQ(reports, 0);
 }
 
 TEST_F(StartAsyncTest, StartClearsACancellationAndALaterOneDoesNotStopTheRun) {
@@ -137,12 +153,15 @@ TEST_F(StartAsyncTest, FolderThatCannotBeMadeIsThrownAndBusyStays) {
     EXPECT_EQ(test::ReadFile(folder_ / "file"), "not a folder");
 }
 
-TEST_F(StartAsyncTest, EngineMayBeDestroyedWhileItsRunGoesOn) {
+TEST_F(StartAsyncTest, RunKeepsItsEngineToTheEndAndNoLonger) {
     ASSERT_TRUE(Start(folder_ / "out.ply"));
     started_->get_future().wait();
+    const std::weak_ptr<ConversionEngine> engine = engine_;
     engine_.reset();
+    EXPECT_FALSE(engine.expired());
     goOn_.set_value();
     EXPECT_TRUE(result_->get_future().get().first);
+    while (!engine.expired()) std::this_thread::yield();
     EXPECT_TRUE(std::filesystem::exists(folder_ / "out.ply"));
 }
 
@@ -155,10 +174,8 @@ TEST_F(StartAsyncTest, NextStartWorksAfterAFailure) {
 
     folder_.Write("photo.png", test::EncodePng(test::NoisePicture(4, 3)));
     std::promise<bool> second;
-    engine_->onProgress = nullptr;
-    engine_->onFinished = [&second](bool success, const std::wstring&) {
-        second.set_value(success);
-    };
+    callbacks_ = {nullptr,
+                  [&second](bool success, const std::wstring&) { second.set_value(success); }};
     ASSERT_TRUE(Start(folder_ / "out.ply"));
     EXPECT_TRUE(second.get_future().get());
     WaitUntilIdle();

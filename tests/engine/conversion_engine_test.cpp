@@ -5,8 +5,6 @@
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
-#include <future>
-#include <memory>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -31,24 +29,22 @@ std::wstring WrongModel() {
 
 using test::ReadFile;
 
-constexpr float kKeepAll = 1.0F;
-
 // The ending of the PLY files that the engine writes: image_size (2 x 4), frame (2 x 4), disparity
 // (2 x 4), color_space (1) and version (3).
 constexpr std::size_t kBytesFromImageSizeOn = 28;
 
 class ConversionEngineTest : public testing::Test {
   protected:
-    ConversionEngineTest() {
-        engine_.onProgress = [this](const std::wstring& stage) { stages_.push_back(stage); };
-        engine_.onFinished = [this](bool success, const std::wstring& text) {
-            results_.emplace_back(success, text);
-        };
-    }
-
     // A 4 x 3 picture that decodes; the network at `model`; the output "out.ply".
     bool Run(const std::wstring& model, ExecutionProvider provider = ExecutionProvider::Cpu) {
-        return engine_.Run(model, FromPath(photo_), FromPath(output_), kKeepAll, provider);
+        return engine_.Run(Job(model, provider), callbacks_);
+    }
+
+    [[nodiscard]] ConversionJob Job(const std::wstring& model, ExecutionProvider provider) const {
+        return {.modelPath = model,
+                .inputPath = FromPath(photo_),
+                .outputPath = FromPath(output_),
+                .provider = provider};
     }
 
     // The single failure that was reported.
@@ -65,6 +61,9 @@ class ConversionEngineTest : public testing::Test {
     ConversionEngine engine_;
     std::vector<std::wstring> stages_;
     std::vector<std::pair<bool, std::wstring>> results_;
+    ConversionCallbacks callbacks_{
+        [this](const std::wstring& stage) { stages_.push_back(stage); },
+        [this](bool success, const std::wstring& text) { results_.emplace_back(success, text); }};
 };
 
 TEST_F(ConversionEngineTest, GoodRunReportsItsStagesInOrderAndThenThePath) {
@@ -78,10 +77,8 @@ TEST_F(ConversionEngineTest, GoodRunReportsItsStagesInOrderAndThenThePath) {
 }
 
 TEST_F(ConversionEngineTest, RunWithoutCallbacksWorks) {
-    engine_.onProgress = nullptr;
-    engine_.onFinished = nullptr;
-    EXPECT_TRUE(Run(GoodModel()));
-    EXPECT_FALSE(Run(L"no such model"));
+    EXPECT_TRUE(engine_.Run(Job(GoodModel(), ExecutionProvider::Cpu)));
+    EXPECT_FALSE(engine_.Run(Job(L"no such model", ExecutionProvider::Cpu)));
     EXPECT_TRUE(std::filesystem::exists(output_));
 }
 
@@ -103,8 +100,7 @@ TEST_F(ConversionEngineTest, NamesWithAnyBytesWork) {
     output_ = folder_ / (odd + ".ply");
     const std::filesystem::path model =
         folder_.Write(odd + ".onnx", ReadFile(test::ModelFile("echo")));
-    EXPECT_TRUE(engine_.Run(FromPath(model), FromPath(photo_), FromPath(output_), kKeepAll,
-                            ExecutionProvider::Cpu));
+    EXPECT_TRUE(Run(FromPath(model)));
     EXPECT_TRUE(std::filesystem::exists(output_));
 }
 
@@ -115,8 +111,9 @@ TEST_F(ConversionEngineTest, RunDoesNotTouchBusy) {
 }
 
 TEST_F(ConversionEngineTest, KeepRatioThinsTheScene) {
-    ASSERT_TRUE(engine_.Run(GoodModel(), FromPath(photo_), FromPath(output_), 0.0F,
-                            ExecutionProvider::Cpu));
+    ConversionJob job = Job(GoodModel(), ExecutionProvider::Cpu);
+    job.keepRatio = 0.0F;
+    ASSERT_TRUE(engine_.Run(job));
     EXPECT_NE(ReadFile(output_).find("\nelement vertex 1\n"), std::string::npos);
 }
 
@@ -163,11 +160,8 @@ TEST_F(ConversionEngineTest, MissingOutputFolderFailsAndIsNotMade) {
 }
 
 TEST_F(ConversionEngineTest, UnlistedCudaFailsWithTheListAndNoFallback) {
-    ConversionEngine engine([] { return std::vector<std::string>{"CPUExecutionProvider"}; });
-    engine.onProgress = engine_.onProgress;
-    engine.onFinished = engine_.onFinished;
-    EXPECT_FALSE(engine.Run(GoodModel(), FromPath(photo_), FromPath(output_), kKeepAll,
-                            ExecutionProvider::Cuda));
+    const ConversionEngine engine([] { return std::vector<std::string>{"CPUExecutionProvider"}; });
+    EXPECT_FALSE(engine.Run(Job(GoodModel(), ExecutionProvider::Cuda), callbacks_));
     EXPECT_EQ(stages_.back(), L"Running ONNX inference (CUDA)\u2026");
     EXPECT_EQ(
         Failure(),
@@ -184,7 +178,7 @@ TEST_F(ConversionEngineTest, AnyOtherProviderNumberIsTheCpu) {
 class ThrowingProgress : public ConversionEngineTest, public testing::WithParamInterface<int> {};
 
 TEST_P(ThrowingProgress, EndsTheRunWithItsTextAndLeavesNoPly) {
-    engine_.onProgress = [this](const std::wstring& stage) {
+    callbacks_.onProgress = [this](const std::wstring& stage) {
         stages_.push_back(stage);
         if (stages_.size() == static_cast<std::size_t>(GetParam())) {
             throw std::runtime_error("stop: \xE5\x81\x9C\xE6\xAD\xA2");
@@ -199,19 +193,19 @@ TEST_P(ThrowingProgress, EndsTheRunWithItsTextAndLeavesNoPly) {
 INSTANTIATE_TEST_SUITE_P(AtEachStage, ThrowingProgress, testing::Values(1, 2, 3, 4));
 
 TEST_F(ConversionEngineTest, ExceptionWithoutTextGivesAnEmptyMessage) {
-    engine_.onProgress = [](const std::wstring&) { throw std::runtime_error(""); };
+    callbacks_.onProgress = [](const std::wstring&) { throw std::runtime_error(""); };
     EXPECT_FALSE(Run(GoodModel()));
     EXPECT_EQ(Failure(), L"");
 }
 
 TEST_F(ConversionEngineTest, ForeignExceptionGivesTheGeneralMessage) {
-    engine_.onProgress = [](const std::wstring&) { throw 42; };
+    callbacks_.onProgress = [](const std::wstring&) { throw 42; };
     EXPECT_FALSE(Run(GoodModel()));
     EXPECT_EQ(Failure(), L"Unknown error during inference.");
 }
 
 TEST_F(ConversionEngineTest, SuccessCallbackThatThrowsTurnsTheRunIntoAFailure) {
-    engine_.onFinished = [this](bool success, const std::wstring& text) {
+    callbacks_.onFinished = [this](bool success, const std::wstring& text) {
         if (success) throw std::runtime_error("window gone");
         results_.emplace_back(success, text);
     };
@@ -220,33 +214,37 @@ TEST_F(ConversionEngineTest, SuccessCallbackThatThrowsTurnsTheRunIntoAFailure) {
     EXPECT_TRUE(std::filesystem::exists(output_));
 }
 
-TEST_F(ConversionEngineTest, SharedEngineIsTheSameAndMayOutliveTheFirst) {
-    std::unique_ptr<ConversionEngine> shared;
-    {
-        ConversionEngine first([] { return std::vector<std::string>{"OnlyOne"}; });
-        shared = first.Share();
-        first.onFinished = engine_.onFinished;
-        shared->cancelRequested = true;
-        EXPECT_TRUE(first.cancelRequested);
-    }
-    EXPECT_FALSE(shared->Run(GoodModel(), FromPath(photo_), FromPath(output_), kKeepAll,
-                             ExecutionProvider::Cuda));
-    EXPECT_NE(Failure().find(L"Supported: OnlyOne"), std::wstring::npos);
-}
-
 TEST_F(ConversionEngineTest, TwoRunsAtOnceOnOneEngine) {
-    engine_.onProgress = nullptr;
-    std::atomic<int> succeeded = 0;
-    engine_.onFinished = [&](bool success, const std::wstring&) { succeeded += success ? 1 : 0; };
-    const auto run = [&](const char* name) {
-        engine_.Run(GoodModel(), FromPath(photo_), FromPath(folder_ / name), kKeepAll,
-                    ExecutionProvider::Cpu);
+    const auto run = [this](const char* name) {
+        ConversionJob job = Job(GoodModel(), ExecutionProvider::Cpu);
+        job.outputPath = FromPath(folder_ / name);
+        EXPECT_TRUE(engine_.Run(job));
     };
     std::thread other(run, "other.ply");
     run("one.ply");
     other.join();
-    EXPECT_EQ(succeeded, 2);
     EXPECT_EQ(ReadFile(folder_ / "one.ply"), ReadFile(folder_ / "other.ply"));
+}
+
+TEST_F(ConversionEngineTest, TwoRunsAtOnceReportEachToItsOwnCallbacks) {
+    std::vector<std::wstring> otherStages;
+    std::vector<std::pair<bool, std::wstring>> otherResults;
+    const ConversionJob broken = Job(WrongModel(), ExecutionProvider::Cpu);
+    const ConversionCallbacks others{
+        [&](const std::wstring& stage) { otherStages.push_back(stage); },
+        [&](bool success, const std::wstring& text) { otherResults.emplace_back(success, text); }};
+    // The other run begins and ends while this one is at its second stage.
+    callbacks_.onProgress = [&](const std::wstring& stage) {
+        stages_.push_back(stage);
+        if (stages_.size() == 2) std::thread([&] { engine_.Run(broken, others); }).join();
+    };
+    EXPECT_TRUE(Run(GoodModel()));
+    EXPECT_EQ(stages_.size(), 4U);
+    EXPECT_EQ(results_, (std::vector{std::pair(true, FromPath(output_))}));
+    EXPECT_EQ(otherStages.size(), 2U);
+    EXPECT_EQ(
+        otherResults,
+        (std::vector{std::pair(false, std::wstring(L"Unexpected number of model outputs: 3"))}));
 }
 
 }  // namespace

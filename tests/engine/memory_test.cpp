@@ -77,10 +77,9 @@ TEST(Memory, PictureAfterPictureTakesTheSame) {
     const test::TemporaryFolder folder;
     const std::filesystem::path photo =
         folder.Write("photo.png", test::EncodePng(test::NoisePicture(400, 300)));
-    ConversionEngine engine;
+    const ConversionEngine engine;
     const auto convert = [&] {
-        ASSERT_TRUE(engine.Run(ModelPath("echo"), FromPath(photo), FromPath(folder / "out.ply"),
-                               1.0F, ExecutionProvider::Cpu));
+        ASSERT_TRUE(engine.Run({ModelPath("echo"), FromPath(photo), FromPath(folder / "out.ply")}));
     };
     for (int i = 0; i < 3; ++i) convert();  // what is set up once, and the allocator's own reserve
 

@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <memory>
 #include <system_error>
 
 #include "base/text_encoding.h"
@@ -20,20 +21,17 @@ namespace {
 
 TEST(StartAsyncWithoutThreads, ThrowsASystemErrorAndIsFreeForTheNextStart) {
     const test::TemporaryFolder folder;
-    ConversionEngine engine;
+    const auto engine = std::make_shared<ConversionEngine>();
     bool called = false;
-    engine.onFinished = [&called](bool, const std::wstring&) { called = true; };
-    const auto start = [&] {
-        engine.StartAsync(L"model", L"photo", FromPath(folder / "sub/out.ply"), 1.0F,
-                          ExecutionProvider::Cpu);
-    };
     try {
-        start();
+        ConversionEngine::StartAsync(
+            engine, {L"model", L"photo", FromPath(folder / "sub/out.ply")},
+            {.onFinished = [&called](bool, const std::wstring&) { called = true; }});
         FAIL() << "nothing was thrown";
     } catch (const std::system_error& error) {
         EXPECT_EQ(error.code(), std::errc::resource_unavailable_try_again);
     }
-    EXPECT_FALSE(engine.busy);
+    EXPECT_FALSE(engine->busy);
     EXPECT_FALSE(called);
     EXPECT_TRUE(std::filesystem::is_empty(folder / "sub"));
 }

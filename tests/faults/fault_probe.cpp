@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <future>
 #include <iostream>
+#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
@@ -35,11 +36,12 @@ bool SavePicture(const std::string& file, std::size_t size) {
 
 bool Download(const std::string& url, const std::string& file) {
     std::promise<bool> result;
-    ModelDownloader downloader(url);
-    downloader.StartDownload(FromPath(file), {}, [&](bool success, const std::wstring& message) {
-        std::cerr << ToUtf8(message) << '\n';
-        result.set_value(success);
-    });
+    const auto downloader = std::make_shared<ModelDownloader>(url);
+    ModelDownloader::StartDownload(downloader, FromPath(file), {},
+                                   [&](bool success, const std::wstring& message) {
+                                       std::cerr << ToUtf8(message) << '\n';
+                                       result.set_value(success);
+                                   });
     return result.get_future().get();
 }
 

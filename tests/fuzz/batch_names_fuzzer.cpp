@@ -75,8 +75,7 @@ class OneBatch {
         fuzz::WatchConversions([this](const std::string& photograph, const std::string& scene) {
             RequireConversion(photograph, scene);
         });
-        ConversionEngine engine(ProviderList{});
-        BatchConverter converter(&engine);
+        BatchConverter converter(std::make_shared<ConversionEngine>(ProviderList{}));
         converter.onProgress = [this](const BatchProgressInfo& info) { OnReport(info); };
         if (asked_) converter.onConflict = [this](const std::wstring&) { return Answer(); };
         const bool conflict = HasConflict();

@@ -9,13 +9,6 @@
 
 namespace vistrel {
 
-struct ConversionEngine::Shared {
-    std::atomic<bool> busy = false;
-    std::atomic<bool> cancelRequested = false;
-    std::function<void(const std::wstring&)> onProgress;
-    std::function<void(bool, const std::wstring&)> onFinished;
-};
-
 namespace {
 
 fuzz::ConversionWatcher& Watcher() {
@@ -25,25 +18,13 @@ fuzz::ConversionWatcher& Watcher() {
 
 }  // namespace
 
-ConversionEngine::ConversionEngine(std::shared_ptr<Shared> shared)
-    : shared_(std::move(shared)),
-      busy(shared_->busy),
-      cancelRequested(shared_->cancelRequested),
-      onProgress(shared_->onProgress),
-      onFinished(shared_->onFinished) {}
+ConversionEngine::ConversionEngine(ProviderList providers) : providers_(std::move(providers)) {}
 
-ConversionEngine::ConversionEngine(ProviderList /*providers*/)
-    : ConversionEngine(std::make_shared<Shared>()) {}
-
-ConversionEngine::~ConversionEngine() = default;
-
-bool ConversionEngine::Run(const std::wstring& /*modelPath*/, const std::wstring& inputPath,
-                           const std::wstring& outputPath, float /*keepRatio*/,
-                           ExecutionProvider /*provider*/) {
-    Watcher()(ToUtf8(inputPath), ToUtf8(outputPath));
-    onProgress(kSavingStage);
+bool ConversionEngine::Run(const ConversionJob& job, const ConversionCallbacks& callbacks) const {
+    Watcher()(ToUtf8(job.inputPath), ToUtf8(job.outputPath));
+    callbacks.onProgress(kSavingStage);
     try {
-        OutputFile(outputPath).Append(fuzz::RecordedScene(ToUtf8(inputPath)));
+        OutputFile(job.outputPath).Append(fuzz::RecordedScene(ToUtf8(job.inputPath)));
         return true;
     } catch (const std::runtime_error&) {
         return false;

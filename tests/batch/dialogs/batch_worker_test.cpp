@@ -4,6 +4,7 @@
 
 #include <QTest>
 #include <future>
+#include <memory>
 #include <new>
 #include <utility>
 
@@ -11,16 +12,14 @@ namespace vistrel {
 namespace {
 
 TEST(BatchWorkerTest, BatchThatRunsOutOfMemoryIsReportedAsEnded) {
-    const ConversionEngine engine;
-    const auto batch = std::make_shared<SharedBatch>(engine);
+    const auto batch = std::make_shared<BatchConverter>(std::make_shared<ConversionEngine>());
     std::promise<BatchProgressInfo> reported;
-    batch->converter.onProgress = [&reported,
-                                   isFirst = true](const BatchProgressInfo& info) mutable {
+    batch->onProgress = [&reported, isFirst = true](const BatchProgressInfo& info) mutable {
         if (std::exchange(isFirst, false)) throw std::bad_alloc();
         reported.set_value(info);
     };
     BatchWorkerJob job;
-    job.batch = batch;
+    job.converter = batch;
     job.inputDir = L"/none";
     StartBatchWorker(std::move(job));
     EXPECT_EQ(reported.get_future().get().errorMessage, L"The batch could not go on.");

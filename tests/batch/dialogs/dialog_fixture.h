@@ -75,9 +75,6 @@ class DialogFixture : public testing::Test {
         settings_.modelPath = FromPath(ModelFile("echo"));
         settings_.outputDir = FromPath(folder_ / "out");
         settings_.executionProvider = 0;
-        // The last thing of every file; the gate is shared as the thread may outlive the test's
-        // end.
-        engine_->onFinished = [gate = gate_](bool, const std::wstring&) { gate->Pass(); };
         ApplyTheme();  // letters and margins decide what fits
         gUiText = &kEnglishText;
         MakeDialog();
@@ -90,19 +87,23 @@ class DialogFixture : public testing::Test {
     }
 
     void MakeDialog() {
-        dialog_ = std::make_unique<BatchDialog>(nullptr, engine_.get(), &settings_);
+        dialog_ = std::make_unique<BatchDialog>(nullptr, engine_, &settings_);
         dialog_->clock = [this] { return now_; };
         dialog_->show();
     }
 
+    // "a0.png" and so on.
     void AddPictures(int count) const {
-        const std::string picture = EncodePng(NoisePicture(4, 3));
         for (int i = 0; i < count; ++i) {
-            std::string name = "in/a";
+            std::string name = "a";
             name += std::to_string(i);
             name += ".png";
-            folder_.Write(name, picture);
+            AddPicture(name);
         }
+    }
+
+    void AddPicture(std::string_view name) const {
+        folder_.Write("in/" + std::string(name), EncodePng(NoisePicture(4, 3)));
     }
 
     // Chooses the input folder and starts the batch.
@@ -111,7 +112,7 @@ class DialogFixture : public testing::Test {
         Button(BatchControlId::Start)->click();
     }
 
-    // Starts a batch whose first file is all but ready, and shows what was reported about it.
+    // Starts a batch that waits in its first file, and shows what was reported about it.
     void StartAndHold(int pictures) {
         AddPictures(pictures);
         gate_->Hold();
@@ -170,7 +171,12 @@ class DialogFixture : public testing::Test {
     TemporaryFolder folder_;
     AppSettings settings_;
     std::shared_ptr<Gate> gate_ = std::make_shared<Gate>();
-    std::unique_ptr<ConversionEngine> engine_ = std::make_unique<ConversionEngine>();
+    // Asked for its providers in the middle of every file, on the batch's thread. That one shares
+    // the gate, as it may outlive the test's end.
+    std::shared_ptr<ConversionEngine> engine_ = std::make_shared<ConversionEngine>([gate = gate_] {
+        gate->Pass();
+        return AvailableExecutionProviders();
+    });
     std::int64_t now_ = 100 * kSecond;
     std::unique_ptr<BatchDialog> dialog_;
 

@@ -53,7 +53,7 @@ class DownloadFlowTest : public test::FlowTest {
     }
     ~DownloadFlowTest() override {
         hold = false;
-        EXPECT_TRUE(WaitUntil([this] { return !downloader.busy; }));
+        EXPECT_TRUE(WaitUntil([this] { return !downloader->busy; }));
     }
 
     void WaitForEnd() {
@@ -81,8 +81,8 @@ class DownloadFlowTest : public test::FlowTest {
         while (hold) std::this_thread::yield();
         return true;
     };
-    ModelDownloader downloader{"https://nowhere/",
-                               [this] { return std::make_unique<ScriptedRequest>(answer); }};
+    std::shared_ptr<ModelDownloader> downloader = std::make_shared<ModelDownloader>(
+        "https://nowhere/", [this] { return std::make_unique<ScriptedRequest>(answer); });
     std::unique_ptr<DownloadFlow> flow =
         std::make_unique<DownloadFlow>(downloader, settings, sidebar, user, window.mailbox);
     std::wstring statusAtModel;
@@ -94,7 +94,7 @@ TEST_F(DownloadFlowTest, DeclinedQuestionChangesNothing) {
     user.wantsDownload = false;
     flow->StartModelDownload();
     EXPECT_EQ(user.downloadQuestions, 1);
-    EXPECT_FALSE(downloader.busy);
+    EXPECT_FALSE(downloader->busy);
     EXPECT_FALSE(AreaIsShown());
     EXPECT_TRUE(sidebar.downloadModel->isEnabled());
     EXPECT_FALSE(std::filesystem::exists(ToPath(UserDataFolder())));
@@ -103,7 +103,7 @@ TEST_F(DownloadFlowTest, DeclinedQuestionChangesNothing) {
 TEST_F(DownloadFlowTest, StartShowsTheAreaAndDisablesTheButton) {
     hold = true;
     flow->StartModelDownload();
-    EXPECT_TRUE(downloader.busy);
+    EXPECT_TRUE(downloader->busy);
     EXPECT_TRUE(AreaIsShown());
     EXPECT_FALSE(sidebar.downloadModel->isEnabled());
     EXPECT_EQ(Status(), L"Starting download\u2026");
@@ -215,7 +215,7 @@ TEST_F(DownloadFlowTest, DownloadOutlivesTheWindow) {
     window.mailbox->Close();
     flow.reset();
     hold = false;
-    EXPECT_TRUE(WaitUntil([this] { return !downloader.busy; }));
+    EXPECT_TRUE(WaitUntil([this] { return !downloader->busy; }));
     EXPECT_TRUE(window.received.empty());
     EXPECT_EQ(test::ReadFile(ToPath(ModelFile())), "model!");
 }

@@ -7,6 +7,7 @@
 #include <QPushButton>
 #include <cerrno>
 #include <filesystem>
+#include <memory>
 
 #include "shell/window/download_flow.h"
 #include "shell/window/generate_flow.h"
@@ -25,7 +26,7 @@ namespace {
 using WithoutThreads = test::FlowTest;
 
 TEST_F(WithoutThreads, ConversionFailsAndTheNextStartIsFree) {
-    ConversionEngine engine;
+    const auto engine = std::make_shared<ConversionEngine>();
     GenerateFlow flow(engine, settings, sidebar, user, window.mailbox);
     flow.inputImagePath = L"photo.png";
     settings.modelPath = L"model.onnx";
@@ -33,19 +34,19 @@ TEST_F(WithoutThreads, ConversionFailsAndTheNextStartIsFree) {
     flow.RunGenerate();
     EXPECT_EQ(sidebar.generateStatus->text(), "Error: Resource temporarily unavailable");
     EXPECT_TRUE(sidebar.generate->isEnabled());
-    EXPECT_FALSE(engine.busy);
+    EXPECT_FALSE(engine->busy);
     EXPECT_FALSE(std::filesystem::exists(home.Home() / "scene.ply"));
 }
 
 TEST_F(WithoutThreads, DownloadFailsAndTheNextStartIsFree) {
-    ModelDownloader downloader;
+    const auto downloader = std::make_shared<ModelDownloader>();
     DownloadFlow flow(downloader, settings, sidebar, user, window.mailbox);
     flow.StartModelDownload();
     EXPECT_EQ(sidebar.downloadStatus->text(), "Failed: Resource temporarily unavailable");
     EXPECT_FALSE(sidebar.downloadStatus->isHidden());
     EXPECT_TRUE(sidebar.downloadProgress->isHidden());
     EXPECT_TRUE(sidebar.downloadModel->isEnabled());
-    EXPECT_FALSE(downloader.busy);
+    EXPECT_FALSE(downloader->busy);
     EXPECT_FALSE(std::filesystem::exists(ToPath(UserDataFolder())));
 }
 

@@ -9,6 +9,7 @@
 #include <QPushButton>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -40,7 +41,7 @@ class GenerateFlowTest : public FlowTest {
         user.scene = In("out/scene.ply");
     }
     ~GenerateFlowTest() override {
-        EXPECT_TRUE(WaitUntil([this] { return !engine.busy; }));
+        EXPECT_TRUE(WaitUntil([this] { return !engine->busy; }));
     }
 
     [[nodiscard]] std::wstring In(std::string_view name) const { return FromPath(folder / name); }
@@ -54,7 +55,7 @@ class GenerateFlowTest : public FlowTest {
     void WaitForEnd() {
         ASSERT_TRUE(WaitUntil([this] {
             return !window.received.empty() &&
-                   window.received.back().number == kGenerateDoneMessage && !engine.busy;
+                   window.received.back().number == kGenerateDoneMessage && !engine->busy;
         }));
     }
     [[nodiscard]] std::wstring Status() const { return ToWide(sidebar.generateStatus->text()); }
@@ -67,7 +68,11 @@ class GenerateFlowTest : public FlowTest {
 
     TemporaryFolder folder;
     std::vector<std::string> listed = {"CPUExecutionProvider"};
-    ConversionEngine engine{[this] { return listed; }};
+    std::function<void()> whileListing;  // on the converting thread
+    std::shared_ptr<ConversionEngine> engine = std::make_shared<ConversionEngine>([this] {
+        if (whileListing) whileListing();
+        return listed;
+    });
     std::int64_t now = 5 * kSecond;
     std::vector<std::wstring> scenes;
     std::unique_ptr<GenerateFlow> flow =

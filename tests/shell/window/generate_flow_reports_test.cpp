@@ -1,6 +1,9 @@
 #include "tests/shell/window/generate_flow_fixture.h"
 
-#include <thread>
+#include <future>
+#include <utility>
+
+#include "batch/batch_converter.h"
 
 namespace vistrel {
 namespace {
@@ -116,24 +119,52 @@ TEST_F(GenerateFlowTest, ConversionOutlivesTheWindow) {
     flow->RunGenerate();
     window.mailbox->Close();
     flow.reset();
-    EXPECT_TRUE(WaitUntil([this] { return !engine.busy; }));
+    EXPECT_TRUE(WaitUntil([this] { return !engine->busy; }));
     EXPECT_TRUE(window.received.empty());
     EXPECT_TRUE(std::filesystem::is_regular_file(folder / "out/scene.ply"));
 }
 
-TEST_F(GenerateFlowTest, FilesOfABatchAreNotShown) {
-    ChooseBoth();
+// A batch converts with the window's engine.
+class WindowAndBatch : public GenerateFlowTest {
+  protected:
+    WindowAndBatch() { ChooseBoth(); }
+
+    // On the caller's thread: one file, into "batch/photo.ply".
+    void RunBatch() {
+        std::filesystem::create_directory(folder / "batch");
+        BatchConverter(engine).Run(settings.modelPath, FromPath(folder.Path()), In("batch"), 0);
+        EXPECT_TRUE(std::filesystem::exists(folder / "batch/photo.ply"));
+    }
+};
+
+TEST_F(WindowAndBatch, BatchAfterAConversionIsNotHeardOf) {
     flow->RunGenerate();
     WaitForEnd();
     const std::size_t count = window.received.size();
-    std::thread([this] {
-        engine.Run(settings.modelPath, flow->inputImagePath, In("batch.ply"), 1.0F,
-                   ExecutionProvider::Cpu);
-    }).join();
+    RunBatch();
     test::DeliverPosted();
-    EXPECT_TRUE(std::filesystem::exists(folder / "batch.ply"));
     EXPECT_EQ(window.received.size(), count);
-    EXPECT_EQ(scenes.size(), 1U);
+    EXPECT_EQ(scenes, std::vector<std::wstring>{In("out/scene.ply")});
+}
+
+TEST_F(WindowAndBatch, BatchBesideAConversionIsNotHeardOf) {
+    std::promise<void> held;
+    std::promise<void> goOn;
+    whileListing = [&, first = true]() mutable {
+        if (!std::exchange(first, false)) return;
+        held.set_value();
+        goOn.get_future().wait();
+    };
+    flow->RunGenerate();
+    held.get_future().wait();
+    RunBatch();
+    test::DeliverPosted();
+    EXPECT_EQ(window.received.size(), 2U);  // the first stages of the window's own
+    EXPECT_TRUE(scenes.empty());
+    goOn.set_value();
+    WaitForEnd();
+    EXPECT_EQ(window.received.size(), 5U);
+    EXPECT_EQ(scenes, std::vector<std::wstring>{In("out/scene.ply")});
 }
 
 }  // namespace

@@ -20,11 +20,11 @@ TEST_F(GenerateFlowTest, NothingHappensWithoutAPhotograph) {
 
 TEST_F(GenerateFlowTest, NothingHappensWhileAConversionRuns) {
     ChooseBoth();
-    engine.busy = true;
+    engine->busy = true;
     flow->RunGenerate();
     EXPECT_EQ(Status(), L"");
     EXPECT_TRUE(user.proposals.empty());
-    engine.busy = false;
+    engine->busy = false;
 }
 
 TEST_F(GenerateFlowTest, WithoutAModelOnlyTheStatusSaysSo) {
@@ -33,7 +33,7 @@ TEST_F(GenerateFlowTest, WithoutAModelOnlyTheStatusSaysSo) {
     flow->RunGenerate();
     EXPECT_EQ(Status(), L"Please select or download the ONNX model first.");
     EXPECT_TRUE(user.proposals.empty());
-    EXPECT_FALSE(engine.busy);
+    EXPECT_FALSE(engine->busy);
 }
 
 TEST_F(GenerateFlowTest, FolderAndNameAreProposed) {
@@ -68,7 +68,7 @@ TEST_F(GenerateFlowTest, CancelledQuestionChangesNothing) {
     EXPECT_EQ(settings.outputDir, L"/some/folder");
     EXPECT_EQ(settings.outputFilename, L"photo.ply");
     EXPECT_EQ(Status(), L"");
-    EXPECT_FALSE(engine.busy);
+    EXPECT_FALSE(engine->busy);
     EXPECT_FALSE(SettingsAreSaved());
 }
 
@@ -76,7 +76,7 @@ TEST_F(GenerateFlowTest, StartDisablesTheButtonAndShowsTheFirstText) {
     ChooseBoth();
     sidebar.generate->setEnabled(true);
     flow->RunGenerate();
-    EXPECT_TRUE(engine.busy);
+    EXPECT_TRUE(engine->busy);
     EXPECT_FALSE(sidebar.generate->isEnabled());
     EXPECT_EQ(Status(), L"Starting inference\u2026");
     EXPECT_EQ(settings.outputDir, In("out"));
@@ -102,7 +102,7 @@ TEST_F(GenerateFlowTest, OutputFolderThatCannotBeMadeIsToldAndTheNextStartIsFree
     flow->RunGenerate();
     EXPECT_EQ(Status(), L"Error: create_directories: Not a directory: \"" + FromPath(file) + L"\"");
     EXPECT_TRUE(sidebar.generate->isEnabled());
-    EXPECT_FALSE(engine.busy);
+    EXPECT_FALSE(engine->busy);
     EXPECT_EQ(test::ReadFile(file), "kept");
 
     user.scene = In("scene.ply");
@@ -149,7 +149,7 @@ TEST_F(GenerateFlowTest, ListThatFailsIsLeftToTheEngine) {
     flow->providers = []() -> std::vector<std::string> { throw std::runtime_error("too old"); };
     flow->RunGenerate();
     EXPECT_EQ(user.fallbackWarnings, 0);
-    EXPECT_TRUE(engine.busy);
+    EXPECT_TRUE(engine->busy);
     WaitForEnd();
 }
 
@@ -160,7 +160,7 @@ TEST_F(GenerateFlowTest, NothingStartsWhenTheWindowClosesDuringTheWarning) {
         if (user.fallbackWarnings > 0) flow->Stop();
     };
     flow->RunGenerate();
-    EXPECT_FALSE(engine.busy);
+    EXPECT_FALSE(engine->busy);
     EXPECT_EQ(Status(), L"");
     EXPECT_FALSE(std::filesystem::exists(folder / "out"));
 }
@@ -172,7 +172,7 @@ TEST_F(GenerateFlowTest, NothingStartsWhenTheFlowGoesDuringTheWarning) {
         if (user.fallbackWarnings > 0) flow.reset();
     };
     flow->RunGenerate();
-    EXPECT_FALSE(engine.busy);
+    EXPECT_FALSE(engine->busy);
 }
 
 TEST_F(GenerateFlowTest, ModelNameIsShownAndTheButtonGoesWithTheFile) {
@@ -208,9 +208,9 @@ TEST_F(GenerateFlowTest, GenerateNeedsPhotographAndModelAndAnIdleEngine) {
     EXPECT_FALSE(enabled());
     ChooseBoth();
     EXPECT_TRUE(enabled());
-    engine.busy = true;
+    engine->busy = true;
     EXPECT_FALSE(enabled());
-    engine.busy = false;
+    engine->busy = false;
     settings.modelPath.clear();
     EXPECT_FALSE(enabled());
     ChooseBoth();

@@ -26,7 +26,8 @@ using Texts = std::vector<std::wstring>;
 class CommandsTest : public WindowTest {
   protected:
     CommandsTest() {
-        services.runBatch = [this](QWidget* owner, ConversionEngine&, const AppSettings&) {
+        services.runBatch = [this](QWidget* owner, const std::shared_ptr<ConversionEngine>&,
+                                   const AppSettings&) {
             EXPECT_EQ(owner, window.get());
             ++batches;
         };
