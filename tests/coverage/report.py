@@ -12,7 +12,7 @@ import sys
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
-FOLDERS = ["engine", "download", "batch", "viewer", "shell", "tools", "web/src"]
+FOLDERS = ["base", "engine", "download", "batch", "ui", "viewer", "shell", "cli", "web/src"]
 COUNTING_SECTION = b"__llvm_covmap"
 
 
