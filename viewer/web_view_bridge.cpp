@@ -7,9 +7,9 @@
 
 #include "base/log.h"
 #include "base/text_encoding.h"
+#include "base/user_folders.h"
 #include "viewer/captured_image.h"
 #include "viewer/page_calls.h"
-#include "viewer/user_data_folder.h"
 #include "viewer/web_view_loader.h"
 
 namespace vistrel {
@@ -50,7 +50,7 @@ bool WebViewBridge::Initialize(QWidget* parent, const QRect& bounds, const std::
     const WebViewEnvironmentOptions options = {
         L"--allow-file-access-from-files --disable-web-security --allow-running-insecure-content",
         L"124.0.2478.35", host_};
-    return factory(MakeUserDataFolder(), options,
+    return factory(MakeBrowserFolder(), options,
                    WhileAlive([this, onReady](std::unique_ptr<WebViewEnvironment> environment) {
                        OnEnvironment(std::move(environment), onReady);
                    }));
