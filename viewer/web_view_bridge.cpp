@@ -3,12 +3,13 @@
 #include <QMessageBox>
 #include <QRect>
 #include <QString>
+#include <span>
 #include <utility>
 
 #include "base/log.h"
+#include "base/new_file.h"
 #include "base/text_encoding.h"
 #include "base/user_folders.h"
-#include "viewer/captured_image.h"
 #include "viewer/page_calls.h"
 #include "viewer/web_view_loader.h"
 
@@ -193,7 +194,9 @@ void WebViewBridge::DeliverPendingFile() {
 void WebViewBridge::CaptureImage(QWidget* /*owner*/, const std::wstring& path) {
     if (view_ == nullptr) return;
     view_->CapturePreview(WhileAlive([path](bool success, const std::vector<std::byte>& png) {
-        if (success && !png.empty()) WriteCapturedImage(path, png);
+        // Nobody is told of a picture that could not be written.
+        if (success && !png.empty())
+            static_cast<void>(WriteNewFile(ToPath(path), std::as_bytes(std::span(png))));
     }));
 }
 
