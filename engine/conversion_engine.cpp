@@ -97,7 +97,7 @@ void ConversionEngine::Shared::Convert(const Job& job) const {
     Report(job, L"Unprojecting Gaussians\u2026");
     UnprojectGaussians(gaussians, image.focalPx, image.width, image.height, kNetworkSide);
 
-    Report(job, kSavingStage);
+    Report(job, L"Saving PLY\u2026");
     WriteSplatPly(gaussians, job.outputPath, image.focalPx, static_cast<std::uint32_t>(image.width),
                   static_cast<std::uint32_t>(image.height), job.keepRatio);
 }

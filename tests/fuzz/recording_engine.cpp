@@ -1,11 +1,11 @@
 #include "tests/fuzz/recording_engine.h"
 
-#include <stdexcept>
+#include <span>
 #include <utility>
 
+#include "base/new_file.h"
 #include "base/text_encoding.h"
 #include "engine/conversion_engine.h"
-#include "engine/output_file.h"
 
 namespace vistrel {
 
@@ -41,13 +41,9 @@ bool ConversionEngine::Run(const std::wstring& /*modelPath*/, const std::wstring
                            const std::wstring& outputPath, float /*keepRatio*/,
                            ExecutionProvider /*provider*/) {
     Watcher()(ToUtf8(inputPath), ToUtf8(outputPath));
-    onProgress(kSavingStage);
-    try {
-        OutputFile(outputPath).Append(fuzz::RecordedScene(ToUtf8(inputPath)));
-        return true;
-    } catch (const std::runtime_error&) {
-        return false;
-    }
+    onProgress(L"Saving PLY\u2026");
+    const std::string scene = fuzz::RecordedScene(ToUtf8(inputPath));
+    return WriteNewFile(ToPath(outputPath), std::as_bytes(std::span(scene)));
 }
 
 namespace fuzz {
