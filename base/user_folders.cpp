@@ -34,9 +34,14 @@ std::filesystem::path HomeFolder() {
 }
 
 // A folder that the user may move by setting `variable`; relative ones do not count.
-std::filesystem::path BaseFolder(const char* variable, const char* belowHome) {
+std::filesystem::path BaseFolder(const char* variable, const char* belowHome,
+                                 const std::filesystem::path& home = HomeFolder()) {
     std::filesystem::path folder = Environment(variable);
-    return folder.is_absolute() ? folder : HomeFolder() / belowHome;
+    return folder.is_absolute() ? folder : home / belowHome;
+}
+
+std::filesystem::path DataFolder(const std::filesystem::path& home = HomeFolder()) {
+    return BaseFolder("XDG_DATA_HOME", ".local/share", home);
 }
 
 // The value in a line NAME="value" of a shell script without commands, where value is absolute or
@@ -77,7 +82,16 @@ std::filesystem::path NamedDocumentsFolder() {
 }  // namespace
 
 std::wstring UserDataFolder() {
-    return FromPath(BaseFolder("XDG_DATA_HOME", ".local/share"));
+    return FromPath(DataFolder());
+}
+
+std::wstring MakeBrowserFolder() {
+    const std::filesystem::path data = DataFolder(Environment("HOME"));
+    if (!data.is_absolute()) return {};
+    const std::filesystem::path folder = data / "Vistrel" / "WebView2";
+    std::error_code ignored;
+    std::filesystem::create_directories(folder, ignored);
+    return FromPath(folder);
 }
 
 std::wstring ModelFile() {

@@ -8,6 +8,10 @@ namespace vistrel {
 
 // $XDG_DATA_HOME, default ~/.local/share.
 [[nodiscard]] std::wstring UserDataFolder();
+// Where the browser keeps what pages store: Vistrel/WebView2 in the data folder, which is made
+// where it is missing; whether that worked, the browser finds out. Empty, so that the browser keeps
+// nothing, where the environment names no such folder.
+[[nodiscard]] std::wstring MakeBrowserFolder();
 // UserDataFolder() + "/Vistrel/Models/sharp_fp16.onnx".
 [[nodiscard]] std::wstring ModelFile();
 // The documents folder, where there is none the home folder.

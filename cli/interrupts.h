@@ -1,9 +1,6 @@
 // Ctrl-C and its relatives, taken at a moment of the program's choosing.
 #pragma once
 
-#include <filesystem>
-#include <thread>
-
 namespace vistrel {
 
 // Holds SIGINT, SIGTERM and SIGHUP back from the calling thread and from every thread that it
@@ -29,12 +26,6 @@ class Interrupts {
     // Ends the process the way `signal` does when nobody handles it, so that a shell sees it.
     // What was printed so far is flushed first.
     [[noreturn]] static void DieOf(int signal);
-
-    // The same without leaving `file`, which `writer` writes or is about to. That thread must not
-    // end meanwhile; it is halted wherever it is, so that it cannot create the file once more. Only
-    // a regular file is removed.
-    [[noreturn]] static void DieWithout(const std::filesystem::path& file, std::thread& writer,
-                                        int signal);
 
   private:
     int signalFd_;  // constant after construction

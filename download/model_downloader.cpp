@@ -6,13 +6,14 @@
 #include <cstdint>
 #include <exception>
 #include <filesystem>
-#include <fstream>
+#include <optional>
 #include <stdexcept>
 #include <string_view>
 #include <system_error>
 #include <thread>
 #include <utility>
 
+#include "base/new_file.h"
 #include "base/text_encoding.h"
 
 namespace vistrel {
@@ -46,59 +47,15 @@ std::wstring ProgressText(std::int64_t done, std::int64_t total) {
     return text;
 }
 
-// A file that is gone with the object unless it was moved to its place.
-class TemporaryFile {
-  public:
-    explicit TemporaryFile(std::filesystem::path path) : path_(std::move(path)) {}
-    ~TemporaryFile() {
-        if (!exists_) return;
-        std::error_code ignored;
-        std::filesystem::remove(path_, ignored);
+// Gives a failure of `action` the text that the user sees.
+template <typename Action>
+void TellAs(const std::string& text, const Action& action) {
+    try {
+        action();
+    } catch (const std::system_error&) {
+        throw std::runtime_error(text);
     }
-    TemporaryFile(const TemporaryFile&) = delete;
-    TemporaryFile& operator=(const TemporaryFile&) = delete;
-
-    void Create() {
-        file_.open(path_, std::ios::binary | std::ios::trunc);
-        exists_ = file_.is_open();
-        Require(exists_, "Cannot create output file: " + path_.native());
-    }
-
-    void Write(std::string_view bytes) {
-        file_.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-        Require(file_.good(), "Cannot write output file: " + path_.native());
-    }
-
-    void Remove() {
-        file_.close();
-        if (!std::exchange(exists_, false)) return;
-        std::error_code code;
-        std::filesystem::remove(path_, code);
-        if (code) throw std::filesystem::filesystem_error("remove", path_, code);
-    }
-
-    // Stays where it is when it cannot be moved.
-    void MoveTo(const std::filesystem::path& destination) {
-        file_.close();
-        Require(!file_.fail(), "Cannot write output file: " + path_.native());
-        exists_ = false;
-        std::error_code code;
-        std::filesystem::rename(path_, destination, code);
-        if (!code) return;
-        // Unlike a file, a folder is not replaced; an empty one can be taken away.
-        if (code == std::errc::is_a_directory) {
-            std::error_code ignored;
-            std::filesystem::remove(destination, ignored);
-            std::filesystem::rename(path_, destination, code);
-        }
-        Require(!code, "Failed to move downloaded file: " + destination.native());
-    }
-
-  private:
-    std::filesystem::path path_;
-    std::ofstream file_;
-    bool exists_ = false;  // made here, and still under its first name
-};
+}
 
 // One download: from the address to the file in its place.
 class Transfer : public HttpReceiver {
@@ -107,7 +64,7 @@ class Transfer : public HttpReceiver {
         : onProgress_(job.onProgress),
           cancelRequested_(cancelRequested),
           destination_(ToPath(job.destPath)),
-          file_(destination_.native() + ".tmp") {}
+          temporary_(destination_.native() + ".tmp") {}
 
     void Run(const std::string& url, std::unique_ptr<HttpRequest> request) {
         Require(request->ParseUrl(url), "Failed to parse download URL.");
@@ -119,21 +76,22 @@ class Transfer : public HttpReceiver {
         request.reset();
 
         if (cancelRequested_) {
-            file_.Remove();
+            if (file_) file_->Discard();
             throw std::runtime_error("Download cancelled.");
         }
         Require(answered, "HTTP request failed.");
-        file_.MoveTo(destination_);
+        TakePlace();
     }
 
     void OnAnswer(int status, std::int64_t length) override {
         Require(status == kOk, "HTTP error: " + std::to_string(status));
         total_ = length;
-        file_.Create();
+        TellAs("Cannot create output file: " + temporary_.native(),
+               [this] { file_.emplace(destination_, NewFileOptions{.growsAs = temporary_}); });
     }
 
     void OnBody(std::string_view bytes) override {
-        file_.Write(bytes);
+        TellAs(CannotWrite(), [&] { file_->Append(bytes); });
         downloaded_ += static_cast<std::int64_t>(bytes.size());
         if (!onProgress_) return;
         const double fraction =
@@ -144,20 +102,35 @@ class Transfer : public HttpReceiver {
     [[nodiscard]] bool IsCancelled() const override { return cancelRequested_; }
 
   private:
+    [[nodiscard]] std::string CannotWrite() const {
+        return "Cannot write output file: " + temporary_.native();
+    }
+
+    void TakePlace() {
+        TellAs(CannotWrite(), [this] { file_->Finish(); });
+        // Unlike a file, a folder is not replaced; an empty one can be taken away.
+        std::error_code ignored;
+        if (std::filesystem::is_directory(std::filesystem::symlink_status(destination_, ignored))) {
+            std::filesystem::remove(destination_, ignored);
+        }
+        TellAs("Failed to move downloaded file: " + destination_.native(),
+               [this] { file_->Commit(); });
+    }
+
     const ModelDownloader::OnProgress& onProgress_;
     const std::atomic<bool>& cancelRequested_;
     std::filesystem::path destination_;
-    TemporaryFile file_;
-    std::int64_t total_ = 0;  // 0 where it is not known
+    std::filesystem::path temporary_;
+    std::optional<NewFile> file_;  // from the answer on
+    std::int64_t total_ = 0;       // 0 where it is not known
     std::int64_t downloaded_ = 0;
 };
 
-// A write past a size limit, or to a connection that is gone, shall fail and not end the process.
-void HoldBackWriteSignals() {
+// A write to a connection that is gone shall fail and not end the process.
+void HoldBackPipeSignal() {
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGPIPE);
-    sigaddset(&signals, SIGXFSZ);
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
 }
 
@@ -191,7 +164,7 @@ void ModelDownloader::StartDownload(const std::shared_ptr<ModelDownloader>& down
     try {
         std::thread([downloader, job = ModelDownloadJob{destPath, std::move(onProgress),
                                                         std::move(onFinished)}] {
-            HoldBackWriteSignals();
+            HoldBackPipeSignal();
             try {
                 DownloadModel(*downloader, job);
             } catch (...) {

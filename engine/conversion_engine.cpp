@@ -73,7 +73,7 @@ void ConversionEngine::Convert(const ConversionJob& job,
     report(L"Unprojecting Gaussians\u2026");
     UnprojectGaussians(gaussians, image.focalPx, image.width, image.height, kNetworkSide);
 
-    report(kSavingStage);
+    report(L"Saving PLY\u2026");
     WriteSplatPly(gaussians, job.outputPath, image.focalPx, static_cast<std::uint32_t>(image.width),
                   static_cast<std::uint32_t>(image.height), job.keepRatio);
 }

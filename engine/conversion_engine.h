@@ -11,9 +11,6 @@
 
 namespace vistrel {
 
-// The text of the last stage: from here on the output file may be touched.
-inline constexpr const wchar_t* kSavingStage = L"Saving PLY\u2026";
-
 // Creates the folder that `outputPath` names as its parent, with all missing ancestors; does
 // nothing where the path has no folder. Throws std::filesystem::filesystem_error, its text
 // beginning with "create_directories". Any thread.

@@ -7,14 +7,17 @@
 #include <cstring>
 #include <optional>
 #include <span>
+#include <stdexcept>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
 #include "base/log.h"
+#include "base/new_file.h"
+#include "base/text_encoding.h"
 #include "engine/decimation.h"
 #include "engine/disparity_range.h"
-#include "engine/output_file.h"
 #include "engine/splat_encoding.h"
 #include "engine/splat_ply_format.h"
 
@@ -23,7 +26,7 @@ namespace {
 
 // Gaussians per step: what a step touches stays in the fastest cache.
 constexpr std::size_t kBlock = 256;
-static_assert(kBlock * kVertexBytes <= OutputFile::kLargestPiece);
+static_assert(kBlock * kVertexBytes <= NewFile::kLargestPiece);
 
 constexpr const VertexGroup& kMeans = kVertexGroups.front();
 static_assert(kMeans.source == &GaussianSet::means);
@@ -135,29 +138,52 @@ class RecordBuilder {
     std::array<Scratch, kVertexGroups.size()> scratch_;
 };
 
+// Who finds a scene takes it for a whole one, also after the machine went down: work on many
+// machines does not do again what is there.
+NewFile OpenOutput(const std::wstring& path) {
+    try {
+        return NewFile(ToPath(path), {.durability = Durability::kOnDisk});
+    } catch (const std::system_error&) {
+        throw std::runtime_error("Cannot open output file");
+    }
+}
+
+struct Photograph {
+    float focalPx;
+    std::uint32_t width;
+    std::uint32_t height;
+};
+
+void Write(NewFile& file, const Selection& selection, const Photograph& photograph) {
+    const auto total = static_cast<std::size_t>(selection.Count());
+    file.Append(SplatPlyHeader(selection.Count()));
+    RecordBuilder records(selection);
+    DisparityPercentiles percentiles;
+    for (std::size_t first = 0; first < total; first += kBlock) {
+        const std::size_t count = std::min(kBlock, total - first);
+        percentiles.Count(records.Build(first, count, file.Next(count * kVertexBytes).data()));
+    }
+    percentiles.EndFirstLook();
+    std::array<float, kBlock * kMeans.components> scratch{};
+    for (std::size_t first = 0; first < total; first += kBlock) {
+        const std::size_t count = std::min(kBlock, total - first);
+        percentiles.CountAgain(selection.Values(kMeans, first, count, scratch.data()));
+    }
+    file.Append(SplatPlyCamera({photograph.focalPx, photograph.width, photograph.height,
+                                selection.Count(), percentiles.Range()}));
+    file.Commit();
+}
+
 }  // namespace
 
 void WriteSplatPly(const GaussianSet& gaussians, const std::wstring& outputPath, float focalPx,
                    std::uint32_t width, std::uint32_t height, float keepRatio) {
     const Selection selection(gaussians, keepRatio);
-    const auto total = static_cast<std::size_t>(selection.Count());
-    {
-        OutputFile file(outputPath);
-        file.Append(SplatPlyHeader(selection.Count()));
-        RecordBuilder records(selection);
-        DisparityPercentiles percentiles;
-        for (std::size_t first = 0; first < total; first += kBlock) {
-            const std::size_t count = std::min(kBlock, total - first);
-            percentiles.Count(records.Build(first, count, file.Next(count * kVertexBytes).data()));
-        }
-        percentiles.EndFirstLook();
-        std::array<float, kBlock * kMeans.components> scratch{};
-        for (std::size_t first = 0; first < total; first += kBlock) {
-            const std::size_t count = std::min(kBlock, total - first);
-            percentiles.CountAgain(selection.Values(kMeans, first, count, scratch.data()));
-        }
-        file.Append(
-            SplatPlyCamera({focalPx, width, height, selection.Count(), percentiles.Range()}));
+    NewFile file = OpenOutput(outputPath);
+    try {
+        Write(file, selection, {focalPx, width, height});
+    } catch (const std::system_error& failure) {
+        throw std::runtime_error("Cannot write output file: " + failure.code().message());
     }
     LogInfoWide(L"  Saved PLY with " + std::to_wstring(selection.Count()) + L" Gaussians to " +
                 outputPath);

@@ -15,10 +15,10 @@ namespace vistrel {
 // important (volume x opacity) in their original order: at least one, none of an empty set. Any
 // other ratio, NaN too, keeps all.
 //
-// Throws std::runtime_error "Cannot open output file" (nothing is written then) and std::bad_alloc.
-// Errors while writing are not reported; the file is short then, which SplatPlyFileSize in
-// engine/splat_ply_format.h tells. Takes less than 2 MiB beside the set, and 4 bytes per kept
-// Gaussian when not all are kept. Logs one line, and one for a decimation. Any thread.
+// The file appears whole and is then safe on the disk (see base/new_file.h). Throws std::bad_alloc
+// and std::runtime_error: "Cannot open output file", or "Cannot write output file: " and the
+// system's reason; a former file stays then. Takes less than 2 MiB beside the set, and 4 bytes per
+// kept Gaussian when not all are kept. Logs one line, and one for a decimation. Any thread.
 void WriteSplatPly(const GaussianSet& gaussians, const std::wstring& outputPath, float focalPx,
                    std::uint32_t width, std::uint32_t height, float keepRatio);
 

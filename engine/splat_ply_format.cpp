@@ -119,11 +119,4 @@ std::string SplatPlyCamera(const SplatCamera& camera) {
     return bytes;
 }
 
-std::uint64_t SplatPlyFileSize(std::int32_t vertexCount) {
-    std::uint64_t size = SplatPlyHeader(vertexCount).size();
-    size += static_cast<std::uint64_t>(vertexCount) * kVertexBytes;
-    for (const CameraElement& element : kCameraElements) size += element.count * element.type.bytes;
-    return size;
-}
-
 }  // namespace vistrel

@@ -1,6 +1,6 @@
 // The layout of a splat PLY file: an ASCII header, one record per Gaussian, then the camera's
-// elements, little-endian and without padding. Header, records, camera and size all follow from the
-// two tables of elements, the vertex here and the camera's in the .cpp.
+// elements, little-endian and without padding. Header, records and camera all follow from the two
+// tables of elements, the vertex here and the camera's in the .cpp.
 #pragma once
 
 #include <array>
@@ -57,11 +57,7 @@ struct SplatCamera {
 // From "ply" to "end_header" with its line feed.
 [[nodiscard]] std::string SplatPlyHeader(std::int32_t vertexCount);
 
-// The bytes of the elements behind the vertices.
+// The bytes of the elements behind the vertices. Both functions may be called from any thread.
 [[nodiscard]] std::string SplatPlyCamera(const SplatCamera& camera);
-
-// The length in bytes of a complete file; any other length is a file that was cut short. All three
-// functions may be called from any thread.
-[[nodiscard]] std::uint64_t SplatPlyFileSize(std::int32_t vertexCount);
 
 }  // namespace vistrel

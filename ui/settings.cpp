@@ -14,10 +14,12 @@
 #include <limits>
 #include <locale>
 #include <optional>
+#include <span>
 #include <sstream>
 #include <string_view>
 #include <system_error>
 
+#include "base/new_file.h"
 #include "base/text_encoding.h"
 #include "base/user_folders.h"
 #include "base/whole_file.h"
@@ -135,7 +137,7 @@ void AppSettings::Save() const {
     object.insert("isSharpMode", isSharpMode ? 1 : 0);
     object.insert("executionProvider", ToJson(executionProvider));
     const std::string bytes = QJsonDocument(object).toJson().toStdString();
-    static_cast<void>(WriteWholeFile(path, bytes, true));
+    static_cast<void>(WriteNewFile(path, std::as_bytes(std::span(bytes)), Durability::kOnDisk));
 }
 
 }  // namespace vistrel

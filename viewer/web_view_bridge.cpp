@@ -3,13 +3,14 @@
 #include <QMessageBox>
 #include <QRect>
 #include <QString>
+#include <span>
 #include <utility>
 
 #include "base/log.h"
+#include "base/new_file.h"
 #include "base/text_encoding.h"
-#include "viewer/captured_image.h"
+#include "base/user_folders.h"
 #include "viewer/page_calls.h"
-#include "viewer/user_data_folder.h"
 #include "viewer/web_view_loader.h"
 
 namespace vistrel {
@@ -50,7 +51,7 @@ bool WebViewBridge::Initialize(QWidget* parent, const QRect& bounds, const std::
     const WebViewEnvironmentOptions options = {
         L"--allow-file-access-from-files --disable-web-security --allow-running-insecure-content",
         L"124.0.2478.35", host_};
-    return factory(MakeUserDataFolder(), options,
+    return factory(MakeBrowserFolder(), options,
                    WhileAlive([this, onReady](std::unique_ptr<WebViewEnvironment> environment) {
                        OnEnvironment(std::move(environment), onReady);
                    }));
@@ -193,7 +194,9 @@ void WebViewBridge::DeliverPendingFile() {
 void WebViewBridge::CaptureImage(QWidget* /*owner*/, const std::wstring& path) {
     if (view_ == nullptr) return;
     view_->CapturePreview(WhileAlive([path](bool success, const std::vector<std::byte>& png) {
-        if (success && !png.empty()) WriteCapturedImage(path, png);
+        // Nobody is told of a picture that could not be written.
+        if (success && !png.empty())
+            static_cast<void>(WriteNewFile(ToPath(path), std::as_bytes(std::span(png))));
     }));
 }
 

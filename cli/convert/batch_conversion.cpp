@@ -13,17 +13,14 @@
 #include <thread>
 #include <utility>
 
+#include "base/new_file.h"
 #include "base/text_encoding.h"
 #include "cli/convert/batch_display.h"
-#include "cli/convert/whole_ply.h"
 #include "cli/interrupts.h"
 #include "engine/conversion_engine.h"
 
 namespace vistrel {
 namespace {
-
-// The engine reports four stages of a file; from the last one on the output may be touched.
-constexpr int kSavingReport = 4;
 
 // Which file it is, under whatever name; nothing where there is none. Throws
 // std::filesystem::filesystem_error when the disk does not tell.
@@ -75,7 +72,6 @@ class FolderConversion {
             } catch (const std::exception& error) {
                 display_.Tell(std::string("Error: ") + error.what());
             }
-            SetWritten({});
             interrupts_.Wake();
         });
         const int second = display_.HasBar() ? 1000 : Interrupts::kForever;
@@ -96,57 +92,34 @@ class FolderConversion {
     void OnReport(const BatchProgressInfo& info) {
         last_ = info;
         if (info.current == 0) return;
-        if (info.current != current_) {
-            current_ = info.current;
-            total_ = info.total;
-            stage_ = 0;
-            name_ = ToUtf8(info.fileName);
-            output_ = ToPath(BatchOutputPath(info.fileName, FromPath(options_.outputDir), policy_));
-        }
-        ++stage_;
+        total_ = info.total;
+        name_ = ToUtf8(info.fileName);
         {
             const std::lock_guard lock(mutex_);
             // A wish that came before the batch began would be lost.
             if (stopAsked_) converter_.cancelRequested = true;
         }
-        if (stage_ == kSavingReport) SetWritten(output_);
         display_.Show(info);
     }
 
-    void SetWritten(const std::filesystem::path& output) {
-        const std::lock_guard lock(mutex_);
-        written_ = output;
-    }
-
     BatchConflictPolicy OnConflict() {
-        policy_ = options_.onConflict;
-        if (policy_ == BatchConflictPolicy::CancelBatch) {
+        if (options_.onConflict == BatchConflictPolicy::CancelBatch) {
             display_.Tell("Output files already exist in " + options_.outputDir.native() +
                           "; nothing was converted. Choose --on-conflict overwrite to replace "
                           "them or --on-conflict rename to keep them.");
         }
-        if (policy_ == BatchConflictPolicy::OverwriteAll) {
+        if (options_.onConflict == BatchConflictPolicy::OverwriteAll) {
             overwritten_ = OutputThatIsAnInput(options_);
-            if (!overwritten_.empty()) policy_ = BatchConflictPolicy::CancelBatch;
+            if (!overwritten_.empty()) return BatchConflictPolicy::CancelBatch;
         }
-        return policy_;
+        return options_.onConflict;
     }
 
     void OnFinished(bool success, const std::wstring& text) {
-        std::string failure = success ? "" : ToUtf8(text);
-        const std::filesystem::path output = success ? ToPath(text) : "";
-        if (success && !IsWholeSplatPly(output)) {
-            success = false;
-            std::error_code ignored;
-            std::filesystem::remove(output, ignored);
-            failure =
-                output.native() + " could not be written whole and was removed. Is the disk full?";
-        }
-        SetWritten({});
         if (success) {
             ++converted_;
         } else {
-            display_.Tell("Error: " + name_ + ": " + failure);
+            display_.Tell("Error: " + name_ + ": " + ToUtf8(text));
         }
     }
 
@@ -154,9 +127,9 @@ class FolderConversion {
     void Stop(int signal) {
         const std::lock_guard lock(mutex_);
         if (stopAsked_) {
+            DiscardUnfinishedFiles();
             display_.RemoveBar();
-            if (written_.empty()) Interrupts::DieOf(signal);
-            Interrupts::DieWithout(written_, worker_, signal);
+            Interrupts::DieOf(signal);
         }
         stopAsked_ = true;
         converter_.cancelRequested = true;
@@ -188,18 +161,12 @@ class FolderConversion {
 
     // The worker's, and read when it has ended.
     BatchProgressInfo last_;
-    BatchConflictPolicy policy_ = BatchConflictPolicy::OverwriteAll;
     std::filesystem::path overwritten_;  // the output that would overwrite an input
-    int current_ = 0;
     int total_ = 0;
-    int stage_ = 0;
     int converted_ = 0;
     std::string name_;
-    std::filesystem::path output_;  // where the present file's scene most likely goes
 
     std::mutex mutex_;
-    // Guarded by mutex_; empty while no output is being written, also when the worker has ended.
-    std::filesystem::path written_;
     bool stopAsked_ = false;  // guarded by mutex_
 };
 

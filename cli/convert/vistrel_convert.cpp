@@ -9,14 +9,13 @@
 #include <exception>
 #include <filesystem>
 #include <map>
-#include <mutex>
 #include <string>
 #include <system_error>
 #include <thread>
 
+#include "base/new_file.h"
 #include "base/text_encoding.h"
 #include "cli/convert/batch_conversion.h"
-#include "cli/convert/whole_ply.h"
 #include "cli/interrupts.h"
 #include "engine/conversion_engine.h"
 
@@ -58,53 +57,16 @@ void Tell(const std::string& line) {
     std::fprintf(stderr, "%s\n", line.c_str());
 }
 
-// How far the output file is. Reached on the converting thread, and on the main thread when a
-// signal comes: whoever holds the lock decides what happens to the file.
-class OutputGate {
-  public:
-    // The converting thread is about to write.
-    void Enter() { Become(Phase::Writing); }
-    // The converting thread has written, or has failed.
-    void Leave() { Become(Phase::Over); }
-
-    // The user wants to stop. Before the writing nothing is lost: ends the process. While writing,
-    // which takes a tenth of a second, the first wish waits for a whole file; the second does not.
-    void Stop(int signal, const std::filesystem::path& output, std::thread& writer) {
-        const std::lock_guard lock(mutex_);
-        if (phase_ == Phase::Before) Interrupts::DieOf(signal);
-        if (phase_ == Phase::Over) return;
-        if (asked_) Interrupts::DieWithout(output, writer, signal);
-        asked_ = true;
-    }
-
-  private:
-    enum class Phase { Before, Writing, Over };
-
-    void Become(Phase phase) {
-        const std::lock_guard lock(mutex_);
-        phase_ = phase;
-    }
-
-    std::mutex mutex_;
-    Phase phase_ = Phase::Before;  // guarded by mutex_
-    bool asked_ = false;           // guarded by mutex_
-};
-
 bool Convert(const Options& options) {
     Interrupts interrupts;
-    OutputGate gate;
-    const std::filesystem::path output = options.output;
-    const std::wstring outputPath = FromPath(output);
+    const std::wstring outputPath = FromUtf8(options.output);
     CreateOutputFolder(outputPath);
 
     const ConversionEngine engine;
     const ConversionJob job{FromUtf8(options.model), FromUtf8(options.input), outputPath,
                             options.keepRatio, options.Provider()};
     ConversionCallbacks callbacks;
-    callbacks.onProgress = [&gate](const std::wstring& stage) {
-        if (stage == kSavingStage) gate.Enter();
-        Tell(ToUtf8(stage));
-    };
+    callbacks.onProgress = [](const std::wstring& stage) { Tell(ToUtf8(stage)); };
     std::wstring failure;
     callbacks.onFinished = [&failure](bool success, const std::wstring& text) {
         if (!success) failure = text;
@@ -113,24 +75,15 @@ bool Convert(const Options& options) {
     bool converted = false;
     std::thread worker([&] {
         converted = engine.Run(job, callbacks);
-        gate.Leave();
         interrupts.Wake();
     });
-    while (const int signal = interrupts.Wait()) gate.Stop(signal, output, worker);
+    if (const int signal = interrupts.Wait()) {
+        DiscardUnfinishedFiles();
+        Interrupts::DieOf(signal);
+    }
     worker.join();
-
-    if (!converted) {
-        Tell("Error: " + ToUtf8(failure));
-        return false;
-    }
-    if (!IsWholeSplatPly(output)) {
-        std::filesystem::remove(output);
-        Tell("Error: " + output.native() +
-             " could not be written whole and was removed. "
-             "Is the disk full?");
-        return false;
-    }
-    return true;
+    if (!converted) Tell("Error: " + ToUtf8(failure));
+    return converted;
 }
 
 int ConvertAll(const Options& options) {

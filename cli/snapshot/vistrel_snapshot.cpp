@@ -14,11 +14,13 @@
 #include <exception>
 #include <filesystem>
 #include <optional>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <system_error>
 #include <thread>
 
+#include "base/new_file.h"
 #include "base/text_encoding.h"
 #include "cli/interrupts.h"
 #include "cli/picture_size.h"
@@ -28,7 +30,6 @@
 #include "cli/snapshot/virtual_display.h"
 #include "cli/snapshot/work_folder.h"
 #include "shell/start/extraction.h"
-#include "viewer/captured_image.h"
 #include "viewer/web_view_loader.h"
 
 namespace vistrel {
@@ -52,7 +53,7 @@ void Tell(const std::string& line) {
 
 void Save(const std::filesystem::path& output, const std::vector<std::byte>& png) {
     if (output.has_parent_path()) std::filesystem::create_directories(output.parent_path());
-    if (!WriteCapturedImage(FromPath(output), png)) {
+    if (!WriteNewFile(output, std::as_bytes(std::span(png)))) {
         throw std::runtime_error(output.native() + " could not be written");
     }
 }

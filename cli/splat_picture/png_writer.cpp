@@ -1,38 +1,30 @@
 #include "cli/splat_picture/png_writer.h"
 
-#include <fstream>
+#include <cstddef>
 #include <stdexcept>
-#include <system_error>
+#include <vector>
+
+#include "base/new_file.h"
 
 #define STB_IMAGE_WRITE_IMPLEMENTATION
 #define STBI_WRITE_NO_STDIO
 #include <stb_image_write.h>
 
 namespace vistrel {
-namespace {
-
-void Require(bool succeeded) {
-    if (!succeeded) throw std::runtime_error("the picture cannot be written");
-}
-
-}  // namespace
 
 void WritePng(const std::filesystem::path& path, std::span<const std::uint8_t> rgb, int width,
               int height) {
-    std::ofstream stream(path, std::ios::binary | std::ios::trunc);
-    Require(stream.is_open());
-    const auto write = [](void* context, void* data, int size) {
-        static_cast<std::ofstream*>(context)->write(static_cast<const char*>(data), size);
+    std::vector<std::byte> png;
+    const auto append = [](void* context, void* data, int size) {
+        const auto* const bytes = static_cast<const std::byte*>(data);
+        auto& all = *static_cast<std::vector<std::byte>*>(context);
+        all.insert(all.end(), bytes, bytes + size);
     };
-    const int written =
-        stbi_write_png_to_func(write, &stream, width, height, 3, rgb.data(), width * 3);
-    stream.close();
-    const bool isWhole = written != 0 && stream;
-    std::error_code ignored;
-    if (!isWhole && std::filesystem::is_regular_file(path, ignored)) {
-        std::filesystem::remove(path, ignored);
+    const bool isEncoded =
+        stbi_write_png_to_func(append, &png, width, height, 3, rgb.data(), width * 3) != 0;
+    if (!isEncoded || !WriteNewFile(path, png)) {
+        throw std::runtime_error("the picture cannot be written");
     }
-    Require(isWhole);
 }
 
 }  // namespace vistrel

@@ -7,7 +7,7 @@
 
 namespace vistrel {
 
-// Writes `rgb` (width x height x 3 bytes, rows from the top) to `path`, replacing what is there.
+// Writes `rgb` (width x height x 3 bytes, rows from the top) to `path`, as a whole or not at all.
 // Throws std::runtime_error when the file cannot be written. Any thread.
 void WritePng(const std::filesystem::path& path, std::span<const std::uint8_t> rgb, int width,
               int height);

@@ -5,9 +5,8 @@
 #include <QString>
 #include <algorithm>
 #include <array>
-#include <cstddef>
 #include <filesystem>
-#include <string_view>
+#include <span>
 #include <system_error>
 
 #include "base/text_encoding.h"
@@ -69,8 +68,7 @@ bool ExtractResourceToFile(int id, const std::wstring& path, Durability durabili
     const QResource resource(QStringLiteral(":/%1").arg(id));
     if (!resource.isValid() || resource.size() <= 0) return false;
     const QByteArray bytes = resource.uncompressedData();
-    return WriteWholeFile(ToPath(path), {bytes.constData(), static_cast<std::size_t>(bytes.size())},
-                          durability == Durability::kOnDisk);
+    return WriteNewFile(ToPath(path), std::as_bytes(std::span(bytes)), durability);
 }
 
 }  // namespace vistrel

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 
+#include "base/new_file.h"
 #include "base/user_folders.h"
 
 namespace vistrel {
@@ -26,8 +27,6 @@ struct ProgramFiles {
 
 // Writes the five files of the viewer page to an existing folder; false on the first failure.
 [[nodiscard]] bool ExtractWebPage(const std::wstring& folder);
-
-enum class Durability { kUsual, kOnDisk };
 
 // False when there is no such resource, it is empty, or the file cannot be written whole.
 [[nodiscard]] bool ExtractResourceToFile(int id, const std::wstring& path,

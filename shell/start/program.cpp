@@ -11,6 +11,7 @@
 #include <memory>
 #include <utility>
 
+#include "base/new_file.h"
 #include "batch/dialogs/batch_dialog.h"
 #include "shell/start/embedded_resources.h"
 #include "shell/start/run_program.h"
@@ -69,6 +70,7 @@ ProgramEnd Run(int& argc, char** argv, const MainWindowServices& services) {
 int RunVistrel(int argc, char** argv, const MainWindowServices& services) {
     const ProgramEnd end = Run(argc, argv, services);
     if (end.workerRuns) {
+        DiscardUnfinishedFiles();
         std::fflush(nullptr);
         _exit(end.exitCode);
     }

@@ -27,7 +27,7 @@ ARROWS = {
     "cli/convert": (["cli/", "batch/", "engine/", "base/"], ["cli11"]),
     # The page's own picture needs the browser, and so Qt.
     "cli/snapshot": (["cli/", "viewer/", "base/", "shell/start/extraction.h"], ["cli11", "qt"]),
-    "cli/splat_picture": (["cli/"], ["cli11", "stb"]),
+    "cli/splat_picture": (["cli/", "base/"], ["cli11", "stb"]),
     "tests": (["tests/", "base/", "engine/", "download/", "batch/", "viewer/", "ui/", "shell/", "cli/"],
               ["gtest", "gmock", "eigen", "stb", "hwy", "qt", "curl", "onnxruntime"]),
     "benchmarks": (["benchmarks/", "tests/support/", "base/", "engine/", "batch/"],
@@ -94,7 +94,7 @@ LINKS = {
     "vistrel_snapshot": ["vistrel_warnings", "vistrel_cli", "vistrel_viewer"],
     "vistrel-snapshot": ["vistrel_warnings", "vistrel_resources", "vistrel_snapshot",
                          "CLI11::CLI11"],
-    "vistrel_splat_drawing": ["vistrel_warnings", "Stb::stb"],
+    "vistrel_splat_drawing": ["vistrel_warnings", "vistrel_base", "Stb::stb"],
     "splat-picture": ["vistrel_warnings", "vistrel_cli", "vistrel_splat_drawing", "CLI11::CLI11"],
 }
 

@@ -59,6 +59,40 @@ TEST_F(UserFolders, HomeWithoutItsVariableIsTheUsersOwn) {
     EXPECT_TRUE(ToPath(UserDataFolder()).is_absolute());
 }
 
+TEST_F(UserFolders, BrowsersFolderLiesInTheDataHome) {
+    home.variables.Set("XDG_DATA_HOME", (home.Temporary() / "da ta").string());
+    EXPECT_EQ(MakeBrowserFolder(), FromPath(home.Temporary() / "da ta/Vistrel/WebView2"));
+    EXPECT_TRUE(std::filesystem::is_directory(home.Temporary() / "da ta/Vistrel/WebView2"));
+    EXPECT_TRUE(std::filesystem::is_empty(home.Home()));
+}
+
+TEST_F(UserFolders, BrowsersFolderLiesInTheHomeWithoutADataHome) {
+    for (const char* none : {"", "relative/path"}) {
+        home.variables.Set("XDG_DATA_HOME", none);
+        EXPECT_EQ(MakeBrowserFolder(), HomeText() + L"/.local/share/Vistrel/WebView2");
+    }
+    EXPECT_TRUE(std::filesystem::is_directory(home.Home() / ".local/share/Vistrel/WebView2"));
+}
+
+TEST_F(UserFolders, BrowsersFolderIsItsOwnWithoutAHome) {
+    home.variables.Unset("HOME");
+    EXPECT_EQ(MakeBrowserFolder(), L"");
+    home.variables.Set("HOME", "relative/path");
+    EXPECT_EQ(MakeBrowserFolder(), L"");
+}
+
+TEST_F(UserFolders, BrowsersFolderMayHaveANameThatIsNoText) {
+    home.variables.Set("XDG_DATA_HOME", (home.Temporary() / "\xFF").string());
+    EXPECT_EQ(ToPath(MakeBrowserFolder()), home.Temporary() / "\xFF/Vistrel/WebView2");
+}
+
+TEST_F(UserFolders, BrowsersFolderIsNamedEvenWhereItCannotBeMade) {
+    std::ofstream(home.Temporary() / "file") << "kept";
+    home.variables.Set("XDG_DATA_HOME", (home.Temporary() / "file").string());
+    EXPECT_EQ(MakeBrowserFolder(), FromPath(home.Temporary() / "file/Vistrel/WebView2"));
+    EXPECT_EQ(test::ReadFile(home.Temporary() / "file"), "kept");
+}
+
 TEST_F(UserFolders, DocumentsLieInTheirUsualFolder) {
     const std::wstring folder = MakeFolder("Documents");
     EXPECT_EQ(DocumentsFolder(), folder);

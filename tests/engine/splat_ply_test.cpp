@@ -1,6 +1,10 @@
 #include "engine/splat_ply.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -9,9 +13,11 @@
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
+#include <iterator>
 #include <limits>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "base/text_encoding.h"
@@ -58,6 +64,11 @@ SplatFile TakeApart(const std::string& bytes) {
     }
     file.camera = bytes.substr(file.header.size() + count * sizeof(Vertex));
     return file;
+}
+
+std::uintmax_t FileSize(std::int32_t count) {
+    return SplatPlyHeader(count).size() + static_cast<std::size_t>(count) * sizeof(Vertex) +
+           SplatPlyCamera({}).size();
 }
 
 bool SameBits(const float* a, const float* b, std::size_t count) {
@@ -159,10 +170,10 @@ TEST_F(SplatPly, FieldsOfOneGaussian) {
 TEST_F(SplatPly, FileHasExactlyTheStatedSize) {
     for (const std::int32_t count : {0, 1, 9, 10, 777}) {
         Write(test::SyntheticGaussians(count));
-        EXPECT_EQ(std::filesystem::file_size(path_), SplatPlyFileSize(count));
+        EXPECT_EQ(std::filesystem::file_size(path_), FileSize(count));
     }
     Write(test::SyntheticGaussians(100), 0.5F);
-    EXPECT_EQ(std::filesystem::file_size(path_), SplatPlyFileSize(50));
+    EXPECT_EQ(std::filesystem::file_size(path_), FileSize(50));
 }
 
 TEST_F(SplatPly, EmptySceneIsAValidFile) {
@@ -224,7 +235,7 @@ TEST_F(SplatPly, NameMayHoldAnyBytes) {
         testing::internal::CaptureStdout();
         WriteSplatPly(set, FromPath(folder_ / name), kFocalPx, kWidth, kHeight, 1.0F);
         const std::string log = testing::internal::GetCapturedStdout();
-        EXPECT_EQ(std::filesystem::file_size(folder_ / name), SplatPlyFileSize(3)) << name;
+        EXPECT_EQ(std::filesystem::file_size(folder_ / name), FileSize(3)) << name;
         EXPECT_EQ(log,
                   "INFO -   Saved PLY with 3 Gaussians to " + (folder_ / name).native() + "\n");
     }
@@ -233,29 +244,58 @@ TEST_F(SplatPly, NameMayHoldAnyBytes) {
 TEST_F(SplatPly, LongerOldFileIsReplaced) {
     folder_.Write("scene.ply", std::string(100'000, 'x'));
     Write(test::SyntheticGaussians(3));
-    EXPECT_EQ(std::filesystem::file_size(path_), SplatPlyFileSize(3));
+    EXPECT_EQ(std::filesystem::file_size(path_), FileSize(3));
 }
 
-TEST_F(SplatPly, MissingFolderIsReportedAndNothingIsWritten) {
-    testing::internal::CaptureStdout();
-    std::string text;
-    try {
-        WriteSplatPly(test::SyntheticGaussians(3), FromPath(folder_ / "missing/scene.ply"),
-                      kFocalPx, kWidth, kHeight, 1.0F);
-    } catch (const std::runtime_error& error) {
-        text = error.what();
+class FailedSplatPly : public SplatPly {
+  protected:
+    // What went wrong; nothing is logged then.
+    static std::string FailureOf(const std::filesystem::path& path) {
+        testing::internal::CaptureStdout();
+        std::string text;
+        try {
+            WriteSplatPly(test::SyntheticGaussians(20'000), FromPath(path), kFocalPx, kWidth,
+                          kHeight, 1.0F);
+        } catch (const std::runtime_error& error) {
+            text = error.what();
+        }
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+        return text;
     }
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-    EXPECT_EQ(text, "Cannot open output file");
+};
+
+TEST_F(FailedSplatPly, MissingFolderIsReportedAndNothingIsWritten) {
+    EXPECT_EQ(FailureOf(folder_ / "missing/scene.ply"), "Cannot open output file");
     EXPECT_TRUE(std::filesystem::is_empty(folder_.Path()));
 }
 
-TEST_F(SplatPly, FullDiskIsNotReported) {
-    testing::internal::CaptureStdout();
-    EXPECT_NO_THROW(WriteSplatPly(test::SyntheticGaussians(20'000), L"/dev/full", kFocalPx, kWidth,
-                                  kHeight, 1.0F));
-    EXPECT_EQ(testing::internal::GetCapturedStdout(),
-              "INFO -   Saved PLY with 20000 Gaussians to /dev/full\n");
+TEST_F(FailedSplatPly, FullDiskIsReported) {
+    EXPECT_EQ(FailureOf("/dev/full"), "Cannot write output file: No space left on device");
+}
+
+TEST_F(FailedSplatPly, ReaderThatLeavesIsReported) {
+    ASSERT_EQ(mkfifo(path_.c_str(), 0600), 0);
+    std::thread reader([this] {
+        const int pipe = open(path_.c_str(), O_RDONLY | O_CLOEXEC);
+        char byte = 0;
+        EXPECT_EQ(read(pipe, &byte, 1), 1);
+        close(pipe);
+    });
+    EXPECT_EQ(FailureOf(path_), "Cannot write output file: Broken pipe");
+    reader.join();
+}
+
+TEST_F(FailedSplatPly, FormerSceneStaysWhereTheNewOneIsTooLarge) {
+    folder_.Write("scene.ply", "former");
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+    const rlimit small = {1'000'000, before.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+    const std::string failure = FailureOf(path_);
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
+    EXPECT_EQ(failure, "Cannot write output file: File too large");
+    EXPECT_EQ(test::ReadFile(path_), "former");
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_.Path()), {}), 1);
 }
 
 }  // namespace

@@ -9,7 +9,7 @@ from pathlib import Path
 CANNOT_TRACE = 125
 
 # What becomes of the call and of the later ones; faulty_files tells more.
-FAULTS = {"write": ["once", "on", "full", "short", "part"], "read": ["once", "on", "part"]}
+FAULTS = {"write": ["once", "on", "full", "short", "part", "kill"], "read": ["once", "on", "part"]}
 # Faults that only calls which move bytes can have.
 HALVES = ["short", "part"]
 MOVE_BYTES = ["write", "pwrite64", "read", "pread64"]
@@ -36,29 +36,32 @@ class BadDisk:
     def __init__(self, tracer, list_file):
         self.tracer, self.list_file = tracer, list_file
 
-    def run(self, folder, command, fault, **options):
-        """With `fault` in the calls to `folder` and what lies below it."""
-        words = [self.tracer, os.path.realpath(folder), fault.access, fault.kind, fault.number,
-                 self.list_file, *command]
+    def run(self, folder, command, fault, unnamed_files=True, **options):
+        """With `fault` in the calls to `folder` and what lies below it, on a disk with or without
+        unnamed files."""
+        words = [self.tracer, os.path.realpath(folder), "unnamed" if unnamed_files else "named",
+                 fault.access, fault.kind, fault.number, self.list_file, *command]
         options = {"stdout": subprocess.DEVNULL, "stderr": subprocess.PIPE, **options}
         done = subprocess.run(list(map(str, words)), timeout=120, check=False, **options)
         calls = [line.split("\t") for line in self.list_file.read_text().splitlines()]
         return Run(done.returncode, (done.stderr or b"").decode(errors="replace"), calls)
 
 
-def choose_faults(access, calls, most):
+def choose_faults(access, calls, most, most_kills):
     """All faults in these calls; where `most` is not 0, so many of every kind at most: in different
     calls to different files first, and always the same ones."""
     chosen = []
+    most_of = {"kill": most_kills}
     for kind in FAULTS[access]:
         numbers = [number for number, (name, _) in enumerate(calls, 1)
                    if kind not in HALVES or name in MOVE_BYTES]
-        if most:
+        if most_of.get(kind, most):
             choice = random.Random(kind)
             choice.shuffle(numbers)
             first_of_its_like = {tuple(calls[number - 1]): number for number in numbers}
             numbers = [*first_of_its_like.values(),
-                       *(set(numbers) - set(first_of_its_like.values()))][:most]
+                       *(set(numbers) - set(first_of_its_like.values()))]
+            numbers = numbers[:most_of.get(kind, most)]
         chosen += [Fault(access, kind, number) for number in sorted(numbers)]
     return chosen
 

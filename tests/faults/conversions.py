@@ -48,6 +48,7 @@ class Conversion(Operation):
     """Whose photographs lie in the folder "in", on their side."""
     ORIENTATION, UPRIGHT = 6, 1
     usual = 4
+    usual_kills = 4
     photographs = ("photo.jpg",)
 
     def __init__(self, programs):
@@ -87,13 +88,12 @@ class Conversion(Operation):
 
 WHY = (r"(create_directories: .*|.*cannot look at files?: .*|Cannot open output file"
        r"|Failed to open file for stb_image|stb_image failed to load \(.*\)|.*net\.onnx.*"
-       r"|.*\.ply could not be written whole and was removed\. Is the disk full\?)")
+       r"|Cannot write output file: .*)")
 
 
 class ConvertOverOlder(Conversion):
-    """Writing begins by emptying the file."""
     message = f"^Error: {WHY}$"
-    may_be_lost = ("photo.ply",)
+    usual_kills = 0
 
     def prepare(self, folder):
         super().prepare(folder)
@@ -115,7 +115,6 @@ class BatchOverOlder(Conversion):
     policy = "overwrite"
     usual = 2
     message = r"^(Converted [0-2] of [13]\.|Error: .*)$"
-    may_be_lost = ("out/2.ply",)
 
     def prepare(self, folder):
         super().prepare(folder)
@@ -132,7 +131,6 @@ class BatchBesideOlder(BatchOverOlder):
     photographs = ("2.jpg",)
     policy = "rename"
     usual = 12
-    may_be_lost = ()
     former = ("out/2.ply", "out/2(1).ply")
 
     def prepare(self, folder):
@@ -171,7 +169,6 @@ class ConvertOntoInput(Conversion):
 class BatchOntoInput(BatchOverOlder):
     """Refused, too: an output is, by a link, the network."""
     good_status = 2
-    may_be_lost = ()
 
     def prepare(self, folder):
         super().prepare(folder)

@@ -13,11 +13,11 @@
 #include <utility>
 #include <vector>
 
+#include "base/new_file.h"
 #include "base/text_encoding.h"
 #include "download/model_downloader.h"
 #include "shell/start/extraction.h"
 #include "ui/settings.h"
-#include "viewer/captured_image.h"
 
 namespace vistrel::test {
 namespace {
@@ -31,7 +31,7 @@ bool SaveSettings() {
 }
 
 bool SavePicture(const std::string& file, std::size_t size) {
-    return WriteCapturedImage(FromPath(file), std::vector<std::byte>(size, std::byte{'n'}));
+    return WriteNewFile(file, std::vector<std::byte>(size, std::byte{'n'}));
 }
 
 bool Download(const std::string& url, const std::string& file) {

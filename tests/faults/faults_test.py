@@ -34,7 +34,7 @@ class Faults(unittest.TestCase):
 
     def try_all(self, operation):
         trial = Trial(self, self.disk, operation(BIN), self.work)
-        trial.run_all(0 if ALL else operation.usual)
+        trial.run_all(0 if ALL else operation.usual, 0 if ALL else operation.usual_kills)
         print(f"{operation.__name__}: {trial.count} faults")
 
 

@@ -145,6 +145,10 @@ bool IsOpenForWriting(pid_t thread, int descriptor) {
     return false;
 }
 
+bool IsUnnamed(std::uint64_t openFlags) {
+    return (openFlags & O_TMPFILE) == O_TMPFILE;
+}
+
 bool Writes(const Row& row, std::uint64_t openFlags) {
     switch (row.kind) {
         case Kind::kOpen:
@@ -165,7 +169,9 @@ bool Writes(const Row& row, std::uint64_t openFlags) {
 void Classify(const Row& row, std::uint64_t openFlags, FileCall& call) {
     std::error_code ignored;
     const bool writes = Writes(row, openFlags);
-    const bool isNew = row.kind == Kind::kOpen && !fs::exists(call.paths.front(), ignored);
+    call.isUnnamed = row.kind == Kind::kOpen && IsUnnamed(openFlags);
+    const bool isNew =
+        call.isUnnamed || (row.kind == Kind::kOpen && !fs::exists(call.paths.front(), ignored));
     call.access = writes ? Access::kWrite : Access::kRead;
     call.error = writes && row.kind != Kind::kSync ? ENOSPC : EIO;
     if (row.kind == Kind::kMap) call.error = ENOMEM;

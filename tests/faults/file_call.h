@@ -20,6 +20,7 @@ struct FileCall {
     bool takesRoom = false;          // fails on a full disk, as opening a file that exists does not
     bool isDone = false;             // does its work even when it fails, as closing does
     bool movesBytes = false;         // may move fewer bytes than it was asked to
+    bool isUnnamed = false;          // makes a file without a name
 };
 
 // The numbers of all calls that the next function knows.

@@ -107,6 +107,10 @@ class Tracer {
         const auto call = ReadFileCall(thread, registers);
         const Verdict verdict = call ? judge_(*call) : Verdict::kPass;
         if (verdict == Verdict::kPass) return Continue(thread);
+        if (verdict == Verdict::kKill) {
+            kill(thread, SIGKILL);
+            return Continue(thread);
+        }
         if (verdict == Verdict::kHalf) {
             registers.rdx = std::max<std::uint64_t>(registers.rdx / 2, 1);
         } else if (call->isDone) {
@@ -115,7 +119,7 @@ class Tracer {
             return;
         } else {
             registers.orig_rax = ~0ULL;  // no call at all
-            registers.rax = Failure(call->error);
+            registers.rax = Failure(verdict == Verdict::kUnknown ? EOPNOTSUPP : call->error);
         }
         ptrace(PTRACE_SETREGS, thread, nullptr, &registers);
         Continue(thread);

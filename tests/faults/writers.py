@@ -45,6 +45,10 @@ class LinkedSettings(Settings):
         self.file(folder).symlink_to("../elsewhere.json")
 
 
+class LinkedSettingsWithoutUnnamedFiles(LinkedSettings):
+    unnamed_files = False
+
+
 class FirstSettings(Settings):
     def prepare(self, folder):
         pass
@@ -98,11 +102,18 @@ class LinkedPicture(Picture):
         (folder / "picture.png").symlink_to("elsewhere.png")
 
 
+class PictureWithoutUnnamedFiles(Picture):
+    unnamed_files = False
+
+
+class FirstPictureWithoutUnnamedFiles(FirstPicture):
+    unnamed_files = False
+
+
 class DrawnScene(Operation):
-    """By splat-picture, straight into the file."""
+    """By splat-picture."""
     message = (r"^splat-picture: .*scene\.ply: "
                r"(the file cannot be (opened|read)|the picture cannot be written)")
-    may_be_lost = ("picture.png",)
 
     def __init__(self, programs):
         super().__init__(programs)
@@ -132,8 +143,6 @@ class ShownScene(DrawnScene):
     """By vistrel-snapshot: the picture's file only, since the browser has many of its own."""
     message = r"^Error: .*(picture\.png could not be written|filesystem error: .*pictures/new.*)$"
 
-    may_be_lost = ()
-
     def prepare(self, folder):
         super().prepare(folder)
         for name in ("home", "pictures", "tmp"):
@@ -151,7 +160,7 @@ class ShownScene(DrawnScene):
                                      "QTWEBENGINE_DISABLE_SANDBOX": "1"}}
 
 
-# More than a stream keeps back, less than is received at once.
+# Less than is received at once.
 NETWORK_SIZE = 12_000
 
 
@@ -186,6 +195,9 @@ class FirstDownload(Probe):
     def may_be_left(self, name, _entry, run):
         """What was received is not thrown away when only its new name cannot be had."""
         return name == "Models/net.onnx.tmp" and run.errors.startswith("Failed to move")
+
+    def may_survive_a_kill(self, name, _entry, _call, _good):
+        return name == "Models/net.onnx.tmp"
 
 
 class Download(FirstDownload):

@@ -1,11 +1,11 @@
 #include "tests/fuzz/recording_engine.h"
 
-#include <stdexcept>
+#include <span>
 #include <utility>
 
+#include "base/new_file.h"
 #include "base/text_encoding.h"
 #include "engine/conversion_engine.h"
-#include "engine/output_file.h"
 
 namespace vistrel {
 
@@ -22,13 +22,9 @@ ConversionEngine::ConversionEngine(ProviderList providers) : providers_(std::mov
 
 bool ConversionEngine::Run(const ConversionJob& job, const ConversionCallbacks& callbacks) const {
     Watcher()(ToUtf8(job.inputPath), ToUtf8(job.outputPath));
-    callbacks.onProgress(kSavingStage);
-    try {
-        OutputFile(job.outputPath).Append(fuzz::RecordedScene(ToUtf8(job.inputPath)));
-        return true;
-    } catch (const std::runtime_error&) {
-        return false;
-    }
+    callbacks.onProgress(L"Saving PLY\u2026");
+    const std::string scene = fuzz::RecordedScene(ToUtf8(job.inputPath));
+    return WriteNewFile(ToPath(job.outputPath), std::as_bytes(std::span(scene)));
 }
 
 namespace fuzz {

@@ -10,7 +10,6 @@
 #include <string_view>
 #include <vector>
 
-#include "cli/convert/whole_ply.h"
 #include "cli/splat_picture/splat_raster.h"
 #include "tests/fuzz/memory_file.h"
 #include "tests/fuzz/require.h"
@@ -36,12 +35,18 @@ void RequirePicture(const SplatFile& file) {
                                 [](float value) { return value >= 0.0F && value <= 1.0F; }));
 }
 
+// With the header of `bytes`.
+std::size_t FileSize(std::string_view bytes, std::size_t count) {
+    constexpr std::string_view kHeaderEnd = "end_header\n";
+    constexpr std::size_t kCameraBytes = 128;
+    return bytes.find(kHeaderEnd) + kHeaderEnd.size() + count * sizeof(SplatVertex) + kCameraBytes;
+}
+
 void RunOne(std::string_view bytes) {
     const fuzz::MemoryFile memory(bytes);
-    const bool whole = IsWholeSplatPly(memory.Path());
     try {
         const SplatFile file = ReadSplatPly(memory.Path());
-        Require(whole && file.vertices.size() * sizeof(SplatVertex) < bytes.size());
+        Require(bytes.size() == FileSize(bytes, file.vertices.size()));
         RequirePicture(file);
     } catch (const std::runtime_error& error) {
         Require(*error.what() != '\0');

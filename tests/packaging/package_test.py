@@ -24,7 +24,7 @@ LIBRARIES_AND_PROGRAMS = {"vistrel", "vistrel-convert", "vistrel-snapshot", "Web
 SHARED = {f"share/icons/hicolor/{size}x{size}/apps/vistrel.png" for size in (16, 32, 48, 128, 256)} | {
     "share/icons/hicolor/scalable/apps/vistrel.svg", "share/applications/vistrel.desktop",
     "share/metainfo/org.vistrel.vistrel.metainfo.xml", "share/mime/packages/vistrel.xml"}
-OTHERS = {"README.md", "THIRD_PARTY_NOTICES", "convert-once", "docs/many_machines.md", "folders.sh",
+OTHERS = {"README.md", "THIRD_PARTY_NOTICES", "docs/many_machines.md", "folders.sh",
           "install", "install-dependencies", "manifest", RELIEF, "resources/sample/autumn_lake.jpg",
           "runtime_packages", "uninstall"}
 
@@ -172,26 +172,15 @@ class Package(unittest.TestCase):
         status = process.wait(20)
         self.assertEqual(status, 0, (self.home / "output.log").read_text(errors="replace"))
 
-    def test_the_commands_convert_and_skip_what_is_there(self):
+    def test_the_converter_converts_with_what_is_in_the_package(self):
         self.install()
         model, photo = self.program / RELIEF, self.program / "resources/sample/autumn_lake.jpg"
         scene = self.home / "scenes" / "a lake.ply"
-        command = [self.program / "convert-once", model, photo, scene]
-        done = subprocess.run(command, env=self.environment, capture_output=True, text=True)
+        done = subprocess.run([self.program / "vistrel-convert", "--model", model, photo, scene],
+                              env=self.environment, capture_output=True, text=True)
         self.assertEqual(done.returncode, 0, done.stderr)
         self.assertTrue(scene.read_bytes().startswith(b"ply\n"))
         self.assertEqual(os.listdir(scene.parent), ["a lake.ply"])
-        before = scene.stat()
-        subprocess.run(command, env=self.environment, check=True, capture_output=True)
-        self.assertEqual(scene.stat(), before)
-
-    def test_a_conversion_that_fails_names_the_photograph_and_leaves_no_scene(self):
-        scene = self.home / "scenes" / "none.ply"
-        done = subprocess.run([self.package / "convert-once", self.package / RELIEF, __file__, scene],
-                              env=self.environment, capture_output=True, text=True)
-        self.assertEqual(done.returncode, 1)
-        self.assertIn(f"Not converted: {__file__}\n", done.stderr)
-        self.assertEqual(os.listdir(scene.parent), [])
 
     def test_the_links_lead_to_the_programs(self):
         self.install()

@@ -206,7 +206,7 @@ class FailedBatch(Batch):
         limit = lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (100, 100))
         result = self.run_batch(preexec_fn=limit)
         self.assertEqual(result.returncode, 1)
-        self.assertEqual(result.stderr.decode().count("could not be written whole"), 2)
+        self.assertEqual(result.stderr.decode().count("Cannot write output file: File too large"), 2)
         self.assertEqual(self.outputs(), [])
 
     def test_reader_of_the_messages_that_went_away(self):

@@ -31,9 +31,10 @@ TEST_F(GenerateFlowTest, EveryStageIsReported) {
     WaitForEnd();
     std::vector<std::wstring> texts;
     for (const auto& message : window.received) texts.push_back(message.text.value());
-    EXPECT_EQ(texts, (std::vector<std::wstring>{
-                         L"Preprocessing image\u2026", L"Running ONNX inference (CPU)\u2026",
-                         L"Unprojecting Gaussians\u2026", kSavingStage, In("out/scene.ply")}));
+    EXPECT_EQ(texts,
+              (std::vector<std::wstring>{
+                  L"Preprocessing image\u2026", L"Running ONNX inference (CPU)\u2026",
+                  L"Unprojecting Gaussians\u2026", L"Saving PLY\u2026", In("out/scene.ply")}));
 }
 
 TEST_F(GenerateFlowTest, SceneIsHandedOnBeforeTheSettingsAreSaved) {
