@@ -52,7 +52,7 @@ void DownloadFlow::StartModelDownload() {
 }
 
 void DownloadFlow::Start() {
-    sidebar_.downloadStatus->setText(FromWide(Text(23)));
+    sidebar_.downloadStatus->setText(UiString(TextId::DownloadStarting));
     sidebar_.downloadProgress->show();
     sidebar_.downloadStatus->show();
     sidebar_.Disable(*sidebar_.downloadModel);
@@ -102,12 +102,12 @@ void DownloadFlow::OnDone(const WindowMessage& message) {
     sidebar_.downloadModel->setEnabled(true);
     if (message.Value() == 0) {
         settings_.modelPath = *message.Text();
-        sidebar_.downloadStatus->setText(FromWide(Text(24)));
+        sidebar_.downloadStatus->setText(UiString(TextId::DownloadComplete));
         if (onModel) onModel();  // hides the text again, with the button
         settings_.Save();
         return;
     }
-    sidebar_.downloadStatus->setText(FromWide(Text(25) + *message.Text()));
+    sidebar_.downloadStatus->setText(FromWide(Text(TextId::DownloadFailed) + *message.Text()));
     sidebar_.downloadStatus->show();  // something else may have hidden it meanwhile
     sidebar_.LayoutSidebar();
 }

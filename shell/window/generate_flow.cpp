@@ -6,9 +6,7 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <algorithm>
-#include <array>
 #include <chrono>
-#include <cwchar>
 #include <exception>
 #include <filesystem>
 #include <optional>
@@ -36,11 +34,8 @@ std::int64_t SteadyNanoseconds() {
     return std::chrono::duration_cast<std::chrono::nanoseconds>(now).count();
 }
 
-// The text in `slot` with its number filled in.
-std::wstring WithSeconds(std::size_t slot, int seconds) {
-    std::array<wchar_t, 256> buffer{};
-    std::swprintf(buffer.data(), buffer.size(), Text(slot), seconds);
-    return buffer.data();
+std::wstring WithSeconds(TextId text, int seconds) {
+    return Filled(Text(text), {std::to_wstring(seconds)});
 }
 
 bool Exists(const std::wstring& path) {
@@ -64,7 +59,7 @@ GenerateFlow::GenerateFlow(ConversionEngine& engine, AppSettings& settings, Side
 
 void GenerateFlow::UpdateModelDisplay() {
     const std::wstring& model = settings_.modelPath;
-    sidebar_.modelName->setText(model.empty() ? FromWide(Text(43))
+    sidebar_.modelName->setText(model.empty() ? UiString(TextId::NoModel)
                                               : FromWide(FromPath(ToPath(model).filename())));
     sidebar_.downloadModel->setHidden(!model.empty() && Exists(model));
     sidebar_.downloadProgress->hide();
@@ -76,7 +71,7 @@ void GenerateFlow::UpdateModelDisplay() {
 void GenerateFlow::RunGenerate() {
     if (engine_.busy || inputImagePath.empty()) return;
     if (settings_.modelPath.empty()) {
-        sidebar_.generateStatus->setText(FromWide(Text(29)));
+        sidebar_.generateStatus->setText(UiString(TextId::ModelNeeded));
         return;
     }
     const std::optional<std::wstring> outputPath = ChooseOutput();
@@ -114,7 +109,7 @@ bool GenerateFlow::IsCudaMissing() const {
 void GenerateFlow::Start(const std::wstring& outputPath) {
     sidebar_.Disable(*sidebar_.generate);
     generateStartNs_ = clock();
-    statusBase_ = Text(26);
+    statusBase_ = Text(TextId::ConversionStarting);
     sidebar_.generateStatus->setText(FromWide(statusBase_));
     timer_.start(kTickMs);
 
@@ -146,10 +141,11 @@ void GenerateFlow::OnDone(const WindowMessage& message) {
     const std::wstring& text = *message.Text();
     sidebar_.generate->setEnabled(true);
     if (message.Value() == 0) {
-        sidebar_.generateStatus->setText(FromWide(WithSeconds(27, ElapsedSeconds())));
+        sidebar_.generateStatus->setText(
+            FromWide(WithSeconds(TextId::ConversionComplete, ElapsedSeconds())));
         if (onScene) onScene(text);
     } else {
-        sidebar_.generateStatus->setText(FromWide(Text(28) + text));
+        sidebar_.generateStatus->setText(FromWide(Text(TextId::ConversionFailed) + text));
     }
     settings_.Save();
 }
@@ -160,7 +156,8 @@ void GenerateFlow::Stop() {
 }
 
 void GenerateFlow::ShowElapsed() {
-    sidebar_.generateStatus->setText(FromWide(statusBase_ + WithSeconds(42, ElapsedSeconds())));
+    sidebar_.generateStatus->setText(
+        FromWide(statusBase_ + WithSeconds(TextId::ElapsedSuffix, ElapsedSeconds())));
 }
 
 int GenerateFlow::ElapsedSeconds() const {

@@ -2,11 +2,11 @@
 #pragma once
 
 #include <QMenuBar>
-#include <cstddef>
 #include <functional>
 #include <map>
 
 #include "shell/window/control_id.h"
+#include "ui/ui_text.h"
 
 class QAction;
 class QMenu;
@@ -32,9 +32,9 @@ class MainMenu : public QMenuBar {
     void UpdateMenuState(const MenuState& state);
 
   private:
-    QMenu* AddMenu(std::size_t slot);
+    QMenu* AddMenu(TextId text);
     void Watch(QMenu* menu);
-    QAction* AddItem(QMenu* menu, ControlId id, std::size_t slot);
+    QAction* AddItem(QMenu* menu, ControlId id, TextId text);
     void MakeFileMenu();
     void MakeViewMenu();
     void MakeControlsMenu();

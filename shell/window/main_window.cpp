@@ -24,8 +24,6 @@ namespace vistrel {
 namespace {
 
 constexpr QSize kFirstSize(1200, 700);
-constexpr std::size_t kLoaderMissingText = 41;
-constexpr std::size_t kWebViewFailedText = 30;
 
 std::unique_ptr<WindowDialogs> MakeDialogs(const MainWindowServices& services, QWidget* owner) {
     if (services.makeDialogs) return services.makeDialogs(owner);
@@ -60,7 +58,7 @@ MainWindow::Parts::Parts(MainWindow* window, std::wstring webDir, std::wstring p
       downloader(services.modelUrl),
       mailbox(Mailbox::Make(window)),
       dialogs(MakeDialogs(services, window)),
-      bridge(Text(kLoaderMissingText), services.browser),
+      bridge(Text(TextId::LoaderMissing), services.browser),
       sceneLink(tempWebDir),
       client(new QWidget(window)),
       preview(new Preview(client)),
@@ -174,7 +172,7 @@ void MainWindow::customEvent(QEvent* event) {
         case kWebViewReadyMessage:
             parts_->webViewReady = message.Value() != 0;
             if (!parts_->webViewReady) {
-                parts_->sidebar->generateStatus->setText(FromWide(Text(kWebViewFailedText)));
+                parts_->sidebar->generateStatus->setText(UiString(TextId::WebViewFailed));
             }
             return UpdateMenuState();
         default:

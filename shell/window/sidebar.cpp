@@ -83,8 +83,8 @@ bool IsOptional(ControlId id) {
 }
 
 // The value labels are English in every language.
-constexpr std::size_t kFocusText = 12;
-constexpr std::size_t kDepthText = 13;
+constexpr TextId kFocusText = TextId::FocusValue;
+constexpr TextId kDepthText = TextId::DepthValue;
 
 // A combo box tells its value as its name to screen readers, and what it is for by its label. Its
 // list tells neither.
@@ -101,17 +101,13 @@ int Truncated(double value) {
     return static_cast<int>(std::clamp(value, -kLargest, kLargest));
 }
 
-QString ValueText(std::size_t slot, int value) {
-    return FromWide(kEnglishText[slot]).replace("%d", QString::number(value));
+QString ValueText(TextId label, int value) {
+    return FromWide(Filled(EnglishText(label), {std::to_wstring(value)}));
 }
 
 // The label's word, without the value: a slider tells that itself.
-QString ValueName(std::size_t slot) {
-    return FromWide(kEnglishText[slot]).section(':', 0, 0);
-}
-
-QString TextOf(std::size_t slot) {
-    return FromWide(Text(slot));
+QString ValueName(TextId label) {
+    return FromWide(EnglishText(label)).section(':', 0, 0);
 }
 
 }  // namespace
@@ -131,9 +127,11 @@ Sidebar::Sidebar(QWidget* parent, const AppSettings& settings) : QWidget(parent)
 
 void Sidebar::MakeModelSection() {
     AddLabel(ControlId::Title, "Vistrel", TitleFont());
-    AddButton(ControlId::Batch, TextOf(63), SmallFont());
-    AddButton(ControlId::Help, "?", BoldFont())->setAccessibleName(SpokenText(TextOf(85)));
-    const QString heading = AddHeading(ControlId::ModelHeading, 0)->accessibleName();
+    AddButton(ControlId::Batch, UiString(TextId::Batch), SmallFont());
+    AddButton(ControlId::Help, "?", BoldFont())
+        ->setAccessibleName(SpokenText(UiString(TextId::MenuHelp)));
+    const QString heading =
+        AddHeading(ControlId::ModelHeading, TextId::ModelHeading)->accessibleName();
     modelName = Add(ControlId::ModelName, new QLineEdit(this), SmallFont());
     modelName->setReadOnly(true);
     modelName->setAcceptDrops(false);  // files are for the window
@@ -141,36 +139,44 @@ void Sidebar::MakeModelSection() {
     modelName->setAccessibleName(heading);
     auto* const select = AddButton(ControlId::SelectModel, "Select\u2026", NormalFont());
     select->setAccessibleName(select->text() + ' ' + heading);  // something else can be selected
-    downloadModel = AddButton(ControlId::DownloadModel, TextOf(44), NormalFont());
+    downloadModel =
+        AddButton(ControlId::DownloadModel, UiString(TextId::DownloadModel), NormalFont());
     downloadProgress = Add(ControlId::DownloadProgress, new QProgressBar(this), NormalFont());
     downloadProgress->setRange(0, 1000);
     downloadProgress->setValue(0);
     downloadProgress->setTextVisible(false);
-    downloadProgress->setAccessibleName(TextOf(32));
+    downloadProgress->setAccessibleName(UiString(TextId::DownloadCaption));
     downloadProgress->hide();
     downloadStatus = AddLabel(ControlId::DownloadStatus, {}, SmallFont());
 }
 
 void Sidebar::MakeInputSection(const AppSettings& settings) {
-    AddHeading(ControlId::InputHeading, 1);
-    inputName = AddLabel(ControlId::InputName, TextOf(3), SmallFont());
-    AddButton(ControlId::SelectFile, TextOf(4), NormalFont());
-    auto* const providerLabel = AddLabel(ControlId::ProviderLabel, TextOf(5), SmallFont());
-    provider = AddCombo(ControlId::Provider, 6, 2, settings.executionProvider);
+    AddHeading(ControlId::InputHeading, TextId::InputHeading);
+    inputName = AddLabel(ControlId::InputName, UiString(TextId::DropHint), SmallFont());
+    AddButton(ControlId::SelectFile, UiString(TextId::SelectFile), NormalFont());
+    auto* const providerLabel =
+        AddLabel(ControlId::ProviderLabel, UiString(TextId::ProviderLabel), SmallFont());
+    provider = AddCombo(ControlId::Provider, {TextId::ProviderCpu, TextId::ProviderCuda},
+                        settings.executionProvider);
     NameByLabel(provider, providerLabel);
-    generate = AddButton(ControlId::Generate, TextOf(8), BoldFont());
+    generate = AddButton(ControlId::Generate, UiString(TextId::Generate), BoldFont());
     generate->setDefault(true);
     generateStatus = AddLabel(ControlId::GenerateStatus, {}, SmallFont());
     generateStatus->setWordWrap(true);
 }
 
 void Sidebar::MakeViewerSection(const AppSettings& settings) {
-    AddHeading(ControlId::ViewerHeading, 2);
-    sharpMode = AddRadio(ControlId::SharpMode, TextOf(9));
-    generalMode = AddRadio(ControlId::GeneralMode, TextOf(10));
+    AddHeading(ControlId::ViewerHeading, TextId::ViewerHeading);
+    sharpMode = AddRadio(ControlId::SharpMode, UiString(TextId::SharpMode));
+    generalMode = AddRadio(ControlId::GeneralMode, UiString(TextId::GeneralMode));
     SetViewMode(settings.isSharpMode);
-    auto* const stereoLabel = AddLabel(ControlId::StereoLabel, TextOf(11), SmallFont());
-    stereoMode = AddCombo(ControlId::StereoMode, 17, 6, settings.stereoMode);
+    auto* const stereoLabel =
+        AddLabel(ControlId::StereoLabel, UiString(TextId::StereoLabel), SmallFont());
+    stereoMode = AddCombo(
+        ControlId::StereoMode,
+        {TextId::StereoSideBySide, TextId::StereoLrRl, TextId::StereoDubois,
+         TextId::StereoColorAnaglyph, TextId::StereoGrayAnaglyph, TextId::StereoInterlaced},
+        settings.stereoMode);
     NameByLabel(stereoMode, stereoLabel);
     focusLabel = AddLabel(ControlId::FocusLabel, {}, SmallFont());
     focus = AddSlider(ControlId::Focus, -100, 100);
@@ -179,9 +185,9 @@ void Sidebar::MakeViewerSection(const AppSettings& settings) {
     depth = AddSlider(ControlId::Depth, 0, 200);
     depth->setAccessibleName(ValueName(kDepthText));
     SetFocusDepth(settings.focus, settings.depth);
-    AddButton(ControlId::Swap, TextOf(14), NormalFont());
-    AddButton(ControlId::Reset, TextOf(15), NormalFont());
-    AddButton(ControlId::SaveImage, TextOf(16), NormalFont());
+    AddButton(ControlId::Swap, UiString(TextId::Swap), NormalFont());
+    AddButton(ControlId::Reset, UiString(TextId::Reset), NormalFont());
+    AddButton(ControlId::SaveImage, UiString(TextId::SaveImage), NormalFont());
     ShowViewerControls(false);
 }
 
@@ -200,8 +206,8 @@ QLabel* Sidebar::AddLabel(ControlId id, const QString& text, const QFont& font) 
     return label;
 }
 
-QLabel* Sidebar::AddHeading(ControlId id, std::size_t slot) {
-    QLabel* const heading = AddLabel(id, TextOf(slot), BoldFont());
+QLabel* Sidebar::AddHeading(ControlId id, TextId text) {
+    QLabel* const heading = AddLabel(id, UiString(text), BoldFont());
     heading->setAccessibleName(SpokenText(heading->text()));
     return heading;
 }
@@ -219,9 +225,9 @@ QRadioButton* Sidebar::AddRadio(ControlId id, const QString& text) {
     return radio;
 }
 
-QComboBox* Sidebar::AddCombo(ControlId id, std::size_t firstSlot, std::size_t count, int index) {
+QComboBox* Sidebar::AddCombo(ControlId id, std::initializer_list<TextId> entries, int index) {
     auto* const combo = Add(id, new QComboBox(this), NormalFont());
-    for (std::size_t i = 0; i < count; ++i) combo->addItem(TextOf(firstSlot + i));
+    for (const TextId entry : entries) combo->addItem(UiString(entry));
     combo->setCurrentIndex(index);  // an index that no entry has selects none
     connect(combo, &QComboBox::activated, this, [this, id](int chosen) { onCommand(id, chosen); });
     return combo;
@@ -262,10 +268,10 @@ void Sidebar::Disable(QPushButton& button) {
 }
 
 void Sidebar::SetFocusDepth(double focusValue, double depthValue) {
-    const auto show = [](QSlider* slider, QLabel* label, std::size_t slot, double value) {
+    const auto show = [](QSlider* slider, QLabel* label, TextId text, double value) {
         const QSignalBlocker quiet(slider);
         slider->setValue(Truncated(value));
-        label->setText(ValueText(slot, Truncated(value)));
+        label->setText(ValueText(text, Truncated(value)));
     };
     show(focus, focusLabel, kFocusText, focusValue);
     show(depth, depthLabel, kDepthText, depthValue);

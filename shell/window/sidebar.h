@@ -2,12 +2,13 @@
 #pragma once
 
 #include <QWidget>
-#include <cstddef>
 #include <functional>
+#include <initializer_list>
 #include <map>
 #include <string>
 
 #include "shell/window/control_id.h"
+#include "ui/ui_text.h"
 
 class QComboBox;
 class QLabel;
@@ -70,11 +71,11 @@ class Sidebar : public QWidget {
     template <typename Control>
     Control* Add(ControlId id, Control* control, const QFont& font);
     QLabel* AddLabel(ControlId id, const QString& text, const QFont& font);
-    // In the bold letters of a section's heading, with the text in `slot`.
-    QLabel* AddHeading(ControlId id, std::size_t slot);
+    // In the bold letters of a section's heading.
+    QLabel* AddHeading(ControlId id, TextId text);
     QPushButton* AddButton(ControlId id, const QString& text, const QFont& font);
     QRadioButton* AddRadio(ControlId id, const QString& text);
-    QComboBox* AddCombo(ControlId id, std::size_t firstSlot, std::size_t count, int index);
+    QComboBox* AddCombo(ControlId id, std::initializer_list<TextId> entries, int index);
     QSlider* AddSlider(ControlId id, int minimum, int maximum);
 
     std::map<ControlId, QWidget*> controls_;

@@ -99,16 +99,19 @@ std::optional<std::wstring> DesktopDialogs::AskSceneToSave(const std::wstring& p
 }
 
 bool DesktopDialogs::AskWhetherToDownload() {
-    return Show(owner_, QMessageBox::Question, FromWide(Text(32)), Text(31),
+    return Show(owner_, QMessageBox::Question, UiString(TextId::DownloadCaption),
+                Text(TextId::DownloadQuestion),
                 QMessageBox::Yes | QMessageBox::No) == QMessageBox::Yes;
 }
 
 void DesktopDialogs::TellProviderFallback() {
-    Show(owner_, QMessageBox::Warning, FromWide(Text(34)), Text(33), QMessageBox::Ok);
+    Show(owner_, QMessageBox::Warning, UiString(TextId::FallbackCaption),
+         Text(TextId::FallbackWarning), QMessageBox::Ok);
 }
 
 void DesktopDialogs::TellAbout() {
-    Show(owner_, QMessageBox::Information, FromWide(Text(36)), Text(35), QMessageBox::Ok);
+    Show(owner_, QMessageBox::Information, UiString(TextId::AboutCaption), Text(TextId::About),
+         QMessageBox::Ok);
 }
 
 void DesktopDialogs::OpenHelp(const std::wstring& appDir) {

@@ -63,13 +63,39 @@ TEST(UiText, EveryTextIsTheListedOne) {
 
 TEST(UiText, EnglishIsShownBeforeALanguageIsChosen) {
     ASSERT_EQ(gUiText, nullptr);
-    EXPECT_EQ(Text(45), std::wstring(L"Batch Conversion"));
+    EXPECT_EQ(Text(TextId::BatchCaption), std::wstring(L"Batch Conversion"));
 }
 
 TEST(UiText, TextsComeFromTheChosenTable) {
     gUiText = &kJapaneseText;
-    EXPECT_EQ(Text(45), std::wstring(L"一括変換"));
+    EXPECT_EQ(Text(TextId::BatchCaption), std::wstring(L"一括変換"));
     gUiText = nullptr;
+}
+
+TEST(UiText, EnglishTextStaysEnglish) {
+    gUiText = &kJapaneseText;
+    EXPECT_EQ(EnglishText(TextId::FocusValue), std::wstring(L"Focus: %d"));
+    gUiText = nullptr;
+}
+
+TEST(UiText, ValuesTakeTheirPlacesInOrder) {
+    EXPECT_EQ(Filled(L"%d / %d: %s", {L"1", L"20", L"a.jpg"}), L"1 / 20: a.jpg");
+    EXPECT_EQ(Filled(L" (%d sec)", {L"7"}), L" (7 sec)");
+    EXPECT_EQ(Filled(L"%s%s", {L"", L"b"}), L"b");
+}
+
+TEST(UiText, ValueMayLookLikeAPlace) {
+    EXPECT_EQ(Filled(L"%s, %s.", {L"%s%d", L"b"}), L"%s%d, b.");
+}
+
+TEST(UiText, TextsWithoutAPlaceForAValueStayAsTheyAre) {
+    EXPECT_EQ(Filled(L"100 %", {L"1"}), L"100 %");
+    EXPECT_EQ(Filled(L"%d and %d", {L"1"}), L"1 and %d");
+}
+
+TEST(UiText, FilledTextEndsAfter256Characters) {
+    EXPECT_EQ(Filled(L"%d: %s!", {L"1", std::wstring(253, L'a')}),
+              L"1: " + std::wstring(253, L'a'));
 }
 
 // Columns of a font whose wide characters take two.
@@ -84,7 +110,7 @@ std::size_t ColumnOf(const std::wstring& line, wchar_t wanted) {
 
 TEST(UiText, MakersOfTheComponentsLineUp) {
     for (const UiText* table : {&kEnglishText, &kJapaneseText}) {
-        std::wistringstream lines(table->at(35));
+        std::wistringstream lines(table->at(static_cast<std::size_t>(TextId::About)));
         std::vector<std::size_t> columns;
         for (std::wstring line; std::getline(lines, line);)
             if (line.starts_with(L"  ")) columns.push_back(ColumnOf(line, L'('));
