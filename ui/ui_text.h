@@ -10,6 +10,8 @@
 #include <string>
 #include <string_view>
 
+#include "base/stereo_mode.h"
+
 class QString;
 
 namespace vistrel {
@@ -108,6 +110,23 @@ enum class TextId : std::size_t {
 };
 
 inline constexpr std::size_t kUiTextCount = static_cast<std::size_t>(TextId::Count);
+
+// What the window calls a stereo mode.
+struct StereoModeTexts {
+    TextId inList;
+    TextId inMenu;
+};
+
+// In the order of StereoMode.
+inline constexpr std::array kStereoModeTexts = std::to_array<StereoModeTexts>({
+    {TextId::StereoSideBySide, TextId::MenuSideBySide},
+    {TextId::StereoLrRl, TextId::MenuLrRl},
+    {TextId::StereoDubois, TextId::MenuDubois},
+    {TextId::StereoColorAnaglyph, TextId::MenuColorAnaglyph},
+    {TextId::StereoGrayAnaglyph, TextId::MenuGrayAnaglyph},
+    {TextId::StereoInterlaced, TextId::MenuInterlaced},
+});
+static_assert(kStereoModeTexts.size() == kStereoModeCount, "every mode has its texts");
 
 // Slot to text.
 using UiText = std::array<const wchar_t*, kUiTextCount>;

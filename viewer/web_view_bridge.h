@@ -57,7 +57,7 @@ class WebViewBridge {
 
     // Runs a script in the page; nobody hears how it went.
     void ExecJS(const std::wstring& script);
-    // 0 to 5, see the stereo mode menu.
+    // `mode` is the number of a StereoMode; not checked.
     void SetStereoMode(int mode);
     // Positions of the two sliders: -100 to 100 and 0 to 200.
     void SetFocusDepth(double focus, double depth);

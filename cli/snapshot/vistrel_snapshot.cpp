@@ -19,6 +19,7 @@
 #include <system_error>
 #include <thread>
 
+#include "base/stereo_mode.h"
 #include "base/text_encoding.h"
 #include "cli/interrupts.h"
 #include "cli/picture_size.h"
@@ -117,13 +118,20 @@ int RunInSurroundings(char* program, Options& options) {
     return TakeUnlessInterrupted(interrupts, application, options, folder);
 }
 
+std::string StereoModeHelp() {
+    std::string help = "Stereo mode:";
+    for (std::size_t mode = 0; mode < kStereoModeNames.size(); ++mode) {
+        help += (mode == 0 ? " " : ", ") + std::to_string(mode) + ' ';
+        help += kStereoModeNames[mode];
+    }
+    return help;
+}
+
 void AddOptions(CLI::App& app, Options& options) {
     SnapshotRequest& request = options.request;
     app.set_version_flag("--version", "vistrel-snapshot " VISTREL_VERSION);
-    app.add_option("--mode", request.mode,
-                   "Stereo mode: 0 side by side, 1 LR/RL, 2 Dubois, 3 color anaglyph, 4 gray "
-                   "anaglyph, 5 interlaced")
-        ->check(CLI::Range(0, 5))
+    app.add_option("--mode", request.mode, StereoModeHelp())
+        ->check(CLI::Range(0, kStereoModeCount - 1))
         ->capture_default_str();
     app.add_flag("--general", options.general, "For scenes that Vistrel has not made");
     app.add_flag("--swap", request.swap, "Exchange left and right");

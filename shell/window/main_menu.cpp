@@ -13,12 +13,6 @@
 namespace vistrel {
 namespace {
 
-constexpr int kStereoModes = 6;
-
-ControlId StereoItem(int mode) {
-    return static_cast<ControlId>(static_cast<int>(ControlId::MenuFirstStereoMode) + mode);
-}
-
 // Its items get a mark of the radio kind, and one of them at most has it.
 QActionGroup* MakeRadioGroup(QMenu* menu) {
     auto* const group = new QActionGroup(menu);
@@ -68,8 +62,9 @@ void MainMenu::MakeControlsMenu() {
     QMenu* const stereo = controls_->addMenu(UiString(TextId::StereoMenu));
     Watch(stereo);
     QActionGroup* const stereoModes = MakeRadioGroup(stereo);
-    for (int mode = 0; mode < kStereoModes; ++mode) {
-        QAction* const item = AddItem(stereo, StereoItem(mode), static_cast<TextId>(76 + mode));
+    for (std::int32_t mode = 0; mode < kStereoModeCount; ++mode) {
+        const StereoModeTexts& texts = kStereoModeTexts.at(static_cast<std::size_t>(mode));
+        QAction* const item = AddItem(stereo, StereoModeItem(mode), texts.inMenu);
         stereoModes->addAction(item)->setCheckable(true);
     }
 
@@ -117,8 +112,8 @@ void MainMenu::UpdateMenuState(const MenuState& state) {
     if (!state.sceneLoaded) return;
     items_.at(ControlId::MenuSharpMode)->setChecked(state.sharpMode);
     items_.at(ControlId::MenuGeneralMode)->setChecked(!state.sharpMode);
-    for (int mode = 0; mode < kStereoModes; ++mode) {
-        items_.at(StereoItem(mode))->setChecked(mode == state.stereoMode);
+    for (std::int32_t mode = 0; mode < kStereoModeCount; ++mode) {
+        items_.at(StereoModeItem(mode))->setChecked(mode == state.stereoMode);
     }
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QMenuBar>
+#include <cstdint>
 #include <functional>
 #include <map>
 
@@ -18,7 +19,7 @@ struct MenuState {
     bool sidebarShown = true;
     bool fullScreen = false;
     bool sharpMode = true;
-    int stereoMode = 0;  // a mode that there is not marks none
+    std::int32_t stereoMode = 0;  // a mode that there is not marks none
 };
 
 // Thread of the event loop. Keys named behind a tab are only shown; the window's keys act.

@@ -11,10 +11,6 @@ namespace {
 constexpr double kFirstFocus = 0.0;
 constexpr double kFirstDepth = 30.0;
 
-int StereoModeOf(ControlId id) {
-    return static_cast<int>(id) - static_cast<int>(ControlId::MenuFirstStereoMode);
-}
-
 }  // namespace
 
 void MainWindow::OnKeyDown(int key) {
@@ -90,7 +86,7 @@ void MainWindow::OnCommand(ControlId id, int value) {
         case ControlId::MenuFullScreen:
             return ToggleFullScreen();
         default:
-            if (StereoModeOf(id) >= 0 && StereoModeOf(id) < 6) SetStereoMode(StereoModeOf(id));
+            if (const auto mode = StereoModeOfItem(id)) SetStereoMode(*mode);
             return;
     }
 }

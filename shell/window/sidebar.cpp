@@ -110,6 +110,12 @@ QString ValueName(TextId label) {
     return FromWide(EnglishText(label)).section(':', 0, 0);
 }
 
+std::vector<TextId> StereoModeEntries() {
+    std::vector<TextId> entries;
+    for (const StereoModeTexts& mode : kStereoModeTexts) entries.push_back(mode.inList);
+    return entries;
+}
+
 }  // namespace
 
 Sidebar::Sidebar(QWidget* parent, const AppSettings& settings) : QWidget(parent) {
@@ -172,11 +178,7 @@ void Sidebar::MakeViewerSection(const AppSettings& settings) {
     SetViewMode(settings.isSharpMode);
     auto* const stereoLabel =
         AddLabel(ControlId::StereoLabel, UiString(TextId::StereoLabel), SmallFont());
-    stereoMode = AddCombo(
-        ControlId::StereoMode,
-        {TextId::StereoSideBySide, TextId::StereoLrRl, TextId::StereoDubois,
-         TextId::StereoColorAnaglyph, TextId::StereoGrayAnaglyph, TextId::StereoInterlaced},
-        settings.stereoMode);
+    stereoMode = AddCombo(ControlId::StereoMode, StereoModeEntries(), settings.stereoMode);
     NameByLabel(stereoMode, stereoLabel);
     focusLabel = AddLabel(ControlId::FocusLabel, {}, SmallFont());
     focus = AddSlider(ControlId::Focus, -100, 100);
@@ -225,7 +227,7 @@ QRadioButton* Sidebar::AddRadio(ControlId id, const QString& text) {
     return radio;
 }
 
-QComboBox* Sidebar::AddCombo(ControlId id, std::initializer_list<TextId> entries, int index) {
+QComboBox* Sidebar::AddCombo(ControlId id, const std::vector<TextId>& entries, int index) {
     auto* const combo = Add(id, new QComboBox(this), NormalFont());
     for (const TextId entry : entries) combo->addItem(UiString(entry));
     combo->setCurrentIndex(index);  // an index that no entry has selects none

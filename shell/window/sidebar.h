@@ -3,9 +3,9 @@
 
 #include <QWidget>
 #include <functional>
-#include <initializer_list>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "shell/window/control_id.h"
 #include "ui/ui_text.h"
@@ -75,7 +75,7 @@ class Sidebar : public QWidget {
     QLabel* AddHeading(ControlId id, TextId text);
     QPushButton* AddButton(ControlId id, const QString& text, const QFont& font);
     QRadioButton* AddRadio(ControlId id, const QString& text);
-    QComboBox* AddCombo(ControlId id, std::initializer_list<TextId> entries, int index);
+    QComboBox* AddCombo(ControlId id, const std::vector<TextId>& entries, int index);
     QSlider* AddSlider(ControlId id, int minimum, int maximum);
 
     std::map<ControlId, QWidget*> controls_;

@@ -84,9 +84,8 @@ TEST_P(SidebarTextTest, TextsAreThoseOfTheTable) {
         EXPECT_EQ(Find(id)->property("text").toString(), UiString(text)) << id;
     }
     for (int i = 0; i < 6; ++i) {
-        const auto text =
-            static_cast<std::size_t>(TextId::StereoSideBySide) + static_cast<std::size_t>(i);
-        EXPECT_EQ(sidebar.stereoMode->itemText(i), UiString(static_cast<TextId>(text)));
+        EXPECT_EQ(sidebar.stereoMode->itemText(i),
+                  UiString(kStereoModeTexts.at(static_cast<std::size_t>(i)).inList));
     }
     EXPECT_EQ(sidebar.stereoMode->count(), 6);
     EXPECT_EQ(sidebar.provider->count(), 2);
