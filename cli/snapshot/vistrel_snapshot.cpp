@@ -142,8 +142,7 @@ void AddOptions(CLI::App& app, Options& options) {
     app.add_option("--timeout", options.seconds, "Seconds after which to give up")
         ->check(CLI::Range(1, 86400))
         ->capture_default_str();
-    app.add_option("SCENE", options.scene, "Scene to show: .ply, .splat, .ksplat or .spz")
-        ->required();
+    app.add_option("SCENE", options.scene, "Scene to show: " + SceneEndings())->required();
     app.add_option("OUTPUT", options.output, "PNG file to write; its folder is created")
         ->required();
 }

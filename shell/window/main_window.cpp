@@ -9,9 +9,9 @@
 #include <QLayout>
 #include <QMimeData>
 #include <algorithm>
-#include <set>
 #include <utility>
 
+#include "base/scene_kind.h"
 #include "base/text_encoding.h"
 #include "shell/window/dropped_file.h"
 #include "shell/window/main_window_parts.h"
@@ -34,16 +34,6 @@ AppSettings LoadedSettings() {
     AppSettings settings;
     settings.Load();
     return settings;
-}
-
-bool IsSplatFile(const std::wstring& path) {
-    static const std::set<std::wstring> kExtensions = {L".ply", L".splat", L".spz", L".ksplat"};
-    std::wstring extension = FromPath(ToPath(path).extension());
-    std::transform(extension.begin(), extension.end(), extension.begin(), [](wchar_t letter) {
-        return letter >= L'A' && letter <= L'Z' ? static_cast<wchar_t>(letter + (L'a' - L'A'))
-                                                : letter;
-    });
-    return kExtensions.contains(extension);
 }
 
 }  // namespace
@@ -121,11 +111,11 @@ bool MainWindow::HasRunningWorker() const {
 }
 
 void MainWindow::SelectFile(const std::wstring& path) {
-    if (IsSplatFile(path)) {
+    const std::filesystem::path file = ToPath(path);
+    if (IsSceneName(file)) {
         LoadScene(path);
         return;
     }
-    const std::filesystem::path file = ToPath(path);
     parts_->generate.inputImagePath = path;
     parts_->sidebar->inputName->setText(FromWide(FromPath(file.filename())));
     parts_->settings.outputFilename = FromPath(file.stem()) + L".ply";

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "base/scene_kind.h"
 #include "base/text_encoding.h"
 #include "base/user_folders.h"
 #include "ui/file_dialog.h"
@@ -21,7 +22,12 @@ constexpr const wchar_t* kHelpFailure = L"ヘルプファイルを開けませ�
 
 QStringList PhotographAndSceneFilters(bool japanese) {
     const QString photographs = "*.jpg *.jpeg *.png *.bmp *.tif *.tiff";
-    const QString scenes = "*.ply *.splat *.spz *.ksplat";
+    QStringList scenePatterns;
+    for (const std::string_view ending : kSceneEndings) {
+        scenePatterns +=
+            '*' + QString::fromLatin1(ending.data(), static_cast<qsizetype>(ending.size()));
+    }
+    const QString scenes = scenePatterns.join(' ');
     const auto filter = [japanese](const char* english, const char* translated,
                                    const QString& patterns) {
         return QString::fromUtf8(japanese ? translated : english) + " (" + patterns + ')';

@@ -31,7 +31,7 @@ TEST(SceneFile, OtherEndingsAreRefused) {
         const auto path = folder.Write(name, "");
         EXPECT_EQ(CheckFailure(path), path.native() +
                                           " is no scene: its name does not end in .ply, "
-                                          ".splat, .ksplat or .spz");
+                                          ".splat, .spz or .ksplat");
     }
 }
 
