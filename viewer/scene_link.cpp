@@ -2,27 +2,13 @@
 
 #include <unistd.h>
 
-#include <algorithm>
-#include <string_view>
 #include <system_error>
 
 #include "base/scene_kind.h"
 #include "base/text_encoding.h"
+#include "viewer/page_path.h"
 
 namespace vistrel {
-namespace {
-
-bool PageCanBeTold(const std::wstring& path) {
-    const auto hasOtherMeaning = [](wchar_t letter) {
-        return std::wstring_view(L"#&%+\\").find(letter) != std::wstring_view::npos ||
-               letter < L' ' || letter == L'\x7f' || (letter >= 0xd800 && letter <= 0xdfff);
-    };
-    const std::filesystem::path file = ToPath(path);
-    return std::ranges::none_of(path, hasOtherMeaning) && SmallEnding(file) == file.extension();
-}
-
-}  // namespace
-
 SceneLink::SceneLink(const std::wstring& folder) : folder_(ToPath(folder)) {}
 
 SceneLink::~SceneLink() {

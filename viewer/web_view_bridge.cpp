@@ -9,6 +9,7 @@
 #include "base/text_encoding.h"
 #include "viewer/captured_image.h"
 #include "viewer/page_calls.h"
+#include "viewer/page_path.h"
 #include "viewer/user_data_folder.h"
 #include "viewer/web_view_loader.h"
 
@@ -115,7 +116,7 @@ void WebViewBridge::OnController(std::unique_ptr<WebViewController> controller,
     const std::weak_ptr<char> alive = alive_;
     ready(true);
     if (alive.expired()) return;
-    if (!suppressStartNavigation_) view_->Navigate(StartPageUrl(tempFolder_));
+    if (!suppressStartNavigation_) view_->Navigate(BrowserAddress(StartPageUrl(tempFolder_)));
 }
 
 void WebViewBridge::ApplySettings() {
@@ -157,9 +158,8 @@ void WebViewBridge::SetVisible(bool visible) {
 
 void WebViewBridge::ShowScene(const std::wstring& path, bool sharp) {
     if (ready_ && view_ != nullptr) {
-        const std::wstring url = BuildViewerUrl(path, sharp);
         navigating_ = true;
-        view_->Navigate(url);
+        view_->Navigate(BrowserAddress(BuildViewerUrl(path, sharp)));
         return;
     }
     pendingFile_ = path;
@@ -169,7 +169,8 @@ void WebViewBridge::ShowScene(const std::wstring& path, bool sharp) {
 
 void WebViewBridge::ExecJS(const std::wstring& script) {
     if (view_ == nullptr) return;
-    view_->ExecuteScript(script, [](bool /*success*/, const std::wstring& /*result*/) {});
+    view_->ExecuteScript(BrowserScript(script),
+                         [](bool /*success*/, const std::wstring& /*result*/) {});
 }
 
 void WebViewBridge::SetStereoMode(int mode) {

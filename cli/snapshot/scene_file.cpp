@@ -34,11 +34,9 @@ void CheckScene(const std::filesystem::path& scene) {
     }
 }
 
-std::filesystem::path LinkScene(const std::filesystem::path& scene,
-                                const std::filesystem::path& folder) {
-    std::filesystem::path link = folder / ("scene" + SmallEnding(scene));
-    std::filesystem::create_symlink(std::filesystem::canonical(scene), link);
-    return link;
+std::filesystem::path AbsoluteScene(const std::filesystem::path& scene) {
+    return std::filesystem::canonical(std::filesystem::absolute(scene).parent_path()) /
+           scene.filename();
 }
 
 }  // namespace vistrel

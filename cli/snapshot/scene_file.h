@@ -13,9 +13,8 @@ namespace vistrel {
 // like a scene's.
 void CheckScene(const std::filesystem::path& scene);
 
-// Makes a link to the scene in `folder` and returns its absolute path, which ends like the scene's,
-// in small letters. Addresses cannot carry every name. Throws std::filesystem::filesystem_error.
-[[nodiscard]] std::filesystem::path LinkScene(const std::filesystem::path& scene,
-                                              const std::filesystem::path& folder);
+// The scene's path from everywhere, under the name that it was given by. Throws
+// std::filesystem::filesystem_error.
+[[nodiscard]] std::filesystem::path AbsoluteScene(const std::filesystem::path& scene);
 
 }  // namespace vistrel

@@ -13,7 +13,7 @@ namespace vistrel {
 
 struct SnapshotRequest {
     std::wstring pageFolder;
-    std::wstring scene;   // absolute, without letters that mean something in an address
+    std::wstring scene;   // absolute; one that the page can be told (viewer/page_path.h)
     int mode = 0;         // number of a StereoMode
     bool sharp = true;    // false: General
     bool swap = false;    // left and right views exchanged

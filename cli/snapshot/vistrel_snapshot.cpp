@@ -30,6 +30,7 @@
 #include "cli/snapshot/work_folder.h"
 #include "shell/start/extraction.h"
 #include "viewer/captured_image.h"
+#include "viewer/scene_link.h"
 #include "viewer/web_view_loader.h"
 
 namespace vistrel {
@@ -69,7 +70,8 @@ void Take(Options& options, const WorkFolder& folder) {
         throw std::runtime_error("the viewer page could not be written to " +
                                  folder.Path().native());
     }
-    options.request.scene = FromPath(LinkScene(options.scene, folder.Path()));
+    SceneLink link(options.request.pageFolder);
+    options.request.scene = link.PathFor(FromPath(AbsoluteScene(options.scene)));
     options.request.sharp = !options.general;
     options.request.timeout = std::chrono::seconds(options.seconds);
     std::vector<std::byte> picture;

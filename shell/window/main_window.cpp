@@ -13,7 +13,7 @@
 
 #include "base/scene_kind.h"
 #include "base/text_encoding.h"
-#include "shell/window/dropped_file.h"
+#include "shell/window/file_url.h"
 #include "shell/window/main_window_parts.h"
 #include "shell/window/window_messages.h"
 #include "ui/theme.h"

@@ -1,6 +1,5 @@
 #include "shell/window/window_dialogs.h"
 
-#include <QByteArray>
 #include <QDesktopServices>
 #include <QMessageBox>
 #include <QUrl>
@@ -10,6 +9,7 @@
 #include "base/scene_kind.h"
 #include "base/text_encoding.h"
 #include "base/user_folders.h"
+#include "shell/window/file_url.h"
 #include "ui/file_dialog.h"
 #include "ui/ui_text.h"
 #include "ui/wide_text.h"
@@ -45,12 +45,6 @@ int Show(QWidget* owner, QMessageBox::Icon icon, const QString& caption, const w
     const int answer = box->exec();
     delete box;
     return answer;
-}
-
-// An address for a file name of any bytes.
-QUrl AddressOf(const std::filesystem::path& file) {
-    const QByteArray name = QByteArray::fromStdString(file.native());
-    return QUrl::fromEncoded("file://" + name.toPercentEncoding("/"));
 }
 
 }  // namespace
@@ -125,7 +119,7 @@ void DesktopDialogs::OpenHelp(const std::wstring& appDir) {
     const std::filesystem::path page = ToPath(appDir + L'/' + name);
     // The desktop reports success as soon as some program was started, even for a missing file.
     std::error_code ignored;
-    if (std::filesystem::exists(page, ignored) && openAddress(AddressOf(page))) return;
+    if (std::filesystem::exists(page, ignored) && openAddress(FileUrl(page))) return;
     Show(owner_, QMessageBox::Critical, "Vistrel", kHelpFailure, QMessageBox::Ok);
 }
 
