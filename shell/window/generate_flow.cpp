@@ -1,16 +1,11 @@
 #include "shell/window/generate_flow.h"
 
-#include <QLabel>
-#include <QLineEdit>
 #include <QPointer>
-#include <QProgressBar>
-#include <QPushButton>
 #include <algorithm>
 #include <chrono>
 #include <exception>
 #include <filesystem>
 #include <optional>
-#include <system_error>
 #include <utility>
 
 #include "base/text_encoding.h"
@@ -21,7 +16,6 @@
 #include "ui/mailbox.h"
 #include "ui/settings.h"
 #include "ui/ui_text.h"
-#include "ui/wide_text.h"
 
 namespace vistrel {
 namespace {
@@ -38,11 +32,6 @@ std::wstring WithSeconds(TextId text, int seconds) {
     return Filled(Text(text), {std::to_wstring(seconds)});
 }
 
-bool Exists(const std::wstring& path) {
-    std::error_code ignored;
-    return std::filesystem::exists(ToPath(path), ignored);
-}
-
 }  // namespace
 
 GenerateFlow::GenerateFlow(ConversionEngine& engine, AppSettings& settings, Sidebar& sidebar,
@@ -57,21 +46,15 @@ GenerateFlow::GenerateFlow(ConversionEngine& engine, AppSettings& settings, Side
     timer_.callOnTimeout(&timer_, [this] { ShowElapsed(); });
 }
 
-void GenerateFlow::UpdateModelDisplay() {
-    const std::wstring& model = settings_.modelPath;
-    sidebar_.modelName->setText(model.empty() ? UiString(TextId::NoModel)
-                                              : FromWide(FromPath(ToPath(model).filename())));
-    sidebar_.downloadModel->setHidden(!model.empty() && Exists(model));
-    sidebar_.downloadProgress->hide();
-    sidebar_.downloadStatus->hide();
-    sidebar_.generate->setEnabled(!inputImagePath.empty() && !model.empty() && !engine_.busy);
-    sidebar_.LayoutSidebar();
+void GenerateFlow::UpdateButton() {
+    sidebar_.SetGenerateEnabled(!inputImagePath.empty() && !settings_.modelPath.empty() &&
+                                !engine_.busy);
 }
 
 void GenerateFlow::RunGenerate() {
     if (engine_.busy || inputImagePath.empty()) return;
     if (settings_.modelPath.empty()) {
-        sidebar_.generateStatus->setText(UiString(TextId::ModelNeeded));
+        sidebar_.ShowStatus(Text(TextId::ModelNeeded));
         return;
     }
     const std::optional<std::wstring> outputPath = ChooseOutput();
@@ -107,10 +90,10 @@ bool GenerateFlow::IsCudaMissing() const {
 }
 
 void GenerateFlow::Start(const std::wstring& outputPath) {
-    sidebar_.Disable(*sidebar_.generate);
+    sidebar_.SetGenerateEnabled(false);
     generateStartNs_ = clock();
     statusBase_ = Text(TextId::ConversionStarting);
-    sidebar_.generateStatus->setText(FromWide(statusBase_));
+    sidebar_.ShowStatus(statusBase_);
     timer_.start(kTickMs);
 
     // The callables share only what may outlive the window.
@@ -139,13 +122,12 @@ void GenerateFlow::OnDone(const WindowMessage& message) {
     timer_.stop();
     if (!message.Text()) return;
     const std::wstring& text = *message.Text();
-    sidebar_.generate->setEnabled(true);
+    sidebar_.SetGenerateEnabled(true);
     if (message.Value() == 0) {
-        sidebar_.generateStatus->setText(
-            FromWide(WithSeconds(TextId::ConversionComplete, ElapsedSeconds())));
+        sidebar_.ShowStatus(WithSeconds(TextId::ConversionComplete, ElapsedSeconds()));
         if (onScene) onScene(text);
     } else {
-        sidebar_.generateStatus->setText(FromWide(Text(TextId::ConversionFailed) + text));
+        sidebar_.ShowStatus(Text(TextId::ConversionFailed) + text);
     }
     settings_.Save();
 }
@@ -156,8 +138,7 @@ void GenerateFlow::Stop() {
 }
 
 void GenerateFlow::ShowElapsed() {
-    sidebar_.generateStatus->setText(
-        FromWide(statusBase_ + WithSeconds(TextId::ElapsedSuffix, ElapsedSeconds())));
+    sidebar_.ShowStatus(statusBase_ + WithSeconds(TextId::ElapsedSuffix, ElapsedSeconds()));
 }
 
 int GenerateFlow::ElapsedSeconds() const {

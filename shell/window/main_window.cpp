@@ -5,7 +5,6 @@
 #include <QDragEnterEvent>
 #include <QDropEvent>
 #include <QKeyEvent>
-#include <QLabel>
 #include <QLayout>
 #include <QMimeData>
 #include <algorithm>
@@ -18,7 +17,6 @@
 #include "shell/window/window_messages.h"
 #include "ui/theme.h"
 #include "ui/ui_text.h"
-#include "ui/wide_text.h"
 
 namespace vistrel {
 namespace {
@@ -117,7 +115,7 @@ void MainWindow::SelectFile(const std::wstring& path) {
         return;
     }
     parts_->generate.inputImagePath = path;
-    parts_->sidebar->inputName->setText(FromWide(FromPath(file.filename())));
+    parts_->sidebar->ShowInput(FromPath(file.filename()));
     parts_->settings.outputFilename = FromPath(file.stem()) + L".ply";
     parts_->sceneLoaded = false;
     parts_->preview->Show(path);
@@ -139,7 +137,8 @@ void MainWindow::LoadScene(const std::wstring& path) {
 }
 
 void MainWindow::UpdateModelDisplay() {
-    parts_->generate.UpdateModelDisplay();
+    parts_->download.ShowModel();
+    parts_->generate.UpdateButton();
 }
 
 void MainWindow::UpdateViewerControls() {
@@ -162,7 +161,7 @@ void MainWindow::customEvent(QEvent* event) {
         case kWebViewReadyMessage:
             parts_->webViewReady = message.Value() != 0;
             if (!parts_->webViewReady) {
-                parts_->sidebar->generateStatus->setText(UiString(TextId::WebViewFailed));
+                parts_->sidebar->ShowStatus(Text(TextId::WebViewFailed));
             }
             return UpdateMenuState();
         default:

@@ -40,7 +40,6 @@ void MainWindow::Layout(int width, int height) {
     parts_->preview->setGeometry(viewer);
     parts_->viewerFocus->setGeometry(viewer);
     parts_->bridge.SetBounds(viewer);
-    parts_->sidebar->LayoutSidebar();
 }
 
 void MainWindow::ToggleSidebar() {

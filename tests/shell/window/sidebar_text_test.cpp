@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "shell/window/sidebar.h"
+#include "tests/shell/window/find_control.h"
 #include "ui/settings.h"
 #include "ui/spoken_text.h"
 #include "ui/text_label.h"
@@ -53,7 +54,9 @@ TEST_P(SidebarTextTest, NoTextIsCutOff) {
 }
 
 TEST_P(SidebarTextTest, NoEntryOfAComboIsCutOff) {
-    for (const QComboBox* const combo : {sidebar.provider, sidebar.stereoMode}) {
+    for (const QComboBox* const combo :
+         {test::FindControl<QComboBox>(sidebar, ControlId::Provider),
+          test::FindControl<QComboBox>(sidebar, ControlId::StereoMode)}) {
         for (int i = 0; i < combo->count(); ++i) {
             EXPECT_LE(QFontMetrics(combo->font()).horizontalAdvance(combo->itemText(i)) + 30,
                       combo->width());
@@ -64,12 +67,12 @@ TEST_P(SidebarTextTest, NoEntryOfAComboIsCutOff) {
 TEST_P(SidebarTextTest, StatusTextsFitIntoTheirLabels) {
     for (const TextId text : {TextId::ConversionStarting, TextId::ConversionComplete,
                               TextId::ModelNeeded, TextId::WebViewFailed}) {
-        sidebar.generateStatus->setText(UiString(text));
-        EXPECT_TRUE(dynamic_cast<const TextLabel&>(*sidebar.generateStatus).Fits()) << Text(text);
+        sidebar.ShowStatus(Text(text));
+        EXPECT_TRUE(dynamic_cast<const TextLabel&>(*Find(1034)).Fits()) << Text(text);
     }
     for (const TextId text : {TextId::DownloadStarting, TextId::DownloadComplete}) {
-        sidebar.downloadStatus->setText(UiString(text));
-        EXPECT_TRUE(dynamic_cast<const TextLabel&>(*sidebar.downloadStatus).Fits()) << Text(text);
+        sidebar.ShowDownloadStart(Text(text));
+        EXPECT_TRUE(dynamic_cast<const TextLabel&>(*Find(1015)).Fits()) << Text(text);
     }
 }
 
@@ -84,12 +87,13 @@ TEST_P(SidebarTextTest, TextsAreThoseOfTheTable) {
         EXPECT_EQ(Find(id)->property("text").toString(), UiString(text)) << id;
     }
     for (int i = 0; i < 6; ++i) {
-        EXPECT_EQ(sidebar.stereoMode->itemText(i),
+        EXPECT_EQ(test::FindControl<QComboBox>(sidebar, ControlId::StereoMode)->itemText(i),
                   UiString(kStereoModeTexts.at(static_cast<std::size_t>(i)).inList));
     }
-    EXPECT_EQ(sidebar.stereoMode->count(), 6);
-    EXPECT_EQ(sidebar.provider->count(), 2);
-    EXPECT_EQ(sidebar.provider->itemText(1), "CUDA (nVidia)");
+    EXPECT_EQ(test::FindControl<QComboBox>(sidebar, ControlId::StereoMode)->count(), 6);
+    EXPECT_EQ(test::FindControl<QComboBox>(sidebar, ControlId::Provider)->count(), 2);
+    EXPECT_EQ(test::FindControl<QComboBox>(sidebar, ControlId::Provider)->itemText(1),
+              "CUDA (nVidia)");
     EXPECT_EQ(Find(1001)->property("text").toString(), "Vistrel");
     EXPECT_EQ(Find(1002)->property("text").toString(), "?");
     EXPECT_EQ(Find(1012)->property("text").toString(), QString::fromUtf8("Select\u2026"));

@@ -50,10 +50,6 @@ void FakeQuestions::OpenHelp(const std::wstring& appDir) {
     asked.push_back(L"help " + appDir);
 }
 
-QString NameOf(ControlId id) {
-    return QString::number(static_cast<int>(id));
-}
-
 WindowTest::WindowTest() {
     const auto set = [this](const char* name, const char* child) {
         qputenv(name, QByteArray::fromStdString((folder / child).string()));
