@@ -34,7 +34,6 @@ bool WebViewBridge::Initialize(QWidget* parent, const QRect& bounds, const std::
                                ReadyCallback onReady) {
     Release();
     tempFolder_ = tempFolder;
-    suppressStartNavigation_ = false;
     if (!CreateHost(parent, bounds)) {
         onReady(false);
         return false;
@@ -116,7 +115,7 @@ void WebViewBridge::OnController(std::unique_ptr<WebViewController> controller,
     const std::weak_ptr<char> alive = alive_;
     ready(true);
     if (alive.expired()) return;
-    if (!suppressStartNavigation_) view_->Navigate(BrowserAddress(StartPageUrl(tempFolder_)));
+    view_->Navigate(BrowserAddress(StartPageUrl(tempFolder_)));
 }
 
 void WebViewBridge::ApplySettings() {
@@ -128,10 +127,8 @@ void WebViewBridge::ApplySettings() {
 }
 
 void WebViewBridge::RegisterNavCompleteHandler() {
-    view_->SetNavigationCompletedHandler(WhileAlive([this](bool /*success*/) {
-        navigating_ = false;
-        DeliverPendingFile();
-    }));
+    view_->SetNavigationCompletedHandler(
+        WhileAlive([this](bool /*success*/) { DeliverPendingFile(); }));
 }
 
 void WebViewBridge::RegisterProcessFailedHandler() {
@@ -158,13 +155,10 @@ void WebViewBridge::SetVisible(bool visible) {
 
 void WebViewBridge::ShowScene(const std::wstring& path, bool sharp) {
     if (ready_ && view_ != nullptr) {
-        navigating_ = true;
         view_->Navigate(BrowserAddress(BuildViewerUrl(path, sharp)));
-        return;
+    } else {
+        pendingFile_ = path;
     }
-    pendingFile_ = path;
-    pendingMode_ = sharp;
-    pendingFlag_ = true;
 }
 
 void WebViewBridge::ExecJS(const std::wstring& script) {
