@@ -1,8 +1,7 @@
 #include "ui/ui_text.h"
 
-#include <QLocale>
+#include <QRegularExpression>
 #include <QString>
-#include <QStringList>
 #include <algorithm>
 
 #include "ui/wide_text.h"
@@ -270,12 +269,9 @@ std::wstring Filled(std::wstring_view text, std::initializer_list<std::wstring_v
     return filled.substr(0, kMostCharacters);
 }
 
-bool IsJapaneseUser() {
-    const QStringList languages = QLocale::system().uiLanguages();
-    if (languages.isEmpty()) return false;
-    const QString first = languages.front();
-    return first.startsWith(u"ja", Qt::CaseInsensitive) &&
-           (first.size() == 2 || !first.at(2).isLetterOrNumber());
+QString SpokenText(QString shown) {
+    static const QRegularExpression kForTheEye(R"(\(&.\)|&|^[\p{S}\p{Pd}\s]+|[\p{S}\p{Pd}\s]+$)");
+    return shown.remove(kForTheEye);
 }
 
 }  // namespace vistrel

@@ -148,7 +148,8 @@ extern const UiText* gUiText;
 [[nodiscard]] std::wstring Filled(std::wstring_view text,
                                   std::initializer_list<std::wstring_view> values);
 
-// Whether the user reads Japanese: the language subtag of the first of the system's languages.
-[[nodiscard]] bool IsJapaneseUser();
+// What a screen reader says for a text that is made for the eye: without mnemonics, and without the
+// symbols and dashes around it.
+[[nodiscard]] QString SpokenText(QString shown);
 
 }  // namespace vistrel

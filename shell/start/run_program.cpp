@@ -5,8 +5,8 @@
 #include <iostream>
 
 #include "shell/start/end_signals.h"
-#include "shell/start/qt_translation.h"
 #include "shell/window/key_filter.h"
+#include "ui/language.h"
 #include "ui/mailbox.h"
 #include "ui/ui_text.h"
 

@@ -7,7 +7,6 @@
 #include <QTimer>
 #include <utility>
 
-#include "ui/spoken_text.h"
 #include "ui/ui_text.h"
 
 namespace vistrel {

@@ -10,7 +10,6 @@
 
 #include "shell/window/sidebar.h"
 #include "ui/settings.h"
-#include "ui/spoken_text.h"
 #include "ui/text_label.h"
 #include "ui/theme.h"
 #include "ui/wide_text.h"

@@ -11,6 +11,7 @@
 #include "base/user_folders.h"
 #include "shell/window/file_url.h"
 #include "ui/file_dialog.h"
+#include "ui/language.h"
 #include "ui/ui_text.h"
 #include "ui/wide_text.h"
 

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "shell/window/window_messages.h"
+#include "ui/language.h"
 #include "ui/mailbox.h"
 #include "ui/ui_text.h"
 

@@ -13,7 +13,6 @@
 #include "shell/window/sidebar.h"
 #include "tests/shell/window/find_control.h"
 #include "ui/settings.h"
-#include "ui/spoken_text.h"
 #include "ui/text_label.h"
 #include "ui/theme.h"
 #include "ui/ui_text.h"
@@ -86,11 +85,12 @@ TEST_P(SidebarTextTest, TextsAreThoseOfTheTable) {
     for (const auto& [id, text] : texts) {
         EXPECT_EQ(Find(id)->property("text").toString(), UiString(text)) << id;
     }
-    for (int i = 0; i < 6; ++i) {
+    for (int i = 0; i < kStereoModeCount; ++i) {
         EXPECT_EQ(test::FindControl<QComboBox>(sidebar, ControlId::StereoMode)->itemText(i),
                   UiString(kStereoModeTexts.at(static_cast<std::size_t>(i)).inList));
     }
-    EXPECT_EQ(test::FindControl<QComboBox>(sidebar, ControlId::StereoMode)->count(), 6);
+    EXPECT_EQ(test::FindControl<QComboBox>(sidebar, ControlId::StereoMode)->count(),
+              kStereoModeCount);
     EXPECT_EQ(test::FindControl<QComboBox>(sidebar, ControlId::Provider)->count(), 2);
     EXPECT_EQ(test::FindControl<QComboBox>(sidebar, ControlId::Provider)->itemText(1),
               "CUDA (nVidia)");
