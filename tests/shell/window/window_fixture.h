@@ -22,7 +22,7 @@ class QWidget;
 namespace vistrel::test {
 
 // Answers in the user's place and notes down what was asked.
-class FakeQuestions : public WindowDialogs {
+class FakeDialogs : public WindowDialogs {
   public:
     std::optional<std::wstring> AskPhotographOrScene() override;
     std::optional<std::wstring> AskModel(const std::wstring& modelPath) override;
@@ -65,7 +65,7 @@ class WindowTest : public testing::Test {
 
     TemporaryFolder folder;
     FakeBrowser browser;
-    FakeQuestions* dialogs = nullptr;  // the window's own
+    FakeDialogs* dialogs = nullptr;  // the window's own
     std::wstring webDir = L"/web";     // the page's folder; there is none of this name
     MainWindowServices services;
     std::unique_ptr<MainWindow> window;
