@@ -24,7 +24,7 @@ struct AppSettings {
     std::wstring modelPath;              // full path of the ONNX file; empty: none chosen
     std::wstring outputDir;              // folder proposed for the next output file
     std::wstring outputFilename;         // name proposed for it
-    std::int32_t stereoMode = 0;         // 0 to 5, not checked on load
+    std::int32_t stereoMode = 0;         // number of a StereoMode, not checked on load
     bool isSwapped = false;              // left and right views exchanged
     double focus = 0.0;                  // -100 to 100, not checked on load; kept as text
     double depth = 30.0;                 // 0 to 200, not checked on load; kept as text

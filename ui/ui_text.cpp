@@ -1,14 +1,16 @@
 #include "ui/ui_text.h"
 
-#include <QLocale>
+#include <QRegularExpression>
 #include <QString>
-#include <QStringList>
+#include <algorithm>
+
+#include "ui/wide_text.h"
 
 namespace vistrel {
 
 const UiText* gUiText = nullptr;
 
-const UiText kEnglishText = {
+constexpr UiText kEnglishText = {
     // 0
     L"— ONNX Model —",
     L"— Input Image —",
@@ -122,8 +124,8 @@ const UiText kEnglishText = {
     L"&About...",
 };
 
-// The odd spelling in slots 5 and 34 is the one that users know.
-const UiText kJapaneseText = {
+// The odd spelling of ProviderLabel and FallbackCaption is the one that users know.
+constexpr UiText kJapaneseText = {
     // 0
     L"— ONNXモデル —",
     L"— 入力画像 —",
@@ -237,16 +239,39 @@ const UiText kJapaneseText = {
     L"バージョン情報(&A)...",
 };
 
-const wchar_t* Text(std::size_t slot) {
-    return (gUiText != nullptr ? *gUiText : kEnglishText).at(slot);
+static_assert(kEnglishText.back() != nullptr && kJapaneseText.back() != nullptr,
+              "every text stands in both tables");
+
+const wchar_t* Text(TextId id) {
+    return (gUiText != nullptr ? *gUiText : kEnglishText).at(static_cast<std::size_t>(id));
 }
 
-bool IsJapaneseUser() {
-    const QStringList languages = QLocale::system().uiLanguages();
-    if (languages.isEmpty()) return false;
-    const QString first = languages.front();
-    return first.startsWith(u"ja", Qt::CaseInsensitive) &&
-           (first.size() == 2 || !first.at(2).isLetterOrNumber());
+QString UiString(TextId id) {
+    return FromWide(Text(id));
+}
+
+const wchar_t* EnglishText(TextId id) {
+    return kEnglishText.at(static_cast<std::size_t>(id));
+}
+
+std::wstring Filled(std::wstring_view text, std::initializer_list<std::wstring_view> values) {
+    constexpr std::size_t kMostCharacters = 256;
+    std::wstring filled;
+    for (const std::wstring_view value : values) {
+        // Only in what stands behind the last value, which may hold anything.
+        const std::size_t place = std::min(text.find(L"%d"), text.find(L"%s"));
+        if (place == std::wstring_view::npos) break;
+        filled += text.substr(0, place);
+        filled += value;
+        text.remove_prefix(place + 2);
+    }
+    filled += text;
+    return filled.substr(0, kMostCharacters);
+}
+
+QString SpokenText(QString shown) {
+    static const QRegularExpression kForTheEye(R"(\(&.\)|&|^[\p{S}\p{Pd}\s]+|[\p{S}\p{Pd}\s]+$)");
+    return shown.remove(kForTheEye);
 }
 
 }  // namespace vistrel

@@ -1,8 +1,9 @@
 #include "viewer/page_calls.h"
 
-#include <algorithm>
 #include <locale>
 #include <sstream>
+
+#include "viewer/page_path.h"
 
 namespace vistrel {
 namespace {
@@ -14,15 +15,8 @@ std::wostringstream PlainStream() {
     return stream;
 }
 
-std::wstring WithSlashes(std::wstring path) {
-    std::replace(path.begin(), path.end(), L'\\', L'/');
-    return path;
-}
-
 std::wstring PageUrl(const std::wstring& folder) {
-    const std::wstring path = WithSlashes(folder);
-    // Three slashes in all; an absolute path brings the third itself.
-    return (path.starts_with(L'/') ? L"file://" : L"file:///") + path + L"/gaus3d.html?nreso=1";
+    return FileAddress(folder) + L"/gaus3d.html?nreso=1";
 }
 
 }  // namespace
@@ -46,12 +40,7 @@ std::wstring SwapEyesCall(bool swap) {
 }
 
 std::wstring FileCall(const std::wstring& path) {
-    std::wstring escaped;
-    for (const wchar_t letter : WithSlashes(path)) {
-        if (letter == L'\'') escaped += L'\\';
-        escaped += letter;
-    }
-    return L"if(typeof FileFromNative==='function'){FileFromNative('" + escaped + L"')}";
+    return L"if(typeof FileFromNative==='function'){FileFromNative('" + ScriptPath(path) + L"')}";
 }
 
 std::wstring StartPageUrl(const std::wstring& folder) {
@@ -59,17 +48,8 @@ std::wstring StartPageUrl(const std::wstring& folder) {
 }
 
 std::wstring SceneUrl(const std::wstring& folder, const std::wstring& path, bool sharp) {
-    std::wstring url = PageUrl(folder) + (sharp ? L"&mode=0" : L"&mode=1") + L"&nst=1";
-    if (path.empty()) return url;
-    url += L"&openFile=";
-    for (const wchar_t letter : WithSlashes(path)) {
-        if (letter == L' ') {
-            url += L"%20";
-        } else {
-            url += letter;
-        }
-    }
-    return url;
+    const std::wstring url = PageUrl(folder) + (sharp ? L"&mode=0" : L"&mode=1") + L"&nst=1";
+    return path.empty() ? url : url + L"&openFile=" + QueryPath(path);
 }
 
 }  // namespace vistrel

@@ -12,13 +12,12 @@ namespace vistrel {
 [[nodiscard]] std::wstring StereoModeCall(int mode);
 [[nodiscard]] std::wstring FocusDepthCall(double focus, double depth);
 [[nodiscard]] std::wstring SwapEyesCall(bool swap);
-// Backslashes of the path become slashes.
 [[nodiscard]] std::wstring FileCall(const std::wstring& path);
 
 // The page in `folder` without a scene. Nothing is percent-encoded.
 [[nodiscard]] std::wstring StartPageUrl(const std::wstring& folder);
-// The page in `folder` with the scene at `path` (empty: none) and a fresh view. Only blanks of the
-// path are percent-encoded, so a path with "#" or "&" in it is cut off there.
+// The page in `folder` with the scene at `path` (empty: none) and a fresh view. A path with "#" or
+// "&" in it is cut off there (viewer/page_path.h).
 [[nodiscard]] std::wstring SceneUrl(const std::wstring& folder, const std::wstring& path,
                                     bool sharp);
 

@@ -6,9 +6,8 @@
 
 namespace vistrel {
 
-// The page is told a scene's path in its address, where "#", "&", "%" and "+" mean something else
-// and many a byte cannot stand. A scene of such a name gets a link with a plain one, and so does
-// one whose ending is not in small letters, by which the page tells the formats.
+// The page is told a scene's path in its address. A scene whose path does not survive that
+// (viewer/page_path.h) gets a link with a plain name.
 //
 // One thread at a time; nothing throws.
 class SceneLink {
@@ -19,8 +18,9 @@ class SceneLink {
     SceneLink(const SceneLink&) = delete;
     SceneLink& operator=(const SceneLink&) = delete;
 
-    // `path` itself where the page can be told it, or where no link can be made; otherwise the path
-    // of a link to it, which lasts until the next call or the end of this object.
+    // `path`, an absolute one, itself where the page can be told it, or where no link can be made;
+    // otherwise the path of a link to it, which lasts until the next call or the end of this
+    // object.
     [[nodiscard]] std::wstring PathFor(const std::wstring& path);
 
   private:

@@ -44,6 +44,7 @@ class WebView {
 
     virtual ~WebView() = default;
     virtual WebViewSettings& Settings() = 0;
+    // Addresses and scripts are whole characters; what no address can hold is encoded here.
     virtual void Navigate(const std::wstring& url) = 0;
     virtual void ExecuteScript(const std::wstring& script, ScriptCompleted completed) = 0;
     // At device pixels, with everything drawn that the page had drawn before the call.

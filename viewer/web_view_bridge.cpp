@@ -11,6 +11,7 @@
 #include "base/text_encoding.h"
 #include "base/user_folders.h"
 #include "viewer/page_calls.h"
+#include "viewer/page_path.h"
 #include "viewer/web_view_loader.h"
 
 namespace vistrel {
@@ -34,7 +35,6 @@ bool WebViewBridge::Initialize(QWidget* parent, const QRect& bounds, const std::
                                ReadyCallback onReady) {
     Release();
     tempFolder_ = tempFolder;
-    suppressStartNavigation_ = false;
     if (!CreateHost(parent, bounds)) {
         onReady(false);
         return false;
@@ -116,7 +116,7 @@ void WebViewBridge::OnController(std::unique_ptr<WebViewController> controller,
     const std::weak_ptr<char> alive = alive_;
     ready(true);
     if (alive.expired()) return;
-    if (!suppressStartNavigation_) view_->Navigate(StartPageUrl(tempFolder_));
+    view_->Navigate(BrowserAddress(StartPageUrl(tempFolder_)));
 }
 
 void WebViewBridge::ApplySettings() {
@@ -128,10 +128,8 @@ void WebViewBridge::ApplySettings() {
 }
 
 void WebViewBridge::RegisterNavCompleteHandler() {
-    view_->SetNavigationCompletedHandler(WhileAlive([this](bool /*success*/) {
-        navigating_ = false;
-        DeliverPendingFile();
-    }));
+    view_->SetNavigationCompletedHandler(
+        WhileAlive([this](bool /*success*/) { DeliverPendingFile(); }));
 }
 
 void WebViewBridge::RegisterProcessFailedHandler() {
@@ -158,19 +156,16 @@ void WebViewBridge::SetVisible(bool visible) {
 
 void WebViewBridge::ShowScene(const std::wstring& path, bool sharp) {
     if (ready_ && view_ != nullptr) {
-        const std::wstring url = BuildViewerUrl(path, sharp);
-        navigating_ = true;
-        view_->Navigate(url);
-        return;
+        view_->Navigate(BrowserAddress(BuildViewerUrl(path, sharp)));
+    } else {
+        pendingFile_ = path;
     }
-    pendingFile_ = path;
-    pendingMode_ = sharp;
-    pendingFlag_ = true;
 }
 
 void WebViewBridge::ExecJS(const std::wstring& script) {
     if (view_ == nullptr) return;
-    view_->ExecuteScript(script, [](bool /*success*/, const std::wstring& /*result*/) {});
+    view_->ExecuteScript(BrowserScript(script),
+                         [](bool /*success*/, const std::wstring& /*result*/) {});
 }
 
 void WebViewBridge::SetStereoMode(int mode) {

@@ -57,7 +57,7 @@ class WebViewBridge {
 
     // Runs a script in the page; nobody hears how it went.
     void ExecJS(const std::wstring& script);
-    // 0 to 5, see the stereo mode menu.
+    // `mode` is the number of a StereoMode; not checked.
     void SetStereoMode(int mode);
     // Positions of the two sliders: -100 to 100 and 0 to 200.
     void SetFocusDepth(double focus, double depth);
@@ -91,17 +91,12 @@ class WebViewBridge {
 
     QPointer<QWidget> host_;
     bool ready_ = false;
-    bool suppressStartNavigation_ = false;  // nothing sets it
     std::wstring tempFolder_;
     WebView* view_ = nullptr;  // of controller_
     std::unique_ptr<WebViewEnvironment> environment_;
     std::unique_ptr<WebViewController> controller_;
-    // The scene that was asked for before the view was ready. The page shows it in its own mode:
-    // the two flags are kept for nobody so far.
+    // The scene that was asked for before the view was ready. The page shows it in its own mode.
     std::wstring pendingFile_;
-    bool pendingMode_ = true;
-    bool pendingFlag_ = false;
-    bool navigating_ = false;
 };
 
 }  // namespace vistrel

@@ -12,27 +12,14 @@
 #include "ui/mailbox.h"
 #include "ui/settings.h"
 #include "ui/ui_text.h"
+#include "ui/wide_text.h"
 #include "ui_batch_dialog.h"
 
 namespace vistrel {
 namespace {
 
-constexpr std::size_t kCaption = 45;
-constexpr std::size_t kInputLabel = 46;
-constexpr std::size_t kStart = 48;
-constexpr std::size_t kCancel = 49;
-constexpr std::size_t kBrowse = 50;
-constexpr std::size_t kReady = 51;
-constexpr std::size_t kProcessing = 52;
-constexpr std::size_t kComplete = 53;
-constexpr std::size_t kCancelled = 54;
-constexpr std::size_t kCancelPending = 55;
-constexpr std::size_t kClose = 56;
-constexpr std::size_t kElapsed = 62;
-
 constexpr int kClosed = 1;
 constexpr std::chrono::seconds kTimerPeriod(1);
-constexpr std::size_t kStatusCharacters = 256;
 
 // Number of the file that the last progress report of any batch was about.
 int gLastCurrent = -1;
@@ -41,18 +28,10 @@ std::int64_t SteadyNanoseconds() {
     return std::chrono::steady_clock::now().time_since_epoch() / std::chrono::nanoseconds(1);
 }
 
-// Puts `value` where `place` stands first.
-std::wstring Filled(std::wstring text, std::wstring_view place, std::wstring_view value) {
-    const std::size_t position = text.find(place);
-    return position == std::wstring::npos ? text : text.replace(position, place.size(), value);
-}
-
-// The name goes in last: it may hold anything.
 QString ProcessingStatus(const BatchProgressInfo& info) {
-    std::wstring text = Filled(Text(kProcessing), L"%d", std::to_wstring(info.current));
-    text = Filled(std::move(text), L"%d", std::to_wstring(info.total));
-    text = Filled(std::move(text), L"%s", info.fileName);
-    return QString::fromStdWString(text.substr(0, kStatusCharacters));
+    return FromWide(
+        Filled(Text(TextId::BatchProcessing),
+               {std::to_wstring(info.current), std::to_wstring(info.total), info.fileName}));
 }
 
 // What the user sees in `edit` counts. Where it shows `folder`, `folder` stays: bytes that are no
@@ -100,14 +79,14 @@ BatchDialog::~BatchDialog() {
 void BatchDialog::SetUpForm() {
     form_->setupUi(this);
     PrepareDialog(*this);
-    setWindowTitle(UiString(kCaption));
-    form_->inputLabel->setText(UiString(kInputLabel));
-    form_->status->setText(UiString(kReady));
+    setWindowTitle(UiString(TextId::BatchCaption));
+    form_->inputLabel->setText(UiString(TextId::BatchInput));
+    form_->status->setText(UiString(TextId::BatchReady));
     form_->output->setText(QString::fromStdWString(outputFolder_));
-    SetButtonText(*form_->inputBrowse, kBrowse);
-    SetButtonText(*form_->outputBrowse, kBrowse);
-    SetButtonText(*form_->start, kStart);
-    SetButtonText(*form_->cancel, kCancel);
+    SetButtonText(*form_->inputBrowse, TextId::BatchBrowse);
+    SetButtonText(*form_->outputBrowse, TextId::BatchBrowse);
+    SetButtonText(*form_->start, TextId::BatchStart);
+    SetButtonText(*form_->cancel, TextId::BatchCancel);
     SetSpokenNames();
     SetControlId(*form_->input, BatchControlId::Input);
     SetControlId(*form_->inputBrowse, BatchControlId::InputBrowse);
@@ -134,7 +113,7 @@ void BatchDialog::SetSpokenNames() {
 }
 
 void BatchDialog::OnBrowse(bool input) {
-    const std::optional<std::wstring> folder = askFolder(Text(kBrowse));
+    const std::optional<std::wstring> folder = askFolder(Text(TextId::BatchBrowse));
     if (!folder) return;
     (input ? inputFolder_ : outputFolder_) = *folder;
     (input ? form_->input : form_->output)->setText(QString::fromStdWString(*folder));
@@ -174,7 +153,7 @@ void BatchDialog::OnCancel() {
         done(kDialogCancelled);
         return;
     }
-    form_->status->setText(UiString(kCancelPending));
+    form_->status->setText(UiString(TextId::BatchCancelPending));
     converter_->cancelRequested.exchange(true);
     engine_->cancelRequested.exchange(true);
 }
@@ -209,11 +188,11 @@ void BatchDialog::OnProgress(const BatchProgressInfo& info) {
 void BatchDialog::OnFinished(const BatchProgressInfo& info) {
     timer_.stop();
     SetRunning(false);
-    SetButtonText(*form_->close, kClose);
+    SetButtonText(*form_->close, TextId::BatchClose);
     if (info.cancelled) {
-        form_->status->setText(UiString(kCancelled));
+        form_->status->setText(UiString(TextId::BatchCancelled));
     } else if (info.completed) {
-        form_->status->setText(UiString(kComplete));
+        form_->status->setText(UiString(TextId::BatchComplete));
         form_->progress->setValue(form_->progress->maximum());
     }
 }
@@ -234,7 +213,7 @@ void BatchDialog::ShowElapsed() {
     if (!running_) return;
     const std::int64_t seconds = (clock() - startTime_) / 1'000'000'000;
     form_->elapsed->setText(
-        QString::fromStdWString(Filled(Text(kElapsed), L"%d", std::to_wstring(seconds))));
+        FromWide(Filled(Text(TextId::BatchElapsed), {std::to_wstring(seconds)})));
 }
 
 }  // namespace vistrel

@@ -4,32 +4,22 @@
 #include "ui_conflict_dialog.h"
 
 namespace vistrel {
-namespace {
-
-constexpr std::size_t kCaption = 57;
-constexpr std::size_t kMessage = 58;
-constexpr std::size_t kOverwrite = 59;
-constexpr std::size_t kRename = 60;
-constexpr std::size_t kCancel = 61;
-
-}  // namespace
-
 ConflictDialog::ConflictDialog(QWidget* owner) : QDialog(owner) {
     Ui::ConflictForm form;
     form.setupUi(this);
     PrepareDialog(*this);
-    setWindowTitle(UiString(kCaption));
-    form.message->setText(UiString(kMessage));
+    setWindowTitle(UiString(TextId::ConflictCaption));
+    form.message->setText(UiString(TextId::ConflictMessage));
     setAccessibleDescription(form.message->text());
     SetControlId(*form.message, BatchControlId::ConflictMessage);
-    const auto add = [this](QPushButton& button, BatchControlId id, std::size_t slot) {
+    const auto add = [this](QPushButton& button, BatchControlId id, TextId text) {
         SetControlId(button, id);
-        SetButtonText(button, slot);
+        SetButtonText(button, text);
         connect(&button, &QPushButton::clicked, this, [this, id] { done(static_cast<int>(id)); });
     };
-    add(*form.overwrite, BatchControlId::ConflictOverwrite, kOverwrite);
-    add(*form.rename, BatchControlId::ConflictRename, kRename);
-    add(*form.cancel, BatchControlId::ConflictCancel, kCancel);
+    add(*form.overwrite, BatchControlId::ConflictOverwrite, TextId::ConflictOverwrite);
+    add(*form.rename, BatchControlId::ConflictRename, TextId::ConflictRename);
+    add(*form.cancel, BatchControlId::ConflictCancel, TextId::ConflictCancel);
     UseSmallestLetters({form.overwrite, form.rename, form.cancel});
 }
 

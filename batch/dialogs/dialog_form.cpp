@@ -7,8 +7,6 @@
 #include <QStyleOptionButton>
 #include <algorithm>
 
-#include "ui/ui_text.h"
-
 namespace vistrel {
 namespace {
 
@@ -38,12 +36,8 @@ void SetControlId(QWidget& control, BatchControlId id) {
     control.setObjectName(QString::number(static_cast<int>(id)));
 }
 
-QString UiString(std::size_t slot) {
-    return QString::fromWCharArray(Text(slot));
-}
-
-void SetButtonText(QPushButton& button, std::size_t slot) {
-    const QString text = UiString(slot);
+void SetButtonText(QPushButton& button, TextId textId) {
+    const QString text = UiString(textId);
     button.setText(text);
     const int room = RoomForText(button);
     QFont font = button.parentWidget()->font();

@@ -1,14 +1,13 @@
 // What both dialogs do with their forms.
 #pragma once
 
-#include <cstddef>
 #include <initializer_list>
 
 #include "batch/dialogs/batch_control_id.h"
+#include "ui/ui_text.h"
 
 class QDialog;
 class QPushButton;
-class QString;
 class QWidget;
 
 namespace vistrel {
@@ -20,11 +19,8 @@ void PrepareDialog(QDialog& dialog);
 
 void SetControlId(QWidget& control, BatchControlId id);
 
-// The text in `slot` of the active language.
-[[nodiscard]] QString UiString(std::size_t slot);
-
-// Shows the text in `slot` in letters small enough for the button's width.
-void SetButtonText(QPushButton& button, std::size_t slot);
+// Shows the text in letters small enough for the button's width.
+void SetButtonText(QPushButton& button, TextId text);
 
 // Buttons that stand in a row look alike.
 void UseSmallestLetters(std::initializer_list<QPushButton*> buttons);

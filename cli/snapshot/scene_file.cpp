@@ -1,25 +1,22 @@
 #include "cli/snapshot/scene_file.h"
 
-#include <algorithm>
-#include <array>
+#include <cstddef>
 #include <fstream>
 #include <stdexcept>
 #include <string>
-#include <string_view>
 #include <system_error>
 
+#include "base/scene_kind.h"
+
 namespace vistrel {
-namespace {
-
-std::string EndingInSmallLetters(const std::filesystem::path& scene) {
-    std::string ending = scene.extension().native();
-    std::transform(ending.begin(), ending.end(), ending.begin(), [](char letter) {
-        return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
-    });
-    return ending;
+std::string SceneEndings() {
+    std::string all(kSceneEndings.front());
+    for (std::size_t i = 1; i < kSceneEndings.size(); ++i) {
+        all += i + 1 == kSceneEndings.size() ? " or " : ", ";
+        all += kSceneEndings[i];
+    }
+    return all;
 }
-
-}  // namespace
 
 void CheckScene(const std::filesystem::path& scene) {
     std::error_code error;
@@ -31,20 +28,15 @@ void CheckScene(const std::filesystem::path& scene) {
         throw std::runtime_error(scene.native() + " is no file");
     }
     if (!std::ifstream(scene)) throw std::runtime_error(scene.native() + " cannot be read");
-    constexpr std::array<std::string_view, 4> kEndings = {".ply", ".splat", ".ksplat", ".spz"};
-    const std::string ending = EndingInSmallLetters(scene);
-    if (std::find(kEndings.begin(), kEndings.end(), ending) == kEndings.end()) {
-        throw std::runtime_error(scene.native() +
-                                 " is no scene: its name does not end in .ply, .splat, .ksplat or "
-                                 ".spz");
+    if (!IsSceneName(scene)) {
+        throw std::runtime_error(scene.native() + " is no scene: its name does not end in " +
+                                 SceneEndings());
     }
 }
 
-std::filesystem::path LinkScene(const std::filesystem::path& scene,
-                                const std::filesystem::path& folder) {
-    std::filesystem::path link = folder / ("scene" + EndingInSmallLetters(scene));
-    std::filesystem::create_symlink(std::filesystem::canonical(scene), link);
-    return link;
+std::filesystem::path AbsoluteScene(const std::filesystem::path& scene) {
+    return std::filesystem::canonical(std::filesystem::absolute(scene).parent_path()) /
+           scene.filename();
 }
 
 }  // namespace vistrel

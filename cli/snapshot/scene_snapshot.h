@@ -13,8 +13,8 @@ namespace vistrel {
 
 struct SnapshotRequest {
     std::wstring pageFolder;
-    std::wstring scene;   // absolute, without letters that mean something in an address
-    int mode = 0;         // stereo mode, 0 to 5
+    std::wstring scene;   // absolute; one that the page can be told (viewer/page_path.h)
+    int mode = 0;         // number of a StereoMode
     bool sharp = true;    // false: General
     bool swap = false;    // left and right views exchanged
     double focus = 0.0;   // -100 to 100

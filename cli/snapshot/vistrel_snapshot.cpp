@@ -21,6 +21,7 @@
 #include <thread>
 
 #include "base/new_file.h"
+#include "base/stereo_mode.h"
 #include "base/text_encoding.h"
 #include "cli/interrupts.h"
 #include "cli/picture_size.h"
@@ -30,6 +31,7 @@
 #include "cli/snapshot/virtual_display.h"
 #include "cli/snapshot/work_folder.h"
 #include "shell/start/extraction.h"
+#include "viewer/scene_link.h"
 #include "viewer/web_view_loader.h"
 
 namespace vistrel {
@@ -69,7 +71,8 @@ void Take(Options& options, const WorkFolder& folder) {
         throw std::runtime_error("the viewer page could not be written to " +
                                  folder.Path().native());
     }
-    options.request.scene = FromPath(LinkScene(options.scene, folder.Path()));
+    SceneLink link(options.request.pageFolder);
+    options.request.scene = link.PathFor(FromPath(AbsoluteScene(options.scene)));
     options.request.sharp = !options.general;
     options.request.timeout = std::chrono::seconds(options.seconds);
     std::vector<std::byte> picture;
@@ -118,13 +121,20 @@ int RunInSurroundings(char* program, Options& options) {
     return TakeUnlessInterrupted(interrupts, application, options, folder);
 }
 
+std::string StereoModeHelp() {
+    std::string help = "Stereo mode:";
+    for (std::size_t mode = 0; mode < kStereoModeNames.size(); ++mode) {
+        help += (mode == 0 ? " " : ", ") + std::to_string(mode) + ' ';
+        help += kStereoModeNames[mode];
+    }
+    return help;
+}
+
 void AddOptions(CLI::App& app, Options& options) {
     SnapshotRequest& request = options.request;
     app.set_version_flag("--version", "vistrel-snapshot " VISTREL_VERSION);
-    app.add_option("--mode", request.mode,
-                   "Stereo mode: 0 side by side, 1 LR/RL, 2 Dubois, 3 color anaglyph, 4 gray "
-                   "anaglyph, 5 interlaced")
-        ->check(CLI::Range(0, 5))
+    app.add_option("--mode", request.mode, StereoModeHelp())
+        ->check(CLI::Range(0, kStereoModeCount - 1))
         ->capture_default_str();
     app.add_flag("--general", options.general, "For scenes that Vistrel has not made");
     app.add_flag("--swap", request.swap, "Exchange left and right");
@@ -135,8 +145,7 @@ void AddOptions(CLI::App& app, Options& options) {
     app.add_option("--timeout", options.seconds, "Seconds after which to give up")
         ->check(CLI::Range(1, 86400))
         ->capture_default_str();
-    app.add_option("SCENE", options.scene, "Scene to show: .ply, .splat, .ksplat or .spz")
-        ->required();
+    app.add_option("SCENE", options.scene, "Scene to show: " + SceneEndings())->required();
     app.add_option("OUTPUT", options.output, "PNG file to write; its folder is created")
         ->required();
 }

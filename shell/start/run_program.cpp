@@ -1,24 +1,20 @@
 #include "shell/start/run_program.h"
 
 #include <QCoreApplication>
-#include <cstddef>
 #include <exception>
 #include <iostream>
 
 #include "shell/start/end_signals.h"
-#include "shell/start/qt_translation.h"
 #include "shell/window/key_filter.h"
+#include "ui/language.h"
 #include "ui/mailbox.h"
 #include "ui/ui_text.h"
 
 namespace vistrel {
 namespace {
 
-constexpr std::size_t kExtractionFailedText = 37;
-constexpr std::size_t kWindowFailedText = 40;
-
-ProgramEnd Failed(const ProgramSteps& steps, std::size_t slot) {
-    steps.tellFailure(Text(slot));
+ProgramEnd Failed(const ProgramSteps& steps, TextId reason) {
+    steps.tellFailure(Text(reason));
     return {.exitCode = 1};
 }
 
@@ -37,9 +33,9 @@ ProgramEnd RunProgram(const ProgramSteps& steps) {
     gUiText = IsJapaneseUser() ? &kJapaneseText : &kEnglishText;
     InstallQtTranslation();
     const std::optional<ProgramFiles> files = steps.extract();
-    if (!files) return Failed(steps, kExtractionFailedText);
+    if (!files) return Failed(steps, TextId::ExtractionFailed);
     ProgramWindow window = MakeWindow(steps, *files);
-    if (!window.widget) return Failed(steps, kWindowFailedText);
+    if (!window.widget) return Failed(steps, TextId::WindowFailed);
     window.widget->show();
 
     ProgramEnd end;

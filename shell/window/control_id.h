@@ -1,6 +1,11 @@
 // Numbers of the controls and commands; as object names of the widgets they are decimal ("1033").
 #pragma once
 
+#include <cstdint>
+#include <optional>
+
+#include "base/stereo_mode.h"
+
 namespace vistrel {
 
 enum class ControlId : int {
@@ -41,11 +46,24 @@ enum class ControlId : int {
     MenuFullScreen = 4011,
     MenuSharpMode = 4020,
     MenuGeneralMode = 4021,
-    MenuFirstStereoMode = 4030,  // 4030 to 4035, one per stereo mode
+    MenuFirstStereoMode = 4030,  // those of the other modes follow
     MenuSwap = 4040,
     MenuReset = 4041,
     MenuHelp = 4050,
     MenuAbout = 4051,
 };
+
+// The menu's item for a stereo mode; `mode` is a StereoMode's number.
+constexpr ControlId StereoModeItem(std::int32_t mode) {
+    return static_cast<ControlId>(static_cast<int>(ControlId::MenuFirstStereoMode) + mode);
+}
+static_assert(StereoModeItem(kStereoModeCount - 1) < ControlId::MenuSwap);
+
+// The other way round; nothing for any other control.
+constexpr std::optional<std::int32_t> StereoModeOfItem(ControlId id) {
+    const int mode = static_cast<int>(id) - static_cast<int>(ControlId::MenuFirstStereoMode);
+    if (mode < 0 || mode >= kStereoModeCount) return std::nullopt;
+    return mode;
+}
 
 }  // namespace vistrel

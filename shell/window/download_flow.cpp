@@ -1,12 +1,10 @@
 #include "shell/window/download_flow.h"
 
-#include <QLabel>
-#include <QProgressBar>
-#include <QPushButton>
-#include <algorithm>
 #include <chrono>
 #include <exception>
+#include <filesystem>
 #include <optional>
+#include <system_error>
 #include <utility>
 
 #include "base/text_encoding.h"
@@ -18,16 +16,15 @@
 #include "ui/mailbox.h"
 #include "ui/settings.h"
 #include "ui/ui_text.h"
-#include "ui/wide_text.h"
 
 namespace vistrel {
 namespace {
 
 constexpr std::chrono::milliseconds kPause(100);
 
-void ShowPosition(QProgressBar& bar, quintptr value) {
-    const int position = static_cast<int>(value & 0xFFFF);
-    bar.setValue(std::min(position, bar.maximum()));  // the bar ignores what is beyond its end
+bool Exists(const std::wstring& path) {
+    std::error_code ignored;
+    return std::filesystem::exists(ToPath(path), ignored);
 }
 
 }  // namespace
@@ -47,17 +44,22 @@ DownloadFlow::DownloadFlow(std::shared_ptr<ModelDownloader> downloader, AppSetti
     });
 }
 
+void DownloadFlow::ShowModel() {
+    const std::wstring& model = settings_.modelPath;
+    if (model.empty()) {
+        sidebar_.ShowModel(Text(TextId::NoModel), true);
+    } else {
+        sidebar_.ShowModel(FromPath(ToPath(model).filename()), !Exists(model));
+    }
+}
+
 void DownloadFlow::StartModelDownload() {
     if (downloader_->busy || !dialogs_.AskWhetherToDownload()) return;
     Start();
 }
 
 void DownloadFlow::Start() {
-    sidebar_.downloadStatus->setText(FromWide(Text(23)));
-    sidebar_.downloadProgress->show();
-    sidebar_.downloadStatus->show();
-    sidebar_.Disable(*sidebar_.downloadModel);
-    sidebar_.LayoutSidebar();
+    sidebar_.ShowDownloadStart(Text(TextId::DownloadStarting));
 
     // The callables share only what may outlive the window.
     const auto reports = std::make_shared<DownloadReports>(mailbox_);
@@ -86,31 +88,22 @@ void DownloadFlow::OnProgress(const WindowMessage& message) {
 }
 
 void DownloadFlow::Show(quintptr position, const std::wstring& text) {
-    if (sidebar_.downloadProgress->isHidden()) {
-        sidebar_.downloadProgress->show();
-        sidebar_.downloadStatus->show();
-        sidebar_.LayoutSidebar();
-    }
-    ShowPosition(*sidebar_.downloadProgress, position);
-    sidebar_.downloadStatus->setText(FromWide(text));
+    constexpr quintptr kPositionBits = 0xFFFF;
+    sidebar_.ShowDownload(static_cast<int>(position & kPositionBits), text);
     if (reports_) pause_.start();
 }
 
 void DownloadFlow::OnDone(const WindowMessage& message) {
     if (!message.Text()) return;
     pause_.stop();
-    sidebar_.downloadProgress->hide();
-    sidebar_.downloadModel->setEnabled(true);
-    if (message.Value() == 0) {
-        settings_.modelPath = *message.Text();
-        sidebar_.downloadStatus->setText(FromWide(Text(24)));
-        if (onModel) onModel();  // hides the text again, with the button
-        settings_.Save();
+    if (message.Value() != 0) {
+        sidebar_.ShowDownloadEnd(Text(TextId::DownloadFailed) + *message.Text());
         return;
     }
-    sidebar_.downloadStatus->setText(FromWide(Text(25) + *message.Text()));
-    sidebar_.downloadStatus->show();  // something else may have hidden it meanwhile
-    sidebar_.LayoutSidebar();
+    settings_.modelPath = *message.Text();
+    sidebar_.ShowDownloadEnd(Text(TextId::DownloadComplete));
+    if (onModel) onModel();  // hides the text again, with the button
+    settings_.Save();
 }
 
 }  // namespace vistrel

@@ -1,4 +1,4 @@
-// From the download button to the network's file.
+// The network's file: its name in the sidebar, and the way from the download button to it.
 #pragma once
 
 #include <QTimer>
@@ -23,9 +23,11 @@ class DownloadFlow {
     DownloadFlow(std::shared_ptr<ModelDownloader> downloader, AppSettings& settings,
                  Sidebar& sidebar, WindowDialogs& dialogs, std::shared_ptr<Mailbox> mailbox);
 
-    // The model path has changed.
+    // The model path has changed; to be shown.
     std::function<void()> onModel;
 
+    // Shows the model path's name, and the download button where there is no such file.
+    void ShowModel();
     // Asks the user and starts the download, which then reports to the mailbox.
     void StartModelDownload();
     // The messages kDownloadProgressMessage and kDownloadDoneMessage; without a text they are

@@ -1,18 +1,11 @@
 #include "shell/window/generate_flow.h"
 
-#include <QLabel>
-#include <QLineEdit>
 #include <QPointer>
-#include <QProgressBar>
-#include <QPushButton>
 #include <algorithm>
-#include <array>
 #include <chrono>
-#include <cwchar>
 #include <exception>
 #include <filesystem>
 #include <optional>
-#include <system_error>
 #include <utility>
 
 #include "base/text_encoding.h"
@@ -22,7 +15,6 @@
 #include "ui/mailbox.h"
 #include "ui/settings.h"
 #include "ui/ui_text.h"
-#include "ui/wide_text.h"
 
 namespace vistrel {
 namespace {
@@ -35,16 +27,8 @@ std::int64_t SteadyNanoseconds() {
     return std::chrono::duration_cast<std::chrono::nanoseconds>(now).count();
 }
 
-// The text in `slot` with its number filled in.
-std::wstring WithSeconds(std::size_t slot, int seconds) {
-    std::array<wchar_t, 256> buffer{};
-    std::swprintf(buffer.data(), buffer.size(), Text(slot), seconds);
-    return buffer.data();
-}
-
-bool Exists(const std::wstring& path) {
-    std::error_code ignored;
-    return std::filesystem::exists(ToPath(path), ignored);
+std::wstring WithSeconds(TextId text, int seconds) {
+    return Filled(Text(text), {std::to_wstring(seconds)});
 }
 
 // Share the mailbox alone, so the window may go before the conversion ends.
@@ -75,21 +59,15 @@ GenerateFlow::GenerateFlow(std::shared_ptr<ConversionEngine> engine, AppSettings
     timer_.callOnTimeout(&timer_, [this] { ShowElapsed(); });
 }
 
-void GenerateFlow::UpdateModelDisplay() {
-    const std::wstring& model = settings_.modelPath;
-    sidebar_.modelName->setText(model.empty() ? FromWide(Text(43))
-                                              : FromWide(FromPath(ToPath(model).filename())));
-    sidebar_.downloadModel->setHidden(!model.empty() && Exists(model));
-    sidebar_.downloadProgress->hide();
-    sidebar_.downloadStatus->hide();
-    sidebar_.generate->setEnabled(!inputImagePath.empty() && !model.empty() && !engine_->busy);
-    sidebar_.LayoutSidebar();
+void GenerateFlow::UpdateButton() {
+    sidebar_.SetGenerateEnabled(!inputImagePath.empty() && !settings_.modelPath.empty() &&
+                                !engine_->busy);
 }
 
 void GenerateFlow::RunGenerate() {
     if (engine_->busy || inputImagePath.empty()) return;
     if (settings_.modelPath.empty()) {
-        sidebar_.generateStatus->setText(FromWide(Text(29)));
+        sidebar_.ShowStatus(Text(TextId::ModelNeeded));
         return;
     }
     const std::optional<std::wstring> outputPath = ChooseOutput();
@@ -125,10 +103,10 @@ bool GenerateFlow::IsCudaMissing() const {
 }
 
 void GenerateFlow::Start(const std::wstring& outputPath) {
-    sidebar_.Disable(*sidebar_.generate);
+    sidebar_.SetGenerateEnabled(false);
     generateStartNs_ = clock();
-    statusBase_ = Text(26);
-    sidebar_.generateStatus->setText(FromWide(statusBase_));
+    statusBase_ = Text(TextId::ConversionStarting);
+    sidebar_.ShowStatus(statusBase_);
     timer_.start(kTickMs);
 
     try {
@@ -154,12 +132,12 @@ void GenerateFlow::OnDone(const WindowMessage& message) {
     timer_.stop();
     if (!message.Text()) return;
     const std::wstring& text = *message.Text();
-    sidebar_.generate->setEnabled(true);
+    sidebar_.SetGenerateEnabled(true);
     if (message.Value() == 0) {
-        sidebar_.generateStatus->setText(FromWide(WithSeconds(27, ElapsedSeconds())));
+        sidebar_.ShowStatus(WithSeconds(TextId::ConversionComplete, ElapsedSeconds()));
         if (onScene) onScene(text);
     } else {
-        sidebar_.generateStatus->setText(FromWide(Text(28) + text));
+        sidebar_.ShowStatus(Text(TextId::ConversionFailed) + text);
     }
     settings_.Save();
 }
@@ -170,7 +148,7 @@ void GenerateFlow::Stop() {
 }
 
 void GenerateFlow::ShowElapsed() {
-    sidebar_.generateStatus->setText(FromWide(statusBase_ + WithSeconds(42, ElapsedSeconds())));
+    sidebar_.ShowStatus(statusBase_ + WithSeconds(TextId::ElapsedSuffix, ElapsedSeconds()));
 }
 
 int GenerateFlow::ElapsedSeconds() const {

@@ -35,8 +35,8 @@ class GenerateFlow {
 
     // Asks where to save and starts the engine, which then reports to the mailbox.
     void RunGenerate();
-    // Model box, download button, Generate button.
-    void UpdateModelDisplay();
+    // The button can be pressed with a photograph, a model and an idle engine.
+    void UpdateButton();
     // The messages kGenerateProgressMessage and kGenerateDoneMessage; without a text they are
     // ignored, but the seconds stop with the latter.
     void OnProgress(const WindowMessage& message);

@@ -7,18 +7,10 @@
 #include <QTimer>
 #include <utility>
 
-#include "ui/spoken_text.h"
 #include "ui/ui_text.h"
-#include "ui/wide_text.h"
 
 namespace vistrel {
 namespace {
-
-constexpr int kStereoModes = 6;
-
-ControlId StereoItem(int mode) {
-    return static_cast<ControlId>(static_cast<int>(ControlId::MenuFirstStereoMode) + mode);
-}
 
 // Its items get a mark of the radio kind, and one of them at most has it.
 QActionGroup* MakeRadioGroup(QMenu* menu) {
@@ -43,49 +35,51 @@ MainMenu::MainMenu(QWidget* parent, std::function<void(ControlId)> onCommand,
 }
 
 void MainMenu::MakeFileMenu() {
-    QMenu* const menu = AddMenu(64);
-    AddItem(menu, ControlId::MenuSelectFile, 65);
-    AddItem(menu, ControlId::MenuBatch, 66);
-    AddItem(menu, ControlId::MenuSaveImage, 67);
+    QMenu* const menu = AddMenu(TextId::FileMenu);
+    AddItem(menu, ControlId::MenuSelectFile, TextId::MenuSelectFile);
+    AddItem(menu, ControlId::MenuBatch, TextId::MenuBatch);
+    AddItem(menu, ControlId::MenuSaveImage, TextId::MenuSaveImage);
     menu->addSeparator();
-    AddItem(menu, ControlId::MenuExit, 68);
+    AddItem(menu, ControlId::MenuExit, TextId::MenuExit);
 }
 
 void MainMenu::MakeViewMenu() {
-    QMenu* const menu = AddMenu(69);
-    AddItem(menu, ControlId::MenuSidePanel, 70)->setCheckable(true);
-    AddItem(menu, ControlId::MenuFullScreen, 71)->setCheckable(true);
+    QMenu* const menu = AddMenu(TextId::ViewMenu);
+    AddItem(menu, ControlId::MenuSidePanel, TextId::MenuSidePanel)->setCheckable(true);
+    AddItem(menu, ControlId::MenuFullScreen, TextId::MenuFullScreen)->setCheckable(true);
 }
 
 void MainMenu::MakeControlsMenu() {
-    controls_ = AddMenu(72);
+    controls_ = AddMenu(TextId::ControlsMenu);
     QActionGroup* const viewModes = MakeRadioGroup(controls_);
-    viewModes->addAction(AddItem(controls_, ControlId::MenuSharpMode, 73))->setCheckable(true);
-    viewModes->addAction(AddItem(controls_, ControlId::MenuGeneralMode, 74))->setCheckable(true);
+    viewModes->addAction(AddItem(controls_, ControlId::MenuSharpMode, TextId::MenuSharpMode))
+        ->setCheckable(true);
+    viewModes->addAction(AddItem(controls_, ControlId::MenuGeneralMode, TextId::MenuGeneralMode))
+        ->setCheckable(true);
     controls_->addSeparator();
 
-    QMenu* const stereo = controls_->addMenu(FromWide(Text(75)));
+    QMenu* const stereo = controls_->addMenu(UiString(TextId::StereoMenu));
     Watch(stereo);
     QActionGroup* const stereoModes = MakeRadioGroup(stereo);
-    for (int mode = 0; mode < kStereoModes; ++mode) {
-        QAction* const item =
-            AddItem(stereo, StereoItem(mode), static_cast<std::size_t>(76 + mode));
+    for (std::int32_t mode = 0; mode < kStereoModeCount; ++mode) {
+        const StereoModeTexts& texts = kStereoModeTexts.at(static_cast<std::size_t>(mode));
+        QAction* const item = AddItem(stereo, StereoModeItem(mode), texts.inMenu);
         stereoModes->addAction(item)->setCheckable(true);
     }
 
     controls_->addSeparator();
-    AddItem(controls_, ControlId::MenuSwap, 82);
-    AddItem(controls_, ControlId::MenuReset, 83);
+    AddItem(controls_, ControlId::MenuSwap, TextId::MenuSwap);
+    AddItem(controls_, ControlId::MenuReset, TextId::MenuReset);
 }
 
 void MainMenu::MakeHelpMenu() {
-    QMenu* const menu = AddMenu(84);
-    AddItem(menu, ControlId::MenuHelp, 85);
-    AddItem(menu, ControlId::MenuAbout, 86);
+    QMenu* const menu = AddMenu(TextId::HelpMenu);
+    AddItem(menu, ControlId::MenuHelp, TextId::MenuHelp);
+    AddItem(menu, ControlId::MenuAbout, TextId::MenuAbout);
 }
 
-QMenu* MainMenu::AddMenu(std::size_t slot) {
-    QMenu* const menu = addMenu(FromWide(Text(slot)));
+QMenu* MainMenu::AddMenu(TextId text) {
+    QMenu* const menu = addMenu(UiString(text));
     Watch(menu);
     return menu;
 }
@@ -101,8 +95,8 @@ void MainMenu::Watch(QMenu* menu) {
     });
 }
 
-QAction* MainMenu::AddItem(QMenu* menu, ControlId id, std::size_t slot) {
-    QAction* const item = menu->addAction(FromWide(Text(slot)));
+QAction* MainMenu::AddItem(QMenu* menu, ControlId id, TextId text) {
+    QAction* const item = menu->addAction(UiString(text));
     item->setObjectName(QString::number(static_cast<int>(id)));
     connect(item, &QAction::triggered, this, [this, id] { onCommand_(id); });
     items_[id] = item;
@@ -117,8 +111,8 @@ void MainMenu::UpdateMenuState(const MenuState& state) {
     if (!state.sceneLoaded) return;
     items_.at(ControlId::MenuSharpMode)->setChecked(state.sharpMode);
     items_.at(ControlId::MenuGeneralMode)->setChecked(!state.sharpMode);
-    for (int mode = 0; mode < kStereoModes; ++mode) {
-        items_.at(StereoItem(mode))->setChecked(mode == state.stereoMode);
+    for (std::int32_t mode = 0; mode < kStereoModeCount; ++mode) {
+        items_.at(StereoModeItem(mode))->setChecked(mode == state.stereoMode);
     }
 }
 

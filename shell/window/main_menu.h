@@ -2,11 +2,12 @@
 #pragma once
 
 #include <QMenuBar>
-#include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <map>
 
 #include "shell/window/control_id.h"
+#include "ui/ui_text.h"
 
 class QAction;
 class QMenu;
@@ -18,7 +19,7 @@ struct MenuState {
     bool sidebarShown = true;
     bool fullScreen = false;
     bool sharpMode = true;
-    int stereoMode = 0;  // a mode that there is not marks none
+    std::int32_t stereoMode = 0;  // a mode that there is not marks none
 };
 
 // Thread of the event loop. Keys named behind a tab are only shown; the window's keys act.
@@ -32,9 +33,9 @@ class MainMenu : public QMenuBar {
     void UpdateMenuState(const MenuState& state);
 
   private:
-    QMenu* AddMenu(std::size_t slot);
+    QMenu* AddMenu(TextId text);
     void Watch(QMenu* menu);
-    QAction* AddItem(QMenu* menu, ControlId id, std::size_t slot);
+    QAction* AddItem(QMenu* menu, ControlId id, TextId text);
     void MakeFileMenu();
     void MakeViewMenu();
     void MakeControlsMenu();

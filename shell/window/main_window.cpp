@@ -5,27 +5,27 @@
 #include <QDragEnterEvent>
 #include <QDropEvent>
 #include <QKeyEvent>
-#include <QLabel>
 #include <QLayout>
 #include <QMimeData>
+#include <QResizeEvent>
 #include <algorithm>
-#include <set>
 #include <utility>
 
+#include "base/scene_kind.h"
 #include "base/text_encoding.h"
-#include "shell/window/dropped_file.h"
-#include "shell/window/main_window_parts.h"
+#include "shell/window/file_url.h"
+#include "shell/window/main_menu.h"
+#include "shell/window/sidebar.h"
+#include "shell/window/window_dialogs.h"
 #include "shell/window/window_messages.h"
+#include "ui/mailbox.h"
 #include "ui/theme.h"
 #include "ui/ui_text.h"
-#include "ui/wide_text.h"
 
 namespace vistrel {
 namespace {
 
 constexpr QSize kFirstSize(1200, 700);
-constexpr std::size_t kLoaderMissingText = 41;
-constexpr std::size_t kWebViewFailedText = 30;
 
 std::unique_ptr<WindowDialogs> MakeDialogs(const MainWindowServices& services, QWidget* owner) {
     if (services.makeDialogs) return services.makeDialogs(owner);
@@ -38,124 +38,155 @@ AppSettings LoadedSettings() {
     return settings;
 }
 
-bool IsSplatFile(const std::wstring& path) {
-    static const std::set<std::wstring> kExtensions = {L".ply", L".splat", L".spz", L".ksplat"};
-    std::wstring extension = FromPath(ToPath(path).extension());
-    std::transform(extension.begin(), extension.end(), extension.begin(), [](wchar_t letter) {
-        return letter >= L'A' && letter <= L'Z' ? static_cast<wchar_t>(letter + (L'a' - L'A'))
-                                                : letter;
-    });
-    return kExtensions.contains(extension);
+// The theme comes before the first widget.
+QWidget* MakeClient(QWidget* window) {
+    ApplyTheme();
+    return new QWidget(window);
+}
+
+// What the sidebar leaves of the client.
+QRect ViewerBounds(const QSize& client, int left) {
+    return {left, 0, std::max(0, client.width() - left), client.height()};
 }
 
 }  // namespace
 
-MainWindow::Parts::Parts(MainWindow* window, std::wstring webDir, std::wstring programDir,
-                         MainWindowServices windowServices)
-    : services(std::move(windowServices)),
-      tempWebDir(std::move(webDir)),
-      appDir(std::move(programDir)),
-      settings(LoadedSettings()),
-      engine(std::make_shared<ConversionEngine>(services.providers)),
-      downloader(std::make_shared<ModelDownloader>(services.modelUrl)),
-      mailbox(Mailbox::Make(window)),
-      dialogs(MakeDialogs(services, window)),
-      bridge(Text(kLoaderMissingText), services.browser),
-      sceneLink(tempWebDir),
-      client(new QWidget(window)),
-      preview(new Preview(client)),
-      sidebar(new Sidebar(client, settings)),
-      viewerFocus(new FocusFrame(client, sidebar)),
-      generate(engine, settings, *sidebar, *dialogs, mailbox),
-      download(downloader, settings, *sidebar, *dialogs, mailbox) {}
-
-MainWindow::MainWindow(std::wstring webDir, std::wstring appDir, MainWindowServices services) {
-    ApplyTheme();
-    parts_ =
-        std::make_unique<Parts>(this, std::move(webDir), std::move(appDir), std::move(services));
+MainWindow::MainWindow(std::wstring webDir, std::wstring appDir, MainWindowServices services)
+    : services_(std::move(services)),
+      appDir_(std::move(appDir)),
+      settings_(LoadedSettings()),
+      engine_(std::make_shared<ConversionEngine>(services_.providers)),
+      downloader_(std::make_shared<ModelDownloader>(services_.modelUrl)),
+      mailbox_(Mailbox::Make(this)),
+      dialogs_(MakeDialogs(services_, this)),
+      client_(MakeClient(this)),
+      sidebar_(new Sidebar(client_, settings_)),
+      viewer_(client_, sidebar_, std::move(webDir), services_.browser),
+      frame_(*this, [this] { return MakeMenu(); }),
+      generate_(engine_, settings_, *sidebar_, *dialogs_, mailbox_),
+      download_(downloader_, settings_, *sidebar_, *dialogs_, mailbox_) {
     OnCreate();
 }
 
 MainWindow::~MainWindow() {
-    parts_->mailbox->Close();
-    parts_->client->removeEventFilter(this);  // no news of the parts as they go
+    mailbox_->Close();
+    client_->removeEventFilter(this);  // no news of the parts as they go
 }
 
 void MainWindow::OnCreate() {
     setWindowTitle("Vistrel");
     resize(kFirstSize);
     setAcceptDrops(true);
-    setCentralWidget(parts_->client);
-    parts_->client->installEventFilter(this);
+    setCentralWidget(client_);
+    client_->installEventFilter(this);
     connect(qApp, &QCoreApplication::aboutToQuit, this, [this] { Destroy(); });
 
-    parts_->generate.providers = parts_->services.providers;
-    parts_->sidebar->onCommand = [this](ControlId id, int value) { OnCommand(id, value); };
-    parts_->generate.onScene = [this](const std::wstring& path) {
-        parts_->settings.isSharpMode = true;
-        parts_->sidebar->SetViewMode(true);
+    generate_.providers = services_.providers;
+    sidebar_->onCommand = [this](ControlId id, int value) { OnCommand(id, value); };
+    generate_.onScene = [this](const std::wstring& path) {
+        settings_.isSharpMode = true;
+        sidebar_->SetViewMode(true);
         LoadScene(path);
     };
-    parts_->download.onModel = [this] { UpdateModelDisplay(); };
+    download_.onModel = [this] { UpdateModelDisplay(); };
 
     UpdateViewerControls();
-    BuildMenu();
+    frame_.BuildMenu();
+    UpdateMenuState();
     setFocus();  // keys act at once, and no button looks chosen
 
     layout()->activate();
-    const QSize area = parts_->client->size();
-    parts_->bridge.Initialize(
-        parts_->client,
-        QRect(Sidebar::kWidth, 0, std::max(0, area.width() - Sidebar::kWidth), area.height()),
-        parts_->tempWebDir, [mailbox = parts_->mailbox](bool ready) {
-            mailbox->Post(std::make_unique<WindowMessage>(kWebViewReadyMessage, ready ? 1 : 0));
-        });
-    parts_->viewerFocus->raise();
+    viewer_.Start(ViewerBounds(client_->size(), Sidebar::kWidth), [mailbox = mailbox_](bool ready) {
+        mailbox->Post(std::make_unique<WindowMessage>(kWebViewReadyMessage, ready ? 1 : 0));
+    });
     UpdateModelDisplay();
 }
 
+MainMenu* MainWindow::MakeMenu() {
+    return new MainMenu(
+        this, [this](ControlId id) { OnCommand(id); }, [this] { UpdateMenuState(); },
+        [this] { setFocus(); });
+}
+
 std::shared_ptr<Mailbox> MainWindow::Messages() const {
-    return parts_->mailbox;
+    return mailbox_;
 }
 
 bool MainWindow::HasRunningWorker() const {
-    return parts_->engine->busy || parts_->downloader->busy || parts_->preview->IsReading();
+    return engine_->busy || downloader_->busy || viewer_.IsReading();
 }
 
 void MainWindow::SelectFile(const std::wstring& path) {
-    if (IsSplatFile(path)) {
+    const std::filesystem::path file = ToPath(path);
+    if (IsSceneName(file)) {
         LoadScene(path);
         return;
     }
-    const std::filesystem::path file = ToPath(path);
-    parts_->generate.inputImagePath = path;
-    parts_->sidebar->inputName->setText(FromWide(FromPath(file.filename())));
-    parts_->settings.outputFilename = FromPath(file.stem()) + L".ply";
-    parts_->sceneLoaded = false;
-    parts_->preview->Show(path);
-    parts_->bridge.SetVisible(false);
+    generate_.inputImagePath = path;
+    sidebar_->ShowInput(FromPath(file.filename()));
+    settings_.outputFilename = FromPath(file.stem()) + L".ply";
+    viewer_.ShowPhotograph(path);
     UpdateViewerControls();
     UpdateMenuState();
     UpdateModelDisplay();
 }
 
 void MainWindow::LoadScene(const std::wstring& path) {
-    parts_->sceneLoaded = true;
     Reset();
-    parts_->currentScenePath = path;
-    parts_->preview->Clear();
-    parts_->bridge.SetVisible(true);
-    parts_->bridge.ShowScene(parts_->sceneLink.PathFor(path), parts_->settings.isSharpMode);
+    viewer_.ShowScene(path, settings_.isSharpMode);
     UpdateViewerControls();
     UpdateMenuState();
 }
 
 void MainWindow::UpdateModelDisplay() {
-    parts_->generate.UpdateModelDisplay();
+    download_.ShowModel();
+    generate_.UpdateButton();
 }
 
 void MainWindow::UpdateViewerControls() {
-    parts_->sidebar->ShowViewerControls(parts_->sceneLoaded);
+    sidebar_->ShowViewerControls(viewer_.SceneLoaded());
+}
+
+void MainWindow::UpdateMenuState() {
+    if (frame_.Menu() == nullptr) return;
+    frame_.Menu()->UpdateMenuState({viewer_.SceneLoaded(), !sidebarHidden_, frame_.IsFullScreen(),
+                                    settings_.isSharpMode, settings_.stereoMode});
+}
+
+void MainWindow::Layout(int width, int height) {
+    sidebar_->setVisible(!sidebarHidden_);
+    sidebar_->setGeometry(0, 0, Sidebar::kWidth, height);
+    viewer_.SetBounds(ViewerBounds({width, height}, sidebarHidden_ ? 0 : Sidebar::kWidth));
+}
+
+void MainWindow::ToggleSidebar() {
+    sidebarHidden_ = !sidebarHidden_;
+    Layout(client_->width(), client_->height());
+    if (!sidebarHidden_) {
+        UpdateModelDisplay();
+        UpdateViewerControls();
+    }
+    UpdateMenuState();
+}
+
+void MainWindow::ToggleFullScreen() {
+    frame_.ToggleFullScreen();
+    UpdateMenuState();
+}
+
+bool MainWindow::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == client_ && event->type() == QEvent::Resize) {
+        const QSize size = static_cast<QResizeEvent*>(event)->size();
+        Layout(size.width(), size.height());
+    }
+    return QMainWindow::eventFilter(watched, event);
+}
+
+void MainWindow::changeEvent(QEvent* event) {
+    QMainWindow::changeEvent(event);
+    if (event->type() != QEvent::WindowStateChange) return;
+    frame_.OnStateChange();
+    UpdateMenuState();
 }
 
 void MainWindow::customEvent(QEvent* event) {
@@ -164,18 +195,16 @@ void MainWindow::customEvent(QEvent* event) {
         case kKeyDownMessage:
             return OnKeyDown(static_cast<int>(message.Value()));
         case kGenerateProgressMessage:
-            return parts_->generate.OnProgress(message);
+            return generate_.OnProgress(message);
         case kGenerateDoneMessage:
-            return parts_->generate.OnDone(message);
+            return generate_.OnDone(message);
         case kDownloadProgressMessage:
-            return parts_->download.OnProgress(message);
+            return download_.OnProgress(message);
         case kDownloadDoneMessage:
-            return parts_->download.OnDone(message);
+            return download_.OnDone(message);
         case kWebViewReadyMessage:
-            parts_->webViewReady = message.Value() != 0;
-            if (!parts_->webViewReady) {
-                parts_->sidebar->generateStatus->setText(FromWide(Text(kWebViewFailedText)));
-            }
+            viewer_.SetReady(message.Value() != 0);
+            if (!viewer_.IsReady()) sidebar_->ShowStatus(Text(TextId::WebViewFailed));
             return UpdateMenuState();
         default:
             return;
@@ -184,8 +213,8 @@ void MainWindow::customEvent(QEvent* event) {
 
 void MainWindow::keyPressEvent(QKeyEvent* event) {
     // As on any desktop; the menu bar itself knows Alt only.
-    if (event->key() == Qt::Key_F10 && parts_->menu != nullptr) {
-        parts_->menu->setActiveAction(parts_->menu->actions().first());
+    if (event->key() == Qt::Key_F10 && frame_.Menu() != nullptr) {
+        frame_.Menu()->setActiveAction(frame_.Menu()->actions().first());
         return;
     }
     OnKeyDown(event->key());
@@ -200,7 +229,7 @@ void MainWindow::dropEvent(QDropEvent* event) {
     if (!file) return;
     event->acceptProposedAction();
     SelectFile(*file);
-    parts_->bridge.SetVisible(parts_->sceneLoaded);
+    viewer_.UpdateVisibility();
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {
@@ -209,10 +238,10 @@ void MainWindow::closeEvent(QCloseEvent* event) {
 }
 
 void MainWindow::Destroy() {
-    if (std::exchange(parts_->destroyed, true)) return;
-    parts_->generate.Stop();
-    parts_->settings.Save();
-    parts_->mailbox->Close();
+    if (std::exchange(destroyed_, true)) return;
+    generate_.Stop();
+    settings_.Save();
+    mailbox_->Close();
     hide();
     QCoreApplication::exit(0);  // leaves the loops of open dialogs, too
 }

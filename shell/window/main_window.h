@@ -2,22 +2,25 @@
 #pragma once
 
 #include <QMainWindow>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
 
 #include "download/model_downloader.h"
-#include "engine/execution_provider.h"
-#include "engine/sharp_inference.h"
+#include "engine/conversion_engine.h"
 #include "shell/window/control_id.h"
-#include "viewer/web_view_bridge.h"
+#include "shell/window/download_flow.h"
+#include "shell/window/generate_flow.h"
+#include "shell/window/viewer_area.h"
+#include "shell/window/window_frame.h"
+#include "ui/settings.h"
 
 namespace vistrel {
 
-class ConversionEngine;
 class Mailbox;
+class Sidebar;
 class WindowDialogs;
-struct AppSettings;
 
 // What the window reaches beyond itself; tests put doubles in the place of some.
 struct MainWindowServices {
@@ -74,25 +77,36 @@ class MainWindow : public QMainWindow {
     void keyPressEvent(QKeyEvent* event) override;
 
   private:
-    struct Parts;
-
     void OnCreate();
-    void BuildMenu();
-    void LeaveFullScreen();
+    MainMenu* MakeMenu();
     // Ends the program; once.
     void Destroy();
 
     void OpenFile();
     void ChooseModel();
     void SetViewMode(bool sharp);
-    void SetStereoMode(int mode);
+    void SetStereoMode(std::int32_t mode);
     void Reset();
     void Swap();
     void PassFocusDepth();
     void SaveImage();
     void RunBatch();
 
-    std::unique_ptr<Parts> parts_;
+    MainWindowServices services_;
+    std::wstring appDir_;
+    AppSettings settings_;
+    std::shared_ptr<ConversionEngine> engine_;
+    std::shared_ptr<ModelDownloader> downloader_;
+    std::shared_ptr<Mailbox> mailbox_;
+    std::unique_ptr<WindowDialogs> dialogs_;
+    QWidget* client_;  // all of the window below the menu bar
+    Sidebar* sidebar_;
+    ViewerArea viewer_;
+    WindowFrame frame_;
+    GenerateFlow generate_;
+    DownloadFlow download_;
+    bool sidebarHidden_ = false;
+    bool destroyed_ = false;
 };
 
 }  // namespace vistrel

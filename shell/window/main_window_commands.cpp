@@ -3,17 +3,14 @@
 
 #include "shell/window/key_filter.h"
 #include "shell/window/main_window.h"
-#include "shell/window/main_window_parts.h"
+#include "shell/window/sidebar.h"
+#include "shell/window/window_dialogs.h"
 
 namespace vistrel {
 namespace {
 
 constexpr double kFirstFocus = 0.0;
 constexpr double kFirstDepth = 30.0;
-
-int StereoModeOf(ControlId id) {
-    return static_cast<int>(id) - static_cast<int>(ControlId::MenuFirstStereoMode);
-}
 
 }  // namespace
 
@@ -41,24 +38,24 @@ void MainWindow::OnCommand(ControlId id, int value) {
     switch (id) {
         case ControlId::Help:
         case ControlId::MenuHelp:
-            return parts_->dialogs->OpenHelp(parts_->appDir);
+            return dialogs_->OpenHelp(appDir_);
         case ControlId::MenuAbout:
-            return parts_->dialogs->TellAbout();
+            return dialogs_->TellAbout();
         case ControlId::Batch:
         case ControlId::MenuBatch:
             return RunBatch();
         case ControlId::SelectModel:
             return ChooseModel();
         case ControlId::DownloadModel:
-            return parts_->download.StartModelDownload();
+            return download_.StartModelDownload();
         case ControlId::SelectFile:
         case ControlId::MenuSelectFile:
             return OpenFile();
         case ControlId::Generate:
-            return parts_->generate.RunGenerate();
+            return generate_.RunGenerate();
         case ControlId::Provider:
-            parts_->settings.executionProvider = value;
-            return parts_->settings.Save();
+            settings_.executionProvider = value;
+            return settings_.Save();
         case ControlId::SharpMode:
         case ControlId::GeneralMode:
         case ControlId::MenuSharpMode:
@@ -67,10 +64,10 @@ void MainWindow::OnCommand(ControlId id, int value) {
         case ControlId::StereoMode:
             return SetStereoMode(value);
         case ControlId::Focus:
-            parts_->settings.focus = value;
+            settings_.focus = value;
             return PassFocusDepth();
         case ControlId::Depth:
-            parts_->settings.depth = value;
+            settings_.depth = value;
             return PassFocusDepth();
         case ControlId::Swap:
         case ControlId::MenuSwap:
@@ -81,7 +78,7 @@ void MainWindow::OnCommand(ControlId id, int value) {
         case ControlId::SaveImage:
             return SaveImage();
         case ControlId::MenuSaveImage:
-            if (parts_->sceneLoaded) SaveImage();
+            if (viewer_.SceneLoaded()) SaveImage();
             return;
         case ControlId::MenuExit:
             return Destroy();
@@ -90,60 +87,59 @@ void MainWindow::OnCommand(ControlId id, int value) {
         case ControlId::MenuFullScreen:
             return ToggleFullScreen();
         default:
-            if (StereoModeOf(id) >= 0 && StereoModeOf(id) < 6) SetStereoMode(StereoModeOf(id));
+            if (const auto mode = StereoModeOfItem(id)) SetStereoMode(*mode);
             return;
     }
 }
 
 void MainWindow::OpenFile() {
-    if (const auto path = parts_->dialogs->AskPhotographOrScene()) SelectFile(*path);
+    if (const auto path = dialogs_->AskPhotographOrScene()) SelectFile(*path);
 }
 
 void MainWindow::ChooseModel() {
-    const auto path = parts_->dialogs->AskModel(parts_->settings.modelPath);
+    const auto path = dialogs_->AskModel(settings_.modelPath);
     if (!path) return;
-    parts_->settings.modelPath = *path;
+    settings_.modelPath = *path;
     UpdateModelDisplay();
 }
 
 void MainWindow::SetViewMode(bool sharp) {
-    parts_->settings.isSharpMode = sharp;
-    parts_->sidebar->SetViewMode(sharp);
-    if (parts_->sceneLoaded) LoadScene(std::wstring(parts_->currentScenePath));
+    settings_.isSharpMode = sharp;
+    sidebar_->SetViewMode(sharp);
+    if (viewer_.SceneLoaded()) LoadScene(viewer_.CurrentScenePath());
 }
 
-void MainWindow::SetStereoMode(int mode) {
-    parts_->settings.stereoMode = mode;
-    parts_->sidebar->SetStereoMode(mode);
-    parts_->bridge.SetStereoMode(mode);
+void MainWindow::SetStereoMode(std::int32_t mode) {
+    settings_.stereoMode = mode;
+    sidebar_->SetStereoMode(mode);
+    viewer_.SetStereoMode(mode);
 }
 
 void MainWindow::Reset() {
-    parts_->settings.focus = kFirstFocus;
-    parts_->settings.depth = kFirstDepth;
+    settings_.focus = kFirstFocus;
+    settings_.depth = kFirstDepth;
     PassFocusDepth();
 }
 
 void MainWindow::PassFocusDepth() {
-    const AppSettings& settings = parts_->settings;
-    parts_->sidebar->SetFocusDepth(settings.focus, settings.depth);
-    parts_->bridge.SetFocusDepth(settings.focus, settings.depth);
+    sidebar_->SetFocusDepth(settings_.focus, settings_.depth);
+    viewer_.SetFocusDepth(settings_.focus, settings_.depth);
 }
 
 void MainWindow::Swap() {
-    parts_->settings.isSwapped = !parts_->settings.isSwapped;
-    parts_->bridge.SetSwapEyes(parts_->settings.isSwapped);
+    settings_.isSwapped = !settings_.isSwapped;
+    viewer_.SetSwapEyes(settings_.isSwapped);
 }
 
 void MainWindow::SaveImage() {
-    if (const auto path = parts_->dialogs->AskPictureToSave()) {
-        parts_->bridge.CaptureImage(nullptr, *path);
+    if (const auto path = dialogs_->AskPictureToSave()) {
+        viewer_.CaptureImage(*path);
     }
 }
 
 void MainWindow::RunBatch() {
-    if (parts_->services.runBatch) {
-        parts_->services.runBatch(this, parts_->engine, parts_->settings);
+    if (services_.runBatch) {
+        services_.runBatch(this, engine_, settings_);
     }
 }
 

@@ -1,6 +1,5 @@
 #include "shell/window/sidebar.h"
 
-#include <QAbstractItemView>
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
@@ -13,12 +12,9 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <string>
 
-#include "ui/settings.h"
-#include "ui/spoken_text.h"
-#include "ui/text_label.h"
 #include "ui/theme.h"
-#include "ui/ui_text.h"
 #include "ui/wide_text.h"
 
 namespace vistrel {
@@ -82,18 +78,6 @@ bool IsOptional(ControlId id) {
            id == ControlId::DownloadStatus;
 }
 
-// The value labels are English in every language.
-constexpr std::size_t kFocusText = 12;
-constexpr std::size_t kDepthText = 13;
-
-// A combo box tells its value as its name to screen readers, and what it is for by its label. Its
-// list tells neither.
-void NameByLabel(QComboBox* combo, QLabel* label) {
-    label->setBuddy(combo);
-    combo->setAccessibleName(label->text());
-    combo->view()->setAccessibleName(label->text());
-}
-
 // Values from the settings may be anything.
 int Truncated(double value) {
     if (std::isnan(value)) return 0;
@@ -101,17 +85,9 @@ int Truncated(double value) {
     return static_cast<int>(std::clamp(value, -kLargest, kLargest));
 }
 
-QString ValueText(std::size_t slot, int value) {
-    return FromWide(kEnglishText[slot]).replace("%d", QString::number(value));
-}
-
-// The label's word, without the value: a slider tells that itself.
-QString ValueName(std::size_t slot) {
-    return FromWide(kEnglishText[slot]).section(':', 0, 0);
-}
-
-QString TextOf(std::size_t slot) {
-    return FromWide(Text(slot));
+// The value labels are English in every language.
+QString ValueText(TextId label, int value) {
+    return FromWide(Filled(EnglishText(label), {std::to_wstring(value)}));
 }
 
 }  // namespace
@@ -129,111 +105,6 @@ Sidebar::Sidebar(QWidget* parent, const AppSettings& settings) : QWidget(parent)
     LayoutSidebar();
 }
 
-void Sidebar::MakeModelSection() {
-    AddLabel(ControlId::Title, "Vistrel", TitleFont());
-    AddButton(ControlId::Batch, TextOf(63), SmallFont());
-    AddButton(ControlId::Help, "?", BoldFont())->setAccessibleName(SpokenText(TextOf(85)));
-    const QString heading = AddHeading(ControlId::ModelHeading, 0)->accessibleName();
-    modelName = Add(ControlId::ModelName, new QLineEdit(this), SmallFont());
-    modelName->setReadOnly(true);
-    modelName->setAcceptDrops(false);  // files are for the window
-    modelName->setTextMargins(3, 0, 3, 0);
-    modelName->setAccessibleName(heading);
-    auto* const select = AddButton(ControlId::SelectModel, "Select\u2026", NormalFont());
-    select->setAccessibleName(select->text() + ' ' + heading);  // something else can be selected
-    downloadModel = AddButton(ControlId::DownloadModel, TextOf(44), NormalFont());
-    downloadProgress = Add(ControlId::DownloadProgress, new QProgressBar(this), NormalFont());
-    downloadProgress->setRange(0, 1000);
-    downloadProgress->setValue(0);
-    downloadProgress->setTextVisible(false);
-    downloadProgress->setAccessibleName(TextOf(32));
-    downloadProgress->hide();
-    downloadStatus = AddLabel(ControlId::DownloadStatus, {}, SmallFont());
-}
-
-void Sidebar::MakeInputSection(const AppSettings& settings) {
-    AddHeading(ControlId::InputHeading, 1);
-    inputName = AddLabel(ControlId::InputName, TextOf(3), SmallFont());
-    AddButton(ControlId::SelectFile, TextOf(4), NormalFont());
-    auto* const providerLabel = AddLabel(ControlId::ProviderLabel, TextOf(5), SmallFont());
-    provider = AddCombo(ControlId::Provider, 6, 2, settings.executionProvider);
-    NameByLabel(provider, providerLabel);
-    generate = AddButton(ControlId::Generate, TextOf(8), BoldFont());
-    generate->setDefault(true);
-    generateStatus = AddLabel(ControlId::GenerateStatus, {}, SmallFont());
-    generateStatus->setWordWrap(true);
-}
-
-void Sidebar::MakeViewerSection(const AppSettings& settings) {
-    AddHeading(ControlId::ViewerHeading, 2);
-    sharpMode = AddRadio(ControlId::SharpMode, TextOf(9));
-    generalMode = AddRadio(ControlId::GeneralMode, TextOf(10));
-    SetViewMode(settings.isSharpMode);
-    auto* const stereoLabel = AddLabel(ControlId::StereoLabel, TextOf(11), SmallFont());
-    stereoMode = AddCombo(ControlId::StereoMode, 17, 6, settings.stereoMode);
-    NameByLabel(stereoMode, stereoLabel);
-    focusLabel = AddLabel(ControlId::FocusLabel, {}, SmallFont());
-    focus = AddSlider(ControlId::Focus, -100, 100);
-    focus->setAccessibleName(ValueName(kFocusText));
-    depthLabel = AddLabel(ControlId::DepthLabel, {}, SmallFont());
-    depth = AddSlider(ControlId::Depth, 0, 200);
-    depth->setAccessibleName(ValueName(kDepthText));
-    SetFocusDepth(settings.focus, settings.depth);
-    AddButton(ControlId::Swap, TextOf(14), NormalFont());
-    AddButton(ControlId::Reset, TextOf(15), NormalFont());
-    AddButton(ControlId::SaveImage, TextOf(16), NormalFont());
-    ShowViewerControls(false);
-}
-
-template <typename Control>
-Control* Sidebar::Add(ControlId id, Control* control, const QFont& font) {
-    control->setObjectName(QString::number(static_cast<int>(id)));
-    control->setFont(font);
-    control->show();  // from here on isHidden() tells what was decided about the control
-    controls_[id] = control;
-    return control;
-}
-
-QLabel* Sidebar::AddLabel(ControlId id, const QString& text, const QFont& font) {
-    auto* const label = Add(id, new TextLabel(this), font);
-    label->setText(text);
-    return label;
-}
-
-QLabel* Sidebar::AddHeading(ControlId id, std::size_t slot) {
-    QLabel* const heading = AddLabel(id, TextOf(slot), BoldFont());
-    heading->setAccessibleName(SpokenText(heading->text()));
-    return heading;
-}
-
-QPushButton* Sidebar::AddButton(ControlId id, const QString& text, const QFont& font) {
-    auto* const button = Add(id, new QPushButton(text, this), font);
-    button->setAccessibleName(SpokenText(text));
-    connect(button, &QPushButton::clicked, this, [this, id] { onCommand(id, 0); });
-    return button;
-}
-
-QRadioButton* Sidebar::AddRadio(ControlId id, const QString& text) {
-    auto* const radio = Add(id, new QRadioButton(text, this), NormalFont());
-    connect(radio, &QRadioButton::clicked, this, [this, id] { onCommand(id, 0); });
-    return radio;
-}
-
-QComboBox* Sidebar::AddCombo(ControlId id, std::size_t firstSlot, std::size_t count, int index) {
-    auto* const combo = Add(id, new QComboBox(this), NormalFont());
-    for (std::size_t i = 0; i < count; ++i) combo->addItem(TextOf(firstSlot + i));
-    combo->setCurrentIndex(index);  // an index that no entry has selects none
-    connect(combo, &QComboBox::activated, this, [this, id](int chosen) { onCommand(id, chosen); });
-    return combo;
-}
-
-QSlider* Sidebar::AddSlider(ControlId id, int minimum, int maximum) {
-    auto* const slider = Add(id, new QSlider(Qt::Horizontal, this), NormalFont());
-    slider->setRange(minimum, maximum);
-    connect(slider, &QSlider::valueChanged, this, [this, id](int value) { onCommand(id, value); });
-    return slider;
-}
-
 void Sidebar::LayoutSidebar() {
     int cursor = kTop;
     for (const Place& place : kPlaces) {
@@ -244,16 +115,56 @@ void Sidebar::LayoutSidebar() {
     }
 }
 
-void Sidebar::ShowViewerControls(bool shown) {
-    for (const ControlId id : kViewerControls) controls_.at(id)->setVisible(shown);
+void Sidebar::ShowModel(std::wstring_view name, bool downloadOffered) {
+    modelName_->setText(FromWide(name));
+    downloadModel_->setVisible(downloadOffered);
+    downloadProgress_->hide();
+    downloadStatus_->hide();
+    LayoutSidebar();
 }
 
-void Sidebar::SetViewMode(bool sharp) {
-    (sharp ? sharpMode : generalMode)->setChecked(true);
+void Sidebar::ShowDownloadStart(std::wstring_view text) {
+    downloadStatus_->setText(FromWide(text));
+    Disable(*downloadModel_);
+    ShowProgress();
 }
 
-void Sidebar::SetStereoMode(int mode) {
-    stereoMode->setCurrentIndex(mode);
+void Sidebar::ShowDownload(int position, std::wstring_view text) {
+    ShowProgress();
+    // The bar ignores what is beyond its end.
+    downloadProgress_->setValue(std::min(position, downloadProgress_->maximum()));
+    downloadStatus_->setText(FromWide(text));
+}
+
+void Sidebar::ShowDownloadEnd(std::wstring_view text) {
+    downloadProgress_->hide();
+    downloadModel_->setEnabled(true);
+    downloadStatus_->setText(FromWide(text));
+    downloadStatus_->show();
+    LayoutSidebar();
+}
+
+void Sidebar::ShowProgress() {
+    if (!downloadProgress_->isHidden()) return;
+    downloadProgress_->show();
+    downloadStatus_->show();
+    LayoutSidebar();
+}
+
+void Sidebar::ShowInput(std::wstring_view name) {
+    inputName_->setText(FromWide(name));
+}
+
+void Sidebar::ShowStatus(std::wstring_view text) {
+    generateStatus_->setText(FromWide(text));
+}
+
+void Sidebar::SetGenerateEnabled(bool enabled) {
+    if (enabled) {
+        generate_->setEnabled(true);
+    } else {
+        Disable(*generate_);
+    }
 }
 
 void Sidebar::Disable(QPushButton& button) {
@@ -261,14 +172,26 @@ void Sidebar::Disable(QPushButton& button) {
     button.setEnabled(false);
 }
 
-void Sidebar::SetFocusDepth(double focusValue, double depthValue) {
-    const auto show = [](QSlider* slider, QLabel* label, std::size_t slot, double value) {
+void Sidebar::ShowViewerControls(bool shown) {
+    for (const ControlId id : kViewerControls) controls_.at(id)->setVisible(shown);
+}
+
+void Sidebar::SetViewMode(bool sharp) {
+    (sharp ? sharpMode_ : generalMode_)->setChecked(true);
+}
+
+void Sidebar::SetStereoMode(std::int32_t mode) {
+    stereoMode_->setCurrentIndex(mode);
+}
+
+void Sidebar::SetFocusDepth(double focus, double depth) {
+    const auto show = [](QSlider* slider, QLabel* label, TextId text, double value) {
         const QSignalBlocker quiet(slider);
         slider->setValue(Truncated(value));
-        label->setText(ValueText(slot, Truncated(value)));
+        label->setText(ValueText(text, Truncated(value)));
     };
-    show(focus, focusLabel, kFocusText, focusValue);
-    show(depth, depthLabel, kDepthText, depthValue);
+    show(focus_, focusLabel_, TextId::FocusValue, focus);
+    show(depth_, depthLabel_, TextId::DepthValue, depth);
 }
 
 }  // namespace vistrel

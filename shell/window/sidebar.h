@@ -2,12 +2,14 @@
 #pragma once
 
 #include <QWidget>
-#include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <map>
-#include <string>
+#include <string_view>
+#include <vector>
 
 #include "shell/window/control_id.h"
+#include "ui/ui_text.h"
 
 class QComboBox;
 class QLabel;
@@ -21,8 +23,7 @@ namespace vistrel {
 
 struct AppSettings;
 
-// Thread of the event loop. A control's visibility is its own state (QWidget::isHidden): the flows
-// and the window set it, LayoutSidebar places what is not hidden.
+// Thread of the event loop.
 class Sidebar : public QWidget {
   public:
     static constexpr int kWidth = 290;
@@ -34,33 +35,29 @@ class Sidebar : public QWidget {
     // position. Set before the user can do anything.
     std::function<void(ControlId id, int value)> onCommand;
 
-    // Places every control that is to be seen.
-    void LayoutSidebar();
+    // The chosen model's name, and whether a download of it is offered. The progress of a download
+    // is hidden.
+    void ShowModel(std::wstring_view name, bool downloadOffered);
+    // A download begins: shows its progress and disables its button.
+    void ShowDownloadStart(std::wstring_view text);
+    // `position` is 0 to 1000; more fills the bar.
+    void ShowDownload(int position, std::wstring_view text);
+    // The text stays, the bar goes, and the button may be pressed again.
+    void ShowDownloadEnd(std::wstring_view text);
+
+    // Name of the file that was selected.
+    void ShowInput(std::wstring_view name);
+    // How the conversion is going.
+    void ShowStatus(std::wstring_view text);
+    void SetGenerateEnabled(bool enabled);
+
     // The twelve controls below the viewer heading.
     void ShowViewerControls(bool shown);
     void SetViewMode(bool sharp);
-    void SetStereoMode(int mode);
-    // Takes the keyboard focus from the button first, which the next control would get: a second
-    // press of the space bar is not meant for that one.
-    void Disable(QPushButton& button);
+    // `mode` is the number of a StereoMode; any other selects none.
+    void SetStereoMode(std::int32_t mode);
     // Positions and labels; the values are truncated toward zero.
     void SetFocusDepth(double focus, double depth);
-
-    QLineEdit* modelName;
-    QPushButton* downloadModel;
-    QProgressBar* downloadProgress;
-    QLabel* downloadStatus;
-    QLabel* inputName;
-    QComboBox* provider;
-    QPushButton* generate;
-    QLabel* generateStatus;
-    QRadioButton* sharpMode;
-    QRadioButton* generalMode;
-    QComboBox* stereoMode;
-    QLabel* focusLabel;
-    QSlider* focus;
-    QLabel* depthLabel;
-    QSlider* depth;
 
   private:
     void MakeModelSection();
@@ -70,14 +67,36 @@ class Sidebar : public QWidget {
     template <typename Control>
     Control* Add(ControlId id, Control* control, const QFont& font);
     QLabel* AddLabel(ControlId id, const QString& text, const QFont& font);
-    // In the bold letters of a section's heading, with the text in `slot`.
-    QLabel* AddHeading(ControlId id, std::size_t slot);
+    // In the bold letters of a section's heading.
+    QLabel* AddHeading(ControlId id, TextId text);
     QPushButton* AddButton(ControlId id, const QString& text, const QFont& font);
     QRadioButton* AddRadio(ControlId id, const QString& text);
-    QComboBox* AddCombo(ControlId id, std::size_t firstSlot, std::size_t count, int index);
+    QComboBox* AddCombo(ControlId id, const std::vector<TextId>& entries, int index);
     QSlider* AddSlider(ControlId id, int minimum, int maximum);
 
+    // Places every control that is to be seen. A control's visibility is its own state
+    // (QWidget::isHidden), whether the sidebar is shown or not.
+    void LayoutSidebar();
+    void ShowProgress();
+    // Takes the keyboard focus from the button first, which the next control would get: a second
+    // press of the space bar is not meant for that one.
+    void Disable(QPushButton& button);
+
     std::map<ControlId, QWidget*> controls_;
+    QLineEdit* modelName_;
+    QPushButton* downloadModel_;
+    QProgressBar* downloadProgress_;
+    QLabel* downloadStatus_;
+    QLabel* inputName_;
+    QPushButton* generate_;
+    QLabel* generateStatus_;
+    QRadioButton* sharpMode_;
+    QRadioButton* generalMode_;
+    QComboBox* stereoMode_;
+    QLabel* focusLabel_;
+    QSlider* focus_;
+    QLabel* depthLabel_;
+    QSlider* depth_;
 };
 
 }  // namespace vistrel

@@ -1,15 +1,17 @@
 #include "shell/window/window_dialogs.h"
 
-#include <QByteArray>
 #include <QDesktopServices>
 #include <QMessageBox>
 #include <QUrl>
 #include <filesystem>
 #include <system_error>
 
+#include "base/scene_kind.h"
 #include "base/text_encoding.h"
 #include "base/user_folders.h"
+#include "shell/window/file_url.h"
 #include "ui/file_dialog.h"
+#include "ui/language.h"
 #include "ui/ui_text.h"
 #include "ui/wide_text.h"
 
@@ -21,7 +23,12 @@ constexpr const wchar_t* kHelpFailure = L"ヘルプファイルを開けませ�
 
 QStringList PhotographAndSceneFilters(bool japanese) {
     const QString photographs = "*.jpg *.jpeg *.png *.bmp *.tif *.tiff";
-    const QString scenes = "*.ply *.splat *.spz *.ksplat";
+    QStringList scenePatterns;
+    for (const std::string_view ending : kSceneEndings) {
+        scenePatterns +=
+            '*' + QString::fromLatin1(ending.data(), static_cast<qsizetype>(ending.size()));
+    }
+    const QString scenes = scenePatterns.join(' ');
     const auto filter = [japanese](const char* english, const char* translated,
                                    const QString& patterns) {
         return QString::fromUtf8(japanese ? translated : english) + " (" + patterns + ')';
@@ -39,12 +46,6 @@ int Show(QWidget* owner, QMessageBox::Icon icon, const QString& caption, const w
     const int answer = box->exec();
     delete box;
     return answer;
-}
-
-// An address for a file name of any bytes.
-QUrl AddressOf(const std::filesystem::path& file) {
-    const QByteArray name = QByteArray::fromStdString(file.native());
-    return QUrl::fromEncoded("file://" + name.toPercentEncoding("/"));
 }
 
 }  // namespace
@@ -99,16 +100,19 @@ std::optional<std::wstring> DesktopDialogs::AskSceneToSave(const std::wstring& p
 }
 
 bool DesktopDialogs::AskWhetherToDownload() {
-    return Show(owner_, QMessageBox::Question, FromWide(Text(32)), Text(31),
+    return Show(owner_, QMessageBox::Question, UiString(TextId::DownloadCaption),
+                Text(TextId::DownloadQuestion),
                 QMessageBox::Yes | QMessageBox::No) == QMessageBox::Yes;
 }
 
 void DesktopDialogs::TellProviderFallback() {
-    Show(owner_, QMessageBox::Warning, FromWide(Text(34)), Text(33), QMessageBox::Ok);
+    Show(owner_, QMessageBox::Warning, UiString(TextId::FallbackCaption),
+         Text(TextId::FallbackWarning), QMessageBox::Ok);
 }
 
 void DesktopDialogs::TellAbout() {
-    Show(owner_, QMessageBox::Information, FromWide(Text(36)), Text(35), QMessageBox::Ok);
+    Show(owner_, QMessageBox::Information, UiString(TextId::AboutCaption), Text(TextId::About),
+         QMessageBox::Ok);
 }
 
 void DesktopDialogs::OpenHelp(const std::wstring& appDir) {
@@ -116,7 +120,7 @@ void DesktopDialogs::OpenHelp(const std::wstring& appDir) {
     const std::filesystem::path page = ToPath(appDir + L'/' + name);
     // The desktop reports success as soon as some program was started, even for a missing file.
     std::error_code ignored;
-    if (std::filesystem::exists(page, ignored) && openAddress(AddressOf(page))) return;
+    if (std::filesystem::exists(page, ignored) && openAddress(FileUrl(page))) return;
     Show(owner_, QMessageBox::Critical, "Vistrel", kHelpFailure, QMessageBox::Ok);
 }
 

@@ -1,7 +1,7 @@
 // Says whether a program that starts now speaks Japanese.
 #include <cstdio>
 
-#include "ui/ui_text.h"
+#include "ui/language.h"
 
 int main() {
     std::fputs(vistrel::IsJapaneseUser() ? "Japanese" : "other", stdout);

@@ -2,10 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <QProcess>
-#include <QProcessEnvironment>
+#include <QString>
 #include <fstream>
-#include <ostream>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -63,13 +61,39 @@ TEST(UiText, EveryTextIsTheListedOne) {
 
 TEST(UiText, EnglishIsShownBeforeALanguageIsChosen) {
     ASSERT_EQ(gUiText, nullptr);
-    EXPECT_EQ(Text(45), std::wstring(L"Batch Conversion"));
+    EXPECT_EQ(Text(TextId::BatchCaption), std::wstring(L"Batch Conversion"));
 }
 
 TEST(UiText, TextsComeFromTheChosenTable) {
     gUiText = &kJapaneseText;
-    EXPECT_EQ(Text(45), std::wstring(L"一括変換"));
+    EXPECT_EQ(Text(TextId::BatchCaption), std::wstring(L"一括変換"));
     gUiText = nullptr;
+}
+
+TEST(UiText, EnglishTextStaysEnglish) {
+    gUiText = &kJapaneseText;
+    EXPECT_EQ(EnglishText(TextId::FocusValue), std::wstring(L"Focus: %d"));
+    gUiText = nullptr;
+}
+
+TEST(UiText, ValuesTakeTheirPlacesInOrder) {
+    EXPECT_EQ(Filled(L"%d / %d: %s", {L"1", L"20", L"a.jpg"}), L"1 / 20: a.jpg");
+    EXPECT_EQ(Filled(L" (%d sec)", {L"7"}), L" (7 sec)");
+    EXPECT_EQ(Filled(L"%s%s", {L"", L"b"}), L"b");
+}
+
+TEST(UiText, ValueMayLookLikeAPlace) {
+    EXPECT_EQ(Filled(L"%s, %s.", {L"%s%d", L"b"}), L"%s%d, b.");
+}
+
+TEST(UiText, TextsWithoutAPlaceForAValueStayAsTheyAre) {
+    EXPECT_EQ(Filled(L"100 %", {L"1"}), L"100 %");
+    EXPECT_EQ(Filled(L"%d and %d", {L"1"}), L"1 and %d");
+}
+
+TEST(UiText, FilledTextEndsAfter256Characters) {
+    EXPECT_EQ(Filled(L"%d: %s!", {L"1", std::wstring(253, L'a')}),
+              L"1: " + std::wstring(253, L'a'));
 }
 
 // Columns of a font whose wide characters take two.
@@ -84,7 +108,7 @@ std::size_t ColumnOf(const std::wstring& line, wchar_t wanted) {
 
 TEST(UiText, MakersOfTheComponentsLineUp) {
     for (const UiText* table : {&kEnglishText, &kJapaneseText}) {
-        std::wistringstream lines(table->at(35));
+        std::wistringstream lines(table->at(static_cast<std::size_t>(TextId::About)));
         std::vector<std::size_t> columns;
         for (std::wstring line; std::getline(lines, line);)
             if (line.starts_with(L"  ")) columns.push_back(ColumnOf(line, L'('));
@@ -92,48 +116,20 @@ TEST(UiText, MakersOfTheComponentsLineUp) {
     }
 }
 
-struct Language {
-    const char* name;
-    bool japanese;
-};
-
-void PrintTo(const Language& language, std::ostream* out) {
-    *out << language.name;
+TEST(SpokenText, SymbolsAndDashesAroundTheWordsAreLeftOut) {
+    EXPECT_EQ(SpokenText(QString::fromUtf8("— ONNX Model —")), "ONNX Model");
+    EXPECT_EQ(SpokenText(QString::fromUtf8("▶  Generate 3DGS")), "Generate 3DGS");
+    EXPECT_EQ(SpokenText(QString::fromUtf8("⇆ Swap L/R")), "Swap L/R");
 }
 
-// A program of its own, since Qt reads the language once.
-bool IsJapaneseIn(const std::string& variable, const std::string& value) {
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    for (const char* name : {"LANGUAGE", "LC_ALL", "LC_MESSAGES"}) environment.remove(name);
-    environment.insert("LANG", "en_US.UTF-8");
-    environment.insert(QString::fromStdString(variable), QString::fromStdString(value));
-    QProcess probe;
-    probe.setProcessEnvironment(environment);
-    probe.start(VISTREL_LANGUAGE_PROBE, QStringList());
-    EXPECT_TRUE(probe.waitForFinished());
-    const QByteArray answer = probe.readAllStandardOutput();
-    EXPECT_TRUE(answer == "Japanese" || answer == "other");
-    return answer == "Japanese";
+TEST(SpokenText, MnemonicsAreLeftOut) {
+    EXPECT_EQ(SpokenText("Save &Image"), "Save Image");
+    EXPECT_EQ(SpokenText(QString::fromUtf8("ヘルプ(&H)")), QString::fromUtf8("ヘルプ"));
 }
 
-class UserLanguage : public testing::TestWithParam<Language> {};
-
-TEST_P(UserLanguage, DecidesOnJapanese) {
-    EXPECT_EQ(IsJapaneseIn("LANG", GetParam().name), GetParam().japanese);
-}
-
-INSTANTIATE_TEST_SUITE_P(AllKinds, UserLanguage,
-                         testing::Values(Language{"ja_JP.UTF-8", true}, Language{"ja", true},
-                                         Language{"ja_JP.eucJP", true},
-                                         Language{"ja_US.UTF-8", true}, Language{"en_US", false},
-                                         Language{"zh_CN.UTF-8", false},
-                                         Language{"ko_KR.UTF-8", false},
-                                         Language{"jv_ID.UTF-8", false}, Language{"C", false},
-                                         Language{"", false}));
-
-TEST(UserLanguageList, FirstLanguageDecides) {
-    EXPECT_TRUE(IsJapaneseIn("LANGUAGE", "ja:en"));
-    EXPECT_FALSE(IsJapaneseIn("LANGUAGE", "en:ja"));
+TEST(SpokenText, WhatStandsAmongTheWordsStays) {
+    EXPECT_EQ(SpokenText("Side-by-Side (SBS)"), "Side-by-Side (SBS)");
+    EXPECT_EQ(SpokenText(QString::fromUtf8("Select File…")), QString::fromUtf8("Select File…"));
 }
 
 }  // namespace

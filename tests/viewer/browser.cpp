@@ -9,6 +9,7 @@
 
 #include "base/text_encoding.h"
 #include "tests/support/wait_until.h"
+#include "viewer/page_path.h"
 
 namespace vistrel::test {
 namespace {
@@ -74,7 +75,7 @@ Browser::Browser(const std::filesystem::path& userDataFolder) {
 
 bool Browser::Open(const std::wstring& url) {
     const std::size_t before = navigations.size();
-    View().Navigate(url);
+    View().Navigate(BrowserAddress(url));
     return WaitUntil([&] { return navigations.size() > before; }) && navigations.back();
 }
 

@@ -3,6 +3,7 @@
 #include "base/text_encoding.h"
 #include "tests/support/wait_until.h"
 #include "tests/viewer/loader_fixture.h"
+#include "viewer/page_path.h"
 
 namespace vistrel::test {
 namespace {
@@ -138,7 +139,7 @@ TEST_F(LoaderNavigationTest, FileWithAnyNameCanBeReadByTheTextOfAScript) {
             request.send();
         }</script>)")));
     const std::wstring path = FromPath(folder_.Write("b\xFF.ply", "content"));
-    browser_.Run(L"read('" + path + L"')");
+    browser_.Run(BrowserScript(L"read('" + path + L"')"));
     EXPECT_TRUE(browser_.Becomes(L"window.found", L"\"content\""));
 }
 

@@ -47,7 +47,7 @@ TEST_F(SceneLinkTest, PlainNameIsItsOwn) {
 
 TEST_F(SceneLinkTest, NameThatAnAddressCannotCarryGetsALink) {
     for (const char* name : {"C#/a.ply", "a&b.ply", "50%41.ply", "C++.spz", "back\\slash.ply",
-                             "two\nlines.splat", "\xff.ksplat"}) {
+                             "two\nlines.splat", "\xff.ksplat", "a #&+%'\" \xff.splat"}) {
         const std::wstring path = link.PathFor(Scene(name));
         EXPECT_EQ(ToPath(path).parent_path(), links) << name;
         EXPECT_EQ(ToPath(path).extension(), std::filesystem::path(name).extension());

@@ -9,19 +9,6 @@
 namespace vistrel::loader {
 namespace {
 
-// As base/text_encoding.h has it: 0xDC00 + the byte.
-bool IsLoneByte(wchar_t character) {
-    return character >= 0xDC80 && character <= 0xDCFF;
-}
-
-bool IsControl(wchar_t character) {
-    return character < 0x20 || character == 0x7F;
-}
-
-QByteArray HexOf(wchar_t character) {
-    return QByteArray(1, static_cast<char>(character & 0xFF)).toHex().toUpper();
-}
-
 bool IsHexDigit(wchar_t character) {
     return character < 0x80 && std::isxdigit(character) != 0;
 }
@@ -41,22 +28,18 @@ QByteArray Utf8(wchar_t character) {
 
 QUrl AddressOf(std::wstring_view text) {
     // Nothing is left for Qt to encode, so what it parses is what it hands on.
-    constexpr std::string_view kEncoded = " \"<>\\^`{|}";
+    constexpr std::string_view kEncoded = " \"<>\\^`{|}\x7F";
     QByteArray address;
-    bool inQuery = false;
     for (std::size_t i = 0; i < text.size(); ++i) {
         const wchar_t character = text[i];
-        if (IsLoneByte(character) || IsControl(character)) {
-            address += (inQuery ? "%25" : "%") + HexOf(character);
-        } else if (IsLonePercent(text, i)) {
+        if (IsLonePercent(text, i)) {
             address += "%25";
-        } else if (character < 0x80 &&
+        } else if (character >= 0x20 && character < 0x80 &&
                    kEncoded.find(static_cast<char>(character)) == std::string_view::npos) {
             address += static_cast<char>(character);
         } else {
             address += Utf8(character).toPercentEncoding();
         }
-        inQuery = inQuery || character == L'?';
     }
     return QUrl::fromEncoded(address);
 }
@@ -65,19 +48,6 @@ bool IsLocal(const QUrl& url) {
     const QString scheme = url.scheme();
     if (scheme == u"file") return url.host().isEmpty() || url.host() == u"localhost";
     return scheme == u"data" || scheme == u"blob" || scheme == u"about";
-}
-
-std::wstring WithEncodedBytes(std::wstring_view script) {
-    std::wstring encoded;
-    encoded.reserve(script.size());
-    for (const wchar_t character : script) {
-        if (IsLoneByte(character)) {
-            encoded += L'%' + QString::fromLatin1(HexOf(character)).toStdWString();
-        } else {
-            encoded += character;
-        }
-    }
-    return encoded;
 }
 
 }  // namespace vistrel::loader

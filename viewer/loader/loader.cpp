@@ -1,6 +1,7 @@
 // What the loader library exports, and the environment and the controller behind it.
 #include <QCoreApplication>
 #include <QLoggingCategory>
+#include <QOpenGLWidget>
 #include <QPointer>
 #include <QRect>
 #include <QWebEngineView>
@@ -9,7 +10,6 @@
 #include <memory>
 #include <utility>
 
-#include "viewer/loader/host_window.h"
 #include "viewer/loader/later.h"
 #include "viewer/loader/profile.h"
 #include "viewer/loader/sandbox.h"
@@ -52,6 +52,15 @@ class Environment final : public WebViewEnvironment {
     std::shared_ptr<Profile> profile_;
     Later later_;
 };
+
+// The browser is drawn by the graphics card, and a window learns only when it is made that it holds
+// such a part. So one that is not made yet gets a hidden part of the kind; without, it vanishes and
+// comes back when the browser joins it.
+void PrepareHostWindow(QWidget& host) {
+    if (host.window()->windowHandle() != nullptr) return;
+    auto* const part = new QOpenGLWidget(&host);
+    part->hide();
+}
 
 bool CanStart() {
     if (QCoreApplication::instance() == nullptr ||

@@ -1,8 +1,17 @@
 #include "viewer/loader/profile.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
 #include <QStandardPaths>
 #include <QString>
 #include <QWebEngineSettings>
+#include <QWebEngineUrlRequestInfo>
+#include <filesystem>
+#include <system_error>
+
+#include "viewer/loader/address.h"
 
 namespace vistrel::loader {
 namespace {
@@ -34,6 +43,29 @@ void Restrict(QWebEngineSettings& settings) {
 }
 
 }  // namespace
+
+FolderLock::~FolderLock() {
+    if (file_ >= 0) close(file_);
+}
+
+bool FolderLock::Take(const std::string& folder) {
+    std::error_code ignored;
+    std::filesystem::create_directories(folder, ignored);
+    const std::string path = folder + "/vistrel.lock";
+    const int file = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+    if (file < 0) return false;
+    if (flock(file, LOCK_EX | LOCK_NB) != 0) {
+        close(file);
+        return false;
+    }
+    if (file_ >= 0) close(file_);
+    file_ = file;
+    return true;
+}
+
+void RequestFilter::interceptRequest(QWebEngineUrlRequestInfo& info) {
+    if (!IsLocal(info.requestUrl())) info.block(true);
+}
 
 std::shared_ptr<Profile> Profile::Make(const std::wstring& folder) {
     std::shared_ptr<Profile> made(new Profile);

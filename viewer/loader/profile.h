@@ -2,13 +2,34 @@
 #pragma once
 
 #include <QWebEngineProfile>
+#include <QWebEngineUrlRequestInterceptor>
 #include <memory>
 #include <string>
 
-#include "viewer/loader/folder_lock.h"
-#include "viewer/loader/request_filter.h"
-
 namespace vistrel::loader {
+
+// Keeps a folder for one program at a time. Ends with the object, and with the process however that
+// ends.
+class FolderLock {
+  public:
+    FolderLock() = default;
+    ~FolderLock();
+    FolderLock(const FolderLock&) = delete;
+    FolderLock& operator=(const FolderLock&) = delete;
+
+    // Makes the folder (UTF-8) where it is missing. False when it cannot be written, and when
+    // another lock, of this or another process, holds it.
+    bool Take(const std::string& folder);
+
+  private:
+    int file_ = -1;
+};
+
+// Blocks every request of a page that goes anywhere else than to local content.
+class RequestFilter : public QWebEngineUrlRequestInterceptor {
+  public:
+    void interceptRequest(QWebEngineUrlRequestInfo& info) override;
+};
 
 // Outlives its pages, which share it.
 class Profile {

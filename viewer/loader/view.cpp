@@ -132,7 +132,7 @@ void View::ExecuteScript(const std::wstring& script, ScriptCompleted completed) 
         CompleteScript(number, false, {});
         return;
     }
-    page_->runJavaScript(QString::fromStdWString(WithEncodedBytes(script)),
+    page_->runJavaScript(QString::fromStdWString(script),
                          [this, number, page = QPointer<Page>(page_.get())](const QVariant& value) {
                              // A page that is being destroyed answers too.
                              if (!page || page_.get() != page) return;

@@ -31,7 +31,7 @@ TEST(SceneFile, OtherEndingsAreRefused) {
         const auto path = folder.Write(name, "");
         EXPECT_EQ(CheckFailure(path), path.native() +
                                           " is no scene: its name does not end in .ply, "
-                                          ".splat, .ksplat or .spz");
+                                          ".splat, .spz or .ksplat");
     }
 }
 
@@ -43,27 +43,21 @@ TEST(SceneFile, MissingFileAndFolderAreRefused) {
     EXPECT_EQ(CheckFailure(path), path.native() + " is no file");
 }
 
-TEST(SceneFile, LinkHasAPlainNameAndTheScenesEnding) {
+TEST(SceneFile, RelativeSceneIsFoundFromEverywhere) {
     const TemporaryFolder folder;
-    const TemporaryFolder links;
-    for (const char* name : {"a #&+%'\" \xff.KSplat", "\xe5\x86\x99\xe7\x9c\x9f.ksplat"}) {
-        const auto scene = folder.Write(name, name);
-        const auto link = LinkScene(scene, links.Path());
-        EXPECT_EQ(link, links / "scene.ksplat");
-        EXPECT_EQ(test::ReadFile(link), name);
-        std::filesystem::remove(link);
-    }
-}
-
-TEST(SceneFile, LinkReachesARelativeScene) {
-    const TemporaryFolder folder;
-    const TemporaryFolder links;
     folder.Write("a.ply", "scene");
     const std::filesystem::path before = std::filesystem::current_path();
     std::filesystem::current_path(folder.Path());
-    const auto link = LinkScene("a.ply", links.Path());
+    const auto scene = AbsoluteScene("a.ply");
     std::filesystem::current_path(before);
-    EXPECT_EQ(test::ReadFile(link), "scene");
+    EXPECT_EQ(test::ReadFile(scene), "scene");
+}
+
+TEST(SceneFile, LinkToASceneKeepsItsOwnName) {
+    const TemporaryFolder folder;
+    std::filesystem::create_symlink(folder.Write("bytes", "scene"), folder / "a.ply");
+    EXPECT_EQ(AbsoluteScene(folder / "." / "a.ply"),
+              std::filesystem::canonical(folder.Path()) / "a.ply");
 }
 
 }  // namespace

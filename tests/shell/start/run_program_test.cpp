@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "shell/window/window_messages.h"
+#include "ui/language.h"
 #include "ui/mailbox.h"
 #include "ui/ui_text.h"
 
@@ -120,7 +121,7 @@ TEST_F(StartUp, FailedExtractionIsToldAndEndsIt) {
     const ProgramEnd end = RunProgram(steps);
     EXPECT_EQ(end.exitCode, 1);
     EXPECT_FALSE(end.workerRuns);
-    EXPECT_EQ(told, std::vector<std::wstring>{Text(37)});
+    EXPECT_EQ(told, std::vector<std::wstring>{Text(TextId::ExtractionFailed)});
     EXPECT_EQ(story, Story{"extracted"});
 }
 
@@ -131,13 +132,13 @@ TEST_F(StartUp, WindowThatCannotBeMadeIsToldAndEndsIt) {
     const ProgramEnd end = RunProgram(steps);
     EXPECT_EQ(end.exitCode, 1);
     EXPECT_FALSE(end.workerRuns);
-    EXPECT_EQ(told, std::vector<std::wstring>{Text(40)});
+    EXPECT_EQ(told, std::vector<std::wstring>{Text(TextId::WindowFailed)});
 }
 
 TEST_F(StartUp, MissingWindowIsToldAndEndsIt) {
     steps.makeWindow = [](const ProgramFiles&) { return ProgramWindow(); };
     EXPECT_EQ(RunProgram(steps).exitCode, 1);
-    EXPECT_EQ(told, std::vector<std::wstring>{Text(40)});
+    EXPECT_EQ(told, std::vector<std::wstring>{Text(TextId::WindowFailed)});
 }
 
 TEST_F(StartUp, KeysAreCommandsWhileItRuns) {

@@ -3,10 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <QLabel>
+#include <QLineEdit>
 #include <QProgressBar>
 #include <QPushButton>
 #include <atomic>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <memory>
 #include <thread>
@@ -48,8 +50,7 @@ class DownloadFlowTest : public test::FlowTest {
             modelShown = settings.modelPath;
             savedAtModel = SettingsAreSaved();
         };
-        sidebar.downloadProgress->hide();
-        sidebar.downloadStatus->hide();
+        flow->ShowModel();
     }
     ~DownloadFlowTest() override {
         hold = false;
@@ -62,9 +63,13 @@ class DownloadFlowTest : public test::FlowTest {
                    window.received.back().number == kDownloadDoneMessage;
         }));
     }
-    [[nodiscard]] std::wstring Status() const { return ToWide(sidebar.downloadStatus->text()); }
+    [[nodiscard]] std::wstring Status() const { return TextOf(ControlId::DownloadStatus); }
+    [[nodiscard]] int Position() const {
+        return Find<QProgressBar>(ControlId::DownloadProgress)->value();
+    }
     [[nodiscard]] bool AreaIsShown() const {
-        return !sidebar.downloadProgress->isHidden() && !sidebar.downloadStatus->isHidden();
+        return !Find(ControlId::DownloadProgress)->isHidden() &&
+               !Find(ControlId::DownloadStatus)->isHidden();
     }
     void Progress(quintptr value, std::optional<std::wstring> text) {
         flow->OnProgress(WindowMessage(kDownloadProgressMessage, value, std::move(text)));
@@ -90,13 +95,39 @@ class DownloadFlowTest : public test::FlowTest {
     bool savedAtModel = false;
 };
 
+TEST_F(DownloadFlowTest, ModelNameIsShownAndTheButtonGoesWithTheFile) {
+    const std::filesystem::path model = home.Home() / "net.onnx";
+    std::ofstream(model) << "model";
+    settings.modelPath = FromPath(model);
+    flow->ShowModel();
+    EXPECT_EQ(Find<QLineEdit>(ControlId::ModelName)->text(), "net.onnx");
+    EXPECT_TRUE(Find(ControlId::DownloadModel)->isHidden());
+    settings.modelPath = L"/gone.onnx";
+    flow->ShowModel();
+    EXPECT_EQ(Find<QLineEdit>(ControlId::ModelName)->text(), "gone.onnx");
+    EXPECT_FALSE(Find(ControlId::DownloadModel)->isHidden());
+}
+
+TEST_F(DownloadFlowTest, WithoutAModelDownloadIsOffered) {
+    flow->ShowModel();
+    EXPECT_EQ(Find<QLineEdit>(ControlId::ModelName)->text(), "(Not selected)");
+    EXPECT_FALSE(Find(ControlId::DownloadModel)->isHidden());
+}
+
+TEST_F(DownloadFlowTest, ModelHidesTheProgressOfADownload) {
+    Progress(1, L"text");
+    flow->ShowModel();
+    EXPECT_TRUE(Find(ControlId::DownloadProgress)->isHidden());
+    EXPECT_TRUE(Find(ControlId::DownloadStatus)->isHidden());
+}
+
 TEST_F(DownloadFlowTest, DeclinedQuestionChangesNothing) {
     user.wantsDownload = false;
     flow->StartModelDownload();
     EXPECT_EQ(user.downloadQuestions, 1);
     EXPECT_FALSE(downloader->busy);
     EXPECT_FALSE(AreaIsShown());
-    EXPECT_TRUE(sidebar.downloadModel->isEnabled());
+    EXPECT_TRUE(Find(ControlId::DownloadModel)->isEnabled());
     EXPECT_FALSE(std::filesystem::exists(ToPath(UserDataFolder())));
 }
 
@@ -105,7 +136,7 @@ TEST_F(DownloadFlowTest, StartShowsTheAreaAndDisablesTheButton) {
     flow->StartModelDownload();
     EXPECT_TRUE(downloader->busy);
     EXPECT_TRUE(AreaIsShown());
-    EXPECT_FALSE(sidebar.downloadModel->isEnabled());
+    EXPECT_FALSE(Find(ControlId::DownloadModel)->isEnabled());
     EXPECT_EQ(Status(), L"Starting download\u2026");
 }
 
@@ -122,8 +153,8 @@ TEST_F(DownloadFlowTest, DownloadedModelIsChosenAndSaved) {
     EXPECT_EQ(settings.modelPath, ModelFile());
     EXPECT_EQ(modelShown, ModelFile());
     EXPECT_EQ(SavedSettings().modelPath, ModelFile());
-    EXPECT_TRUE(sidebar.downloadProgress->isHidden());
-    EXPECT_TRUE(sidebar.downloadModel->isEnabled());
+    EXPECT_TRUE(Find(ControlId::DownloadProgress)->isHidden());
+    EXPECT_TRUE(Find(ControlId::DownloadModel)->isEnabled());
     EXPECT_EQ(test::ReadFile(ToPath(ModelFile())), "model!");
 }
 
@@ -137,16 +168,16 @@ TEST_F(DownloadFlowTest, ModelIsShownAfterTheTextAndBeforeTheSave) {
 TEST_F(DownloadFlowTest, ReportsOfTheDownloadReachTheBar) {
     hold = true;
     flow->StartModelDownload();
-    EXPECT_TRUE(WaitUntil([this] { return sidebar.downloadProgress->value() == 1000; }));
+    EXPECT_TRUE(WaitUntil([this] { return Position() == 1000; }));
     EXPECT_EQ(Status(), L"Downloading\u2026 0 MB / 0 MB");
 }
 
 TEST_F(DownloadFlowTest, ReportRightAfterAnotherWaits) {
     hold = true;
     flow->StartModelDownload();
-    EXPECT_TRUE(WaitUntil([this] { return sidebar.downloadProgress->value() == 1000; }));
+    EXPECT_TRUE(WaitUntil([this] { return Position() == 1000; }));
     Progress(500, L"next");
-    EXPECT_EQ(sidebar.downloadProgress->value(), 1000);
+    EXPECT_EQ(Position(), 1000);
 }
 
 TEST_F(DownloadFlowTest, FailedConnectionIsToldAndMayBeTriedAgain) {
@@ -155,9 +186,9 @@ TEST_F(DownloadFlowTest, FailedConnectionIsToldAndMayBeTriedAgain) {
     flow->StartModelDownload();
     WaitForEnd();
     EXPECT_EQ(Status(), L"Failed: HTTP request failed.");
-    EXPECT_TRUE(sidebar.downloadProgress->isHidden());
-    EXPECT_FALSE(sidebar.downloadStatus->isHidden());
-    EXPECT_TRUE(sidebar.downloadModel->isEnabled());
+    EXPECT_TRUE(Find(ControlId::DownloadProgress)->isHidden());
+    EXPECT_FALSE(Find(ControlId::DownloadStatus)->isHidden());
+    EXPECT_TRUE(Find(ControlId::DownloadModel)->isEnabled());
     EXPECT_EQ(settings.modelPath, L"/old.onnx");
     EXPECT_FALSE(SettingsAreSaved());
     EXPECT_TRUE(std::filesystem::is_empty(ToPath(ModelFile()).parent_path()));
@@ -168,18 +199,18 @@ TEST_F(DownloadFlowTest, FailedConnectionIsToldAndMayBeTriedAgain) {
 
 TEST_F(DownloadFlowTest, FailureShowsATextThatWasHidden) {
     Done(1, L"no");
-    EXPECT_FALSE(sidebar.downloadStatus->isHidden());
+    EXPECT_FALSE(Find(ControlId::DownloadStatus)->isHidden());
 }
 
 TEST_F(DownloadFlowTest, LowHalfOfTheValueIsThePosition) {
     Progress(0x70000 + 345, L"text");
-    EXPECT_EQ(sidebar.downloadProgress->value(), 345);
+    EXPECT_EQ(Position(), 345);
     EXPECT_EQ(Status(), L"text");
 }
 
 TEST_F(DownloadFlowTest, PositionBeyondTheEndFillsTheBar) {
     Progress(1001, L"text");
-    EXPECT_EQ(sidebar.downloadProgress->value(), 1000);
+    EXPECT_EQ(Position(), 1000);
 }
 
 TEST_F(DownloadFlowTest, ProgressShowsAnAreaThatWasHidden) {
@@ -188,12 +219,12 @@ TEST_F(DownloadFlowTest, ProgressShowsAnAreaThatWasHidden) {
 }
 
 TEST_F(DownloadFlowTest, MessagesWithoutTextAreIgnored) {
-    sidebar.downloadModel->setEnabled(false);
+    Find(ControlId::DownloadModel)->setEnabled(false);
     Progress(1, std::nullopt);
     Done(0, std::nullopt);
     Done(1, std::nullopt);
     EXPECT_FALSE(AreaIsShown());
-    EXPECT_FALSE(sidebar.downloadModel->isEnabled());
+    EXPECT_FALSE(Find(ControlId::DownloadModel)->isEnabled());
     EXPECT_EQ(settings.modelPath, L"");
     EXPECT_FALSE(SettingsAreSaved());
 }

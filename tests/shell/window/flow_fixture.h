@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QLabel>
 #include <filesystem>
 #include <functional>
 #include <optional>
@@ -13,10 +14,12 @@
 #include "base/user_folders.h"
 #include "shell/window/sidebar.h"
 #include "shell/window/window_dialogs.h"
+#include "tests/shell/window/find_control.h"
 #include "tests/shell/window/message_receiver.h"
 #include "tests/support/own_home.h"
 #include "ui/settings.h"
 #include "ui/ui_text.h"
+#include "ui/wide_text.h"
 
 namespace vistrel::test {
 
@@ -75,6 +78,15 @@ class FlowTest : public testing::Test {
         AppSettings saved;
         saved.Load();
         return saved;
+    }
+
+    template <typename Control = QWidget>
+    [[nodiscard]] Control* Find(ControlId id) const {
+        return FindControl<Control>(sidebar, id);
+    }
+    // What a label shows.
+    [[nodiscard]] std::wstring TextOf(ControlId label) const {
+        return ToWide(Find<QLabel>(label)->text());
     }
 
     OwnHome home;

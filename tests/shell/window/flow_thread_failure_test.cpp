@@ -32,8 +32,8 @@ TEST_F(WithoutThreads, ConversionFailsAndTheNextStartIsFree) {
     settings.modelPath = L"model.onnx";
     user.scene = FromPath(home.Home() / "scene.ply");
     flow.RunGenerate();
-    EXPECT_EQ(sidebar.generateStatus->text(), "Error: Resource temporarily unavailable");
-    EXPECT_TRUE(sidebar.generate->isEnabled());
+    EXPECT_EQ(TextOf(ControlId::GenerateStatus), L"Error: Resource temporarily unavailable");
+    EXPECT_TRUE(Find(ControlId::Generate)->isEnabled());
     EXPECT_FALSE(engine->busy);
     EXPECT_FALSE(std::filesystem::exists(home.Home() / "scene.ply"));
 }
@@ -42,10 +42,10 @@ TEST_F(WithoutThreads, DownloadFailsAndTheNextStartIsFree) {
     const auto downloader = std::make_shared<ModelDownloader>();
     DownloadFlow flow(downloader, settings, sidebar, user, window.mailbox);
     flow.StartModelDownload();
-    EXPECT_EQ(sidebar.downloadStatus->text(), "Failed: Resource temporarily unavailable");
-    EXPECT_FALSE(sidebar.downloadStatus->isHidden());
-    EXPECT_TRUE(sidebar.downloadProgress->isHidden());
-    EXPECT_TRUE(sidebar.downloadModel->isEnabled());
+    EXPECT_EQ(TextOf(ControlId::DownloadStatus), L"Failed: Resource temporarily unavailable");
+    EXPECT_FALSE(Find(ControlId::DownloadStatus)->isHidden());
+    EXPECT_TRUE(Find(ControlId::DownloadProgress)->isHidden());
+    EXPECT_TRUE(Find(ControlId::DownloadModel)->isEnabled());
     EXPECT_FALSE(downloader->busy);
     EXPECT_FALSE(std::filesystem::exists(ToPath(UserDataFolder())));
 }

@@ -58,7 +58,7 @@ class GenerateFlowTest : public FlowTest {
                    window.received.back().number == kGenerateDoneMessage && !engine->busy;
         }));
     }
-    [[nodiscard]] std::wstring Status() const { return ToWide(sidebar.generateStatus->text()); }
+    [[nodiscard]] std::wstring Status() const { return TextOf(ControlId::GenerateStatus); }
     void Progress(const std::wstring& stage) {
         flow->OnProgress(WindowMessage(kGenerateProgressMessage, 0, stage));
     }

@@ -19,7 +19,7 @@ TEST_F(GenerateFlowTest, FinishedSceneIsShownAndTheSettingsAreSaved) {
     WaitForEnd();
     EXPECT_EQ(Status(), L"Conversion successful! (2 sec)");
     EXPECT_EQ(scenes, std::vector<std::wstring>{In("out/scene.ply")});
-    EXPECT_TRUE(sidebar.generate->isEnabled());
+    EXPECT_TRUE(Find(ControlId::Generate)->isEnabled());
     EXPECT_EQ(SavedSettings().outputDir, In("out"));
     EXPECT_EQ(SavedSettings().outputFilename, L"scene.ply");
     EXPECT_TRUE(std::filesystem::is_regular_file(folder / "out/scene.ply"));
@@ -82,13 +82,13 @@ TEST_F(GenerateFlowTest, EndStopsTheSeconds) {
 }
 
 TEST_F(GenerateFlowTest, MessagesWithoutTextAreIgnored) {
-    sidebar.generate->setEnabled(false);
-    sidebar.generateStatus->setText("as it was");
+    sidebar.SetGenerateEnabled(false);
+    sidebar.ShowStatus(L"as it was");
     flow->OnProgress(WindowMessage(kGenerateProgressMessage, 0));
     Done(0, std::nullopt);
     Done(1, std::nullopt);
     EXPECT_EQ(Status(), L"as it was");
-    EXPECT_FALSE(sidebar.generate->isEnabled());
+    EXPECT_FALSE(Find(ControlId::Generate)->isEnabled());
     EXPECT_TRUE(scenes.empty());
     EXPECT_FALSE(SettingsAreSaved());
 }
@@ -100,7 +100,7 @@ TEST_F(GenerateFlowTest, MissingModelFileIsAFailureOfTheEngine) {
     WaitForEnd();
     EXPECT_EQ(Status().find(L"Error: "), 0U);
     EXPECT_NE(Status().find(L"gone.onnx"), std::wstring::npos) << ToUtf8(Status());
-    EXPECT_TRUE(sidebar.generate->isEnabled());
+    EXPECT_TRUE(Find(ControlId::Generate)->isEnabled());
     EXPECT_TRUE(scenes.empty());
     EXPECT_TRUE(SettingsAreSaved());
     EXPECT_FALSE(std::filesystem::exists(folder / "out/scene.ply"));

@@ -74,10 +74,10 @@ TEST_F(GenerateFlowTest, CancelledQuestionChangesNothing) {
 
 TEST_F(GenerateFlowTest, StartDisablesTheButtonAndShowsTheFirstText) {
     ChooseBoth();
-    sidebar.generate->setEnabled(true);
+    flow->UpdateButton();
     flow->RunGenerate();
     EXPECT_TRUE(engine->busy);
-    EXPECT_FALSE(sidebar.generate->isEnabled());
+    EXPECT_FALSE(Find(ControlId::Generate)->isEnabled());
     EXPECT_EQ(Status(), L"Starting inference\u2026");
     EXPECT_EQ(settings.outputDir, In("out"));
     EXPECT_EQ(settings.outputFilename, L"scene.ply");
@@ -101,7 +101,7 @@ TEST_F(GenerateFlowTest, OutputFolderThatCannotBeMadeIsToldAndTheNextStartIsFree
     user.scene = In("file/scene.ply");
     flow->RunGenerate();
     EXPECT_EQ(Status(), L"Error: create_directories: Not a directory: \"" + FromPath(file) + L"\"");
-    EXPECT_TRUE(sidebar.generate->isEnabled());
+    EXPECT_TRUE(Find(ControlId::Generate)->isEnabled());
     EXPECT_FALSE(engine->busy);
     EXPECT_EQ(test::ReadFile(file), "kept");
 
@@ -175,35 +175,10 @@ TEST_F(GenerateFlowTest, NothingStartsWhenTheFlowGoesDuringTheWarning) {
     EXPECT_FALSE(engine->busy);
 }
 
-TEST_F(GenerateFlowTest, ModelNameIsShownAndTheButtonGoesWithTheFile) {
-    ChooseBoth();
-    flow->UpdateModelDisplay();
-    EXPECT_EQ(sidebar.modelName->text(), "echo.onnx");
-    EXPECT_TRUE(sidebar.downloadModel->isHidden());
-    settings.modelPath = In("gone.onnx");
-    flow->UpdateModelDisplay();
-    EXPECT_EQ(sidebar.modelName->text(), "gone.onnx");
-    EXPECT_FALSE(sidebar.downloadModel->isHidden());
-}
-
-TEST_F(GenerateFlowTest, WithoutAModelDownloadIsOffered) {
-    flow->UpdateModelDisplay();
-    EXPECT_EQ(sidebar.modelName->text(), "(Not selected)");
-    EXPECT_FALSE(sidebar.downloadModel->isHidden());
-}
-
-TEST_F(GenerateFlowTest, ModelDisplayHidesTheProgressOfADownload) {
-    sidebar.downloadProgress->show();
-    sidebar.downloadStatus->show();
-    flow->UpdateModelDisplay();
-    EXPECT_TRUE(sidebar.downloadProgress->isHidden());
-    EXPECT_TRUE(sidebar.downloadStatus->isHidden());
-}
-
 TEST_F(GenerateFlowTest, GenerateNeedsPhotographAndModelAndAnIdleEngine) {
     const auto enabled = [this] {
-        flow->UpdateModelDisplay();
-        return sidebar.generate->isEnabled();
+        flow->UpdateButton();
+        return Find(ControlId::Generate)->isEnabled();
     };
     EXPECT_FALSE(enabled());
     ChooseBoth();

@@ -136,15 +136,16 @@ TEST_F(CommandsTest, StereoModeOfTheComboGoesToThePageAndTheMenu) {
     OpenWithScene();
     Find(ControlId::StereoMode)->setFocus();
     QTest::keyClick(Find(ControlId::StereoMode), Qt::Key_End);
-    EXPECT_TRUE(LastScriptHolds(L"ChgstFromNative(5)"));
+    const std::int32_t last = kStereoModeCount - 1;
+    EXPECT_TRUE(LastScriptHolds(L"ChgstFromNative(" + std::to_wstring(last) + L")"));
     window->UpdateMenuState();
-    EXPECT_TRUE(window->findChild<QAction*>("4035")->isChecked());
+    EXPECT_TRUE(Item(StereoModeItem(last))->isChecked());
 }
 
 TEST_F(CommandsTest, StereoModeOfTheMenuGoesToThePageAndTheCombo) {
     OpenWithScene();
-    for (int mode = 5; mode >= 0; --mode) {
-        Choose(static_cast<ControlId>(4030 + mode));
+    for (std::int32_t mode = kStereoModeCount - 1; mode >= 0; --mode) {
+        Choose(StereoModeItem(mode));
         EXPECT_TRUE(LastScriptHolds(L"ChgstFromNative(" + std::to_wstring(mode) + L")"));
         EXPECT_EQ(Find<QComboBox>(ControlId::StereoMode)->currentIndex(), mode);
     }
@@ -295,9 +296,10 @@ TEST_F(CommandsTest, OtherKeysDoNothing) {
 TEST_F(CommandsTest, OtherNumbersAreIgnored) {
     Open();
     browser.calls.clear();
-    for (const int id : {0, 999, 1000, 1001, 1010, 4036, 4042, 4029, 5001}) {
+    for (const int id : {0, 999, 1000, 1001, 1010, 4042, 4029, 5001}) {
         window->OnCommand(static_cast<ControlId>(id), 1);
     }
+    window->OnCommand(StereoModeItem(kStereoModeCount), 1);
     EXPECT_TRUE(dialogs->asked.empty());
     EXPECT_TRUE(browser.calls.empty());
     EXPECT_EQ(batches, 0);

@@ -19,6 +19,7 @@
 #include <utility>
 #include <vector>
 
+#include "tests/shell/window/find_control.h"
 #include "ui/settings.h"
 #include "ui/theme.h"
 #include "ui/ui_text.h"
@@ -38,15 +39,17 @@ class SidebarTest : public testing::Test {
         };
         sidebar->resize(Sidebar::kWidth, 676);
     }
-    // The window hides them until a download runs.
     void ShowDownload(bool button, bool progress) const {
-        sidebar->downloadModel->setVisible(button);
-        sidebar->downloadProgress->setVisible(progress);
-        sidebar->downloadStatus->setVisible(progress);
-        sidebar->LayoutSidebar();
+        sidebar->ShowModel(L"", button);
+        if (progress) sidebar->ShowDownload(0, L"");
     }
+    // Null where there is none.
     [[nodiscard]] QWidget* Find(int id) const {
         return sidebar->findChild<QWidget*>(QString::number(id));
+    }
+    template <typename Control = QWidget>
+    [[nodiscard]] Control* Find(ControlId id) const {
+        return test::FindControl<Control>(*sidebar, id);
     }
     [[nodiscard]] std::map<int, QRect> Geometries() const {
         std::map<int, QRect> all;
@@ -106,12 +109,39 @@ TEST_F(SidebarTest, LastControlOfTheTallestLayoutFitsIntoTheWindow) {
     EXPECT_LT(Find(1051)->geometry().bottom(), 676);
 }
 
+TEST_F(SidebarTest, DownloadShowsItsProgressUntilItsEnd) {
+    Make();
+    ShowDownload(true, false);
+    sidebar->ShowDownloadStart(L"begins");
+    EXPECT_FALSE(Find(ControlId::DownloadModel)->isEnabled());
+    EXPECT_FALSE(Find(ControlId::DownloadProgress)->isHidden());
+    EXPECT_EQ(Find<QLabel>(ControlId::DownloadStatus)->text(), "begins");
+    sidebar->ShowDownload(1500, L"half");
+    EXPECT_EQ(Find<QProgressBar>(ControlId::DownloadProgress)->value(), 1000);
+    EXPECT_EQ(Find<QLabel>(ControlId::DownloadStatus)->text(), "half");
+    sidebar->ShowDownloadEnd(L"ended");
+    EXPECT_TRUE(Find(ControlId::DownloadModel)->isEnabled());
+    EXPECT_TRUE(Find(ControlId::DownloadProgress)->isHidden());
+    EXPECT_EQ(Find<QLabel>(ControlId::DownloadStatus)->text(), "ended");
+}
+
+TEST_F(SidebarTest, ModelHidesTheProgressOfADownload) {
+    Make();
+    ShowDownload(true, true);
+    sidebar->ShowModel(L"net.onnx", false);
+    EXPECT_EQ(Find<QLineEdit>(ControlId::ModelName)->text(), "net.onnx");
+    for (const ControlId id :
+         {ControlId::DownloadModel, ControlId::DownloadProgress, ControlId::DownloadStatus}) {
+        EXPECT_TRUE(Find(id)->isHidden()) << static_cast<int>(id);
+    }
+}
+
 TEST_F(SidebarTest, DisabledButtonHandsTheFocusToNoOtherControl) {
     Make();
-    sidebar->generate->setFocus();
-    ASSERT_EQ(sidebar->focusWidget(), sidebar->generate);
-    sidebar->Disable(*sidebar->generate);
-    EXPECT_FALSE(sidebar->generate->isEnabled());
+    Find(ControlId::Generate)->setFocus();
+    ASSERT_EQ(sidebar->focusWidget(), Find(ControlId::Generate));
+    sidebar->SetGenerateEnabled(false);
+    EXPECT_FALSE(Find(ControlId::Generate)->isEnabled());
     EXPECT_EQ(sidebar->focusWidget(), sidebar.get());
 }
 
@@ -138,13 +168,13 @@ TEST_F(SidebarTest, ControlsShowTheSettings) {
     settings.depth = 12.7;
     settings.isSharpMode = false;
     Make();
-    EXPECT_EQ(sidebar->provider->currentIndex(), 1);
-    EXPECT_EQ(sidebar->stereoMode->currentIndex(), 4);
-    EXPECT_TRUE(sidebar->generalMode->isChecked());
-    EXPECT_EQ(sidebar->focus->value(), -12);
-    EXPECT_EQ(sidebar->depth->value(), 12);
-    EXPECT_EQ(sidebar->focusLabel->text(), "Focus: -12");
-    EXPECT_EQ(sidebar->depthLabel->text(), "Depth: 12");
+    EXPECT_EQ(Find<QComboBox>(ControlId::Provider)->currentIndex(), 1);
+    EXPECT_EQ(Find<QComboBox>(ControlId::StereoMode)->currentIndex(), 4);
+    EXPECT_TRUE(Find<QRadioButton>(ControlId::GeneralMode)->isChecked());
+    EXPECT_EQ(Find<QSlider>(ControlId::Focus)->value(), -12);
+    EXPECT_EQ(Find<QSlider>(ControlId::Depth)->value(), 12);
+    EXPECT_EQ(Find<QLabel>(ControlId::FocusLabel)->text(), "Focus: -12");
+    EXPECT_EQ(Find<QLabel>(ControlId::DepthLabel)->text(), "Depth: 12");
 }
 
 TEST_F(SidebarTest, SettingsOutsideTheRangesDoNoHarm) {
@@ -153,28 +183,28 @@ TEST_F(SidebarTest, SettingsOutsideTheRangesDoNoHarm) {
     settings.focus = 1e300;
     settings.depth = std::numeric_limits<double>::quiet_NaN();
     Make();
-    EXPECT_EQ(sidebar->provider->currentIndex(), -1);
-    EXPECT_EQ(sidebar->stereoMode->currentIndex(), -1);
-    EXPECT_EQ(sidebar->focus->value(), 100);
-    EXPECT_EQ(sidebar->focusLabel->text(), "Focus: 2147483647");
-    EXPECT_EQ(sidebar->depth->value(), 0);
+    EXPECT_EQ(Find<QComboBox>(ControlId::Provider)->currentIndex(), -1);
+    EXPECT_EQ(Find<QComboBox>(ControlId::StereoMode)->currentIndex(), -1);
+    EXPECT_EQ(Find<QSlider>(ControlId::Focus)->value(), 100);
+    EXPECT_EQ(Find<QLabel>(ControlId::FocusLabel)->text(), "Focus: 2147483647");
+    EXPECT_EQ(Find<QSlider>(ControlId::Depth)->value(), 0);
 }
 
 TEST_F(SidebarTest, ValueLabelsStayEnglishInJapanese) {
     gUiText = &kJapaneseText;
     Make();
-    EXPECT_EQ(sidebar->focusLabel->text(), "Focus: 0");
-    EXPECT_EQ(sidebar->depthLabel->text(), "Depth: 30");
+    EXPECT_EQ(Find<QLabel>(ControlId::FocusLabel)->text(), "Focus: 0");
+    EXPECT_EQ(Find<QLabel>(ControlId::DepthLabel)->text(), "Depth: 30");
 }
 
 TEST_F(SidebarTest, RangesAreThoseOfTheViewer) {
     Make();
-    EXPECT_EQ(sidebar->focus->minimum(), -100);
-    EXPECT_EQ(sidebar->focus->maximum(), 100);
-    EXPECT_EQ(sidebar->depth->minimum(), 0);
-    EXPECT_EQ(sidebar->depth->maximum(), 200);
-    EXPECT_EQ(sidebar->downloadProgress->minimum(), 0);
-    EXPECT_EQ(sidebar->downloadProgress->maximum(), 1000);
+    EXPECT_EQ(Find<QSlider>(ControlId::Focus)->minimum(), -100);
+    EXPECT_EQ(Find<QSlider>(ControlId::Focus)->maximum(), 100);
+    EXPECT_EQ(Find<QSlider>(ControlId::Depth)->minimum(), 0);
+    EXPECT_EQ(Find<QSlider>(ControlId::Depth)->maximum(), 200);
+    EXPECT_EQ(Find<QProgressBar>(ControlId::DownloadProgress)->minimum(), 0);
+    EXPECT_EQ(Find<QProgressBar>(ControlId::DownloadProgress)->maximum(), 1000);
 }
 
 TEST_F(SidebarTest, ButtonsGiveTheirCommands) {
@@ -191,24 +221,24 @@ TEST_F(SidebarTest, ButtonsGiveTheirCommands) {
 TEST_F(SidebarTest, RadioGivesItsCommandAlsoWhenItIsCheckedAlready) {
     Make();
     sidebar->ShowViewerControls(true);
-    sidebar->generalMode->click();
-    sidebar->generalMode->click();
+    Find<QRadioButton>(ControlId::GeneralMode)->click();
+    Find<QRadioButton>(ControlId::GeneralMode)->click();
     EXPECT_EQ(commands, (std::vector<std::pair<int, int>>{{1042, 0}, {1042, 0}}));
-    EXPECT_FALSE(sidebar->sharpMode->isChecked());
+    EXPECT_FALSE(Find<QRadioButton>(ControlId::SharpMode)->isChecked());
 }
 
 TEST_F(SidebarTest, UserChoosesInACombo) {
     Make();
     sidebar->show();
-    sidebar->provider->setFocus();
-    QTest::keyClick(sidebar->provider, Qt::Key_Down);
+    Find(ControlId::Provider)->setFocus();
+    QTest::keyClick(Find(ControlId::Provider), Qt::Key_Down);
     EXPECT_EQ(commands, (std::vector<std::pair<int, int>>{{1036, 1}}));
 }
 
 TEST_F(SidebarTest, UserMovesASlider) {
     Make();
     sidebar->ShowViewerControls(true);
-    QTest::keyClick(sidebar->depth, Qt::Key_Right);
+    QTest::keyClick(Find(ControlId::Depth), Qt::Key_Right);
     EXPECT_EQ(commands, (std::vector<std::pair<int, int>>{{1048, 31}}));
 }
 
@@ -218,7 +248,7 @@ TEST_F(SidebarTest, ProgramSetsControlsInSilence) {
     sidebar->SetStereoMode(3);
     sidebar->SetViewMode(false);
     EXPECT_TRUE(commands.empty());
-    EXPECT_EQ(sidebar->stereoMode->currentIndex(), 3);
+    EXPECT_EQ(Find<QComboBox>(ControlId::StereoMode)->currentIndex(), 3);
 }
 
 TEST_F(SidebarTest, FontsHaveTheirSizesAndWeights) {
@@ -254,18 +284,17 @@ TEST_F(SidebarTest, TextsHaveTheColourOfTexts) {
 
 TEST_F(SidebarTest, ProgressBarHasItsColours) {
     Make();
-    ShowDownload(true, true);
-    sidebar->downloadProgress->setValue(500);
-    const QImage bar = sidebar->downloadProgress->grab().toImage();
+    sidebar->ShowDownload(500, L"");
+    const QImage bar = Find(ControlId::DownloadProgress)->grab().toImage();
     EXPECT_EQ(bar.pixelColor(60, 5), QColor(166, 227, 161));
     EXPECT_EQ(bar.pixelColor(200, 5), QColor(36, 36, 56));
 }
 
 TEST_F(SidebarTest, DisabledButtonLooksDifferent) {
     Make();
-    const QImage enabled = sidebar->generate->grab().toImage();
-    sidebar->generate->setEnabled(false);
-    EXPECT_NE(sidebar->generate->grab().toImage(), enabled);
+    const QImage enabled = Find(ControlId::Generate)->grab().toImage();
+    sidebar->SetGenerateEnabled(false);
+    EXPECT_NE(Find(ControlId::Generate)->grab().toImage(), enabled);
 }
 
 TEST_F(SidebarTest, FocusIsSeenOnEveryControlThatTakesIt) {
@@ -310,7 +339,7 @@ TEST_F(SidebarTest, EveryControlHasANameForScreenReaders) {
                      (button == nullptr || button->text().isEmpty()))
             << id;
     }
-    EXPECT_EQ(sidebar->depth->accessibleName(), "Depth");
+    EXPECT_EQ(Find(ControlId::Depth)->accessibleName(), "Depth");
     EXPECT_EQ(Find(1002)->accessibleName(), "Help");
 }
 

@@ -11,8 +11,8 @@
 #include <utility>
 
 #include "shell/window/sidebar.h"
+#include "tests/shell/window/find_control.h"
 #include "ui/settings.h"
-#include "ui/spoken_text.h"
 #include "ui/text_label.h"
 #include "ui/theme.h"
 #include "ui/ui_text.h"
@@ -53,7 +53,9 @@ TEST_P(SidebarTextTest, NoTextIsCutOff) {
 }
 
 TEST_P(SidebarTextTest, NoEntryOfAComboIsCutOff) {
-    for (const QComboBox* const combo : {sidebar.provider, sidebar.stereoMode}) {
+    for (const QComboBox* const combo :
+         {test::FindControl<QComboBox>(sidebar, ControlId::Provider),
+          test::FindControl<QComboBox>(sidebar, ControlId::StereoMode)}) {
         for (int i = 0; i < combo->count(); ++i) {
             EXPECT_LE(QFontMetrics(combo->font()).horizontalAdvance(combo->itemText(i)) + 30,
                       combo->width());
@@ -62,41 +64,53 @@ TEST_P(SidebarTextTest, NoEntryOfAComboIsCutOff) {
 }
 
 TEST_P(SidebarTextTest, StatusTextsFitIntoTheirLabels) {
-    for (const unsigned slot : {26U, 27U, 29U, 30U}) {
-        sidebar.generateStatus->setText(QString::fromWCharArray(Text(slot)));
-        EXPECT_TRUE(dynamic_cast<const TextLabel&>(*sidebar.generateStatus).Fits()) << slot;
+    for (const TextId text : {TextId::ConversionStarting, TextId::ConversionComplete,
+                              TextId::ModelNeeded, TextId::WebViewFailed}) {
+        sidebar.ShowStatus(Text(text));
+        EXPECT_TRUE(dynamic_cast<const TextLabel&>(*Find(1034)).Fits()) << Text(text);
     }
-    for (const unsigned slot : {23U, 24U}) {
-        sidebar.downloadStatus->setText(QString::fromWCharArray(Text(slot)));
-        EXPECT_TRUE(dynamic_cast<const TextLabel&>(*sidebar.downloadStatus).Fits()) << slot;
+    for (const TextId text : {TextId::DownloadStarting, TextId::DownloadComplete}) {
+        sidebar.ShowDownloadStart(Text(text));
+        EXPECT_TRUE(dynamic_cast<const TextLabel&>(*Find(1015)).Fits()) << Text(text);
     }
 }
 
 TEST_P(SidebarTextTest, TextsAreThoseOfTheTable) {
-    const std::map<int, std::size_t> texts = {
-        {1003, 63}, {1010, 0}, {1013, 44}, {1030, 1},  {1031, 3},  {1032, 4},  {1035, 5}, {1033, 8},
-        {1040, 2},  {1041, 9}, {1042, 10}, {1043, 11}, {1049, 14}, {1050, 15}, {1051, 16}};
-    for (const auto& [id, slot] : texts) {
-        EXPECT_EQ(Find(id)->property("text").toString(), QString::fromWCharArray(Text(slot))) << id;
+    const std::map<int, TextId> texts = {
+        {1003, TextId::Batch},         {1010, TextId::ModelHeading}, {1013, TextId::DownloadModel},
+        {1030, TextId::InputHeading},  {1031, TextId::DropHint},     {1032, TextId::SelectFile},
+        {1035, TextId::ProviderLabel}, {1033, TextId::Generate},     {1040, TextId::ViewerHeading},
+        {1041, TextId::SharpMode},     {1042, TextId::GeneralMode},  {1043, TextId::StereoLabel},
+        {1049, TextId::Swap},          {1050, TextId::Reset},        {1051, TextId::SaveImage}};
+    for (const auto& [id, text] : texts) {
+        EXPECT_EQ(Find(id)->property("text").toString(), UiString(text)) << id;
     }
-    for (int i = 0; i < 6; ++i) {
-        EXPECT_EQ(sidebar.stereoMode->itemText(i),
-                  QString::fromWCharArray(Text(static_cast<std::size_t>(17 + i))));
+    for (int i = 0; i < kStereoModeCount; ++i) {
+        EXPECT_EQ(test::FindControl<QComboBox>(sidebar, ControlId::StereoMode)->itemText(i),
+                  UiString(kStereoModeTexts.at(static_cast<std::size_t>(i)).inList));
     }
-    EXPECT_EQ(sidebar.stereoMode->count(), 6);
-    EXPECT_EQ(sidebar.provider->count(), 2);
-    EXPECT_EQ(sidebar.provider->itemText(1), "CUDA (nVidia)");
+    EXPECT_EQ(test::FindControl<QComboBox>(sidebar, ControlId::StereoMode)->count(),
+              kStereoModeCount);
+    EXPECT_EQ(test::FindControl<QComboBox>(sidebar, ControlId::Provider)->count(), 2);
+    EXPECT_EQ(test::FindControl<QComboBox>(sidebar, ControlId::Provider)->itemText(1),
+              "CUDA (nVidia)");
     EXPECT_EQ(Find(1001)->property("text").toString(), "Vistrel");
     EXPECT_EQ(Find(1002)->property("text").toString(), "?");
     EXPECT_EQ(Find(1012)->property("text").toString(), QString::fromUtf8("Select\u2026"));
 }
 
 TEST_P(SidebarTextTest, ScreenReadersSayTheTextsOfTheTable) {
-    const std::map<int, std::size_t> texts = {
-        {1002, 85}, {1003, 63}, {1010, 0}, {1011, 0},  {1013, 44}, {1014, 32}, {1030, 1}, {1032, 4},
-        {1033, 8},  {1036, 5},  {1040, 2}, {1044, 11}, {1049, 14}, {1050, 15}, {1051, 16}};
-    for (const auto& [id, slot] : texts) {
-        const QString wanted = SpokenText(QString::fromWCharArray(Text(slot)));
+    const std::map<int, TextId> texts = {
+        {1002, TextId::MenuHelp},      {1003, TextId::Batch},
+        {1010, TextId::ModelHeading},  {1011, TextId::ModelHeading},
+        {1013, TextId::DownloadModel}, {1014, TextId::DownloadCaption},
+        {1030, TextId::InputHeading},  {1032, TextId::SelectFile},
+        {1033, TextId::Generate},      {1036, TextId::ProviderLabel},
+        {1040, TextId::ViewerHeading}, {1044, TextId::StereoLabel},
+        {1049, TextId::Swap},          {1050, TextId::Reset},
+        {1051, TextId::SaveImage}};
+    for (const auto& [id, text] : texts) {
+        const QString wanted = SpokenText(UiString(text));
         EXPECT_EQ(Find(id)->accessibleName(), wanted) << id;
     }
     EXPECT_EQ(Find(1012)->accessibleName(),

@@ -92,7 +92,7 @@ TEST_F(WindowDialogsTest, ProviderFallbackIsAWarning) {
     Answer(QMessageBox::Ok);
     dialogs.TellProviderFallback();
     EXPECT_EQ(shown.caption, "Execution Provider Fallback");
-    EXPECT_EQ(shown.text, FromWide(kEnglishText[33]));
+    EXPECT_EQ(shown.text, FromWide(EnglishText(TextId::FallbackWarning)));
     EXPECT_EQ(shown.icon, QMessageBox::Warning);
     EXPECT_EQ(shown.buttons, QMessageBox::Ok);
 }
@@ -101,7 +101,7 @@ TEST_F(WindowDialogsTest, AboutIsInformationWithItsBlanksKept) {
     Answer(QMessageBox::Ok);
     dialogs.TellAbout();
     EXPECT_EQ(shown.caption, "About Vistrel");
-    EXPECT_EQ(shown.text, FromWide(kEnglishText[35]));
+    EXPECT_EQ(shown.text, FromWide(EnglishText(TextId::About)));
     EXPECT_EQ(shown.format, Qt::PlainText);
     EXPECT_EQ(shown.icon, QMessageBox::Information);
 }
@@ -110,8 +110,8 @@ TEST_F(WindowDialogsTest, JapaneseTableGivesJapaneseTexts) {
     gUiText = &kJapaneseText;
     Answer(QMessageBox::No);
     (void)dialogs.AskWhetherToDownload();
-    EXPECT_EQ(shown.caption, FromWide(kJapaneseText[32]));
-    EXPECT_EQ(shown.text, FromWide(kJapaneseText[31]));
+    EXPECT_EQ(shown.caption, UiString(TextId::DownloadCaption));
+    EXPECT_EQ(shown.text, UiString(TextId::DownloadQuestion));
 }
 
 TEST_F(WindowDialogsTest, EnglishHelpIsOpened) {

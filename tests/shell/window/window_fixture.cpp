@@ -11,47 +11,43 @@
 
 namespace vistrel::test {
 
-std::optional<std::wstring> FakeQuestions::AskPhotographOrScene() {
+std::optional<std::wstring> FakeDialogs::AskPhotographOrScene() {
     asked.emplace_back(L"photograph or scene");
     return answer;
 }
 
-std::optional<std::wstring> FakeQuestions::AskModel(const std::wstring& modelPath) {
+std::optional<std::wstring> FakeDialogs::AskModel(const std::wstring& modelPath) {
     asked.push_back(L"model " + modelPath);
     return answer;
 }
 
-std::optional<std::wstring> FakeQuestions::AskPictureToSave() {
+std::optional<std::wstring> FakeDialogs::AskPictureToSave() {
     asked.emplace_back(L"picture to save");
     if (whileAsking) whileAsking();
     return answer;
 }
 
-std::optional<std::wstring> FakeQuestions::AskSceneToSave(const std::wstring& proposal,
+std::optional<std::wstring> FakeDialogs::AskSceneToSave(const std::wstring& proposal,
                                                           const std::wstring& /*folder*/) {
     asked.push_back(L"scene to save " + proposal);
     return answer;
 }
 
-bool FakeQuestions::AskWhetherToDownload() {
+bool FakeDialogs::AskWhetherToDownload() {
     asked.emplace_back(L"download");
     return yes;
 }
 
-void FakeQuestions::TellProviderFallback() {
+void FakeDialogs::TellProviderFallback() {
     asked.emplace_back(L"provider fallback");
 }
 
-void FakeQuestions::TellAbout() {
+void FakeDialogs::TellAbout() {
     asked.emplace_back(L"about");
 }
 
-void FakeQuestions::OpenHelp(const std::wstring& appDir) {
+void FakeDialogs::OpenHelp(const std::wstring& appDir) {
     asked.push_back(L"help " + appDir);
-}
-
-QString NameOf(ControlId id) {
-    return QString::number(static_cast<int>(id));
 }
 
 WindowTest::WindowTest() {
@@ -63,7 +59,7 @@ WindowTest::WindowTest() {
     set("XDG_DATA_HOME", "data");
     services.browser = browser.Factory();
     services.makeDialogs = [this](QWidget*) {
-        auto made = std::make_unique<FakeQuestions>();
+        auto made = std::make_unique<FakeDialogs>();
         dialogs = made.get();
         return made;
     };

@@ -3,17 +3,16 @@
 
 #include <gtest/gtest.h>
 
-#include <QString>
 #include <functional>
 #include <memory>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "shell/window/control_id.h"
 #include "shell/window/main_window.h"
 #include "shell/window/window_dialogs.h"
+#include "tests/shell/window/find_control.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/viewer/fake_web_view.h"
 
@@ -23,7 +22,7 @@ class QWidget;
 namespace vistrel::test {
 
 // Answers in the user's place and notes down what was asked.
-class FakeQuestions : public WindowDialogs {
+class FakeDialogs : public WindowDialogs {
   public:
     std::optional<std::wstring> AskPhotographOrScene() override;
     std::optional<std::wstring> AskModel(const std::wstring& modelPath) override;
@@ -41,9 +40,6 @@ class FakeQuestions : public WindowDialogs {
     std::function<void()> whileAsking;
 };
 
-// As what a widget or menu item is found.
-[[nodiscard]] QString NameOf(ControlId id);
-
 class WindowTest : public testing::Test {
   protected:
     WindowTest();
@@ -57,9 +53,7 @@ class WindowTest : public testing::Test {
 
     template <typename Control = QWidget>
     [[nodiscard]] Control* Find(ControlId id) const {
-        auto* const found = window->findChild<Control*>(NameOf(id));
-        if (found == nullptr) throw std::runtime_error("no such control");
-        return found;
+        return FindControl<Control>(*window, id);
     }
     [[nodiscard]] QAction* Item(ControlId id) const;
     void Click(ControlId id) const;
@@ -71,7 +65,7 @@ class WindowTest : public testing::Test {
 
     TemporaryFolder folder;
     FakeBrowser browser;
-    FakeQuestions* dialogs = nullptr;  // the window's own
+    FakeDialogs* dialogs = nullptr;  // the window's own
     std::wstring webDir = L"/web";     // the page's folder; there is none of this name
     MainWindowServices services;
     std::unique_ptr<MainWindow> window;

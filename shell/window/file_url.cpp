@@ -1,4 +1,4 @@
-#include "shell/window/dropped_file.h"
+#include "shell/window/file_url.h"
 
 #include <QMimeData>
 #include <QUrl>
@@ -10,11 +10,15 @@
 
 namespace vistrel {
 
+QUrl FileUrl(const std::filesystem::path& file) {
+    const QByteArray name = QByteArray::fromStdString(file.native());
+    return QUrl::fromEncoded("file://" + name.toPercentEncoding("/"));
+}
+
 std::optional<std::wstring> DroppedFile(const QMimeData& dropped) {
     for (const QUrl& url : dropped.urls()) {
         const bool ofThisHost = url.host().isEmpty() || url.host() == "localhost";
         if (!url.isLocalFile() || !ofThisHost) continue;
-        // Byte for byte: a QString cannot hold every name of a file.
         const QByteArray name =
             QByteArray::fromPercentEncoding(url.path(QUrl::FullyEncoded).toLatin1());
         std::wstring path =

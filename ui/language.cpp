@@ -1,13 +1,24 @@
-#include "shell/start/qt_translation.h"
+#include "ui/language.h"
 
 #include <QCoreApplication>
 #include <QLibraryInfo>
+#include <QLocale>
+#include <QString>
+#include <QStringList>
 #include <QTranslator>
 #include <memory>
 
 #include "ui/ui_text.h"
 
 namespace vistrel {
+
+bool IsJapaneseUser() {
+    const QStringList languages = QLocale::system().uiLanguages();
+    if (languages.isEmpty()) return false;
+    const QString first = languages.front();
+    return first.startsWith(u"ja", Qt::CaseInsensitive) &&
+           (first.size() == 2 || !first.at(2).isLetterOrNumber());
+}
 
 void InstallQtTranslation() {
     if (gUiText != &kJapaneseText) return;

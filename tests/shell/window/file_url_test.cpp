@@ -1,4 +1,4 @@
-#include "shell/window/dropped_file.h"
+#include "shell/window/file_url.h"
 
 #include <gtest/gtest.h>
 
@@ -17,6 +17,11 @@ std::optional<std::wstring> Dropped(const QByteArray& list) {
     QMimeData data;
     data.setData("text/uri-list", list);
     return DroppedFile(data);
+}
+
+TEST(FileUrl, NameComesBackByteForByte) {
+    const std::string name = "/my photos/\xe5\x86\x99#%?\xff\n.jpg";
+    EXPECT_EQ(ToPath(Dropped(FileUrl(name).toEncoded()).value()), name);
 }
 
 TEST(DroppedFile, FirstOfSeveralIsTaken) {

@@ -1,0 +1,20 @@
+// Files and the addresses by which other programs know them, byte for byte: a QString cannot hold
+// every name of a file.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+class QMimeData;
+class QUrl;
+
+namespace vistrel {
+
+[[nodiscard]] QUrl FileUrl(const std::filesystem::path& file);
+
+// What somebody drops on the window: path of the first local file; folders, and addresses of
+// anything else, are passed over.
+[[nodiscard]] std::optional<std::wstring> DroppedFile(const QMimeData& dropped);
+
+}  // namespace vistrel

@@ -1,0 +1,54 @@
+#include "shell/window/viewer_area.h"
+
+#include <QRect>
+#include <utility>
+
+#include "shell/window/focus_frame.h"
+#include "shell/window/preview.h"
+#include "ui/ui_text.h"
+
+namespace vistrel {
+
+ViewerArea::ViewerArea(QWidget* client, QWidget* sidebar, std::wstring webDir,
+                       EnvironmentFactory browser)
+    : client_(client),
+      webDir_(std::move(webDir)),
+      preview_(new Preview(client)),
+      focus_(new FocusFrame(client, sidebar)),
+      bridge_(Text(TextId::LoaderMissing), std::move(browser)),
+      sceneLink_(webDir_) {}
+
+void ViewerArea::Start(const QRect& bounds, WebViewBridge::ReadyCallback onReady) {
+    bridge_.Initialize(client_, bounds, webDir_, std::move(onReady));
+    focus_->raise();
+}
+
+void ViewerArea::SetBounds(const QRect& bounds) {
+    preview_->setGeometry(bounds);
+    focus_->setGeometry(bounds);
+    bridge_.SetBounds(bounds);
+}
+
+void ViewerArea::UpdateVisibility() {
+    bridge_.SetVisible(sceneLoaded_);
+}
+
+void ViewerArea::ShowPhotograph(const std::wstring& path) {
+    sceneLoaded_ = false;
+    preview_->Show(path);
+    UpdateVisibility();
+}
+
+void ViewerArea::ShowScene(std::wstring path, bool sharp) {
+    sceneLoaded_ = true;
+    currentScenePath_ = std::move(path);
+    preview_->Clear();
+    UpdateVisibility();
+    bridge_.ShowScene(sceneLink_.PathFor(currentScenePath_), sharp);
+}
+
+bool ViewerArea::IsReading() const {
+    return preview_->IsReading();
+}
+
+}  // namespace vistrel

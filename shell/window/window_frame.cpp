@@ -1,0 +1,44 @@
+#include "shell/window/window_frame.h"
+
+#include <QApplication>
+#include <QMainWindow>
+#include <utility>
+
+namespace vistrel {
+
+WindowFrame::WindowFrame(QMainWindow& window, std::function<MainMenu*()> makeMenu)
+    : window_(window), makeMenu_(std::move(makeMenu)) {}
+
+void WindowFrame::BuildMenu() {
+    menu_ = makeMenu_();
+    window_.setMenuBar(menu_);
+}
+
+void WindowFrame::ToggleFullScreen() {
+    // Enter also comes from an open menu, whose bar goes now.
+    while (QWidget* const popup = QApplication::activePopupWidget()) {
+        if (!popup->close()) break;
+    }
+    if (fullScreen_) {
+        window_.setWindowState(window_.windowState() & ~Qt::WindowFullScreen);
+        Leave();
+        return;
+    }
+    savedPlacement_ = window_.isMaximized() ? QRect() : window_.geometry();
+    menu_ = nullptr;
+    window_.setMenuBar(nullptr);
+    fullScreen_ = true;
+    window_.setWindowState(window_.windowState() | Qt::WindowFullScreen);
+}
+
+void WindowFrame::OnStateChange() {
+    if (!window_.isFullScreen() && !window_.isMinimized()) Leave();
+}
+
+void WindowFrame::Leave() {
+    if (!std::exchange(fullScreen_, false)) return;
+    if (!savedPlacement_.isEmpty()) window_.setGeometry(savedPlacement_);
+    BuildMenu();
+}
+
+}  // namespace vistrel

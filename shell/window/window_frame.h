@@ -1,0 +1,41 @@
+// The frame around the main window: its menu bar, and full screen without any.
+#pragma once
+
+#include <QRect>
+#include <functional>
+
+#include "shell/window/main_menu.h"
+
+class QMainWindow;
+
+namespace vistrel {
+
+// Thread of the event loop. `window` outlives it.
+class WindowFrame {
+  public:
+    // `makeMenu` makes a menu whose parent is the window; it is called for the first one and
+    // whenever full screen ends.
+    WindowFrame(QMainWindow& window, std::function<MainMenu*()> makeMenu);
+
+    // Gives the window a menu bar.
+    void BuildMenu();
+    // Null in full screen.
+    [[nodiscard]] MainMenu* Menu() const { return menu_; }
+
+    // Back, the window has the place that it had before.
+    void ToggleFullScreen();
+    [[nodiscard]] bool IsFullScreen() const { return fullScreen_; }
+    // The window's state has changed: the desktop can end full screen of its own accord.
+    void OnStateChange();
+
+  private:
+    void Leave();
+
+    QMainWindow& window_;
+    std::function<MainMenu*()> makeMenu_;
+    MainMenu* menu_ = nullptr;
+    bool fullScreen_ = false;
+    QRect savedPlacement_;  // geometry before full screen; empty where the window was maximised
+};
+
+}  // namespace vistrel
