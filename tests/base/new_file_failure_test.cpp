@@ -9,7 +9,9 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <thread>
 
@@ -248,25 +250,32 @@ TEST_F(FailedDevice, PipeWhoseReaderLeft) {
     EXPECT_TRUE(std::filesystem::is_fifo(path));
 }
 
-class EndOfTheProcess : public test::OnBothFileSystems {};
+class EndOfTheProcess : public test::OnBothFileSystems {
+  protected:
+    // Whether `work`, which ends its process, ended it well.
+    static bool RunInAnother(const std::function<void()>& work) {
+        return test::Join(test::Fork(
+            [&work] {
+                Run(work);
+                return false;
+            },
+            false));
+    }
+};
 INSTANTIATE_TEST_SUITE_P(Files, EndOfTheProcess, test::kBothFileSystems, test::NameOf);
 
 TEST_P(EndOfTheProcess, LeavesNothingUnfinished) {
-    Run([this] {
-        EXPECT_TRUE(test::Join(test::Fork(
-            [this]() -> bool {
-                NewFile file(folder_ / "file");
-                file.Append(Megabyte());
-                DiscardUnfinishedFiles();
-                _exit(0);
-            },
-            false)));
-    });
+    EXPECT_TRUE(RunInAnother([this] {
+        NewFile file(folder_ / "file");
+        file.Append(Megabyte());
+        DiscardUnfinishedFiles();
+        _exit(EXIT_SUCCESS);
+    }));
     EXPECT_EQ(Entries(), 0);
 }
 
 TEST_P(EndOfTheProcess, LetsNoFileAppearAnyMore) {
-    const auto work = [this]() -> bool {
+    EXPECT_TRUE(RunInAnother([this] {
         std::atomic<int> made = 0;
         std::thread writer([&] {
             for (;;) WriteWhole(folder_ / std::to_string(made++), "content");
@@ -276,9 +285,8 @@ TEST_P(EndOfTheProcess, LetsNoFileAppearAnyMore) {
         const long left = Entries();
         constexpr int kLooks = 1000;
         for (int i = 0; i < kLooks && Entries() == left; ++i) std::this_thread::yield();
-        _exit(Entries() == left ? 0 : 1);
-    };
-    Run([&] { EXPECT_TRUE(test::Join(test::Fork(work, false))); });
+        _exit(Entries() == left ? EXIT_SUCCESS : EXIT_FAILURE);
+    }));
     for (const auto& entry : std::filesystem::directory_iterator(folder_.Path())) {
         EXPECT_EQ(ReadFile(entry.path()), "content") << entry.path();
     }
