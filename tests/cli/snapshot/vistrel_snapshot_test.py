@@ -216,7 +216,7 @@ class Failures(Snapshot):
         self.scene.write_bytes(splat_scenes.wall())
         process = subprocess.Popen([PROGRAM, "--size", "4000x4000", self.scene, self.picture],
                                    env=self.environment, stderr=subprocess.DEVNULL)
-        while not list(self.temporary.glob("*/scene.ply")):
+        while not list(self.temporary.glob("*/OrbitControls3d.js")):
             self.assertIsNone(process.poll())
             time.sleep(0.01)
         process.send_signal(signal.SIGTERM)
