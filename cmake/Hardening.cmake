@@ -3,6 +3,8 @@
 include(CheckPIESupported)
 check_pie_supported(LANGUAGES CXX)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+# Programs too, not -fPIE: what they share with libraries includes the precompiled headers.
+add_compile_options(-fPIC)
 
 if(NOT VISTREL_SANITIZE)
   # Static libraries become position independent as a shared library would; nothing ever takes the

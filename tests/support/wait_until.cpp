@@ -25,4 +25,9 @@ void DeliverPosted() {
     while (!delivered) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
 }
 
+void TakeBackExit() {
+    QTimer::singleShot(0, [] { QCoreApplication::exit(); });
+    QCoreApplication::exec();
+}
+
 }  // namespace vistrel::test

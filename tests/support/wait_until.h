@@ -13,4 +13,7 @@ namespace vistrel::test {
 // Runs the event loop until everything is delivered that is posted now.
 void DeliverPosted();
 
+// An application that was told to exit ends every event loop as soon as it starts, up to here.
+void TakeBackExit();
+
 }  // namespace vistrel::test

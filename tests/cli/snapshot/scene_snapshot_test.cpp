@@ -17,6 +17,7 @@
 
 #include "tests/support/capture.h"
 #include "tests/support/temporary_folder.h"
+#include "tests/support/wait_until.h"
 #include "tests/viewer/fake_web_view.h"
 
 namespace vistrel {
@@ -179,6 +180,7 @@ TEST_F(SceneSnapshot, ApplicationThatExits) {
         return L"busy";
     };
     EXPECT_EQ(Failure(), "interrupted");
+    test::TakeBackExit();
 }
 
 }  // namespace

@@ -2,10 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 
+#include "tests/support/own_home.h"
 #include "tests/support/temporary_folder.h"
 
 namespace vistrel {
@@ -15,7 +15,8 @@ using test::TemporaryFolder;
 
 TEST(WorkFolder, IsTheUsersAloneAndGoneAfterwards) {
     const TemporaryFolder parent;
-    setenv("TMPDIR", parent.Path().c_str(), 1);
+    test::Variables variables;
+    variables.Set("TMPDIR", parent.Path());
     std::filesystem::path path;
     {
         const WorkFolder folder;
@@ -31,13 +32,14 @@ TEST(WorkFolder, IsTheUsersAloneAndGoneAfterwards) {
 TEST(WorkFolder, LiesInTmpWhereTheWantedFolderWillNotDo) {
     const TemporaryFolder parent;
     std::filesystem::create_directory(parent / "a #b");
+    test::Variables variables;
     for (const std::filesystem::path& wanted :
          {parent / "none", parent / "a #b", std::filesystem::path("relative"),
           std::filesystem::path()}) {
-        setenv("TMPDIR", wanted.c_str(), 1);
+        variables.Set("TMPDIR", wanted);
         EXPECT_EQ(WorkFolder().Path().parent_path(), "/tmp") << wanted;
     }
-    unsetenv("TMPDIR");
+    variables.Unset("TMPDIR");
     EXPECT_EQ(WorkFolder().Path().parent_path(), "/tmp");
 }
 

@@ -7,6 +7,7 @@
 
 #include "base/text_encoding.h"
 #include "tests/support/test_pictures.h"
+#include "tests/support/wait_until.h"
 #include "ui/ui_text.h"
 
 namespace vistrel::test {
@@ -68,6 +69,7 @@ WindowTest::WindowTest() {
 WindowTest::~WindowTest() {
     window.reset();
     gUiText = nullptr;
+    TakeBackExit();  // the window's end is the application's
 }
 
 void WindowTest::Open(bool browserReady) {

@@ -11,8 +11,8 @@
 
 #include "base/text_encoding.h"
 #include "tests/support/wait_until.h"
-#include "tests/viewer/browser.h"
-#include "tests/viewer/helper_process.h"
+#include "tests/viewer/loader/browser.h"
+#include "tests/viewer/loader/helper_process.h"
 
 namespace vistrel::test {
 namespace {

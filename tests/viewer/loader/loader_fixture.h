@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "tests/support/temporary_folder.h"
-#include "tests/viewer/browser.h"
+#include "tests/viewer/loader/browser.h"
 
 namespace vistrel::test {
 

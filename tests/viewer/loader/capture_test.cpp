@@ -2,7 +2,7 @@
 #include <QRect>
 
 #include "tests/support/wait_until.h"
-#include "tests/viewer/loader_fixture.h"
+#include "tests/viewer/loader/loader_fixture.h"
 
 namespace vistrel::test {
 namespace {

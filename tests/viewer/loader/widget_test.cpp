@@ -9,7 +9,7 @@
 
 #include "base/text_encoding.h"
 #include "tests/support/wait_until.h"
-#include "tests/viewer/loader_fixture.h"
+#include "tests/viewer/loader/loader_fixture.h"
 
 namespace vistrel::test {
 namespace {

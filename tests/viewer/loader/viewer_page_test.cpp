@@ -16,7 +16,7 @@
 #include "tests/support/splat_scene_bytes.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/wait_until.h"
-#include "tests/viewer/helper_process.h"
+#include "tests/viewer/loader/helper_process.h"
 #include "viewer/web_view_bridge.h"
 
 namespace vistrel::test {
@@ -42,7 +42,7 @@ class ViewerPage : public testing::Test {
 
     bool Start() {
         std::optional<bool> ready;
-        bridge_.Initialize(&window_, window_.rect(), FromUtf8(VISTREL_PAGE),
+        bridge_.Initialize(&window_, window_.rect(), FromUtf8(VISTREL_WEB),
                            [&ready](bool answer) { ready = answer; });
         return WaitUntil([&ready] { return ready.has_value(); }) && *ready;
     }
@@ -165,7 +165,7 @@ TEST_F(ViewerPage, NextSceneOpensAfterThePagesProcessWasKilled) {
 TEST_F(ViewerPage, BridgeMayEndAtAnyMoment) {
     for (const int steps : {0, 1, 2, 5, 20}) {
         WebViewBridge bridge(L"No loader.");
-        bridge.Initialize(&window_, window_.rect(), FromUtf8(VISTREL_PAGE), [](bool) {});
+        bridge.Initialize(&window_, window_.rect(), FromUtf8(VISTREL_WEB), [](bool) {});
         for (int i = 0; i < steps; ++i) DeliverPosted();
     }
     DeliverPosted();

@@ -2,7 +2,7 @@
 
 #include "base/text_encoding.h"
 #include "tests/support/wait_until.h"
-#include "tests/viewer/loader_fixture.h"
+#include "tests/viewer/loader/loader_fixture.h"
 #include "viewer/page_path.h"
 
 namespace vistrel::test {

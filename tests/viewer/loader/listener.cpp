@@ -1,4 +1,4 @@
-#include "tests/viewer/listener.h"
+#include "tests/viewer/loader/listener.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>

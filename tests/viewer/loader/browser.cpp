@@ -1,4 +1,4 @@
-#include "tests/viewer/browser.h"
+#include "tests/viewer/loader/browser.h"
 
 #include <dlfcn.h>
 

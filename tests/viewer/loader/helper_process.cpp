@@ -1,4 +1,4 @@
-#include "tests/viewer/helper_process.h"
+#include "tests/viewer/loader/helper_process.h"
 
 #include <unistd.h>
 

@@ -5,7 +5,7 @@
 
 #include "base/text_encoding.h"
 #include "tests/support/wait_until.h"
-#include "tests/viewer/loader_fixture.h"
+#include "tests/viewer/loader/loader_fixture.h"
 
 namespace vistrel::test {
 namespace {
@@ -40,14 +40,16 @@ TEST_F(LoaderPageTest, FileWithAnyNameIsShown) {
         for (const wchar_t character : FromPath(folder_.Write(name, RedSplat()))) {
             path += character == L' ' ? L"%20" : std::wstring(1, character);
         }
-        ASSERT_TRUE(browser_.OpenFile(VISTREL_PAGE, L"?nreso=1&mode=1&nst=1&openFile=" + path));
+        ASSERT_TRUE(browser_.OpenFile(VISTREL_WEB "/gaus3d.html",
+                                      L"?nreso=1&mode=1&nst=1&openFile=" + path));
         EXPECT_TRUE(ShowsTheSplat()) << name;
     }
     EXPECT_TRUE(browser_.console.empty());
 }
 
 TEST_F(LoaderPageTest, FileThatIsMissingIsReportedInThePageAlone) {
-    ASSERT_TRUE(browser_.OpenFile(VISTREL_PAGE, L"?nreso=1&mode=1&nst=1&openFile=/missing.splat"));
+    ASSERT_TRUE(browser_.OpenFile(VISTREL_WEB "/gaus3d.html",
+                                  L"?nreso=1&mode=1&nst=1&openFile=/missing.splat"));
     EXPECT_TRUE(WaitUntil([&] { return !browser_.console.empty(); }));
     EXPECT_EQ(browser_.navigations, (std::vector<bool>{true}));
 }

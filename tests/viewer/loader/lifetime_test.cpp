@@ -6,8 +6,8 @@
 
 #include "base/text_encoding.h"
 #include "tests/support/wait_until.h"
-#include "tests/viewer/helper_process.h"
-#include "tests/viewer/loader_fixture.h"
+#include "tests/viewer/loader/helper_process.h"
+#include "tests/viewer/loader/loader_fixture.h"
 
 namespace vistrel::test {
 namespace {
