@@ -44,7 +44,8 @@ class Window:
 class Display:
     """One thread. `close` ends the server and with it everything that is shown on it."""
 
-    def __init__(self, folder):
+    def __init__(self, folder, size=(WIDTH, HEIGHT), window_manager=WINDOW_MANAGER_SETTINGS):
+        self.size, self.window_manager = size, window_manager
         self.folder = Path(folder)
         self.folder.mkdir(parents=True, exist_ok=True)
         self.log = open(self.folder / "display.log", "wb")
@@ -68,7 +69,7 @@ class Display:
         reading, writing = os.pipe()
         try:
             self._start(["Xvfb", "-displayfd", str(writing), "-screen", "0",
-                         f"{WIDTH}x{HEIGHT}x24", "-nolisten", "tcp", "-noreset",
+                         "{}x{}x24".format(*self.size), "-nolisten", "tcp", "-noreset",
                          "-fbdir", str(self.folder)], pass_fds=[writing])
         finally:
             os.close(writing)
@@ -82,7 +83,7 @@ class Display:
 
     def _start_window_manager(self):
         settings = self.folder / "openbox.xml"
-        settings.write_text(WINDOW_MANAGER_SETTINGS)
+        settings.write_text(self.window_manager)
         home = self.folder / "window_manager"
         home.mkdir(exist_ok=True)
         environment = self.environment | {"HOME": str(home), "XDG_CACHE_HOME": str(home),
