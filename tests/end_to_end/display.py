@@ -139,6 +139,13 @@ class Display:
         names = ("Absolute upper-left X", "Absolute upper-left Y", "Width", "Height")
         return tuple(int(values[name]) for name in names) if "Width" in values else None
 
+    def frame_box(self, window):
+        """Left, top, right and bottom of a window with its frame."""
+        told = self._run("xprop", "-id", window.id, "_NET_FRAME_EXTENTS").stdout
+        left, right, top, bottom = map(int, told.partition("=")[2].split(","))
+        return (window.x - left, window.y - top,
+                window.x + window.width + right, window.y + window.height + bottom)
+
     def active_window(self):
         text = self._run("xdotool", "getactivewindow").stdout.strip()
         return f"0x{int(text):08x}" if text else ""
@@ -158,6 +165,10 @@ class Display:
 
     def click(self, x, y, button=1):
         self._run("xdotool", "mousemove", str(x), str(y), "click", str(button))
+
+    def point_away(self):
+        """Moves the pointer into the corner of the screen, off every window."""
+        self._run("xdotool", "mousemove", *(str(side - 1) for side in self.size))
 
     def drag(self, start, end, button=1):
         (x, y), (to_x, to_y) = start, end

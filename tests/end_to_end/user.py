@@ -143,6 +143,7 @@ class BatchDialog:
               "close": (282, 162)}
     INPUT = (80, 12, 255, 22)
     OUTPUT = (80, 32, 255, 42)
+    PROGRESS = (11, 66, 309)  # left end, middle and right end of the bar
 
     def __init__(self, user, window):
         self.user = user
@@ -161,11 +162,22 @@ class BatchDialog:
         display = self.user.display
         box = (*self._on_screen(*field[:2]), *self._on_screen(*field[2:]))
         before = display.picture(box).tobytes()
-        self.press(button)
-        wait_for(lambda: self.user.dialog().id != self.window.id, "the question for the folder")
+
+        def is_asked():
+            self.press(button)  # not heard while the question before it is about to close
+            try:
+                return wait_for(lambda: self.user.dialog().id != self.window.id, "an answer", 5)
+            except Timeout:
+                return False
+        wait_for(is_asked, "the question for the folder")
         self.user.enter_file(folder)
         wait_for(lambda: display.picture(box).tobytes() != before, "the folder's name")
 
+    def progress_color(self, part):
+        """The colour of the progress bar at this part of its width."""
+        left, y, right = self.PROGRESS
+        return self.user.display.picture().getpixel(self._on_screen(left + (right - left) * part, y))
+
     def _on_screen(self, x, y):
-        return (self.window.x + self.window.width * x // self.SIZE[0],
-                self.window.y + self.window.height * y // self.SIZE[1])
+        return (int(self.window.x + self.window.width * x / self.SIZE[0]),
+                int(self.window.y + self.window.height * y / self.SIZE[1]))
