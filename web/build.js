@@ -7,7 +7,7 @@ import { mkdir, readFile, writeFile } from "node:fs/promises";
 import { createRequire } from "node:module";
 import path from "node:path";
 import { fileURLToPath } from "node:url";
-import { withPolicy } from "./policy.js";
+import { withViewerPolicy } from "./policy.js";
 import { avoidReservedWord, readRecordsWithoutEval } from "./spark_text.js";
 
 /** The oldest browser to run in, that of QtWebEngine 6.4. */
@@ -104,7 +104,7 @@ async function page() {
     ]);
     if (template.split(kScriptPlace).length !== 2) throw new Error("The page has no script place");
     if (/<\/script|<!--/i.test(script)) throw new Error("The script would end the page's element");
-    return withPolicy(template.replace(kScriptPlace, () => `\n${script}`));
+    return withViewerPolicy(template.replace(kScriptPlace, () => `\n${script}`));
 }
 
 /** @returns {Promise<string>} Spark without what keeps it from running everywhere */

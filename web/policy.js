@@ -15,15 +15,29 @@ function hashes(page, element) {
 }
 
 /**
- * Fills in the page's Content-Security-Policy, which allows what the page needs and nothing else:
- * an element that gets into the page by some other way neither runs nor reaches anything.
+ * Fills in a page's Content-Security-Policy.
  * @param {string} page HTML with a place for the policy
+ * @param {Record<string, string[]>} policy directives and their values
  * @returns {string}
  */
-export function withPolicy(page) {
+function filledIn(page, policy) {
     if (page.split(kPolicyPlace).length !== 2) throw new Error("The page has no policy place");
     if (page.includes("\r")) throw new Error("Browsers hash other line ends than these");
-    const policy = {
+    const text = Object.entries(policy).map(([name, values]) => `${name} ${values.join(" ")}`);
+    return page.replace(kPolicyPlace, () => text.join("; "));
+}
+
+/** What the default does not cover: where a page's links start, and where its forms go. */
+const kNowhereElse = { "base-uri": ["'none'"], "form-action": ["'none'"] };
+
+/**
+ * Fills in the viewer page's policy, which allows what the page needs and nothing else: an element
+ * that gets into the page by some other way neither runs nor reaches anything.
+ * @param {string} page
+ * @returns {string}
+ */
+export function withViewerPolicy(page) {
+    return filledIn(page, {
         "default-src": ["'none'"],
         // The files beside the page, and what Spark sorts with.
         "script-src": ["file:", ...hashes(page, "script"), "'wasm-unsafe-eval'"],
@@ -32,10 +46,20 @@ export function withPolicy(page) {
         "worker-src": ["blob:"],
         // The scenes, and the bytes of Spark's WebAssembly, which are in its text, too.
         "connect-src": ["file:", "data:"],
-        // Not covered by the default.
-        "base-uri": ["'none'"],
-        "form-action": ["'none'"],
-    };
-    const text = Object.entries(policy).map(([name, values]) => `${name} ${values.join(" ")}`);
-    return page.replace(kPolicyPlace, () => text.join("; "));
+        ...kNowhereElse,
+    });
+}
+
+/**
+ * Fills in a manual's policy: its own style and pictures, no scripts, no other files.
+ * @param {string} page
+ * @returns {string}
+ */
+export function withManualPolicy(page) {
+    return filledIn(page, {
+        "default-src": ["'none'"],
+        "style-src": hashes(page, "style"),
+        "img-src": ["data:"],
+        ...kNowhereElse,
+    });
 }

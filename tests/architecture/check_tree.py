@@ -28,6 +28,8 @@ ARROWS = {
     # The page's own picture needs the browser, and so Qt.
     "cli/snapshot": (["cli/", "viewer/", "base/", "shell/start/extraction.h"], ["cli11", "qt"]),
     "cli/splat_picture": (["cli/", "base/"], ["cli11", "stb"]),
+    # Stands between the program and libcurl for pictures of a download.
+    "tools": ([], ["curl"]),
     "tests": (["tests/", "base/", "engine/", "download/", "batch/", "viewer/", "ui/", "shell/", "cli/"],
               ["gtest", "gmock", "eigen", "stb", "hwy", "qt", "curl", "onnxruntime"]),
     "benchmarks": (["benchmarks/", "tests/support/", "base/", "engine/", "batch/"],

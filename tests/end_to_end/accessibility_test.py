@@ -8,7 +8,8 @@ import layout
 import scenes
 from accessibility import Bus, ScreenReader
 from display import Timeout, wait_for
-from session import SOURCE, BatchDialog, Session
+from session import Session
+from user import SOURCE, BatchDialog
 
 # Roles of what a user does something with, or is told something by.
 NAMED = ("push button", "toggle button", "check box", "radio button", "combo box", "spin button",

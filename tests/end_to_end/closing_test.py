@@ -6,7 +6,8 @@ import unittest
 
 import scenes
 from display import wait_for
-from session import SOURCE, Session
+from session import Session
+from user import SOURCE
 
 PHOTOGRAPH = SOURCE / "resources" / "sample" / "autumn_lake.jpg"
 

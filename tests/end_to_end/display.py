@@ -44,7 +44,8 @@ class Window:
 class Display:
     """One thread. `close` ends the server and with it everything that is shown on it."""
 
-    def __init__(self, folder):
+    def __init__(self, folder, size=(WIDTH, HEIGHT), window_manager=WINDOW_MANAGER_SETTINGS):
+        self.size, self.window_manager = size, window_manager
         self.folder = Path(folder)
         self.folder.mkdir(parents=True, exist_ok=True)
         self.log = open(self.folder / "display.log", "wb")
@@ -68,7 +69,7 @@ class Display:
         reading, writing = os.pipe()
         try:
             self._start(["Xvfb", "-displayfd", str(writing), "-screen", "0",
-                         f"{WIDTH}x{HEIGHT}x24", "-nolisten", "tcp", "-noreset",
+                         "{}x{}x24".format(*self.size), "-nolisten", "tcp", "-noreset",
                          "-fbdir", str(self.folder)], pass_fds=[writing])
         finally:
             os.close(writing)
@@ -82,7 +83,7 @@ class Display:
 
     def _start_window_manager(self):
         settings = self.folder / "openbox.xml"
-        settings.write_text(WINDOW_MANAGER_SETTINGS)
+        settings.write_text(self.window_manager)
         home = self.folder / "window_manager"
         home.mkdir(exist_ok=True)
         environment = self.environment | {"HOME": str(home), "XDG_CACHE_HOME": str(home),
@@ -138,6 +139,13 @@ class Display:
         names = ("Absolute upper-left X", "Absolute upper-left Y", "Width", "Height")
         return tuple(int(values[name]) for name in names) if "Width" in values else None
 
+    def frame_box(self, window):
+        """Left, top, right and bottom of a window with its frame."""
+        told = self._run("xprop", "-id", window.id, "_NET_FRAME_EXTENTS").stdout
+        left, right, top, bottom = map(int, told.partition("=")[2].split(","))
+        return (window.x - left, window.y - top,
+                window.x + window.width + right, window.y + window.height + bottom)
+
     def active_window(self):
         text = self._run("xdotool", "getactivewindow").stdout.strip()
         return f"0x{int(text):08x}" if text else ""
@@ -157,6 +165,10 @@ class Display:
 
     def click(self, x, y, button=1):
         self._run("xdotool", "mousemove", str(x), str(y), "click", str(button))
+
+    def point_away(self):
+        """Moves the pointer into the corner of the screen, off every window."""
+        self._run("xdotool", "mousemove", *(str(side - 1) for side in self.size))
 
     def drag(self, start, end, button=1):
         (x, y), (to_x, to_y) = start, end

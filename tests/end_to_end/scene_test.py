@@ -10,7 +10,8 @@ from PIL import Image
 import scenes
 from display import wait_for
 from scenes import LEFT, RIGHT, is_gray
-from session import SECONDS_TO_END, SOURCE, Session
+from session import SECONDS_TO_END, Session
+from user import SOURCE
 
 PHOTOGRAPH = SOURCE / "resources" / "sample" / "autumn_lake.jpg"
 

@@ -32,10 +32,9 @@ class Extraction : public testing::Test {
     // What is extracted where, and from what the build made it.
     [[nodiscard]] std::map<path, path> Files() const {
         const path build = VISTREL_BUILD;
-        const path help = path(VISTREL_SOURCE) / "resources/help";
         std::map<path, path> files = {
-            {App() / "help_en.html", help / "help_en.html"},
-            {App() / "help_jp.html", help / "help_jp.html"},
+            {App() / "help_en.html", build / "manual/help_en.html"},
+            {App() / "help_jp.html", build / "manual/help_jp.html"},
             {App() / "WebView2Loader.dll", build / "bin/WebView2Loader.dll"}};
         for (const char* name : {"gaus3d.html", "three.module.js", "three.core.js",
                                  "spark.module.js", "OrbitControls3d.js"})
