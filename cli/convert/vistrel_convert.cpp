@@ -1,7 +1,7 @@
 // The conversion engine on the command line.
 //
 // The log goes to standard output, stage texts and errors to standard error. Exit status 0: the PLY
-// is there, with --batch every PLY; 1: it is not, the reason was told; 2: wrong usage.
+// was written, with --batch every PLY; 1: it was not, standard error says why; 2: wrong usage.
 #include <CLI/CLI.hpp>
 #include <csignal>
 #include <cstdio>
