@@ -22,7 +22,7 @@ VIEW = "3D Gaussian Splats"
 
 
 def texts(column):
-    lines = (SOURCE / "tests" / "shell" / "ui_texts.tsv").read_text().splitlines()
+    lines = (SOURCE / "tests" / "ui" / "ui_texts.tsv").read_text().splitlines()
     return [line.split("\t")[column].replace("\\n", "\n").replace("\\t", "\t") for line in lines]
 
 
