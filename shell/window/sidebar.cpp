@@ -36,7 +36,7 @@ constexpr int kWide = 266;
 constexpr int kRight = 149;  // the right one of a pair
 constexpr int kHalf = 129;
 
-constexpr std::array<Place, 28> kPlaces = {{
+constexpr std::array kPlaces = std::to_array<Place>({
     {ControlId::Title, kLeft, 116, 24, 0, 0},
     {ControlId::Batch, 148, 100, 24, 0, 0},
     {ControlId::Help, 252, 26, 24, 0, 30},
@@ -65,7 +65,7 @@ constexpr std::array<Place, 28> kPlaces = {{
     {ControlId::Swap, kLeft, kHalf, 28, 0, 0},
     {ControlId::Reset, kRight, kHalf, 28, 0, 34},
     {ControlId::SaveImage, kLeft, kWide, 28, 0, 34},
-}};
+});
 
 constexpr std::array kViewerControls = {
     ControlId::ViewerHeading, ControlId::SharpMode,  ControlId::GeneralMode, ControlId::StereoLabel,
