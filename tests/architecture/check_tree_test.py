@@ -65,6 +65,16 @@ class BrokenTree(unittest.TestCase):
         self.assertTrue(self.findings(
             "engine/CMakeLists.txt", "target_link_libraries(vistrel_engine PRIVATE Qt6::Core)\n"))
 
+    def test_target_that_no_rule_knows(self):
+        self.assertTrue(self.findings(
+            "engine/CMakeLists.txt", "target_link_libraries(vistrel_new PRIVATE vistrel_base)\n"))
+        self.assertEqual(self.findings(
+            "tests/engine/CMakeLists.txt", "target_link_libraries(new_test PRIVATE Qt6::Test)\n"), [])
+
+    def test_file_in_a_folder_without_a_rule(self):
+        self.assertTrue(self.findings("novel/a.cpp", "#include <vector>\n"))
+        self.assertTrue(self.findings("shell/a.h", "#include <vector>\n"))
+
     def test_words_that_no_file_may_hold(self):
         self.assertTrue(self.findings("docs/a.txt", "see spec" + ".md for this\n"))
         self.assertTrue(self.findings("docs/a.txt", "see Part" + " 1.2 for this\n"))
