@@ -25,7 +25,7 @@ sigset_t HeldSignals() {
     sigset_t held;
     sigemptyset(&held);
     for (const int signal : kSignals) {
-        struct sigaction action {};
+        struct sigaction action{};
         sigaction(signal, nullptr, &action);
         if (action.sa_handler != SIG_IGN) sigaddset(&held, signal);
     }

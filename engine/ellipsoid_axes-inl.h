@@ -136,7 +136,7 @@ HWY_INLINE void Rotate(const PairState& pair, Vector3& p, Vector3& q) {
     q = MulAdd(sine, before, Scaled(q, cosine));
 }
 
-template <Vector3 Matrix3::*P, Vector3 Matrix3::*Q>
+template <Vector3 Matrix3::* P, Vector3 Matrix3::* Q>
 HWY_INLINE void RotatePair(Matrix3 (&matrices)[kBlocks], PairState (&pairs)[kBlocks]) {
     for (std::size_t i = 0; i < kBlocks; ++i) pairs[i] = Measure(matrices[i].*P, matrices[i].*Q);
     FindAngles(pairs);

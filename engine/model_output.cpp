@@ -16,7 +16,7 @@ namespace vistrel {
 namespace {
 
 struct Attribute {
-    AttributeArray GaussianSet::*array;
+    AttributeArray GaussianSet::* array;
     std::int32_t components;
 };
 

@@ -23,7 +23,7 @@ enum class Encoding {
 
 // Neighbouring properties of a vertex that come from one attribute; all are 32-bit floats.
 struct VertexGroup {
-    AttributeArray GaussianSet::*source;
+    AttributeArray GaussianSet::* source;
     std::size_t components;
     Encoding encoding;
     std::array<const char*, 4> names;  // of the first `components` properties

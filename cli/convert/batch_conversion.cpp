@@ -25,7 +25,7 @@ namespace {
 // Which file it is, under whatever name; nothing where there is none. Throws
 // std::filesystem::filesystem_error when the disk does not tell.
 std::optional<std::pair<dev_t, ino_t>> Identity(const std::filesystem::path& path) {
-    struct stat status {};
+    struct stat status{};
     if (stat(path.c_str(), &status) != 0) {
         const std::error_code error(errno, std::generic_category());
         if (error != std::errc::io_error) return std::nullopt;

@@ -1,7 +1,7 @@
 // The viewer page on the command line: a scene's picture as a PNG file.
 //
-// Errors go to standard error. Exit status 0: the picture was written; 1: it was not, standard error
-// says why; 2: wrong usage.
+// Errors go to standard error. Exit status 0: the picture was written; 1: it was not, standard
+// error says why; 2: wrong usage.
 #include <CLI/CLI.hpp>
 #include <QApplication>
 #include <QMetaObject>

@@ -22,8 +22,7 @@ std::string Printed(Function write) {
 
 // The line with every digit turned into a 0, so that it can be compared.
 std::string WithoutTime(std::string line) {
-    std::replace_if(
-        line.begin(), line.end(), [](char c) { return c >= '0' && c <= '9'; }, '0');
+    std::replace_if(line.begin(), line.end(), [](char c) { return c >= '0' && c <= '9'; }, '0');
     return line;
 }
 

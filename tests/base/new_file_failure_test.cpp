@@ -146,9 +146,8 @@ class FailedNewFile : public test::OnBothFileSystems {
             int found = 0;
             Run(
                 [&] {
-                    found = ErrorOf([&] {
-                        WriteWhole(folder_ / name, Megabyte(), {durability, {}});
-                    });
+                    found =
+                        ErrorOf([&] { WriteWhole(folder_ / name, Megabyte(), {durability, {}}); });
                 },
                 refused);
             EXPECT_EQ(found, error) << name;

@@ -58,8 +58,8 @@ TEST_F(WrittenDirectly, PipeGetsEverything) {
 // Opening waits for the reader and writing for room in the pipe; signals break into both.
 TEST_F(WrittenDirectly, InterruptedCallsAreRepeated) {
     const std::filesystem::path path = MakePipe();
-    struct sigaction action {};
-    struct sigaction before {};
+    struct sigaction action{};
+    struct sigaction before{};
     action.sa_handler = [](int) {};
     sigaction(SIGUSR1, &action, &before);
     const pthread_t writer = pthread_self();
@@ -114,7 +114,9 @@ TEST_F(GrowingUnderAName, ReplacesALink) {
 }
 
 TEST_F(GrowingUnderAName, IsGoneWithoutCommit) {
-    { const NewFile file(folder_ / "file", options_); }
+    {
+        const NewFile file(folder_ / "file", options_);
+    }
     EXPECT_EQ(Entries(), 0);
 }
 

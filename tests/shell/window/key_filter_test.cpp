@@ -299,7 +299,9 @@ TEST_F(KeyFilterTest, WindowThatIsGoneLosesThem) {
 TEST(KeyFilter, EndsWithItself) {
     Target target;
     const auto mailbox = Mailbox::Make(&target);
-    { const KeyFilter filter(mailbox); }
+    {
+        const KeyFilter filter(mailbox);
+    }
     Control control;
     control.show();
     control.activateWindow();

@@ -93,8 +93,7 @@ TEST_F(MainMenuTest, ItemsAreInTheirOrder) {
 
 TEST(MainMenu, JapaneseTextsKeepMnemonicsAndKeys) {
     gUiText = &kJapaneseText;
-    const MainMenu menu(
-        nullptr, [](ControlId) {}, [] {}, [] {});
+    const MainMenu menu(nullptr, [](ControlId) {}, [] {}, [] {});
     gUiText = nullptr;
     const auto texts = [&menu](int i) {
         std::vector<std::string> all = {menu.actions().at(i)->text().toStdString()};

@@ -29,7 +29,7 @@ std::optional<std::wstring> FakeDialogs::AskPictureToSave() {
 }
 
 std::optional<std::wstring> FakeDialogs::AskSceneToSave(const std::wstring& proposal,
-                                                          const std::wstring& /*folder*/) {
+                                                        const std::wstring& /*folder*/) {
     asked.push_back(L"scene to save " + proposal);
     return answer;
 }

@@ -66,7 +66,7 @@ class WindowTest : public testing::Test {
     TemporaryFolder folder;
     FakeBrowser browser;
     FakeDialogs* dialogs = nullptr;  // the window's own
-    std::wstring webDir = L"/web";     // the page's folder; there is none of this name
+    std::wstring webDir = L"/web";   // the page's folder; there is none of this name
     MainWindowServices services;
     std::unique_ptr<MainWindow> window;
 };
