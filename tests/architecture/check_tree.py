@@ -98,6 +98,7 @@ LINKS = {
     "vistrel-snapshot": ["vistrel_warnings", "vistrel_resources", "vistrel_snapshot",
                          "CLI11::CLI11"],
     "vistrel_splat_drawing": ["vistrel_warnings", "vistrel_base", "Stb::stb"],
+    "local_model": ["vistrel_warnings", "${CMAKE_DL_LIBS}"],
     "splat-picture": ["vistrel_warnings", "vistrel_cli", "vistrel_splat_drawing", "CLI11::CLI11"],
 }
 
