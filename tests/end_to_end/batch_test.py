@@ -27,7 +27,7 @@ class BatchTest(Session):
         batch = self.open_batch()
         batch.choose_input(photographs)
         batch.choose_output(self.output)
-        batch.press("start")
+        batch.start()
         self.wait_for_scenes(2)
         self.assertEqual(self.names(), ["first.ply", "second.ply"])
 

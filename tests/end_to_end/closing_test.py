@@ -88,7 +88,7 @@ class ClosingTest(Session):
         self.choose_model()
         batch = self.open_batch()
         batch.choose_input(photographs)
-        batch.press("start")
+        batch.start()
         self.wait_for_inference()
         self.display.key("q")
         self.expect_end()

@@ -143,6 +143,7 @@ class BatchDialog:
               "close": (282, 162)}
     INPUT = (80, 12, 255, 22)
     OUTPUT = (80, 32, 255, 42)
+    BROWSE_FACE = (269, 17)
     PROGRESS = (11, 66, 309)  # left end, middle and right end of the bar
 
     def __init__(self, user, window):
@@ -162,16 +163,27 @@ class BatchDialog:
         display = self.user.display
         box = (*self._on_screen(*field[:2]), *self._on_screen(*field[2:]))
         before = display.picture(box).tobytes()
-
-        def is_asked():
-            self.press(button)  # not heard while the question before it is about to close
-            try:
-                return wait_for(lambda: self.user.dialog().id != self.window.id, "an answer", 5)
-            except Timeout:
-                return False
-        wait_for(is_asked, "the question for the folder")
+        self._press_until(button, lambda: self.user.dialog().id != self.window.id,
+                          "the question for the folder")
         self.user.enter_file(folder)
         wait_for(lambda: display.picture(box).tobytes() != before, "the folder's name")
+
+    def start(self):
+        """Presses Start; then nothing can be chosen any more."""
+        def color():
+            return self.user.display.picture().getpixel(self._on_screen(*self.BROWSE_FACE))
+        before = color()
+        self._press_until("start", lambda: color() != before, "the batch to begin")
+
+    def _press_until(self, button, condition, what):
+        """A press is not heard while a question is about to close."""
+        def is_heard():
+            self.press(button)
+            try:
+                return wait_for(condition, what, 5)
+            except Timeout:
+                return False
+        wait_for(is_heard, what)
 
     def progress_color(self, part):
         """The colour of the progress bar at this part of its width."""

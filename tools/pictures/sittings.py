@@ -127,7 +127,7 @@ def batch(studio, language):
     dialog = user.open_batch()
     dialog.choose_input(photographs)
     dialog.choose_output(scenes)
-    dialog.press("start")
+    dialog.start()
     user.display.point_away()
     wait_for(lambda: dialog.progress_color(0.05) == dialog.progress_color(0.3)
              != dialog.progress_color(0.95), "the second photograph")
