@@ -15,7 +15,7 @@ namespace vistrel {
 bool IsJapaneseUser() {
     const QStringList languages = QLocale::system().uiLanguages();
     if (languages.isEmpty()) return false;
-    const QString first = languages.front();
+    const QString& first = languages.front();
     return first.startsWith(u"ja", Qt::CaseInsensitive) &&
            (first.size() == 2 || !first.at(2).isLetterOrNumber());
 }
