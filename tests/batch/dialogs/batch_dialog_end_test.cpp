@@ -7,6 +7,7 @@
 #include <cerrno>
 
 #include "tests/batch/dialogs/dialog_fixture.h"
+#include "tests/support/wait_until.h"
 
 namespace {
 
@@ -55,6 +56,7 @@ TEST_F(BatchDialogEnd, EventLoopThatEndsLetsTheDialogGo) {
     QTimer::singleShot(0, [] { QCoreApplication::exit(0); });
     dialog_->exec();
     EXPECT_TRUE(BatchDialog::AnyRunning());
+    test::TakeBackExit();
 }
 
 TEST_F(BatchDialogEnd, QuestionThatNobodyCanAnswerAnyMoreCancelsTheBatch) {
@@ -73,6 +75,7 @@ TEST_F(BatchDialogEnd, EventLoopThatEndsWhileTheQuestionIsOpenCancelsTheBatch) {
     Start();
     dialog_->exec();
     dialog_.reset();
+    test::TakeBackExit();
     EXPECT_TRUE(WaitFor([] { return !BatchDialog::AnyRunning(); }));
     EXPECT_EQ(test::ReadFile(folder_ / "out/a0.ply"), "former scene");
 }
