@@ -48,6 +48,7 @@ void WriteKey(const std::filesystem::path& path) {
     prctl(PR_SET_PDEATHSIG, SIGTERM);
     if (getppid() != parent) _exit(1);
     const int nowhere = open("/dev/null", O_RDWR);
+    if (nowhere < 0) _exit(1);
     for (const int stream : {0, 1, 2}) dup2(nowhere, stream);
     const std::string fd = std::to_string(number);
     execlp("Xvfb", "Xvfb", "-displayfd", fd.c_str(), "-screen", "0", screen.c_str(), "-nolisten",

@@ -7,6 +7,7 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QSlider>
+#include <algorithm>
 
 #include "shell/window/sidebar.h"
 #include "ui/settings.h"
@@ -31,8 +32,8 @@ QString ValueName(TextId label) {
 }
 
 std::vector<TextId> StereoModeEntries() {
-    std::vector<TextId> entries;
-    for (const StereoModeTexts& mode : kStereoModeTexts) entries.push_back(mode.inList);
+    std::vector<TextId> entries(kStereoModeTexts.size());
+    std::ranges::transform(kStereoModeTexts, entries.begin(), &StereoModeTexts::inList);
     return entries;
 }
 

@@ -174,7 +174,7 @@ TEST_F(UserFolders, LinkIsNoPrivateFolder) {
 }
 
 TEST_F(UserFolders, FileIsNoPrivateFolder) {
-    std::ofstream(home.Home() / "file");
+    std::ofstream(home.Home() / "file") << "a file";
     EXPECT_FALSE(MakePrivateFolder(HomeText() + L"/file"));
 }
 

@@ -9,7 +9,6 @@
 namespace vistrel {
 namespace {
 
-using test::Connection;
 using test::kOkHead;
 using test::ReadFile;
 using test::ScriptedServer;
