@@ -77,8 +77,8 @@ const bool kRegistered = [] {
             const std::string title =
                 std::string("Unprojection/") + name + "/" + test::SimdTargetName(target);
             benchmark::RegisterBenchmark(title.c_str(),
-                                         [shapes = shapes, target](benchmark::State& state) {
-                                             Unprojection(state, shapes, target);
+                                         [mix = shapes, target](benchmark::State& state) {
+                                             Unprojection(state, mix, target);
                                          })
                 ->UseManualTime()
                 ->Iterations(7)

@@ -11,7 +11,7 @@
 namespace vistrel::test {
 
 struct SceneParts {
-    std::string vertexCount;  // as it stands in the header; empty: the number of `vertices`
+    std::string vertexCount = {};  // as it stands in the header; empty: the number of `vertices`
     std::vector<SplatVertex> vertices;
     std::array<float, 9> intrinsic = {400, 0, 200, 0, 400, 150, 0, 0, 1};
     std::array<std::uint32_t, 2> imageSize = {400, 300};

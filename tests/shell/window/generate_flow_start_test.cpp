@@ -7,7 +7,6 @@ namespace {
 
 using test::GenerateFlowTest;
 using test::kSecond;
-using test::WaitUntil;
 
 TEST_F(GenerateFlowTest, NothingHappensWithoutAPhotograph) {
     ChooseBoth();

@@ -10,7 +10,6 @@ using test::FileDialogTest;
 using test::FiltersOf;
 using test::ListedIn;
 using test::NameOf;
-using test::OnNextDialog;
 
 TEST_F(FileDialogTest, PhotographsAndScenesAreAskedFor) {
     Look([this] { return dialogs.AskPhotographOrScene(); },
