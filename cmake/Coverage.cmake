@@ -6,8 +6,6 @@ if(VISTREL_COVERAGE)
   set(_counting "-fprofile-instr-generate=${VISTREL_COVERAGE_COUNTERS}/%m-%p%c.profraw")
   add_compile_options(${_counting} -fcoverage-mapping "SHELL:-mllvm -runtime-counter-relocation")
   add_link_options(${_counting})
-  # With Clang, Highway's lowest target would be another than in what users get.
-  add_compile_definitions(HWY_BROKEN_EMU128=1)
 
   # `coverage` runs the tests anew and reports; a test that fails does not keep it from reporting.
   get_filename_component(_compiler "${CMAKE_CXX_COMPILER}" REALPATH)

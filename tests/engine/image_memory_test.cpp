@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "base/text_encoding.h"
@@ -69,11 +70,8 @@ namespace {
 
 // Under the address sanitizer the resampling library takes its memory in many pieces instead of
 // one, and then trips over itself when any but the first is missing.
-#ifdef __SANITIZE_ADDRESS__
-constexpr bool kResamplerInPieces = true;
-#else
-constexpr bool kResamplerInPieces = false;
-#endif
+constexpr bool kResamplerInPieces =
+    std::string_view(VISTREL_SANITIZE).find("address") != std::string_view::npos;
 
 constexpr int kWidth = 300;
 constexpr int kHeight = 200;
