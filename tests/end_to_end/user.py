@@ -30,10 +30,18 @@ class User:
         self.program = Program(self.display, self.binaries, self.home, **options)
         self.main = self.program.window("Vistrel")
 
+    def resize(self, width, height):
+        menu_height = self.panel[1] - self.main.y
+        self.display.resize(self.main, width, height)
+        # The list of windows and the screen are not looked at in the same moment: while the window
+        # moves, they do not fit together.
+        wait_for(lambda: self.find_window() and (self.main.width, self.main.height)
+                 == (width, height) and self.panel[1] - self.main.y == menu_height,
+                 "the window's size")
+
     def make_window_small(self):
         """As small as the panel allows: pictures of scenes are there sooner."""
-        self.display.resize(self.main, 760, 640)
-        wait_for(lambda: self.find_window() and self.main.width == 760, "the smaller window")
+        self.resize(760, 640)
 
     # Where things are
 

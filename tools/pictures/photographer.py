@@ -30,11 +30,6 @@ class Photographer(User):
         self.start(language=LANGUAGES[language], environment=debugging | environment)
         self.resize(*size)
 
-    def resize(self, width, height):
-        self.display.resize(self.main, width, height)
-        wait_for(lambda: self.find_window() and (self.main.width, self.main.height)
-                 == (width, height), "the window's size")
-
     # What is done
 
     def change_view(self, *keys, **viewer):
