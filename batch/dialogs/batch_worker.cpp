@@ -18,7 +18,7 @@ bool EndsTheBatch(const BatchProgressInfo& info) {
     return info.completed || info.cancelled || !info.errorMessage.empty();
 }
 
-void Work(const BatchWorkerJob& job) {
+void Work(BatchWorkerJob job) {
     BatchConverter& converter = *job.converter;
     try {
         converter.Run(job.modelPath, job.inputDir, job.outputDir, job.executionProvider);
@@ -50,8 +50,8 @@ void ReportTo(BatchConverter& converter, const std::shared_ptr<Mailbox>& mailbox
 void StartBatchWorker(BatchWorkerJob job) {
     ++gWorkers;
     try {
-        std::thread([job = std::move(job)] {
-            Work(job);
+        std::thread([job = std::move(job)]() mutable {
+            Work(std::move(job));
             --gWorkers;
         }).detach();
     } catch (...) {
