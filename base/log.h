@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The trace of a conversion on standard output. Two formats, one level, no file.
 //
 // Both writers may be called from any thread. Each line is handed to the stream in one piece;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Files that appear under their name whole, or not at all.
 #pragma once
 

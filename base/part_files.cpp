@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "base/part_files.h"
 
 #include <sys/random.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The files of this process that grow under a name of their own, for the one writer of new files.
 #pragma once
 

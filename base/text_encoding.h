@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Wide strings and the bytes outside: file names, UTF-8 texts, standard output.
 //
 // The conversions lose nothing and never throw on bad input. A byte that is no part of valid UTF-8

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The user's own folders, and the program's. Any thread; nothing throws.
 #pragma once
 

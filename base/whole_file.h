@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Files that are read in one piece. Any thread; nothing throws.
 #pragma once
 

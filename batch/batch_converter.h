@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Every photograph of a folder becomes a splat PLY in another one.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A folder of photographs through the batch against the same photographs through the engine alone.
 // Output goes to memory (/dev/shm).
 #include <benchmark/benchmark.h>

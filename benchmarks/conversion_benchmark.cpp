@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What follows the network in a conversion, as a whole: parsing, unprojection, writing. Against the
 // plain versions of the three and against the bare system call that writes the same bytes. Output
 // goes to memory (/dev/shm).

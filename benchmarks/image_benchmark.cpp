@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The image stage on a 24-megapixel JPEG, against decoding alone and against doing every step on
 // the whole picture. Both sides run by turns; what is reported are medians of the ratios, so that a
 // busy machine slows both.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Both sides of a comparison, measured by turns in one run: what slows the machine slows both.
 #pragma once
 

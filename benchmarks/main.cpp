@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Runs the benchmarks of a program. Standard output shows their results only: the engine's own log,
 // which goes there too, is dropped.
 #include <benchmark/benchmark.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Taking the output of the real network's size apart: the program's way, the plain way, and a copy
 // of the same bytes as the floor. All three run in turns, so that other work on the machine strikes
 // them alike; the ratios are medians over the turns. Every array is fresh memory, as it is in the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Writing a splat PLY of the network's size, against the plain writer and against the bare system
 // call. Every iteration runs all sides after each other and the medians of the ratios are reported,
 // so that a change of the machine's speed meets all of them. Output goes to memory (/dev/shm).

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The unprojection against the plain way, and against copying the arrays, on the same Gaussians in
 // turns. The ratios are medians; all times are the thread's own processor time, so that other
 // programs on the machine disturb them little.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Ctrl-C and its relatives, taken at a moment of the program's choosing.
 #pragma once
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Clang's own counters. They lie in files that are mapped into memory (%c), so those of a process that
 # ends by _exit or is killed count as well; a file for each program and library (%m) and process (%p).
 # The path is compiled in: tests start programs with an environment of their own.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # ONNX Runtime: headers from the distribution or from the folder that scripts/setup unpacked, the
 # shared library from the npm package. The library is found beside the program when it runs, so a
 # user can replace it by a build with CUDA.

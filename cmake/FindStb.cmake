@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # stb: the decoder, the second version of the resampler, and the PNG writer, as one include folder.
 # Older distributions lack stb_image_resize2.h; scripts/setup then unpacks newer headers.
 find_path(STB_INCLUDE_DIR stb_image_resize2.h

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # What makes an error in the code of a program that reads strangers' pictures hard to exploit. The
 # sanitizers have checks of their own, which these would hide.
 include(CheckPIESupported)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # What most files include, read once instead of each time. Every list is compiled by one target, and
 # the others reuse it: vistrel_ui for code with windows, the mains in tests/support for tests. Files still
 # include all they use; scripts/check reads each without these.

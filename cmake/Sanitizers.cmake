@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # One sanitizer set for a whole build tree: mixing instrumented and plain objects hides errors.
 if(VISTREL_SANITIZE)
   add_compile_options(-fsanitize=${VISTREL_SANITIZE} -fno-omit-frame-pointer)

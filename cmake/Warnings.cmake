@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Our own code compiles without a warning; headers of others are system headers and stay silent.
 # Warnings are errors where CMAKE_COMPILE_WARNING_AS_ERROR says so, as the presets for work on Vistrel
 # do: a compiler newer than ours shall not keep users from building.

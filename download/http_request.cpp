@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "download/http_request.h"
 
 #include <curl/curl.h>

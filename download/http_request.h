@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // One GET request over HTTPS (or HTTP), in the steps in which it can fail.
 #pragma once
 

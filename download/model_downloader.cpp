@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "download/model_downloader.h"
 
 #include <pthread.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Fetches the network's ONNX file over HTTPS into a file, in the background.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // One photograph in, one splat PLY out.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The range of disparities (reciprocal depths) that a splat PLY states.
 #pragma once
 

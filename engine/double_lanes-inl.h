@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Double precision arithmetic on as many lanes as a float vector has.
 //
 // The splat attributes are floats and all arithmetic is double precision, so one vector of input

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The axes of many ellipsoids at once, one ellipsoid per vector lane.
 //
 // An ellipsoid is given as a 3 x 3 matrix B, of which it is the image of the unit ball; its

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Compiled twice. One of the objects holds AVX2 instructions, so nothing here may leave a function
 // behind that the linker could take for the rest of the program: no templates, no inline functions
 // of the standard library.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The resampler behind ResizeToSquare, once for every x86-64 processor and once for those with
 // AVX2. Both give the same bytes: the library is deterministic as long as nothing fuses
 // multiplications and additions.

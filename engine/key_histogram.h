@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Ranks among millions of numbers without sorting or storing them.
 //
 // A number is looked at twice. Numbers become 32-bit keys that order like them; the first look

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // From a network's raw outputs to Gaussians.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "engine/sharp_inference.h"
 
 // The table of functions is fetched by hand, because the library beside the program can be replaced

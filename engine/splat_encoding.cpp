@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Compiled once per instruction set; the fittest version is chosen at run time.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "engine/splat_encoding.cpp"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // How 3D Gaussian Splatting files store colours, opacities and scales.
 //
 // Each function encodes one value after the other, in single precision, with the widest vectors the

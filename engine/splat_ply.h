@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Writes Gaussians as a binary little-endian 3DGS PLY file.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The layout of a splat PLY file: an ASCII header, one record per Gaussian, then the camera's
 // elements, little-endian and without padding. Header, records and camera all follow from the two
 // tables of elements, the vertex here and the camera's in the .cpp.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // From the square network picture into the photograph's own camera space.
 #pragma once
 

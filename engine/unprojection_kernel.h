@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The part of the unprojection that is worth vector instructions.
 #pragma once
 

@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Makes the relief demo: a small network that turns a photograph into a relief of Gaussians.
 
     make_relief_model.py [OUTPUT.onnx]

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Writes ONNX graphs as expressions: values with operators, one node per operation.
 
 Names are counted, so the same program always gives the same graph.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Guesses how near each pixel is. All values are disparities: one over the depth.
 
 The picture is looked at as most photographs are taken: ground at the bottom that recedes to a

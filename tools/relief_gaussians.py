@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Turns a picture and its disparities into Gaussians."""
 
 OPACITY = 0.97

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Takes the pictures of docs/images, which the documents and the manuals show, with the programs of
 a build folder. Without names all of them are taken; what belongs together is taken together."""
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Draws buttons, boxes, sliders and bars flat and dark; leaves the rest to Qt's Fusion style, but
 // for Space, which chooses in menus.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Which of the two languages the user reads.
 //
 // Thread of the event loop.

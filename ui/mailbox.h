@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A way for any thread to send events to a window that may be gone by then.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The user's choices that outlive a run, and the file that keeps them.
 //
 // The file is $XDG_CONFIG_HOME/Vistrel/settings.json (default ~/.config), one JSON object: texts

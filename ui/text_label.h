@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A label that shows its text as it stands and never cuts it off without a sign.
 #pragma once
 

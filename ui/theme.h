@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Colours, fonts and the drawing of controls, for all windows of the program.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // All texts that the windows show, in English and Japanese.
 //
 // The language is chosen once, before the first window, and constant from then on; all functions

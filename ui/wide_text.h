@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Wide strings as texts of Qt, and back, without loss. Codes that stand for bytes of file names
 // (base/text_encoding.h) are kept, one unit each. Any thread.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the program says to the page: script texts and addresses, exact to the character.
 //
 // Any thread; nothing throws. A folder is given without a separator at its end.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // How the path of a file gets to the page: what an address or a script does to it on the way.
 //
 // Any thread; nothing throws. Three things happen to a path. Backslashes become slashes. In an

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A name under which the viewer page finds a scene.
 #pragma once
 

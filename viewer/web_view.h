@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The embedded browser as WebViewBridge sees it: environment, controller, web view, settings.
 //
 // The loader library WebView2Loader.dll implements these classes and exports the two C functions at

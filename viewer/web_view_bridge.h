@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The browser view inside the window, and all that the program says to the page in it.
 //
 // Everything here belongs to the thread of the event loop. Nothing throws. Calls that the view

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The loader library: a shared object called WebView2Loader.dll beside the program, the only part
 // that knows the browser.
 #pragma once

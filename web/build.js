@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 /**
  * Builds the viewer page: node web/build.js FOLDER [--source-maps]. The folder then holds exactly
  * the files that the program carries; they work side by side from file:// without a server.

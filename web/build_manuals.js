@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 /**
  * Builds the manuals: node web/build_manuals.js FOLDER. The folder then holds one page for each
  * language, under the names by which the program opens them.

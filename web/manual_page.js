@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 import path from "node:path";
 import { withManualPolicy } from "./policy.js";
 

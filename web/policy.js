@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 import { createHash } from "node:crypto";
 
 const kPolicyPlace = "(the page's policy)";

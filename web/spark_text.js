@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 /** Changes to the text of Spark 0.1.10, which then runs everywhere and keeps to the page's policy. */
 
 /** Uses of `packed` as an identifier in its shaders. */

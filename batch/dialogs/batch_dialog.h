@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The dialog in which the user converts a folder of photographs.
 #pragma once
 

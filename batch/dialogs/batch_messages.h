@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The events that the thread of a batch posts to the dialog.
 #pragma once
 

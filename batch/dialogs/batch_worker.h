@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The thread that a batch runs on. It owns or shares all that it touches, so that dialog and window
 // may go before it ends.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "batch/dialogs/conflict_dialog.h"
 
 #include "batch/dialogs/dialog_form.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The question what happens to output files that exist already.
 #pragma once
 

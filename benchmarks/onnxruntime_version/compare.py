@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Measures several versions of ONNX Runtime on a network of the real one's size.
 
 A session lives for one picture, so creating it counts as much as running it. Every version gets a

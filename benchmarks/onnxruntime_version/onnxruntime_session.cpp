@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // One session and one run with a given ONNX Runtime, as a conversion has them:
 //
 //     onnxruntime_session LIBRARY MODEL

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """A vision transformer of about 1.3 GB in half precision with the program's inputs and outputs.
 
 Only its size and its operators are like those of a real network; the weights are noise.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // How long events wait until the window's thread takes them.
 #pragma once
 

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """How late the window's thread takes events that are posted to it every 10 milliseconds.
 
 Usage: tests/support/with_display benchmarks/responsiveness/measure.py BIN_FOLDER [ROUNDS]

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The program itself, which downloads, converts and tells how long events waited meanwhile.
 //
 // Usage: responsiveness_program URL MODEL PHOTOGRAPH SCENE

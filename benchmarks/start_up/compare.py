@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Start of the program against that of an empty browser window, both several times in turn.
 
 Usage: tests/support/with_display benchmarks/start_up/compare.py BIN_FOLDER [ROUNDS]

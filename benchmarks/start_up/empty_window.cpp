@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The least that a program with this browser can do: a window with nothing but the page of a file,
 // which is named by its path.
 #include <QApplication>

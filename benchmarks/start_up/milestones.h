@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // When a program that is being started reached what a user waits for.
 #pragma once
 

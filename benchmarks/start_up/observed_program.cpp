@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The program itself, which tells when its window is shown and its page is ready, and then ends.
 #include <QApplication>
 #include <QRect>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 /**
  * Runs in a page before its own scripts: tells when the work of a load began and ended, and lets
  * the benchmark run animation frames one by one, with one eye or both.

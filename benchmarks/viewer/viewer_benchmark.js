@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 /**
  * Measures the viewer page: node benchmarks/viewer/viewer_benchmark.js FOLDER [FRAMES] [SIDE]
  * FOLDER holds the five built files; FRAMES is how many frames each figure is the median of; SIDE

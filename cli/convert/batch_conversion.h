@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // All photographs of a folder on the command line.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What a batch tells on standard error: lines, and on a terminal a bar that moves.
 #pragma once
 

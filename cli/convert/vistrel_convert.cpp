@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The conversion engine on the command line.
 //
 // The log goes to standard output, stage texts and errors to standard error. Exit status 0: the PLY

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // An X server that shows its screen to nobody, for machines without a display.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The viewer page on the command line: a scene's picture as a PNG file.
 //
 // Errors go to standard error. Exit status 0: the picture was written; 1: it was not, standard

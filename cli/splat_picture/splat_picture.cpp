@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // splat-picture: shows a scene without a browser, as a PNG file.
 #include <CLI/CLI.hpp>
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "cli/splat_picture/splat_ply_reader.h"
 
 #include <bit>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Reads the splat PLY files that the engine writes, independently of the engine's own code.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Draws Gaussians on the CPU, one thread, without a graphics library.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "shell/start/end_signals.h"
 
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Signals that ask the program to end, as events.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The files that the program carries inside itself, and how they get to disk.
 //
 // They are the Qt resources :/2001 to :/2007 and :/3001. Any thread; nothing throws. Each file

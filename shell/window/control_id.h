@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Numbers of the controls and commands; as object names of the widgets they are decimal ("1033").
 #pragma once
 

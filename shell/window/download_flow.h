@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The network's file: its name in the sidebar, and the way from the download button to it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Files and the addresses by which other programs know them, byte for byte: a QString cannot hold
 // every name of a file.
 #pragma once

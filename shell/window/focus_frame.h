@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Shows that the keyboard focus is in an area that does not show it itself.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // From the Generate button to the scene on the screen.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A handful of keys that are commands wherever they are pressed in the program.
 #pragma once
 

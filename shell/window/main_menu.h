@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The window's menu bar: what there is to choose and what can be chosen now.
 #pragma once
 

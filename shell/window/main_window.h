@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The program's window: the sidebar at the left, the viewer area beside it.
 #pragma once
 

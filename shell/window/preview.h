@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The viewer area as long as it shows no scene: the chosen photograph, or nothing.
 #pragma once
 

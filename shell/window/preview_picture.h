@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A photograph's file -> the upright pixels that the window shows of it.
 #pragma once
 

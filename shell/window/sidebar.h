@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The column of controls at the left of the window: 290 pixels wide, as high as the window.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The right side of the window: the chosen photograph, or a scene in the browser.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "shell/window/window_dialogs.h"
 
 #include <QDesktopServices>

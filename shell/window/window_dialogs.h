@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Everything that the main window asks or tells the user in a window of its own. A test answers in
 // the user's place.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The frame around the main window: its menu bar, and full screen without any.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The events that worker threads and the key filter post to the windows.
 #pragma once
 

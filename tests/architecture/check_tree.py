@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Checks the source tree: who may include and link what, and words that no file may hold.
 
 Usage: check_tree.py [ROOT]. Prints one line per finding and exits with 1 when there is any.
@@ -107,6 +108,8 @@ FORBIDDEN_WORDS = [re.compile(r"\bspec" + r"\.md\b"), re.compile(r"\bPart" + r"\
 
 INCLUDE = re.compile(r'^\s*#\s*include\s*[<"]([^>"]+)[>"]', re.MULTILINE)
 LINK = re.compile(r"target_link_libraries\s*\(\s*([^)]*)\)")
+LICENCE = "SPDX-License-Identifier: GPL-3.0-or-later"
+LICENSED_ENDINGS = {".h", ".cpp", ".js", ".py", ".css", ".cmake", ".sh"}
 SOURCE_ENDINGS = {".h", ".hpp", ".cpp", ".cc", ".inc"}
 
 
@@ -200,9 +203,23 @@ def check_words(root, names):
     return findings
 
 
+def check_licence(root, names):
+    """Each source file names its licence in its first lines; behind "#!" in the second."""
+    findings = []
+    for name in names:
+        path = root / name
+        if path.suffix not in LICENSED_ENDINGS and path.name != "CMakeLists.txt":
+            continue
+        lines = path.read_text(errors="replace").splitlines()[:2]
+        if not any(LICENCE in line for line in lines):
+            findings.append(f"{name}: does not name its licence")
+    return findings
+
+
 def check_tree(root):
     names = tracked_files(root)
-    return check_includes(root, names) + check_links(root, names) + check_words(root, names)
+    checks = (check_includes, check_links, check_words, check_licence)
+    return [finding for check in checks for finding in check(root, names)]
 
 
 def main():

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """The tree keeps its rules, and the checker sees a tree that does not."""
 
 import subprocess
@@ -15,13 +16,14 @@ class ThisTree(unittest.TestCase):
 
 
 class BrokenTree(unittest.TestCase):
-    def findings(self, name, text):
+    def findings(self, name, text, licence=check_tree.LICENCE):
         """What the checker says of a tree with just this file."""
         with tempfile.TemporaryDirectory() as folder:
             root = Path(folder)
             subprocess.run(["git", "init", "-q", folder], check=True)
             (root / name).parent.mkdir(parents=True, exist_ok=True)
-            (root / name).write_text(text)
+            comment = "#" if name.endswith(".txt") else "//"
+            (root / name).write_text(f"{comment} {licence}\n{text}")
             return check_tree.check_tree(root)
 
     def test_allowed_file_has_no_finding(self):
@@ -74,6 +76,10 @@ class BrokenTree(unittest.TestCase):
     def test_file_in_a_folder_without_a_rule(self):
         self.assertTrue(self.findings("novel/a.cpp", "#include <vector>\n"))
         self.assertTrue(self.findings("shell/a.h", "#include <vector>\n"))
+
+    def test_source_that_does_not_name_its_licence(self):
+        self.assertTrue(self.findings("engine/a.cpp", "", licence="All rights reserved"))
+        self.assertEqual(self.findings("engine/a.cpp", ""), [])
 
     def test_words_that_no_file_may_hold(self):
         self.assertTrue(self.findings("docs/a.txt", "see spec" + ".md for this\n"))

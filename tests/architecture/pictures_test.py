@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """The pictures of the documents and the manuals: they are there, they are shown, and
 scripts/pictures takes them."""
 

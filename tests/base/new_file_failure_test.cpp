@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What failures of a new file are told as, and what they leave on the disk.
 #include <fcntl.h>
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A folder, and new files in it on both kinds of file systems.
 #pragma once
 

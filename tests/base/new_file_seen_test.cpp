@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // New files that do not grow unseen: pipes and devices, and what shows itself to others.
 #include <fcntl.h>
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the user decides: the question about outputs in the way, and cancellation.
 #include <gtest/gtest.h>
 

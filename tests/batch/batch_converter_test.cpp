@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The course of a batch: its reports, and whom it tells what.
 #include <gtest/gtest.h>
 

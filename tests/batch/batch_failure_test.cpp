@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Files that cannot be converted do not end a batch, and lose nothing.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A batch over two folders of its own, with everything that it says.
 #pragma once
 

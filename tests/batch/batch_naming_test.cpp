@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Which files a batch takes and what their outputs are called.
 #include <gtest/gtest.h>
 

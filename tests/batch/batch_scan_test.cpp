@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Reading the input folder: links, many files, and what fails.
 #include <dirent.h>
 #include <dlfcn.h>

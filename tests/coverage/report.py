@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Says which lines ran, by folder and file, and lists those that did not.
 
 Usage: report.py BUILD LLVM NODE. BUILD is a build tree with VISTREL_COVERAGE whose tests have run,

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Writes the JPEG files beside this script, in the kinds that the tests' own encoder cannot make.
 
 Each shows four squares of 16 x 16 pixels: red and green above blue and light grey. Needs Pillow.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A model of three gigabytes: its memory and its numbers.
 #include <malloc.h>
 

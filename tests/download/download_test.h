@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A downloader, a folder to download into, and what its callbacks were told.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Redirects and proxies: where a request goes.
 #include <gtest/gtest.h>
 

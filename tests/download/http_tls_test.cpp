@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // HTTPS: whom a request trusts, and how secure connections end.
 #include <gtest/gtest.h>
 

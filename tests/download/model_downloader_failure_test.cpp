@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What a failed download tells, and what it leaves on the disk.
 #include <sys/resource.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What an HttpRequest says to its receiver, written down.
 #pragma once
 

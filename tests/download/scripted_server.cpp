@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/download/scripted_server.h"
 
 #include <netinet/in.h>

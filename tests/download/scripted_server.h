@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A server on this machine whose every answer the test writes down byte by byte.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // TLS in front of a plain server of the test's own.
 #pragma once
 

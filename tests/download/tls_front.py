@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Speaks TLS on a port of its own and passes everything on to a plain port.
 
 Usage: tls_front.py FOLDER NAMES PORT. Makes a certificate for NAMES (as for subjectAltName) in

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """What a screen reader is told: the controls of a program, and where the keyboard focus is."""
 
 import os

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Without eyes or mouse: every control has its name and value, and the keyboard goes everywhere."""
 
 import re

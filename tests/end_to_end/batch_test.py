@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """A folder of photographs becomes scenes, with the dialog's own buttons."""
 
 import unittest

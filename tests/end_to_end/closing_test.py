@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """However busy it is, Vistrel ends at once, and its settings are saved."""
 
 import socket

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """A screen of its own for a test: X server in memory, window manager, mouse, keyboard, pictures."""
 
 import os

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Where a user finds the things in Vistrel's window. Positions are counted from the top left corner
 of the side panel."""
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Vistrel as a new user has it: own home, own settings, own copy of the program."""
 
 import json

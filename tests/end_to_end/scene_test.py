@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """From a photograph to a scene on the screen, and what is done with the scene there."""
 
 import os

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Scenes and pictures of a few plain colours, so that a look at a pixel tells what is shown."""
 
 import math

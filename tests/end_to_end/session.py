@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """A test case with a display and a user who sits down at it."""
 
 import os

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Starts: many in a row, the first one, and one for a user who reads Japanese."""
 
 import os

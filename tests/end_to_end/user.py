@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """What a user sees of the program on a display, and does with it there."""
 
 from pathlib import Path

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "engine/conversion_engine.h"
 
 #include <gtest/gtest.h>

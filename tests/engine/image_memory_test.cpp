@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What loading a picture does when memory runs out, and how much it takes. The program is linked so
 // that calls of malloc, calloc and free from the engine's objects come here first.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "engine/image_resizing.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the engine takes from the machine beside ONNX Runtime.
 #include <gtest/gtest.h>
 #include <malloc.h>

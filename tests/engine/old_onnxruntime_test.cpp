@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A library beside the program that is older than the headers it was compiled with.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What a run of the network refuses, and in which words.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A machine that has no thread left: pthread_create is replaced for this program alone.
 #include <gtest/gtest.h>
 #include <pthread.h>

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Runs a command on a disk that goes bad at a call of one's choice, and looks at what is left."""
 
 import os

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """The converter on the command line: one photograph, a folder of them, and its log."""
 
 import io

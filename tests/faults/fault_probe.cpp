@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The program's own writers, one per run, to be watched from outside.
 //
 // Usage: fault_probe settings | extraction FOLDER | picture FILE BYTES | download URL FILE

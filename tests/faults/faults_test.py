@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """What full disks and read errors leave behind, wherever they come in.
 
 Usage: faults_test.py BIN TRACER OPERATION... (classes of conversions.py and writers.py)

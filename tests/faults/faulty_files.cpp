@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Runs a command on a disk that goes bad at one of its calls.
 //
 // Usage: faulty_files FOLDER DISK ACCESS FAULT NUMBER LIST COMMAND...

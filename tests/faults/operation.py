@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """One thing that a program does to files, and what a bad disk may make of it."""
 
 import re

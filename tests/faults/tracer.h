@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A command and all that it starts, stopped before each of its calls that touch files.
 #pragma once
 

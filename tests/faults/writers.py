@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """The program's own files: settings, extracted files, saved pictures, the downloaded network."""
 
 import json

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A batch over folders of files with any names: it takes the photographs and nothing else, in the
 // order of the listing; every scene has the name that the plain rules give; what there was before
 // is lost only where that was agreed to; and no name is changed on the way to the engine or to a

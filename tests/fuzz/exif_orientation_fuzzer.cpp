@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Any bytes as a picture file, and well-formed directories of any entries in a picture. The former
 // give some orientation, the same every time; the latter the one that the plain rule finds: the
 // first value of the first orientation entry when that one holds SHORTs, else upright.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Files in which a reader of EXIF finds more than one entry, where a search for damaged ones
 // begins.
 #pragma once

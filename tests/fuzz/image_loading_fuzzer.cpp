@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Any bytes as a picture file: the orientation is read, the picture decoded, turned and resampled,
 // each by the engine's own code. The resampling goes to a few pixels instead of the network's
 // square to keep the search fast, and the decoder refuses sides of more than 1024 pixels in this

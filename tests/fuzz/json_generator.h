@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // JSON texts to begin a search at: the parser in front of the code under test lets hardly any other
 // bytes through.
 #pragma once

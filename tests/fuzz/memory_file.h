@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A file that lies in memory and still has a name.
 #pragma once
 

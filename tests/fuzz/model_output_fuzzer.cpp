@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Any number of outputs of any shape, type and size: they are refused with a message, or they give
 // a set whose arrays are as long as they say and hold what the plain way finds.
 #include <fuzzer/FuzzedDataProvider.h>

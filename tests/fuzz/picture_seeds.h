@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Small valid pictures, where a search for invalid ones begins.
 #pragma once
 

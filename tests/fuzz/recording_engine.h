@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // In the place of the engine: writes down what it is told to convert, and writes a scene that names
 // its photograph. A program that links this gets nothing of the real engine's class.
 #pragma once

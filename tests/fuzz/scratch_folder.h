@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Where a fuzz target makes files for every input: in memory, where the system has such a folder.
 #pragma once
 

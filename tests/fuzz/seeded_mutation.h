@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Searches that begin at valid inputs without needing files of them.
 #pragma once
 

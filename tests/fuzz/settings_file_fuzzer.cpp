@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Any bytes as the settings file. Loading takes from it what has its type and nothing else; saving
 // leaves JSON that says the same again, in which the members of others are as they were.
 #include <QJsonArray>

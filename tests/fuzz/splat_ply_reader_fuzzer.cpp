@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Any bytes as a scene that the engine would have written: it is refused with a message, or it is
 // as long as it says, has a usable camera and can be drawn.
 #include "cli/splat_picture/splat_ply_reader.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Directories of a TIFF block with any entries, which EXIF is made of.
 #pragma once
 

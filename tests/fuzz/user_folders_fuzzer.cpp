@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Any bytes as the desktop's list of folders: the documents folder is one that is there, by a name
 // that every part of the program reads alike.
 #include <cstddef>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Any bytes as a file name, and any numbers as characters of a wide text: nothing is lost on the
 // way to a wide text and to a text of the window and back, and what is UTF-8 is read as it is
 // meant.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Runs tests that show the real browser. They need a display, see tests/support/with_display.
 #include <gtest/gtest.h>
 #include <unistd.h>

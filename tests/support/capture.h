@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What a piece of code says: its log lines, its exception.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Ellipsoids in extended precision: what results are measured by.
 #pragma once
 

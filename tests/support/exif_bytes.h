@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // EXIF blocks, whole or damaged, and pictures that carry them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A home folder of a test's own: nothing of the user's is read or written while it lives.
 #pragma once
 

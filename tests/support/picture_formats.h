@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Byte-exact writers of the picture formats that the decoder reads and that have no encoder at
 // hand: uncompressed, and just as much of each format as a test needs.
 #pragma once

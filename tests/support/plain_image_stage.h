@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The image stage done the plain way: every step on the whole picture, pixel by pixel, with nothing
 // but the library's one-call forms. What the engine's faster way is compared with.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Whether a text is JSON, told by a small reader of its own.
 #pragma once
 

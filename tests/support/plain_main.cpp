@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Runs tests that need nothing but themselves.
 #include <gtest/gtest.h>
 

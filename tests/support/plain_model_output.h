@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The parsing of network outputs at its simplest, to compare the fast way with.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The splat PLY writer in its plainest form: the formulas as they stand, one stream write per
 // value, full sorts. What the fast one is compared with, for its result and its speed.
 #pragma once

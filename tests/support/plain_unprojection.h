@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The unprojection written down step by step, without any care for speed: what the fast one is
 // compared with, in tests and in the benchmark.
 #pragma once

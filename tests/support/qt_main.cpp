@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Runs tests that need Qt's application object; no display is needed.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // System calls that fail as on a bad disk or another file system, in a test's own process.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Runs the small networks on a picture that shows what arrives.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Made-up Gaussians of every shape that a network, or a broken one, may put out.
 #pragma once
 

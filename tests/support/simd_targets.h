@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The instruction sets that vector code can be made to run on, one after the other.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Scene files for tests, put together by hand so that they do not depend on the engine's writer.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Made-up scenes with the ranges of real ones.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The small networks that the build makes for the tests (tests/support/models/generate.py).
 #pragma once
 

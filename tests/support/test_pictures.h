@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Pictures for tests, and files of them in the formats that have an encoder.
 #pragma once
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """The relief demo as a file: what the generator makes is what is kept, and keeps the contract."""
 
 import math

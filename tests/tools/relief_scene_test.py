@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """The relief demo at work: photograph -> vistrel-convert -> splat-picture."""
 
 import os

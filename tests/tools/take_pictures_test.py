@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """What the taking of pictures stands on: the album, the server, and the question to the page."""
 
 import json

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Says whether a program that starts now speaks Japanese.
 #include <cstdio>
 

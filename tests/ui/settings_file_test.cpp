@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The file of the settings where it is broken, protected, or not alone.
 #include <QJsonDocument>
 #include <QJsonObject>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What tests of the settings begin with, to see what a file leaves alone.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A browser for tests: notes down what it is told, and answers when the test says so.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A bridge to a fake browser, and the window that it belongs to.
 #pragma once
 

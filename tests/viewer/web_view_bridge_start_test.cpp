@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "viewer/web_view_bridge.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """How the program finds its loader library, and what it says of wrong ones.
 
 Usage: web_view_loader_test.py USER LIBRARIES (then unittest's own arguments); USER is the program

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """The folder of finished pictures."""
 
 from PIL import Image

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Loaded into the program while its pictures are taken: the network comes from a server on this
 // machine, which stops and fails when a picture is to show it, instead of from the Internet.
 #include <curl/urlapi.h>

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """The server that the network is fetched from while pictures are taken."""
 
 import threading

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Asks the page in the viewer how far it is, through the browser's port for debuggers."""
 
 import base64

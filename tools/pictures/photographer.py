@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """A user who takes pictures of what the program shows."""
 
 import json

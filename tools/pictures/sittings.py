@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """What is pictured, and how a user gets there. A sitting is a function that takes some pictures
 which belong together, in one language."""
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Addresses of pages: from the text that the program sends to the form that the browser takes.
 #pragma once
 

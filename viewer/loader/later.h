@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Callbacks that come from the event loop, and none from it once their owner is gone.
 #pragma once
 

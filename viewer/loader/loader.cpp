@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the loader library exports, and the environment and the controller behind it.
 #include <QCoreApplication>
 #include <QLoggingCategory>

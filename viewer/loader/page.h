@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The browser's page: shows what it is told to and asks the user nothing.
 #pragma once
 

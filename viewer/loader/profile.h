@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the browser keeps between two runs of the program, and the rules for all its pages.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Whether the browser may start: where its helper processes cannot be locked in, it ends the whole
 // program instead.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Command line switches of the browser, which reads them from the environment.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 /**
  * What frame.html says in one language.
  * @typedef {object} Words

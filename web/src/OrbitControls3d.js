@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 import { OrbitControls as StockOrbitControls } from "three/addons/controls/OrbitControls.js";
 
 /** Share of the angle by which a drag turns the view while the zoom acts on the field of view. */

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 /**
  * What the loop drives.
  * @typedef {object} LoopParts

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 /**
  * @typedef {ReturnType<typeof import("./native_calls.js").createNativeCalls>} NativeCalls
  * @typedef {keyof NativeCalls} CallName

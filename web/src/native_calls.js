@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 import { isSplatFileName } from "./file_name.js";
 import { mapFocusDepth } from "./view_settings.js";
 

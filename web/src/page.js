@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 import { EarlyCalls } from "./early_calls.js";
 import { parseQuery } from "./query.js";
 

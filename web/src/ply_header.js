@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 /**
  * @typedef {{ type: string, countType?: string }} Property countType: of a list's counts
  * @typedef {{ name: string, count: number, properties: Map<string, Property> }} Element

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 /**
  * @typedef {object} Query
  * @property {boolean} bsharp the scene was made from one photograph by the program itself

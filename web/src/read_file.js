@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 /** Status of a file that was read without HTTP. */
 const kLocalFile = 0;
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 import { SplatMesh } from "@sparkjsdev/spark";
 import { checkedFormat } from "./splat_file.js";
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 /**
  * How far the newest scene has come: "empty" before the first one, "busy" while it is read, parsed,
  * sorted or drawn, "shown" when the picture on the display is the one that stays until something

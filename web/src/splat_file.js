@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 /**
  * What a file of Gaussians says about itself, compared with what it holds. Spark trusts the header:
  * it allocates memory for as many Gaussians as that claims, and reads as many records.

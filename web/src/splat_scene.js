@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 import { SparkRenderer, SplatMesh } from "@sparkjsdev/spark";
 import { DataArrayTexture, Matrix4, Scene } from "three";
 import { readSplats } from "./read_splats.js";

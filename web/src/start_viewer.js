@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 import { createNativeCalls } from "./native_calls.js";
 import { handleKey } from "./view_keys.js";
 import { Viewer } from "./viewer.js";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 import { PerspectiveCamera, Vector3 } from "three";
 import { eyeOffset, eyePair } from "./stereo_geometry.js";
 

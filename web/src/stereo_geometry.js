@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 /** The eyes are two of a row of views that spans this cone about the centre. */
 const kViews = 12;
 /** Half of the view cone, degrees. */

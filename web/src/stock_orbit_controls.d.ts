@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 /**
  * The parts of three's orbit controls that its published types leave out and that
  * OrbitControls3d.js overrides or calls.

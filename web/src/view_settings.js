@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 /**
  * What the user chose about the picture, shared by all that draw.
  * @typedef {object} ViewSettings

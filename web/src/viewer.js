@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 import { Matrix4, PerspectiveCamera, WebGLRenderer } from "three";
 import { OrbitControls } from "./OrbitControls3d.js";
 import { DrawLoop, FrameRate } from "./draw_loop.js";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The program ends while a batch runs, or there is no thread for one.
 #include <dlfcn.h>
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The dialog while a batch runs.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The dialog before, between and after batches.
 #include "batch/dialogs/batch_dialog.h"
 

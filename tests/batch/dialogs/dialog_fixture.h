@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A batch dialog over two folders of its own. The test decides how far the batch gets.
 #pragma once
 

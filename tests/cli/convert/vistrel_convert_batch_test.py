@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """vistrel-convert --batch from outside: exit status, messages, signals, and what is left on disk.
 
 Usage: vistrel_convert_batch_test.py PROGRAM MODELS PHOTO (then unittest's own arguments)

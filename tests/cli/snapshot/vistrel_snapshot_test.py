@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """vistrel-snapshot from outside: exit status, messages, pictures, and what is left on disk.
 
 Usage: vistrel_snapshot_test.py PROGRAM (then unittest's own arguments)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """The program splat-picture: options, exit codes, what it writes."""
 
 import os

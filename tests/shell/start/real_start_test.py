@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """The real program on a display: starts that fail, and an end that is asked for by a signal.
 
 Usage: real_start_test.py PROGRAM [unittest arguments]. Runs on the display of the environment.

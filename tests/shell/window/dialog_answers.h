@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Answers in the user's place to dialogs that a call shows and waits for.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Controls and menu items, found by their numbers: what a user sees of them, not what holds them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A sidebar and what a flow works with; user, clock and home folder are the test's own.
 #pragma once
 

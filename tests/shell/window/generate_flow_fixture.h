@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A flow from button to scene with a real engine; user, clock and home folder are the test's own.
 #pragma once
 

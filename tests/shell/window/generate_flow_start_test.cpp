@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/shell/window/generate_flow_fixture.h"
 
 #include <stdexcept>

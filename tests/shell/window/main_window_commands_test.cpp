@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The commands of the main window, by control, menu item and key.
 #include <gtest/gtest.h>
 

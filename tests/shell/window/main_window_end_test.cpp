@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The end of the main window, which is that of the program.
 #include <gtest/gtest.h>
 

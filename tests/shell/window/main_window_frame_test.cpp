@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The main window among others: layout, full screen, drag and drop.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "base/user_folders.h"
 #include "tests/shell/window/file_dialog_fixture.h"
 #include "tests/support/wait_until.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The texts of the sidebar in both languages, and whether there is room for them.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A main window whose user, browser and home folder are the test's own.
 #pragma once
 

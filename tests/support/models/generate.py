@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Writes the small networks that the tests run: generate.py FOLDER.
 
 Every file is named after what is special about it. Unless that is the inputs, a network takes

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The browser of the loader library in a window of a test's own.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A port of this machine that somebody may try to reach.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A browser and a folder of pages for each case.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A program that shows the browser and ends: loader_probe FOLDER PAGE WHAT [VALUE]
 // FOLDER is the browser's, PAGE a file; WHAT says how far it goes before it ends.
 #include <poll.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The viewer page itself in the browser.
 #include <array>
 #include <cstdint>

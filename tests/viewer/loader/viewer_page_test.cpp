@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The bridge, the loader library, the browser and the page together.
 #include <gtest/gtest.h>
 #include <signal.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Loader libraries that are good, lack a symbol or speak another interface.
 #include <cstdio>
 

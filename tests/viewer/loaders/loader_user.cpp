@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Loads the loader library as often as asked: loader_user TIMES. Says what it got.
 #include <cstdio>
 #include <cstdlib>

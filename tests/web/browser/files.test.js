@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 import assert from "node:assert/strict";
 import { createServer } from "node:http";
 import { after, test } from "node:test";

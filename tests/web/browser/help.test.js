@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 /** The help pages, as the program writes them, in both languages. */
 import assert from "node:assert/strict";
 import { execFileSync } from "node:child_process";

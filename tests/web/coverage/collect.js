@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 /**
  * Writes which lines of the page's sources ran, in LCOV's format, to the standard output:
  * node collect.js SOURCES NODE_COUNTS PAGE_COUNTS. NODE_COUNTS is the folder that NODE_V8_COVERAGE

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 /** Lines of the page's sources, from V8's counts of what ran in a script that was made of them. */
 
 /**

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 /**
  * Counts what runs of the page in Chromium, where VISTREL_PAGE_COVERAGE names a folder for it. The
  * page has to be built with source maps.

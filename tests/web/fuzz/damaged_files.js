@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 /**
  * Reads damaged files as the page does: node damaged_files.js FORMAT COUNT [SEED], with the built
  * page's folder in VISTREL_PAGE. Ends with 1 and the number of the file at the first that is read

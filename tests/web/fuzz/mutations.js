@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 /** Damaged files of Gaussians, each made from a small good one by the numbers that it is given. */
 import { gunzipSync, gzipSync } from "node:zlib";
 import { ksplatFile, plyFile, splatFile, spzFile } from "../support/splat_files.js";

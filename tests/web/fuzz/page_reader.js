@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 /**
  * The page's reading of files, with Spark as it is built, in Node: what a browser has and Node has
  * not is stood in for. A worker's text runs in this thread, and gets and gives copies as it would

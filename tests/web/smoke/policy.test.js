@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 /**
  * The page's policy: what the page needs is allowed, and nothing else. VISTREL_TEST_BROWSER chooses
  * the browser as in smoke.test.js.

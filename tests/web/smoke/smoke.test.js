@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 /**
  * What must work in every browser. VISTREL_TEST_BROWSER chooses between the newest Chromium and
  * "qtwebengine", the one that the program embeds.

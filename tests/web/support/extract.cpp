@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Extracts what the program carries: extract FOLDER, which stands for the program's own.
 #include "shell/start/extraction.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 /**
  * Where a point of the world appears on the screen, worked out from the viewing geometry alone and
  * without the page's own modules.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Drives QtWebEngine for the page's tests.
 
 Reads one JSON command a line from standard input and answers each with one JSON line; console lines

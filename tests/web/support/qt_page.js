@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 /**
  * The built page in QtWebEngine, the browser that the program embeds.
  */

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 /**
  * Splat files made of a few Gaussians, in every format that the viewer opens.
  */

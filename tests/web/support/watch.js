@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 /**
  * @typedef {object} Watch
  * @property {number} frames pictures put together on the screen

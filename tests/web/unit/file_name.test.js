@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 import assert from "node:assert/strict";
 import { mock, test } from "node:test";
 import { fileNameOf, isSplatFileName } from "../../../web/src/file_name.js";

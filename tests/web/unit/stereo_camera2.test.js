@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 import assert from "node:assert/strict";
 import { test } from "node:test";
 import { Matrix4, PerspectiveCamera, Vector3 } from "three";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 import { Matrix3 } from "three";
 
 /** @typedef {import("./eye_pair_effect.js").StereoMode} StereoMode */

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 const kCombine = /* glsl */ `
 bool between(float low, float value, float high) {
     return value > low && value < high;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 const kCombine = /* glsl */ `
 void main() {
     vec4 l = texture(left, vUv);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 import { kColorAnaglyph, kDubois, kGrayAnaglyph } from "./anaglyph.js";
 import { EyePairEffect } from "./eye_pair_effect.js";
 import { kGrid } from "./grid.js";
