@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Where Vistrel goes, for install and uninstall; sourced, never run.
 # shellcheck shell=bash disable=SC2034
 

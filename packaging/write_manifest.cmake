@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Writes `manifest` into the folder that was installed: checksum and name of every file there, as
 # sha256sum does.
 # The prefix may be relative; the names of the files that were installed never are.

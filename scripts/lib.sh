@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Shared by the scripts in this folder; sourced, never run.
 # shellcheck shell=bash disable=SC2034
 
@@ -11,6 +12,19 @@ fail() {
     printf 'Error: %s\n' "$*" >&2
     exit 1
 }
+
+# What the comment at the top of the running script says is its help.
+show_help() {
+    awk 'NR <= 2 || /^# shellcheck/ { next } !/^#/ { exit } { sub(/^# ?/, ""); print }' "$0"
+}
+
+for argument in "$@"; do
+    case $argument in -h | --help)
+        show_help
+        exit 0
+        ;;
+    esac
+done
 
 # Runs a command as root: as it is, or through sudo.
 as_root() {

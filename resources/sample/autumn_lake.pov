@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The sample picture: pumpkins on an autumn meadow, a lake and mountains behind it.
 //
 // Everything in it is made here, so the picture can go wherever the program goes. Lengths are

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """What the programs were compiled and linked with against the abuse of errors in them."""
 
 import os

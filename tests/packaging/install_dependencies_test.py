@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """install-dependencies on machines of several kinds, which stand-ins for Debian's commands play."""
 
 import os

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """The archive that users get: unpacked, installed, run, updated and taken away again."""
 
 import hashlib
@@ -24,7 +25,7 @@ LIBRARIES_AND_PROGRAMS = {"vistrel", "vistrel-convert", "vistrel-snapshot", "Web
 SHARED = {f"share/icons/hicolor/{size}x{size}/apps/vistrel.png" for size in (16, 32, 48, 128, 256)} | {
     "share/icons/hicolor/scalable/apps/vistrel.svg", "share/applications/vistrel.desktop",
     "share/metainfo/org.vistrel.vistrel.metainfo.xml", "share/mime/packages/vistrel.xml"}
-OTHERS = {"README.md", "THIRD_PARTY_NOTICES", "docs/many_machines.md", "folders.sh",
+OTHERS = {"LICENSE", "README.md", "THIRD_PARTY_NOTICES", "docs/many_machines.md", "folders.sh",
           "install", "install-dependencies", "manifest", RELIEF, "resources/sample/autumn_lake.jpg",
           "runtime_packages", "uninstall"}
 
