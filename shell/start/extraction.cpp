@@ -7,7 +7,10 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
+#include <optional>
 #include <span>
+#include <string>
+#include <string_view>
 #include <system_error>
 
 #include "base/text_encoding.h"
@@ -69,7 +72,10 @@ bool ExtractResourceToFile(int id, const std::wstring& path, Durability durabili
     const QResource resource(QStringLiteral(":/%1").arg(id));
     if (!resource.isValid() || resource.size() <= 0) return false;
     const QByteArray bytes = resource.uncompressedData();
-    return WriteNewFile(ToPath(path), std::as_bytes(std::span(bytes)), durability);
+    if (WriteNewFile(ToPath(path), std::as_bytes(std::span(bytes)), durability)) return true;
+    // In a folder of root's, where a package put it.
+    const std::optional<std::string> there = ReadWholeFile(ToPath(path));
+    return there && std::string_view(*there) == std::string_view(bytes);
 }
 
 }  // namespace vistrel

@@ -29,7 +29,8 @@ struct ProgramFiles {
 // Writes the five files of the viewer page to an existing folder; false on the first failure.
 [[nodiscard]] bool ExtractWebPage(const std::wstring& folder);
 
-// False when there is no such resource, it is empty, or the file cannot be written whole.
+// False when there is no such resource, it is empty, or the file cannot be written whole. One that
+// cannot be written but holds these very bytes will do.
 [[nodiscard]] bool ExtractResourceToFile(int id, const std::wstring& path,
                                          Durability durability = Durability::kUsual);
 

@@ -3,6 +3,7 @@
 
 #include <QAbstractSpinBox>
 #include <QApplication>
+#include <QChar>
 #include <QComboBox>
 #include <QEvent>
 #include <QKeyEvent>
@@ -20,9 +21,31 @@
 namespace vistrel {
 namespace {
 
+// On a layout whose letters are not Latin, a letter's command is that of its place on the keyboard,
+// as the platforms' virtual keys have it: Cyrillic С lies where Latin C does. Scan codes are those
+// of Linux plus 8, on X11 and on Wayland.
+int KeyOf(const QKeyEvent& event) {
+    const auto letter = static_cast<char32_t>(event.key());
+    const bool isOther = letter <= QChar::LastValidCodePoint && QChar::isLetter(letter) &&
+                         QChar::script(letter) != QChar::Script_Latin;
+    if (!isOther) return event.key();
+    switch (event.nativeScanCode()) {
+        case 24:
+            return Qt::Key_Q;
+        case 39:
+            return Qt::Key_S;
+        case 53:
+            return Qt::Key_X;
+        case 54:
+            return Qt::Key_C;
+        default:
+            return event.key();
+    }
+}
+
 // The key that the window is told; nothing for a key that is none of ours.
-std::optional<int> CommandKey(int key) {
-    switch (key) {
+std::optional<int> CommandKey(const QKeyEvent& event) {
+    switch (const int key = KeyOf(event)) {
         case Qt::Key_Return:
         case Qt::Key_Enter:
             return Qt::Key_F11;
@@ -80,7 +103,7 @@ bool KeyFilter::eventFilter(QObject* watched, QEvent* event) {
     const bool question = event->type() == QEvent::ShortcutOverride;
     const bool press = event->type() == QEvent::KeyPress && watched->isWindowType();
     if (!question && !press) return false;
-    const auto key = CommandKey(static_cast<QKeyEvent*>(event)->key());
+    const auto key = CommandKey(*static_cast<QKeyEvent*>(event));
     if (!key || FocusTakesKeys() || TakesKeys(Receiver(watched))) return false;
     event->accept();
     if (press)

@@ -50,6 +50,12 @@ QRect ViewerBounds(const QSize& client, int left) {
     return {left, 0, std::max(0, client.width() - left), client.height()};
 }
 
+// Whatever is proposed: who moves a file would delete it where it was.
+void AcceptCopy(QDropEvent& event) {
+    event.setDropAction(Qt::CopyAction);
+    event.accept();
+}
+
 }  // namespace
 
 MainWindow::MainWindow(std::wstring webDir, std::wstring appDir, MainWindowServices services)
@@ -222,13 +228,13 @@ void MainWindow::keyPressEvent(QKeyEvent* event) {
 }
 
 void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
-    if (DroppedFile(*event->mimeData())) event->acceptProposedAction();
+    if (DroppedFile(*event->mimeData())) AcceptCopy(*event);
 }
 
 void MainWindow::dropEvent(QDropEvent* event) {
     const std::optional<std::wstring> file = DroppedFile(*event->mimeData());
     if (!file) return;
-    event->acceptProposedAction();
+    AcceptCopy(*event);
     SelectFile(*file);
     viewer_.UpdateVisibility();
 }

@@ -27,8 +27,9 @@ void Page::SetConsole(std::function<void(const QString& line)> console) {
     console_ = std::move(console);
 }
 
-bool Page::acceptNavigationRequest(const QUrl& url, NavigationType /*type*/, bool /*isMainFrame*/) {
-    return IsLocal(url);
+// Back and forward, as on many a mouse, would leave the scene.
+bool Page::acceptNavigationRequest(const QUrl& url, NavigationType type, bool /*isMainFrame*/) {
+    return IsLocal(url) && type != NavigationTypeBackForward;
 }
 
 QWebEnginePage* Page::createWindow(WebWindowType /*type*/) {

@@ -108,6 +108,20 @@ TEST_F(Extraction, ProtectedProgramFolderFails) {
     EXPECT_FALSE(std::filesystem::exists(Web()));
 }
 
+TEST_F(Extraction, ProtectedProgramFolderWithTheSameFilesWillDo) {
+    ASSERT_TRUE(Extract());
+    home.Protect(App());
+    EXPECT_TRUE(test::RunAsNobody([&] { return Extract().has_value(); }));
+}
+
+TEST_F(Extraction, ProtectedProgramFolderWithAnotherHelpPageFails) {
+    ASSERT_TRUE(Extract());
+    std::ofstream(App() / "help_jp.html") << "older";
+    home.Protect(App());
+    EXPECT_FALSE(test::RunAsNobody([&] { return Extract().has_value(); }));
+    EXPECT_EQ(test::ReadFile(App() / "help_jp.html"), "older");
+}
+
 TEST_F(Extraction, FolderInPlaceOfAHelpPageFails) {
     std::filesystem::create_directories(App() / "help_jp.html");
     EXPECT_FALSE(Extract());

@@ -84,6 +84,12 @@ class KeyFilterTest : public testing::Test {
         const QString text = key <= 0xFFFF ? QString(QChar(key)).toLower() : QString();
         QTest::sendKeyEvent(QTest::Press, host, static_cast<Qt::Key>(key), text, modifiers);
     }
+    // On a layout with letters of its own; `place` is the scan code.
+    static void PressAt(int place, char32_t letter) {
+        const auto code = static_cast<quint32>(place);
+        QKeyEvent press(QEvent::KeyPress, static_cast<int>(letter), Qt::NoModifier, code, 0, 0);
+        QCoreApplication::sendEvent(QGuiApplication::focusWindow(), &press);
+    }
     Keys Posted() {
         QCoreApplication::processEvents();
         return std::exchange(target.keys, {});
@@ -103,6 +109,31 @@ TEST_F(KeyFilterTest, CommandsGoToTheWindowAndNowhereElse) {
         EXPECT_EQ(Posted(), Keys{key});
     }
     EXPECT_EQ(control->pressed, Keys{});
+}
+
+TEST_F(KeyFilterTest, PlacesCountOnLayoutsWithoutLatinLetters) {
+    auto* control = Focused<Control>();
+    constexpr char32_t kCyrillic[] = {U'Й', U'Ы', U'Ч', U'С'};
+    constexpr char32_t kGreek[] = {U';', U'Σ', U'Χ', U'Ψ'};
+    for (const char32_t* letters : {kCyrillic, kGreek}) {
+        PressAt(39, letters[1]);
+        PressAt(53, letters[2]);
+        PressAt(54, letters[3]);
+        EXPECT_EQ(Posted(), (Keys{Qt::Key_S, Qt::Key_X, Qt::Key_C}));
+    }
+    PressAt(24, kCyrillic[0]);
+    EXPECT_EQ(Posted(), Keys{Qt::Key_Q});
+    EXPECT_EQ(control->pressed, Keys{});
+}
+
+TEST_F(KeyFilterTest, LettersCountOnLatinLayoutsWhateverTheirPlace) {
+    auto* control = Focused<Control>();
+    PressAt(24, U'A');  // French
+    PressAt(53, U'Ö');  // Turkish F
+    EXPECT_EQ(Posted(), Keys{});
+    EXPECT_EQ(control->pressed, (Keys{'A', 0xD6}));
+    PressAt(38, U'Q');
+    EXPECT_EQ(Posted(), Keys{Qt::Key_Q});
 }
 
 TEST_F(KeyFilterTest, BothEnterKeysAreF11) {

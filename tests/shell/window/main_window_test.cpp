@@ -5,17 +5,21 @@
 
 #include <QComboBox>
 #include <QCoreApplication>
+#include <QDropEvent>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMimeData>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QSlider>
 #include <QTimer>
+#include <QUrl>
 #include <algorithm>
 #include <string>
 #include <vector>
 
 #include "base/text_encoding.h"
+#include "shell/window/file_url.h"
 #include "shell/window/preview.h"
 #include "shell/window/window_messages.h"
 #include "tests/shell/window/window_fixture.h"
@@ -117,6 +121,24 @@ TEST_F(MainWindowTest, PhotographIsShownAndCanBeConverted) {
     EXPECT_FALSE(ViewerControlsShown());
     window->close();
     EXPECT_NE(SettingsText().find("my.holiday.ply"), std::string::npos);
+}
+
+TEST_F(MainWindowTest, DroppedFileIsCopiedWhateverIsProposed) {
+    Open();
+    QMimeData file;
+    file.setUrls({FileUrl(ToPath(Photograph()))});
+    QDragEnterEvent enter(QPoint(), Qt::CopyAction | Qt::MoveAction, &file, Qt::LeftButton,
+                          Qt::ShiftModifier);
+    QCoreApplication::sendEvent(window.get(), &enter);
+    EXPECT_TRUE(enter.isAccepted());
+    EXPECT_EQ(enter.dropAction(), Qt::CopyAction);
+    QDropEvent drop(QPointF(), Qt::CopyAction | Qt::MoveAction, &file, Qt::LeftButton,
+                    Qt::ShiftModifier);
+    ASSERT_EQ(drop.proposedAction(), Qt::MoveAction);
+    QCoreApplication::sendEvent(window.get(), &drop);
+    EXPECT_TRUE(drop.isAccepted());
+    EXPECT_EQ(drop.dropAction(), Qt::CopyAction);
+    EXPECT_EQ(Find<QLabel>(ControlId::InputName)->text(), "photo.png");
 }
 
 TEST_F(MainWindowTest, PhotographIsDrawnInTheMiddleOfTheViewerArea) {

@@ -39,6 +39,14 @@ TEST_F(LoaderNavigationTest, RemotePageCompletesAsFailure) {
     EXPECT_FALSE(browser_.Open(L""));
 }
 
+TEST_F(LoaderNavigationTest, HistoryIsNotGoneBackTo) {
+    ASSERT_TRUE(browser_.OpenFile(Page("a.html", "first")));
+    ASSERT_TRUE(browser_.OpenFile(Page("b.html", "second")));
+    browser_.Run(L"history.back()");
+    EXPECT_TRUE(WaitUntil([&] { return browser_.navigations.size() >= 3; }));
+    EXPECT_EQ(browser_.Run(L"document.body.textContent"), L"\"second\"");
+}
+
 TEST_F(LoaderNavigationTest, SamePageAgainIsLoadedAnew) {
     const auto page = Page("a.html", "");
     ASSERT_TRUE(browser_.OpenFile(page, L"?openFile=a"));
