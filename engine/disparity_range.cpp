@@ -7,7 +7,7 @@
 namespace vistrel {
 namespace {
 
-constexpr std::size_t kComponents = 3;
+constexpr std::size_t kMeanComponents = 3;
 constexpr std::size_t kZ = 2;
 constexpr float kNearest = 1e-6F;  // nearer depths, and those behind the camera, do not count
 
@@ -23,7 +23,7 @@ std::uint32_t Key(float depth) {
 }  // namespace
 
 void DisparityPercentiles::Count(std::span<const float> means) {
-    for (std::size_t i = kZ; i < means.size(); i += kComponents) {
+    for (std::size_t i = kZ; i < means.size(); i += kMeanComponents) {
         if (Counts(means[i])) upperHalves_.Add(UpperHalf(Key(means[i])));
     }
 }
@@ -45,7 +45,7 @@ void DisparityPercentiles::CountAgain(std::span<const float> means) {
     if (!low_ || !high_) return;
     const std::uint16_t lowHalf = low_->place.half;
     const std::uint16_t highHalf = high_->place.half;
-    for (std::size_t i = kZ; i < means.size(); i += kComponents) {
+    for (std::size_t i = kZ; i < means.size(); i += kMeanComponents) {
         const std::uint32_t key = Key(means[i]);
         const bool isLow = UpperHalf(key) == lowHalf;
         const bool isHigh = UpperHalf(key) == highHalf;

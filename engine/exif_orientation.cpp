@@ -18,11 +18,7 @@ auto OpenImage(const std::string& path) {
 #if EXIV2_TEST_VERSION(0, 28, 0)
     return Exiv2::ImageFactory::open(Exiv2::BasicIo::UniquePtr(new Exiv2::FileIo(path)));
 #else
-// Older versions hand over ownership by the standard's former auto_ptr.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
     return Exiv2::ImageFactory::open(Exiv2::BasicIo::AutoPtr(new Exiv2::FileIo(path)));
-#pragma GCC diagnostic pop
 #endif
 }
 

@@ -26,8 +26,8 @@ namespace vistrel {
 namespace {
 
 // Gaussians per step: what a step touches stays in the fastest cache.
-constexpr std::size_t kBlock = 256;
-static_assert(kBlock * kVertexBytes <= NewFile::kLargestPiece);
+constexpr std::size_t kBlockRecords = 256;
+static_assert(kBlockRecords * kVertexBytes <= NewFile::kLargestPiece);
 
 constexpr const VertexGroup& kMeans = kVertexGroups.front();
 static_assert(kMeans.source == &GaussianSet::means);
@@ -73,7 +73,7 @@ class RecordBuilder {
   public:
     explicit RecordBuilder(const Selection& selection) : selection_(selection) {}
 
-    // Writes `count` <= kBlock records to `records`; returns the block's means.
+    // Writes `count` <= kBlockRecords records to `records`; returns the block's means.
     std::span<const float> Build(std::size_t first, std::size_t count, std::byte* records) {
         std::array<const float*, kVertexGroups.size()> values{};
         for (std::size_t g = 0; g < kVertexGroups.size(); ++g) {
@@ -84,7 +84,7 @@ class RecordBuilder {
     }
 
   private:
-    using Scratch = std::array<float, kBlock * 4>;
+    using Scratch = std::array<float, kBlockRecords * 4>;
 
     std::span<const float> Encoded(const VertexGroup& group, std::size_t first, std::size_t count,
                                    float* scratch) const {
@@ -160,14 +160,14 @@ void Write(NewFile& file, const Selection& selection, const Photograph& photogra
     file.Append(SplatPlyHeader(selection.Count()));
     RecordBuilder records(selection);
     DisparityPercentiles percentiles;
-    for (std::size_t first = 0; first < total; first += kBlock) {
-        const std::size_t count = std::min(kBlock, total - first);
+    for (std::size_t first = 0; first < total; first += kBlockRecords) {
+        const std::size_t count = std::min(kBlockRecords, total - first);
         percentiles.Count(records.Build(first, count, file.Next(count * kVertexBytes).data()));
     }
     percentiles.EndFirstLook();
-    std::array<float, kBlock * kMeans.components> scratch{};
-    for (std::size_t first = 0; first < total; first += kBlock) {
-        const std::size_t count = std::min(kBlock, total - first);
+    std::array<float, kBlockRecords * kMeans.components> scratch{};
+    for (std::size_t first = 0; first < total; first += kBlockRecords) {
+        const std::size_t count = std::min(kBlockRecords, total - first);
         percentiles.CountAgain(selection.Values(kMeans, first, count, scratch.data()));
     }
     file.Append(SplatPlyCamera({photograph.focalPx, photograph.width, photograph.height,

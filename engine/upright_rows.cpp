@@ -9,7 +9,7 @@
 namespace vistrel {
 namespace {
 
-constexpr int kBlock = 4;  // pixels on each side of what is transposed in registers
+constexpr int kSquare = 4;  // pixels on each side of what is transposed in registers
 
 // A decoded row's cache line holds 16 pixels; a strip of several lines' width uses each line whole
 // even where lines and strips do not meet. Wide pictures get fewer rows to stay within the cache.
@@ -19,7 +19,7 @@ constexpr int kStripPixels = 1 << 18;
 
 int StripRows(int width) {
     const int rows = std::clamp(kStripPixels / width, kFewestStripRows, kMostStripRows);
-    return rows - (rows % kBlock);
+    return rows - (rows % kSquare);
 }
 
 __m128i LoadPixels(const std::uint8_t* pixels) {
@@ -83,21 +83,21 @@ void UprightRows::FillStrip() noexcept {
         return;
     }
     const int rows = stripEnd_ - stripBegin_;
-    const int blockRows = rows - (rows % kBlock);
-    const int blockColumns = width_ - (width_ % kBlock);
+    const int blockRows = rows - (rows % kSquare);
+    const int blockColumns = width_ - (width_ % kSquare);
     CopyBlocks(blockRows, blockColumns);
     CopyPixels(0, blockRows, blockColumns, width_);
     CopyPixels(blockRows, rows, 0, width_);
 }
 
 void UprightRows::CopyBlocks(int rows, int columns) noexcept {
-    for (int x = 0; x < columns; x += kBlock) {
-        for (int row = 0; row < rows; row += kBlock) {
+    for (int x = 0; x < columns; x += kSquare) {
+        for (int row = 0; row < rows; row += kSquare) {
             // Four pixels that are seen below each other lie side by side in the decoded picture,
             // in falling order where the step is negative: the rows then come out in falling order.
             const int y = stripBegin_ + row;
             const bool falling = rowStep_ < 0;
-            const int firstInMemory = falling ? y + kBlock - 1 : y;
+            const int firstInMemory = falling ? y + kSquare - 1 : y;
             const __m128i a = LoadPixels(Source(firstInMemory, x));
             const __m128i b = LoadPixels(Source(firstInMemory, x + 1));
             const __m128i c = LoadPixels(Source(firstInMemory, x + 2));

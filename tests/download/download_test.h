@@ -22,8 +22,6 @@
 
 namespace vistrel::test {
 
-inline const std::string kOkHead = "HTTP/1.1 200 OK\r\n";
-
 class DownloadTest : public testing::Test {
   protected:
     using Result = std::pair<bool, std::wstring>;

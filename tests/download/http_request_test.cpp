@@ -16,10 +16,9 @@ namespace {
 
 using test::Connection;
 using test::Get;
+using test::kOkHead;
 using test::Recorder;
 using test::ScriptedServer;
-
-const std::string kOk = "HTTP/1.1 200 OK\r\n";
 
 TEST(HttpRequest, RequestNamesHostAndProgramAndNothingElse) {
     std::string request;
@@ -28,7 +27,7 @@ TEST(HttpRequest, RequestNamesHostAndProgramAndNothingElse) {
     {
         const ScriptedServer server([&request](Connection& connection) {
             request = connection.ReadRequest();
-            connection.Send(kOk + "Content-Length: 0\r\n\r\n");
+            connection.Send(kOkHead + "Content-Length: 0\r\n\r\n");
         });
         port = std::to_string(server.Port());
         EXPECT_TRUE(Get(server.Url("/folder/model?a=b%20c"), recorder));
@@ -58,30 +57,30 @@ TEST_P(GoodAnswer, ArrivesAsItWasSent) {
 INSTANTIATE_TEST_SUITE_P(
     All, GoodAnswer,
     testing::Values(
-        Answer{"WithLength", kOk + "Content-Length: 5\r\n\r\nmodel", 5, "model"},
-        Answer{"WithoutLength", kOk + "\r\nmodel", 0, "model"},
+        Answer{"WithLength", kOkHead + "Content-Length: 5\r\n\r\nmodel", 5, "model"},
+        Answer{"WithoutLength", kOkHead + "\r\nmodel", 0, "model"},
         Answer{"WithoutCarriageReturns", "HTTP/1.1 200 OK\nContent-Length: 5\n\nmodel", 5, "model"},
         Answer{"InChunks",
-               kOk + "Transfer-Encoding: chunked\r\n\r\n3\r\nmod\r\n2\r\nel\r\n0\r\n\r\n", 0,
+               kOkHead + "Transfer-Encoding: chunked\r\n\r\n3\r\nmod\r\n2\r\nel\r\n0\r\n\r\n", 0,
                "model"},
         Answer{"InChunksWithTrailer",
-               kOk + "Transfer-Encoding: chunked\r\n\r\n5\r\nmodel\r\n0\r\nMore: x\r\n\r\n", 0,
+               kOkHead + "Transfer-Encoding: chunked\r\n\r\n5\r\nmodel\r\n0\r\nMore: x\r\n\r\n", 0,
                "model"},
-        Answer{"EmptyWithLength", kOk + "Content-Length: 0\r\n\r\n", 0, ""},
-        Answer{"EmptyWithoutLength", kOk + "\r\n", 0, ""},
-        Answer{"Continued", "HTTP/1.1 100 Continue\r\n\r\n" + kOk + "\r\nmodel", 0, "model"},
+        Answer{"EmptyWithLength", kOkHead + "Content-Length: 0\r\n\r\n", 0, ""},
+        Answer{"EmptyWithoutLength", kOkHead + "\r\n", 0, ""},
+        Answer{"Continued", "HTTP/1.1 100 Continue\r\n\r\n" + kOkHead + "\r\nmodel", 0, "model"},
         Answer{"OldProtocol", "HTTP/1.0 200 OK\r\n\r\nmodel", 0, "model"},
-        Answer{"EncodedStaysEncoded", kOk + "Content-Encoding: gzip\r\n\r\nnot unpacked", 0,
+        Answer{"EncodedStaysEncoded", kOkHead + "Content-Encoding: gzip\r\n\r\nnot unpacked", 0,
                "not unpacked"},
-        Answer{"BytesBeyondTheLengthAreDropped", kOk + "Content-Length: 5\r\n\r\nmodels", 5,
+        Answer{"BytesBeyondTheLengthAreDropped", kOkHead + "Content-Length: 5\r\n\r\nmodels", 5,
                "model"},
-        Answer{"ShorterThanItsLength", kOk + "Content-Length: 9\r\n\r\nmodel", 9, "model"},
-        Answer{"NothingOfItsLength", kOk + "Content-Length: 9\r\n\r\n", 9, ""},
-        Answer{"LargestLength", kOk + "Content-Length: 9223372036854775807\r\n\r\nmodel",
+        Answer{"ShorterThanItsLength", kOkHead + "Content-Length: 9\r\n\r\nmodel", 9, "model"},
+        Answer{"NothingOfItsLength", kOkHead + "Content-Length: 9\r\n\r\n", 9, ""},
+        Answer{"LargestLength", kOkHead + "Content-Length: 9223372036854775807\r\n\r\nmodel",
                9'223'372'036'854'775'807, "model"},
-        Answer{"LengthThatDoesNotFit", kOk + "Content-Length: 9223372036854775808\r\n\r\nmodel", 0,
-               "model"},
-        Answer{"BrokenChunk", kOk + "Transfer-Encoding: chunked\r\n\r\n5\r\nmo", 0, "mo"}),
+        Answer{"LengthThatDoesNotFit", kOkHead + "Content-Length: 9223372036854775808\r\n\r\nmodel",
+               0, "model"},
+        Answer{"BrokenChunk", kOkHead + "Transfer-Encoding: chunked\r\n\r\n5\r\nmo", 0, "mo"}),
     [](const auto& answer) { return answer.param.name; });
 
 struct Refusal {
@@ -102,11 +101,11 @@ TEST_P(NoAnswer, IsAFailedRequest) {
 INSTANTIATE_TEST_SUITE_P(
     All, NoAnswer,
     testing::Values(Refusal{"ClosedAtOnce", ""}, Refusal{"AnotherProtocol", "220 ready\r\n\r\n"},
-                    Refusal{"ClosedInTheHeaders", kOk + "Content-Le"},
+                    Refusal{"ClosedInTheHeaders", kOkHead + "Content-Le"},
                     Refusal{"ClosedInTheHeadersOfARedirect", "HTTP/1.1 302 Found\r\nLocat"},
-                    Refusal{"LengthIsNoNumber", kOk + "Content-Length: many\r\n\r\nmodel"},
-                    Refusal{"LengthIsEmpty", kOk + "Content-Length:\r\n\r\nmodel"},
-                    Refusal{"LengthIsNegative", kOk + "Content-Length: -5\r\n\r\nmodel"},
+                    Refusal{"LengthIsNoNumber", kOkHead + "Content-Length: many\r\n\r\nmodel"},
+                    Refusal{"LengthIsEmpty", kOkHead + "Content-Length:\r\n\r\nmodel"},
+                    Refusal{"LengthIsNegative", kOkHead + "Content-Length: -5\r\n\r\nmodel"},
                     Refusal{"OnlyContinue", "HTTP/1.1 100 Continue\r\n\r\n"}),
     [](const auto& refusal) { return refusal.param.name; });
 
@@ -132,7 +131,7 @@ TEST(HttpRequest, ResetAfterTheHeadersIsAnAnswer) {
     } recorder;
     const ScriptedServer server([&recorder](Connection& connection) {
         connection.ReadRequest();
-        connection.Send(kOk + "Content-Length: 5\r\n\r\n");
+        connection.Send(kOkHead + "Content-Length: 5\r\n\r\n");
         recorder.answered.get_future().wait();
         connection.Reset();
     });
@@ -159,7 +158,7 @@ TEST(HttpRequest, PortWithoutServerIsNoAnswer) {
 
 TEST(HttpRequest, PiecesAreNotLargerThan64KiB) {
     const std::string body(5'000'000, 'm');
-    const ScriptedServer server(kOk + "\r\n" + body);
+    const ScriptedServer server(kOkHead + "\r\n" + body);
     Recorder recorder;
     EXPECT_TRUE(Get(server.Url(), recorder));
     EXPECT_EQ(recorder.body, body);
@@ -181,7 +180,7 @@ TEST(HttpRequest, WhatTheReceiverThrowsAtTheAnswerComesOut) {
     class Thrower : public Recorder {
         void OnAnswer(int, std::int64_t) override { throw std::runtime_error("not wanted"); }
     } thrower;
-    const ScriptedServer server(kOk + "\r\nmodel");
+    const ScriptedServer server(kOkHead + "\r\nmodel");
     EXPECT_THROW((void)Get(server.Url(), thrower), std::runtime_error);
     EXPECT_EQ(thrower.body, "");
 }
@@ -193,7 +192,7 @@ TEST(HttpRequest, WhatTheReceiverThrowsAtABodyComesOutAndIsTheLastCall) {
             throw std::runtime_error("no room");
         }
     } thrower;
-    const ScriptedServer server(kOk + "\r\n" + std::string(1'000'000, 'm'));
+    const ScriptedServer server(kOkHead + "\r\n" + std::string(1'000'000, 'm'));
     EXPECT_THROW((void)Get(server.Url(), thrower), std::runtime_error);
     EXPECT_EQ(thrower.body, "m");
 }
@@ -208,7 +207,7 @@ TEST(HttpRequest, SilenceBeforeTheHeadersIsNoAnswer) {
 TEST(HttpRequest, SilenceInTheBodyEndsItLikeABrokenConnection) {
     const ScriptedServer server([](Connection& connection) {
         connection.ReadRequest();
-        connection.Send(kOk + "\r\nmod");
+        connection.Send(kOkHead + "\r\nmod");
         connection.WaitUntilClosed();
     });
     Recorder recorder;
@@ -267,14 +266,14 @@ TEST_F(CancelledRequest, EndsBeforeTheHeadersAreComplete) {
 
 TEST_F(CancelledRequest, EndsWhileTheBodyStandsStill) {
     recorder_.cancelAtAnswer = true;
-    GetAndCancel("http", kOk + "Content-Length: 5\r\n\r\n");
+    GetAndCancel("http", kOkHead + "Content-Length: 5\r\n\r\n");
     EXPECT_TRUE(answered_);
     EXPECT_EQ(recorder_.body, "");
 }
 
 TEST_F(CancelledRequest, EndsWithThePieceThatArrived) {
     recorder_.cancelAtBody = true;
-    GetAndCancel("http", kOk + "\r\n" + std::string(1'000'000, 'm'));
+    GetAndCancel("http", kOkHead + "\r\n" + std::string(1'000'000, 'm'));
     EXPECT_TRUE(answered_);
     EXPECT_EQ(recorder_.body.size(), recorder_.largestPiece);
 }

@@ -17,11 +17,10 @@ namespace {
 
 using test::Connection;
 using test::Get;
+using test::kOkHead;
 using test::Recorder;
 using test::ScriptedServer;
 using test::TlsFront;
-
-const std::string kOk = "HTTP/1.1 200 OK\r\n";
 
 // The client finds fault with the certificate after TLS has come about.
 void ExpectNoRequest(Connection& connection) {
@@ -29,7 +28,7 @@ void ExpectNoRequest(Connection& connection) {
 }
 
 TEST(Certificate, OfATrustedAuthorityIsAccepted) {
-    const ScriptedServer server(kOk + "Content-Length: 5\r\n\r\nmodel");
+    const ScriptedServer server(kOkHead + "Content-Length: 5\r\n\r\nmodel");
     const TlsFront front(server.Port());
     Recorder recorder;
     EXPECT_TRUE(Get(front.Url(), recorder, {.authorities = front.Authorities()}));
@@ -63,7 +62,7 @@ TEST(Certificate, IsRefusedWhenTheAuthoritiesCannotBeRead) {
 
 TEST(Tls, ServerWithoutItIsNoAnswer) {
     const ScriptedServer server([](Connection& connection) {
-        connection.Send(kOk + "\r\nmodel");
+        connection.Send(kOkHead + "\r\nmodel");
         connection.WaitUntilClosed();
     });
     Recorder recorder;
@@ -80,7 +79,7 @@ TEST(Tls, HandshakeThatIsNotAnsweredEndsAtTheConnectTimeout) {
 
 TEST(Tls, ConnectionClosedInTheBodyEndsIt) {
     for (const std::string length : {"", "Content-Length: 9\r\n"}) {
-        const ScriptedServer server(kOk + length + "\r\nmodel");
+        const ScriptedServer server(kOkHead + length + "\r\nmodel");
         const TlsFront front(server.Port());
         Recorder recorder;
         EXPECT_TRUE(Get(front.Url(), recorder, {.authorities = front.Authorities()}));
@@ -101,7 +100,7 @@ TEST(Tls, ResetInTheBodyEndsIt) {
     } recorder;
     const ScriptedServer server([&recorder](Connection& connection) {
         connection.ReadRequest();
-        connection.Send(kOk + "Content-Length: 9\r\n\r\nmodel");
+        connection.Send(kOkHead + "Content-Length: 9\r\n\r\nmodel");
         recorder.received.get_future().wait();
         connection.Reset();
     });

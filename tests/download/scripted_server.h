@@ -9,6 +9,8 @@
 
 namespace vistrel::test {
 
+inline const std::string kOkHead = "HTTP/1.1 200 OK\r\n";
+
 // One accepted connection, in the hands of the script. Closes in order at the end of the script.
 class Connection {
   public:

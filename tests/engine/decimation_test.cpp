@@ -5,18 +5,18 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <limits>
 #include <numeric>
 #include <vector>
 
 #include "tests/support/plain_splat_ply.h"
+#include "tests/support/special_floats.h"
 #include "tests/support/synthetic_gaussians.h"
 
 namespace vistrel {
 namespace {
 
-constexpr float kInfinity = std::numeric_limits<float>::infinity();
-constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+using test::kInfinity;
+using test::kNaN;
 
 // Gaussians of these importances: unit scales, the importance as opacity.
 GaussianSet WithImportances(std::vector<float> importances) {

@@ -14,12 +14,13 @@
 #include <vector>
 
 #include "tests/support/plain_splat_ply.h"
+#include "tests/support/special_floats.h"
 
 namespace vistrel {
 namespace {
 
-constexpr float kInfinity = std::numeric_limits<float>::infinity();
-constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+using test::kInfinity;
+using test::kNaN;
 
 // Means at these depths; x and y would spoil the result if they were taken for depths.
 std::vector<float> AtDepths(const std::vector<float>& depths) {

@@ -49,7 +49,7 @@ std::vector<std::uint8_t> Pixels(const Picture& picture) {
     return {picture.pixels.get(), picture.pixels.get() + bytes};
 }
 
-std::string Failure(const std::string& bytes) {
+std::string DecodingFailure(const std::string& bytes) {
     try {
         const Picture picture = Decode(bytes);
         return "none";
@@ -228,23 +228,24 @@ TEST_F(DecodeBrokenJpeg, WhatIsMissingHoldsNoOldMemory) {
 }
 
 TEST(DecodePicture, EmptyFileIsRefused) {
-    EXPECT_EQ(Failure(""), "stb_image failed to load (unknown image type)");
+    EXPECT_EQ(DecodingFailure(""), "stb_image failed to load (unknown image type)");
 }
 
 TEST(DecodePicture, TextIsRefused) {
-    EXPECT_EQ(Failure("This is no picture, however long one reads it."),
+    EXPECT_EQ(DecodingFailure("This is no picture, however long one reads it."),
               "stb_image failed to load (unknown image type)");
 }
 
 TEST(DecodePicture, TruncatedPngIsRefused) {
     const std::string png = test::EncodePng(test::NoisePicture(50, 50));
-    EXPECT_EQ(Failure(png.substr(0, png.size() / 2)), "stb_image failed to load (outofdata)");
-    EXPECT_EQ(Failure(png.substr(0, 20)).rfind("stb_image failed to load (", 0), 0U);
+    EXPECT_EQ(DecodingFailure(png.substr(0, png.size() / 2)),
+              "stb_image failed to load (outofdata)");
+    EXPECT_EQ(DecodingFailure(png.substr(0, 20)).rfind("stb_image failed to load (", 0), 0U);
 }
 
 TEST(DecodePicture, JpegWithoutPictureDataIsRefused) {
     const std::string jpeg = test::EncodeJpeg(test::NoisePicture(50, 50), 80);
-    EXPECT_EQ(Failure(jpeg.substr(0, 20)).rfind("stb_image failed to load (", 0), 0U);
+    EXPECT_EQ(DecodingFailure(jpeg.substr(0, 20)).rfind("stb_image failed to load (", 0), 0U);
 }
 
 TEST(DecodePicture, TruncatedJpegHasItsFullSize) {
@@ -294,29 +295,29 @@ TEST(DecodePicture, ReadErrorIsNoEndOfTheFile) {
 TEST(DecodePicture, SizesBeyondTheDecoderAreRefused) {
     constexpr int kHuge = 60000;
     const std::string tooLarge = "stb_image failed to load (too large)";
-    EXPECT_EQ(Failure(test::StoredPng(kHuge, kHuge, 8, 2, {"abc"})), tooLarge);
-    EXPECT_EQ(Failure(test::StoredPng(1 << 30, 1, 8, 2, {"abc"})), tooLarge);
+    EXPECT_EQ(DecodingFailure(test::StoredPng(kHuge, kHuge, 8, 2, {"abc"})), tooLarge);
+    EXPECT_EQ(DecodingFailure(test::StoredPng(1 << 30, 1, 8, 2, {"abc"})), tooLarge);
 
     test::PlainPicture claimed = Opaque();
     claimed.width = kHuge;
     claimed.height = kHuge;
-    EXPECT_EQ(Failure(test::StoredPsd(claimed)), tooLarge);
-    EXPECT_EQ(Failure(test::StoredPpm(claimed)), tooLarge);
-    EXPECT_EQ(Failure(test::StoredPic(claimed)), tooLarge);
-    EXPECT_EQ(Failure(test::StoredHdr(kHuge, kHuge, "")), tooLarge);
+    EXPECT_EQ(DecodingFailure(test::StoredPsd(claimed)), tooLarge);
+    EXPECT_EQ(DecodingFailure(test::StoredPpm(claimed)), tooLarge);
+    EXPECT_EQ(DecodingFailure(test::StoredPic(claimed)), tooLarge);
+    EXPECT_EQ(DecodingFailure(test::StoredHdr(kHuge, kHuge, "")), tooLarge);
 
     std::string bmp = test::EncodeBmp(Opaque(), 3);
     bmp.replace(18, 8, "\x60\xEA\0\0\x60\xEA\0\0"s);
-    EXPECT_EQ(Failure(bmp), tooLarge);
+    EXPECT_EQ(DecodingFailure(bmp), tooLarge);
     std::string tga = test::EncodeTga(Opaque(), 3);
     tga.replace(12, 4, "\x60\xEA\x60\xEA"s);
-    EXPECT_EQ(Failure(tga), tooLarge);
+    EXPECT_EQ(DecodingFailure(tga), tooLarge);
 }
 
 TEST(DecodePicture, PictureWithoutPixelsIsRefused) {
-    EXPECT_EQ(Failure(test::StoredHdr(0, 1, "\x80\x00\x20\x81"s)),
+    EXPECT_EQ(DecodingFailure(test::StoredHdr(0, 1, "\x80\x00\x20\x81"s)),
               "stb_image failed to load (no pixels)");
-    EXPECT_EQ(Failure(test::StoredPng(0, 1, 8, 2, {"abc"})),
+    EXPECT_EQ(DecodingFailure(test::StoredPng(0, 1, 8, 2, {"abc"})),
               "stb_image failed to load (0-pixel image)");
 }
 
@@ -327,7 +328,7 @@ TEST(DecodePicture, NoiseNeverCrashes) {
         const std::string bytes(noise.rgba.begin(), noise.rgba.end());
         for (const std::string& magic :
              {""s, "\xFF\xD8\xFF"s, "\x89PNG\r\n\x1A\n"s, "GIF89a\x14\0\x14\0"s, "BM"s}) {
-            const std::string failure = Failure(magic + bytes);
+            const std::string failure = DecodingFailure(magic + bytes);
             EXPECT_EQ(failure.rfind("stb_image failed to load (", 0), 0U) << failure;
         }
     }

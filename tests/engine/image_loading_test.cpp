@@ -42,7 +42,7 @@ class ImageLoading : public testing::Test {
     test::TemporaryFolder folder_;
 };
 
-std::string Failure(const std::filesystem::path& path) {
+std::string LoadingFailure(const std::filesystem::path& path) {
     try {
         const PreprocessedImage image = LoadAndPreprocess(FromPath(path), 1);
         return "none";
@@ -198,25 +198,25 @@ TEST_F(ImageLoading, OneLineTellsWhatWasLoaded) {
 }
 
 TEST_F(ImageLoading, MissingFileIsNamedAsSuch) {
-    EXPECT_EQ(Failure(Folder() / "missing.jpg"), "Failed to open file for stb_image");
-    EXPECT_EQ(Failure(""), "Failed to open file for stb_image");
-    EXPECT_EQ(Failure(Write("a file") / "below.jpg"), "Failed to open file for stb_image");
+    EXPECT_EQ(LoadingFailure(Folder() / "missing.jpg"), "Failed to open file for stb_image");
+    EXPECT_EQ(LoadingFailure(""), "Failed to open file for stb_image");
+    EXPECT_EQ(LoadingFailure(Write("a file") / "below.jpg"), "Failed to open file for stb_image");
 }
 
 TEST_F(ImageLoading, FolderIsNoPicture) {
-    EXPECT_EQ(Failure(Folder().Path()), "stb_image failed to load (unknown image type)");
+    EXPECT_EQ(LoadingFailure(Folder().Path()), "stb_image failed to load (unknown image type)");
 }
 
 TEST_F(ImageLoading, DecodersReasonIsHandedOn) {
-    EXPECT_EQ(Failure(Write("")), "stb_image failed to load (unknown image type)");
-    EXPECT_EQ(Failure(Write(test::StoredPng(60000, 60000, 8, 2, {"abc"}))),
+    EXPECT_EQ(LoadingFailure(Write("")), "stb_image failed to load (unknown image type)");
+    EXPECT_EQ(LoadingFailure(Write(test::StoredPng(60000, 60000, 8, 2, {"abc"}))),
               "stb_image failed to load (too large)");
 }
 
 TEST_F(ImageLoading, FailureLogsNothing) {
     const std::filesystem::path path = Write("no picture");
     testing::internal::CaptureStdout();
-    EXPECT_NE(Failure(path), "none");
+    EXPECT_NE(LoadingFailure(path), "none");
     std::fflush(stdout);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
 }
@@ -229,11 +229,11 @@ TEST_F(ImageLoading, TwoThreadsMayLoadAtOnce) {
     {
         const std::jthread other([&] {
             loaded = LoadAndPreprocess(FromPath(first), 6);
-            failure = Failure(Folder() / "missing");
+            failure = LoadingFailure(Folder() / "missing");
         });
         const PreprocessedImage here = LoadAndPreprocess(FromPath(second), 3);
         EXPECT_TRUE(here.tensor == test::PlainLoadAndPreprocess(second, 3).tensor);
-        EXPECT_EQ(Failure(Write("no picture", "3")),
+        EXPECT_EQ(LoadingFailure(Write("no picture", "3")),
                   "stb_image failed to load (unknown image type)");
     }
     EXPECT_TRUE(loaded.tensor == test::PlainLoadAndPreprocess(first, 6).tensor);

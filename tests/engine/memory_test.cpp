@@ -8,7 +8,6 @@
 #include <fstream>
 #include <stdexcept>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "base/text_encoding.h"
@@ -22,10 +21,6 @@
 
 namespace vistrel {
 namespace {
-
-std::wstring ModelPath(std::string_view name) {
-    return FromPath(test::ModelFile(name));
-}
 
 constexpr std::int64_t kMiB = 1024 * 1024;
 constexpr std::int64_t kGaussians = 2 * 768 * 768;
@@ -80,7 +75,8 @@ TEST(Memory, PictureAfterPictureTakesTheSame) {
         folder.Write("photo.png", test::EncodePng(test::NoisePicture(400, 300)));
     const ConversionEngine engine;
     const auto convert = [&] {
-        ASSERT_TRUE(engine.Run({ModelPath("echo"), FromPath(photo), FromPath(folder / "out.ply")}));
+        ASSERT_TRUE(engine.Run(
+            {FromPath(test::ModelFile("echo")), FromPath(photo), FromPath(folder / "out.ply")}));
     };
     for (int i = 0; i < 3; ++i) convert();  // what is set up once, and the allocator's own reserve
 

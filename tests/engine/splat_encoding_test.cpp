@@ -8,18 +8,18 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <limits>
 #include <span>
 #include <vector>
 
 #include "tests/support/plain_splat_ply.h"
 #include "tests/support/simd_targets.h"
+#include "tests/support/special_floats.h"
 
 namespace vistrel {
 namespace {
 
-constexpr float kInfinity = std::numeric_limits<float>::infinity();
-constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+using test::kInfinity;
+using test::kNaN;
 
 using Encode = void (*)(std::span<const float>, std::span<float>);
 

@@ -15,7 +15,6 @@
 #include <cstring>
 #include <filesystem>
 #include <iterator>
-#include <limits>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -24,14 +23,15 @@
 #include "base/text_encoding.h"
 #include "engine/splat_ply_format.h"
 #include "tests/support/plain_splat_ply.h"
+#include "tests/support/special_floats.h"
 #include "tests/support/synthetic_gaussians.h"
 #include "tests/support/temporary_folder.h"
 
 namespace vistrel {
 namespace {
 
-constexpr float kInfinity = std::numeric_limits<float>::infinity();
-constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+using test::kInfinity;
+using test::kNaN;
 
 constexpr float kFocalPx = 1234.5F;
 constexpr std::uint32_t kWidth = 6001;

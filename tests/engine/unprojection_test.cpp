@@ -19,6 +19,7 @@
 #include "tests/support/plain_unprojection.h"
 #include "tests/support/sample_gaussians.h"
 #include "tests/support/simd_targets.h"
+#include "tests/support/special_floats.h"
 
 namespace vistrel {
 namespace {
@@ -27,6 +28,8 @@ using test::AxisLengths;
 using test::CovarianceOf;
 using test::ForcedSimdTarget;
 using test::GaussianShape;
+using test::kInfinity;
+using test::kNaN;
 using test::MakeGaussians;
 using test::Matrix;
 using test::QuaternionAt;
@@ -37,14 +40,14 @@ using test::RotationOf;
 using test::ShapeOf;
 
 constexpr int kSide = 1536;
-constexpr int kWidth = 1024;  // 4:3, so the stretch is 0.5, 0.375, 1
-constexpr int kHeight = 768;
+constexpr int kPixelWidth = 1024;  // 4:3, so the stretch is 0.5, 0.375, 1
+constexpr int kPixelHeight = 768;
 constexpr std::array<Real, 3> kStretch = {0.5L, 0.375L, 1.0L};
 constexpr Real kCovarianceTolerance = 5e-7L;
 constexpr Real kScaleTolerance = 3e-7L;
 
 // Unprojects and returns what was logged.
-std::string Unproject(GaussianSet& set, int width = kWidth, int height = kHeight) {
+std::string Unproject(GaussianSet& set, int width = kPixelWidth, int height = kPixelHeight) {
     testing::internal::CaptureStdout();
     UnprojectGaussians(set, static_cast<float>(width), width, height, kSide);
     return testing::internal::GetCapturedStdout();
@@ -106,7 +109,7 @@ TEST_P(UnprojectionOfShape, AgreesWithIterativeSolver) {
     GaussianSet fast = before_;
     GaussianSet plain = before_;
     Unproject(fast);
-    test::PlainUnproject(plain, kWidth, kWidth, kHeight, kSide);
+    test::PlainUnproject(plain, kPixelWidth, kPixelWidth, kPixelHeight, kSide);
     EXPECT_EQ(fast.means.data, plain.means.data);
     for (std::size_t i = 0; i < static_cast<std::size_t>(before_.count); ++i) {
         const Real largest = plain.scales.data[3 * i];
@@ -150,7 +153,7 @@ TEST_P(UnprojectionOnTarget, EveryCountIsUnprojectedCompletely) {
         GaussianSet after = before;
         GaussianSet plain = before;
         Unproject(after);
-        test::PlainUnproject(plain, kWidth, kWidth, kHeight, kSide);
+        test::PlainUnproject(plain, kPixelWidth, kPixelWidth, kPixelHeight, kSide);
         ASSERT_EQ(after.means.data, plain.means.data) << "count " << count;
         ExpectUnprojected(before, after);
         ASSERT_FALSE(HasFailure()) << "count " << count;
@@ -175,13 +178,11 @@ TEST_P(UnprojectionOnTarget, NothingBehindTheCountIsTouched) {
 }
 
 TEST_P(UnprojectionOnTarget, NonFiniteValuesStayWithTheirGaussian) {
-    constexpr float kInfinity = std::numeric_limits<float>::infinity();
-    constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
     const GaussianSet good = MakeGaussians(GaussianShape::Anisotropic, 300, 3);
     GaussianSet before = good;
     std::vector<std::size_t> broken;
     for (std::size_t i = 0; i < 300; i += 11) {
-        const float bad = std::array{kNan, kInfinity, -kInfinity}[i % 3];
+        const float bad = std::array{kNaN, kInfinity, -kInfinity}[i % 3];
         const std::size_t place = (i / 11) % 7;
         if (place < 3) {
             before.scales.data[3 * i + place] = bad;
@@ -210,7 +211,7 @@ TEST_P(UnprojectionOnTarget, NonFiniteMeansStayWithTheirCoordinate) {
     set.means.data[31] = std::numeric_limits<float>::quiet_NaN();
     set.means.data[33] = std::numeric_limits<float>::infinity();
     Unproject(set);
-    test::PlainUnproject(plain, kWidth, kWidth, kHeight, kSide);
+    test::PlainUnproject(plain, kPixelWidth, kPixelWidth, kPixelHeight, kSide);
     EXPECT_TRUE(std::isnan(std::exchange(set.means.data[31], plain.means.data[31])));
     EXPECT_EQ(std::exchange(set.means.data[33], plain.means.data[33]),
               std::numeric_limits<float>::infinity());

@@ -84,8 +84,8 @@ bool Captures::TakeConsoleLine(const QString& line) {
 }
 
 void Captures::FinishAll() {
-    for (const auto& [number, completed] : waiting_) {
-        later_.Post([this, number = number] { Finish(number); });
+    for (const auto& waiting : waiting_) {
+        later_.Post([this, number = waiting.first] { Finish(number); });
     }
 }
 
