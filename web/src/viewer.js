@@ -6,6 +6,7 @@ import { createEffect } from "./effects/stereo_modes.js";
 import { fileNameOf } from "./file_name.js";
 import { readFile } from "./read_file.js";
 import { loadSavedView, storeSavedView } from "./saved_view.js";
+import { reportSceneFailure } from "./scene_failure.js";
 import { SceneState } from "./scene_state.js";
 import { SplatScene } from "./splat_scene.js";
 import { SplatSorter } from "./splat_sorter.js";
@@ -141,9 +142,17 @@ export class Viewer {
             if (start) this.setStereoMode(this.stereoMode);
             this.#loop.drawFrames(kFramesAfterReading);
         };
-        readFile(url, onBytes, () => {
-            if (number === this.#lastAsked) this.#state.failed();
-        });
+        readFile(url, onBytes, (reason) => this.#fail(number, reason));
+    }
+
+    /**
+     * @param {number} number of the file
+     * @param {unknown} reason
+     */
+    #fail(number, reason) {
+        if (number !== this.#lastAsked) return;
+        this.#state.failed();
+        reportSceneFailure(reason);
     }
 
     /**
@@ -154,12 +163,13 @@ export class Viewer {
         const number = this.#lastShown;
         const shown = this.#splats.show(bytes, name);
         this.#sorter.invalidate();
-        const isShown = await shown;
-        if (number === this.#lastAsked) {
-            if (isShown && this.#splats.count > 0) this.#state.parsed();
-            else this.#state.failed();
+        try {
+            if (!(await shown)) return;
+        } catch (error) {
+            this.#fail(number, error);
+            return;
         }
-        if (!isShown) return;
+        if (number === this.#lastAsked) this.#state.parsed();
         this.#sorter.invalidate();
         this.#loop.wake();
     }
