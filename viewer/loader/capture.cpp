@@ -83,10 +83,8 @@ bool Captures::TakeConsoleLine(const QString& line) {
     return true;
 }
 
-void Captures::FinishAll() {
-    for (const auto& [number, completed] : waiting_) {
-        later_.Post([this, number = number] { Finish(number); });
-    }
+void Captures::TakeAll() {
+    while (!waiting_.empty()) Finish(waiting_.begin()->first);
 }
 
 void Captures::Finish(int number) {

@@ -113,6 +113,7 @@ void View::SetBounds(const QRect& bounds) {
 }
 
 void View::SetVisible(bool visible) {
+    if (!visible) captures_.TakeAll();
     if (widget_) widget_->setVisible(visible);
 }
 
@@ -203,7 +204,7 @@ void View::OnProcessEnded(QWebEnginePage::RenderProcessTerminationStatus status,
     helperIsGone_ = true;
     isDrawnAnew_ = true;
     FailScripts(lastScript_);
-    captures_.FinishAll();
+    later_.Post([this] { captures_.TakeAll(); });
     const QString reason = QStringLiteral("The page's process %1 with exit code %2")
                                .arg(StatusName(status))
                                .arg(exitCode);
