@@ -142,6 +142,21 @@ TEST_F(LoaderProcessTest, FolderWithAnyNameKeepsTheStorage) {
     }
 }
 
+TEST_F(LoaderProcessTest, FolderWithAnyNameKeepsTheStorageWithoutALocale) {
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const char* name : {"LANG", "LANGUAGE", "LC_ALL", "LC_CTYPE"}) {
+        environment.remove(QString::fromLatin1(name));
+    }
+    const auto run = [&](const char* what, const char* value) {
+        QProcess process;
+        process.setProcessEnvironment(environment);
+        Start(process, folder_ / "\xE6\x97\xA5\xE6\x9C\xAC", what, value);
+        return End(process).output;
+    };
+    run("store", "kept");
+    EXPECT_EQ(run("recall", ""), "\"kept\"\n");
+}
+
 // Where the browser would end the program, there is no browser, and the program goes on.
 TEST_F(LoaderProcessTest, RootWithTheSandboxGetsNoBrowser) {
     const Ended ended = RunLockedIn({"--map-root-user", VISTREL_LOADER_PROBE});
