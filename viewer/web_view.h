@@ -48,7 +48,8 @@ class WebView {
     // Addresses and scripts are whole characters; what no address can hold is encoded here.
     virtual void Navigate(const std::wstring& url) = 0;
     virtual void ExecuteScript(const std::wstring& script, ScriptCompleted completed) = 0;
-    // At device pixels, with everything drawn that the page had drawn before the call.
+    // At device pixels, with everything drawn that the page had drawn before the call. A view that
+    // is hidden meanwhile gives what it shows then.
     virtual void CapturePreview(CaptureCompleted completed) = 0;
     // Each replaces the handler set before; an empty one removes it.
     virtual void SetNavigationCompletedHandler(NavigationCompleted handler) = 0;

@@ -1,10 +1,17 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "viewer/web_view_bridge.h"
 
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QEventLoop>
 #include <QMessageBox>
 #include <QRect>
 #include <QString>
+#include <QTimer>
+#include <chrono>
 #include <span>
+#include <string_view>
+#include <system_error>
 #include <utility>
 
 #include "base/log.h"
@@ -16,6 +23,13 @@
 #include "viewer/web_view_loader.h"
 
 namespace vistrel {
+namespace {
+
+// The page's console tells with this start why a scene is not shown.
+constexpr std::wstring_view kSceneFailed = L"Cannot show the scene: ";
+constexpr std::chrono::seconds kLongestCapture(1);
+
+}  // namespace
 
 template <typename Callback>
 auto WebViewBridge::WhileAlive(Callback callback) {
@@ -35,7 +49,7 @@ WebViewBridge::~WebViewBridge() {
 bool WebViewBridge::Initialize(QWidget* parent, const QRect& bounds, const std::wstring& tempFolder,
                                ReadyCallback onReady) {
     Release();
-    tempFolder_ = tempFolder;
+    tempFolder_ = FolderInAddress(tempFolder);
     if (!CreateHost(parent, bounds)) {
         onReady(false);
         return false;
@@ -52,14 +66,18 @@ bool WebViewBridge::Initialize(QWidget* parent, const QRect& bounds, const std::
     const WebViewEnvironmentOptions options = {
         L"--allow-file-access-from-files --disable-web-security --allow-running-insecure-content",
         L"124.0.2478.35", host_};
-    return factory(MakeBrowserFolder(), options,
-                   WhileAlive([this, onReady](std::unique_ptr<WebViewEnvironment> environment) {
-                       OnEnvironment(std::move(environment), onReady);
-                   }));
+    const bool started =
+        factory(MakeBrowserFolder(), options,
+                WhileAlive([this, onReady](std::unique_ptr<WebViewEnvironment> environment) {
+                    OnEnvironment(std::move(environment), onReady);
+                }));
+    if (!started) onReady(false);
+    return started;
 }
 
 void WebViewBridge::Release() {
     ready_ = false;
+    openCaptures_ = 0;
     view_ = nullptr;
     controller_.reset();  // lives in the host window
     environment_.reset();
@@ -112,6 +130,7 @@ void WebViewBridge::OnController(std::unique_ptr<WebViewController> controller,
     controller_->SetBounds(host_->rect());
     RegisterNavCompleteHandler();
     RegisterProcessFailedHandler();
+    RegisterConsoleHandler();
     ready_ = true;
 
     const std::weak_ptr<char> alive = alive_;
@@ -129,14 +148,25 @@ void WebViewBridge::ApplySettings() {
 }
 
 void WebViewBridge::RegisterNavCompleteHandler() {
-    view_->SetNavigationCompletedHandler(
-        WhileAlive([this](bool /*success*/) { DeliverPendingFile(); }));
+    view_->SetNavigationCompletedHandler(WhileAlive([this](bool success) {
+        DeliverPendingFile();
+        if (success && onPageLoaded) onPageLoaded();
+    }));
 }
 
 void WebViewBridge::RegisterProcessFailedHandler() {
     view_->SetProcessFailedHandler(WhileAlive([this](const std::wstring& reason) {
         LogInfoWide(L"  The browser view failed: " + reason);
         if (onProcessFailed) onProcessFailed(reason);
+    }));
+}
+
+void WebViewBridge::RegisterConsoleHandler() {
+    view_->SetConsoleMessageHandler(WhileAlive([this](const std::wstring& line) {
+        if (!line.starts_with(kSceneFailed)) return;
+        const std::wstring reason = line.substr(kSceneFailed.size());
+        LogInfoWide(L"  The scene cannot be shown: " + reason);
+        if (onSceneFailed) onSceneFailed(reason);
     }));
 }
 
@@ -189,11 +219,47 @@ void WebViewBridge::DeliverPendingFile() {
 
 void WebViewBridge::CaptureImage(QWidget* /*owner*/, const std::wstring& path) {
     if (view_ == nullptr) return;
-    view_->CapturePreview(WhileAlive([path](bool success, const std::vector<std::byte>& png) {
-        // Nobody is told of a picture that could not be written.
-        if (success && !png.empty())
-            static_cast<void>(WriteNewFile(ToPath(path), std::as_bytes(std::span(png))));
+    ++openCaptures_;
+    view_->CapturePreview(WhileAlive([this, path](bool success, const std::vector<std::byte>& png) {
+        OnCapture(path, success, png);
     }));
+}
+
+void WebViewBridge::OnCapture(const std::wstring& path, bool success,
+                              const std::vector<std::byte>& png) {
+    --openCaptures_;
+    std::wstring failure;
+    if (!success || png.empty()) {
+        failure = L"There is no picture";
+    } else {
+        try {
+            NewFile file(ToPath(path));
+            file.Append(std::span(png));
+            file.Commit();
+            return;
+        } catch (const std::system_error& error) {
+            failure = FromUtf8(error.code().message());
+        }
+    }
+    LogInfoWide(L"  Cannot save the picture " + path + L": " + failure);
+    if (onCaptureFailed) onCaptureFailed(failure);
+}
+
+void WebViewBridge::FinishCaptures() {
+    WaitForCaptures();
+    if (openCaptures_ == 0) return;
+    SetVisible(false);
+    WaitForCaptures();
+}
+
+void WebViewBridge::WaitForCaptures() {
+    const QDeadlineTimer end(kLongestCapture);
+    QTimer alarm;
+    alarm.start(kLongestCapture);
+    while (openCaptures_ > 0 && !end.hasExpired()) {
+        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents |
+                                        QEventLoop::WaitForMoreEvents);
+    }
 }
 
 std::wstring WebViewBridge::BuildViewerUrl(const std::wstring& path, bool sharp) const {

@@ -7,9 +7,11 @@
 
 #include <QPointer>
 #include <QWidget>
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "viewer/web_view.h"
 
@@ -33,9 +35,16 @@ class WebViewBridge {
     WebViewBridge(const WebViewBridge&) = delete;
     WebViewBridge& operator=(const WebViewBridge&) = delete;
 
-    // A helper process of the browser ended, which the log tells too. The view stays black until
-    // the next scene is shown.
+    // What is to be heard of the page; each may be empty. Failures are in the log, too.
+
+    // A page is there and takes calls, also one that was loaded again by itself.
+    std::function<void()> onPageLoaded;
+    // The page cannot show the scene.
+    std::function<void(const std::wstring& reason)> onSceneFailed;
+    // A helper process of the browser ended. The view stays black until the next scene is shown.
     std::function<void(const std::wstring& reason)> onProcessFailed;
+    // A picture was not saved.
+    std::function<void(const std::wstring& reason)> onCaptureFailed;
 
     // Makes the host window in `parent` at `bounds` (the parent's coordinates) and starts making
     // the browser in it, which then shows the page in `tempFolder`. Returns whether that could be
@@ -65,8 +74,12 @@ class WebViewBridge {
     void SetSwapEyes(bool swap);
 
     // Writes what the view shows to a PNG file, after the call has returned. `owner` is not used.
-    // Failures are silent and leave no half file.
+    // Failures leave no half file.
     void CaptureImage(QWidget* owner, const std::wstring& path);
+    // Returns when every picture is saved that was asked for; what the display does not show in
+    // time is saved as it is and hides the view. Two seconds at most, in which the event loop runs
+    // without the user's input and the bridge is not to be destroyed.
+    void FinishCaptures();
 
     [[nodiscard]] std::wstring BuildViewerUrl(const std::wstring& path, bool sharp) const;
 
@@ -80,7 +93,10 @@ class WebViewBridge {
     void ApplySettings();
     void RegisterNavCompleteHandler();
     void RegisterProcessFailedHandler();
+    void RegisterConsoleHandler();
     void DeliverPendingFile();
+    void OnCapture(const std::wstring& path, bool success, const std::vector<std::byte>& png);
+    void WaitForCaptures();
 
     // Wraps a callback so that it does nothing once the bridge is gone.
     template <typename Callback>
@@ -92,12 +108,13 @@ class WebViewBridge {
 
     QPointer<QWidget> host_;
     bool ready_ = false;
-    std::wstring tempFolder_;
+    std::wstring tempFolder_;  // as part of an address
     WebView* view_ = nullptr;  // of controller_
     std::unique_ptr<WebViewEnvironment> environment_;
     std::unique_ptr<WebViewController> controller_;
     // The scene that was asked for before the view was ready. The page shows it in its own mode.
     std::wstring pendingFile_;
+    int openCaptures_ = 0;
 };
 
 }  // namespace vistrel

@@ -96,6 +96,7 @@ void MainWindow::OnCreate() {
         LoadScene(path);
     };
     download_.onModel = [this] { UpdateModelDisplay(); };
+    ConnectViewer();
 
     UpdateViewerControls();
     frame_.BuildMenu();
@@ -107,6 +108,15 @@ void MainWindow::OnCreate() {
         mailbox->Post(std::make_unique<WindowMessage>(kWebViewReadyMessage, ready ? 1 : 0));
     });
     UpdateModelDisplay();
+}
+
+void MainWindow::ConnectViewer() {
+    // What a page has saved may be of another window, or of none.
+    viewer_.onPageLoaded = [this] { PassViewSettings(); };
+    viewer_.onFailure = [this](const std::wstring& text) {
+        viewerFailure_ = text;
+        sidebar_->ShowStatus(text);
+    };
 }
 
 MainMenu* MainWindow::MakeMenu() {
@@ -129,6 +139,7 @@ void MainWindow::SelectFile(const std::wstring& path) {
         LoadScene(path);
         return;
     }
+    sidebar_->WithdrawStatus(viewerFailure_);
     generate_.inputImagePath = path;
     sidebar_->ShowInput(FromPath(file.filename()));
     settings_.outputFilename = FromPath(file.stem()) + L".ply";
@@ -140,6 +151,7 @@ void MainWindow::SelectFile(const std::wstring& path) {
 
 void MainWindow::LoadScene(const std::wstring& path) {
     Reset();
+    sidebar_->WithdrawStatus(viewerFailure_);
     viewer_.ShowScene(path, settings_.isSharpMode);
     UpdateViewerControls();
     UpdateMenuState();
@@ -249,6 +261,7 @@ void MainWindow::Destroy() {
     generate_.Stop();
     settings_.Save();
     mailbox_->Close();
+    viewer_.FinishCaptures();
     hide();
     QCoreApplication::exit(0);  // leaves the loops of open dialogs, too
 }

@@ -79,6 +79,7 @@ class MainWindow : public QMainWindow {
 
   private:
     void OnCreate();
+    void ConnectViewer();
     MainMenu* MakeMenu();
     // Ends the program; once.
     void Destroy();
@@ -90,6 +91,7 @@ class MainWindow : public QMainWindow {
     void Reset();
     void Swap();
     void PassFocusDepth();
+    void PassViewSettings();
     void SaveImage();
     void RunBatch();
 
@@ -106,6 +108,7 @@ class MainWindow : public QMainWindow {
     WindowFrame frame_;
     GenerateFlow generate_;
     DownloadFlow download_;
+    std::wstring viewerFailure_;  // the newest that the user was told
     bool sidebarHidden_ = false;
     bool destroyed_ = false;
 };

@@ -127,6 +127,12 @@ void MainWindow::PassFocusDepth() {
     viewer_.SetFocusDepth(settings_.focus, settings_.depth);
 }
 
+void MainWindow::PassViewSettings() {
+    viewer_.SetStereoMode(settings_.stereoMode);
+    viewer_.SetSwapEyes(settings_.isSwapped);
+    viewer_.SetFocusDepth(settings_.focus, settings_.depth);
+}
+
 void MainWindow::Swap() {
     settings_.isSwapped = !settings_.isSwapped;
     viewer_.SetSwapEyes(settings_.isSwapped);

@@ -160,6 +160,10 @@ void Sidebar::ShowStatus(std::wstring_view text) {
     generateStatus_->setText(FromWide(text));
 }
 
+void Sidebar::WithdrawStatus(std::wstring_view text) {
+    if (generateStatus_->text() == FromWide(text)) generateStatus_->setText({});
+}
+
 void Sidebar::SetGenerateEnabled(bool enabled) {
     if (enabled) {
         generate_->setEnabled(true);

@@ -50,6 +50,8 @@ class Sidebar : public QWidget {
     void ShowInput(std::wstring_view name);
     // How the conversion is going.
     void ShowStatus(std::wstring_view text);
+    // Nothing in the place of this text, if it still stands there.
+    void WithdrawStatus(std::wstring_view text);
     void SetGenerateEnabled(bool enabled);
 
     // The twelve controls below the viewer heading.

@@ -6,6 +6,7 @@
 
 #include "shell/window/focus_frame.h"
 #include "shell/window/preview.h"
+#include "shell/window/viewer_messages.h"
 #include "ui/ui_text.h"
 
 namespace vistrel {
@@ -17,7 +18,24 @@ ViewerArea::ViewerArea(QWidget* client, QWidget* sidebar, std::wstring webDir,
       preview_(new Preview(client)),
       focus_(new FocusFrame(client, sidebar)),
       bridge_(Text(TextId::LoaderMissing), std::move(browser)),
-      sceneLink_(webDir_) {}
+      sceneLink_(webDir_) {
+    bridge_.onPageLoaded = [this] {
+        if (sceneLoaded_ && onPageLoaded) onPageLoaded();
+    };
+    bridge_.onSceneFailed = [this](const std::wstring& reason) {
+        Tell(SceneFailedMessage(reason));
+    };
+    bridge_.onProcessFailed = [this](const std::wstring& /*reason*/) {
+        Tell(ViewerEndedMessage());
+    };
+    bridge_.onCaptureFailed = [this](const std::wstring& reason) {
+        Tell(PictureFailedMessage(reason));
+    };
+}
+
+void ViewerArea::Tell(const std::wstring& text) const {
+    if (onFailure) onFailure(text);
+}
 
 void ViewerArea::Start(const QRect& bounds, WebViewBridge::ReadyCallback onReady) {
     bridge_.Initialize(client_, bounds, webDir_, std::move(onReady));

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 
 #include "viewer/scene_link.h"
@@ -23,6 +24,11 @@ class ViewerArea {
     // The area holds all of `client` but what is in `sidebar`; both outlive it. `webDir` is the
     // page's folder; an empty `browser` means that of the loader library.
     ViewerArea(QWidget* client, QWidget* sidebar, std::wstring webDir, EnvironmentFactory browser);
+
+    // A scene's page was loaded and has settings of its own. May be empty.
+    std::function<void()> onPageLoaded;
+    // Something went wrong; the text is for the user. May be empty.
+    std::function<void(const std::wstring& text)> onFailure;
 
     // Starts the browser at `bounds` (coordinates of the client). `onReady` hears once whether it
     // is there, in case of a failure possibly from inside this call; what it heard belongs into
@@ -48,11 +54,14 @@ class ViewerArea {
     void SetFocusDepth(double focus, double depth) { bridge_.SetFocusDepth(focus, depth); }
     void SetSwapEyes(bool swap) { bridge_.SetSwapEyes(swap); }
     void CaptureImage(const std::wstring& path) { bridge_.CaptureImage(nullptr, path); }
+    void FinishCaptures() { bridge_.FinishCaptures(); }
 
     // Whether a photograph is being read, which nobody waits for.
     [[nodiscard]] bool IsReading() const;
 
   private:
+    void Tell(const std::wstring& text) const;
+
     QWidget* client_;
     std::wstring webDir_;
     Preview* preview_;

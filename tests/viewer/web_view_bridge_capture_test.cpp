@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QTimer>
 #include <cstddef>
 #include <filesystem>
 #include <iterator>
@@ -10,6 +11,7 @@
 #include <vector>
 
 #include "base/text_encoding.h"
+#include "tests/support/capture.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/viewer/web_view_bridge_fixture.h"
 
@@ -92,6 +94,52 @@ TEST_F(WebViewBridgeCapture, PathThatCannotBeWrittenLeavesNothing) {
     browser_.AnswerCapture(true, Bytes('1'));
     browser_.AnswerCapture(true, Bytes('1'));
     EXPECT_EQ(Files(), before);
+}
+
+TEST_F(WebViewBridgeCapture, FailureIsToldWithItsReason) {
+    MakeReady();
+    std::vector<std::wstring> heard;
+    bridge_->onCaptureFailed = [&heard](const std::wstring& reason) { heard.push_back(reason); };
+    const std::string log = test::LogOf([&] {
+        Capture("none/a.png");
+        browser_.AnswerCapture(true, Bytes('1'));
+        Capture("a.png");
+        browser_.AnswerCapture(false, {});
+        Capture("a.png");
+        browser_.AnswerCapture(true, Bytes('1'));
+    });
+    EXPECT_EQ(heard, (Calls{L"No such file or directory", L"There is no picture"}));
+    EXPECT_NE(log.find("none/a.png: No such file or directory\n"), log.npos) << log;
+}
+
+TEST_F(WebViewBridgeCapture, IsWaitedForAtTheEnd) {
+    MakeReady();
+    Capture("a.png");
+    Capture("b.png");
+    QTimer::singleShot(0, &window_, [this] {
+        browser_.AnswerCapture(true, Bytes('1'));
+        QTimer::singleShot(0, &window_, [this] { browser_.AnswerCapture(true, Bytes('2')); });
+    });
+    bridge_->FinishCaptures();
+    EXPECT_EQ(ReadFile(folder_ / "a.png"), Text('1'));
+    EXPECT_EQ(ReadFile(folder_ / "b.png"), Text('2'));
+    EXPECT_EQ(browser_.calls, (Calls{L"capture", L"capture"}));
+}
+
+TEST_F(WebViewBridgeCapture, ViewIsHiddenForOneThatDoesNotCome) {
+    MakeReady();
+    Capture("a.png");
+    bridge_->FinishCaptures();
+    EXPECT_EQ(browser_.calls, (Calls{L"capture", L"invisible"}));
+}
+
+TEST_F(WebViewBridgeCapture, WithoutAnyNothingIsWaitedFor) {
+    bridge_->FinishCaptures();
+    MakeReady();
+    Capture("a.png");
+    browser_.AnswerCapture(true, Bytes('1'));
+    bridge_->FinishCaptures();
+    EXPECT_EQ(browser_.calls, Calls{L"capture"});
 }
 
 TEST_F(WebViewBridgeCapture, IsLostWithTheBridge) {

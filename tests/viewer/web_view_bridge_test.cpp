@@ -148,9 +148,47 @@ TEST_F(WebViewBridgeScenes, NextOneOpensAfterTheBrowsersProcessEnded) {
     EXPECT_EQ(browser_.Addresses().size(), 1U);
 }
 
-TEST_F(WebViewBridgeScenes, EndOfTheBrowsersProcessNeedsNoListener) {
+TEST_F(WebViewBridgeScenes, PagesReasonForNotShowingOneIsToldAndLogged) {
+    MakeReady();
+    std::wstring heard;
+    bridge_->onSceneFailed = [&heard](const std::wstring& reason) { heard = reason; };
+    const std::string log =
+        test::LogOf([&] { browser_.SayInConsole(L"Cannot show the scene: It has no Gaussians"); });
+    EXPECT_EQ(log, "  The scene cannot be shown: It has no Gaussians\n");
+    EXPECT_EQ(heard, L"It has no Gaussians");
+}
+
+TEST_F(WebViewBridgeScenes, OtherLinesOfTheConsoleAreNoFailures) {
+    MakeReady();
+    bridge_->onSceneFailed = [](const std::wstring&) { FAIL(); };
+    EXPECT_EQ(test::LogOf([&] { browser_.SayInConsole(L"Network error !"); }), "");
+}
+
+TEST_F(WebViewBridgeScenes, OwnerHearsOfEveryPageThatIsLoaded) {
+    MakeReady();
+    int pages = 0;
+    bridge_->onPageLoaded = [&pages] { ++pages; };
+    browser_.EndNavigation();
+    browser_.EndNavigation(false);
+    EXPECT_EQ(pages, 1);
+    browser_.EndNavigation();
+    EXPECT_EQ(pages, 2);
+}
+
+TEST_F(WebViewBridgeScenes, EarlyFileIsDeliveredBeforeTheOwnerHearsOfThePage) {
+    bridge_->ShowScene(L"/a.ply", false);
+    MakeReady();
+    bridge_->onPageLoaded = [this] { bridge_->SetStereoMode(2); };
+    browser_.EndNavigation();
+    EXPECT_EQ(browser_.Scripts(),
+              (Calls{L"if(typeof FileFromNative==='function'){FileFromNative('/a.ply')}",
+                     L"if(typeof ChgstFromNative==='function'){ChgstFromNative(2)}"}));
+}
+
+TEST_F(WebViewBridgeScenes, FailuresNeedNoListener) {
     MakeReady();
     EXPECT_NE(test::LogOf([&] { browser_.FailProcess(L"gone"); }), "");
+    EXPECT_NE(test::LogOf([&] { browser_.SayInConsole(L"Cannot show the scene: x"); }), "");
 }
 
 }  // namespace

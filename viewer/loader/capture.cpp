@@ -83,10 +83,8 @@ bool Captures::TakeConsoleLine(const QString& line) {
     return true;
 }
 
-void Captures::FinishAll() {
-    for (const auto& waiting : waiting_) {
-        later_.Post([this, number = waiting.first] { Finish(number); });
-    }
+void Captures::TakeAll() {
+    while (!waiting_.empty()) Finish(waiting_.begin()->first);
 }
 
 void Captures::Finish(int number) {

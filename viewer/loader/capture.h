@@ -25,8 +25,8 @@ class Captures {
     // Whether a line of the page's console was meant for this object and no one else.
     bool TakeConsoleLine(const QString& line);
 
-    // Takes the pictures that are still waited for: the page draws no more.
-    void FinishAll();
+    // Takes the pictures that are still waited for, now: the page will not be seen any more.
+    void TakeAll();
 
     // Nobody is called any more.
     void Stop() { later_.Stop(); }

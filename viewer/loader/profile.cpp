@@ -2,6 +2,7 @@
 #include "viewer/loader/profile.h"
 
 #include <fcntl.h>
+#include <langinfo.h>
 #include <sys/file.h>
 #include <unistd.h>
 
@@ -9,7 +10,9 @@
 #include <QString>
 #include <QWebEngineSettings>
 #include <QWebEngineUrlRequestInfo>
+#include <clocale>
 #include <filesystem>
+#include <string_view>
 #include <system_error>
 
 #include "viewer/loader/address.h"
@@ -23,6 +26,11 @@ constexpr char16_t kName[] = u"Vistrel";
 QString DefaultFolder() {
     return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation) +
            QStringLiteral("/QtWebEngine/") + QString::fromUtf16(kName);
+}
+
+// The browser reads the names of its files in the locale's character set, and they are UTF-8.
+void UseUtf8() {
+    if (std::string_view(nl_langinfo(CODESET)) != "UTF-8") std::setlocale(LC_CTYPE, "C.UTF-8");
 }
 
 void Restrict(QWebEngineSettings& settings) {
@@ -69,6 +77,7 @@ void RequestFilter::interceptRequest(QWebEngineUrlRequestInfo& info) {
 }
 
 std::shared_ptr<Profile> Profile::Make(const std::wstring& folder) {
+    UseUtf8();
     std::shared_ptr<Profile> made(new Profile);
     const QString path = folder.empty() ? DefaultFolder() : QString::fromStdWString(folder);
     // A name that is no UTF-8 cannot be said to the browser.

@@ -14,7 +14,7 @@ namespace vistrel::loader {
 namespace {
 
 bool IsTurnedOff() {
-    return qEnvironmentVariableIsSet("QTWEBENGINE_DISABLE_SANDBOX") ||
+    return VariableTurnsSandboxOff() ||
            qgetenv("QTWEBENGINE_CHROMIUM_FLAGS").simplified().split(' ').contains("--no-sandbox");
 }
 
@@ -32,10 +32,15 @@ bool HasNamespaces() {
 
 }  // namespace
 
+bool VariableTurnsSandboxOff() {
+    const QByteArray value = qgetenv("QTWEBENGINE_DISABLE_SANDBOX");
+    return !value.isEmpty() && value != "0";
+}
+
 bool SandboxAllowsStart() {
     if (IsTurnedOff()) return true;
     if (geteuid() == 0) {
-        qWarning("The browser does not run for root unless QTWEBENGINE_DISABLE_SANDBOX is set");
+        qWarning("The browser does not run for root unless QTWEBENGINE_DISABLE_SANDBOX is 1");
         return false;
     }
     if (!HasNamespaces()) {

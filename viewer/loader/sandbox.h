@@ -5,6 +5,10 @@
 
 namespace vistrel::loader {
 
+// Whether the user's environment turns the locking in off: "0" and an empty value do not, though
+// the browser itself takes any value for a yes.
+[[nodiscard]] bool VariableTurnsSandboxOff();
+
 // True as well where the user has turned the locking in off.
 [[nodiscard]] bool SandboxAllowsStart();
 

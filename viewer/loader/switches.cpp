@@ -4,11 +4,14 @@
 #include <QList>
 #include <QString>
 
+#include "viewer/loader/sandbox.h"
+
 namespace vistrel::loader {
 namespace {
 
 constexpr char kVariable[] = "QTWEBENGINE_CHROMIUM_FLAGS";
 constexpr char kAccessibility[] = "QTWEBENGINE_ENABLE_LINUX_ACCESSIBILITY";
+constexpr char kSandbox[] = "QTWEBENGINE_DISABLE_SANDBOX";
 
 constexpr const char* kOwnSwitches[] = {
     // A machine without a GPU draws WebGL in software, which the browser refuses unless told to.
@@ -40,9 +43,14 @@ Switches::Switches(const std::wstring& arguments)
     for (const char* own : kOwnSwitches) Add(switches, own);
     qputenv(kVariable, switches);
     if (!accessibilityWasSet_) qputenv(kAccessibility, "1");
+    if (qEnvironmentVariableIsSet(kSandbox) && !VariableTurnsSandboxOff()) {
+        sandbox_ = qgetenv(kSandbox);
+        qunsetenv(kSandbox);
+    }
 }
 
 Switches::~Switches() {
+    if (sandbox_) qputenv(kSandbox, *sandbox_);
     if (!accessibilityWasSet_) qunsetenv(kAccessibility);
     if (wereSet_) {
         qputenv(kVariable, users_);

@@ -3,13 +3,15 @@
 #pragma once
 
 #include <QByteArray>
+#include <optional>
 #include <string>
 
 namespace vistrel::loader {
 
 // As long as it exists, the environment holds `arguments` (switches separated by blanks) and the
 // loader's own switches behind those of the user, each once, and the one with which the browser
-// tells screen readers what is on the page, if there are any. The browser reads them when the first
+// tells screen readers what is on the page, if there are any; and no word on the sandbox unless
+// that turns it off (viewer/loader/sandbox.h). The browser reads them when the first
 // profile of the process is made. Programs that are started later must not inherit them.
 class Switches {
   public:
@@ -22,6 +24,7 @@ class Switches {
     QByteArray users_;
     bool wereSet_;
     bool accessibilityWasSet_;
+    std::optional<QByteArray> sandbox_;  // what was said of it for nothing
 };
 
 }  // namespace vistrel::loader

@@ -113,6 +113,7 @@ void View::SetBounds(const QRect& bounds) {
 }
 
 void View::SetVisible(bool visible) {
+    if (!visible) captures_.TakeAll();
     if (widget_) widget_->setVisible(visible);
 }
 
@@ -183,6 +184,7 @@ void View::OnAddressChanged() {
 void View::OnLoadFinished(bool success) {
     expectsLoad_ = false;
     hasPage_ = hasPage_ || success;
+    if (success && std::exchange(isDrawnAnew_, false)) ComeBackOnScreen();
     // Scripts that were sent to the document before this one may have been lost with it.
     if (!scripts_.empty()) ExecuteScript(L"", {});
     later_.Post([this, success] {
@@ -191,10 +193,18 @@ void View::OnLoadFinished(bool success) {
     });
 }
 
+// What a second helper process draws does not reach the screen until its widget is shown again.
+void View::ComeBackOnScreen() {
+    if (!widget_ || !widget_->isVisible()) return;
+    widget_->hide();
+    widget_->show();
+}
+
 void View::OnProcessEnded(QWebEnginePage::RenderProcessTerminationStatus status, int exitCode) {
     helperIsGone_ = true;
+    isDrawnAnew_ = true;
     FailScripts(lastScript_);
-    captures_.FinishAll();
+    later_.Post([this] { captures_.TakeAll(); });
     const QString reason = QStringLiteral("The page's process %1 with exit code %2")
                                .arg(StatusName(status))
                                .arg(exitCode);

@@ -45,6 +45,7 @@ class View final : public WebView, private WebViewSettings {
     void OnLoadStarted();
     void OnAddressChanged();
     void OnLoadFinished(bool success);
+    void ComeBackOnScreen();
     void OnProcessEnded(QWebEnginePage::RenderProcessTerminationStatus status, int exitCode);
     void OnConsoleLine(const QString& line);
     void CompleteScript(int number, bool success, const QVariant& value);
@@ -61,6 +62,7 @@ class View final : public WebView, private WebViewSettings {
     bool expectsLoad_ = false;   // a navigation was asked for and has not begun
     bool hasPage_ = false;       // one was loaded
     bool helperIsGone_ = false;  // and no navigation has begun since
+    bool isDrawnAnew_ = false;   // and no page has been loaded since
     NavigationCompleted navigationCompleted_;
     ProcessFailed processFailed_;
     ConsoleMessage consoleMessage_;

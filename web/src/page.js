@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 import { EarlyCalls } from "./early_calls.js";
 import { parseQuery } from "./query.js";
+import { reportSceneFailure } from "./scene_failure.js";
 
 const query = parseQuery(window.location.search);
 const early = new EarlyCalls(reportError);
@@ -44,7 +45,7 @@ async function start() {
         early.handOver(startViewer(query));
     } catch (error) {
         isFailed = true;
-        throw error;
+        reportSceneFailure(error);
     }
 }
 

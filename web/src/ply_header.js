@@ -7,6 +7,7 @@
 const kHeaderEnd = "end_header\n";
 /** Longer headers are not read. */
 const kLongestHeader = 65536;
+const kAscii = /^format ascii\b/m;
 /** @typedef {(view: DataView, at: number, isLittle: boolean) => number} Read */
 const kTypes = new Map(
     /** @type {[string, { size: number, read: Read }][]} */ ([
@@ -23,12 +24,15 @@ const kTypes = new Map(
 
 /**
  * @param {ArrayBuffer} bytes of a PLY file
- * @throws {Error} when its header claims more than the file holds
+ * @throws {Error} when it is not binary, or its header claims more than the file holds
  */
 export function checkPly(bytes) {
     const start = new Uint8Array(bytes, 0, Math.min(bytes.byteLength, kLongestHeader));
     const text = new TextDecoder("latin1").decode(start);
     const end = text.indexOf(kHeaderEnd);
+    if (kAscii.test(end < 0 ? text : text.slice(0, end))) {
+        throw new Error("It is a PLY file in ASCII; only binary ones are read");
+    }
     if (end < 0) throw new Error("The header does not end");
     const isLittle = !text.slice(0, end).includes("format binary_big_endian");
     let at = end + kHeaderEnd.length;

@@ -8,6 +8,7 @@
 import { checkPly } from "./ply_header.js";
 
 const kKsplatHeader = 4096;
+const kKsplatSection = 1024;
 /** The smallest record that a file in the format may have. */
 const kKsplatRecord = 24;
 const kSpzHeader = 16;
@@ -103,6 +104,25 @@ function checkKsplat(file) {
     if (file.byteLength < kKsplatHeader) throw new Error("The file ends in its header");
     const count = file.getUint32(16, true);
     if (count * kKsplatRecord > file.byteLength) throw new Error(tooMany(count));
+    const sections = filledSections(file);
+    // Spark would put each section in the place of the one before.
+    if (sections > 1) throw new Error(`It has ${sections} sections; only files of one are read`);
+}
+
+/**
+ * @param {DataView} file
+ * @returns {number} sections that have Gaussians
+ */
+function filledSections(file) {
+    const end = Math.min(
+        kKsplatHeader + file.getUint32(4, true) * kKsplatSection,
+        file.byteLength - kKsplatSection + 1,
+    );
+    let filled = 0;
+    for (let at = kKsplatHeader; at < end; at += kKsplatSection) {
+        if (file.getUint32(at, true) > 0) filled += 1;
+    }
+    return filled;
 }
 
 /** @param {number} count */

@@ -65,33 +65,23 @@ export class SplatScene {
         this.scene.add(this.#spark, this.#mesh);
     }
 
-    /** Gaussians of the file. */
-    get count() {
-        return this.#mesh.numSplats;
-    }
-
     /**
      * Replaces what is shown by the Gaussians of a file, which appear as soon as they are parsed
      * and sorted. Spark takes over the bytes.
      * @param {ArrayBuffer} bytes
      * @param {string} name of the file; its ending decides where the bytes do not show the format
-     * @returns {Promise<boolean>} whether the file could be read and is still the one to show
+     * @returns {Promise<boolean>} whether the file is still the one to show
+     * @throws {Error} why the file cannot be shown
      */
     async show(bytes, name) {
         const nothing = this.#replace(new SplatMesh());
-        try {
-            const mesh = await readSplats(bytes, name);
-            if (this.#mesh !== nothing) {
-                release(mesh);
-                return false;
-            }
-            if (mesh.numSplats <= 0) console.error(`No Gaussians in "${name}"`);
-            this.#replace(mesh);
-            return true;
-        } catch (error) {
-            console.error(`Cannot read the Gaussians of "${name}":`, error);
+        const mesh = await readSplats(bytes, name);
+        if (this.#mesh !== nothing) {
+            release(mesh);
             return false;
         }
+        this.#replace(mesh);
+        return true;
     }
 
     /**

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 import { Matrix4, PerspectiveCamera, WebGLRenderer } from "three";
 import { OrbitControls } from "./OrbitControls3d.js";
+import { addressToComeBack, mayComeBack } from "./context_loss.js";
 import { DrawLoop, FrameRate } from "./draw_loop.js";
 import { createEffect } from "./effects/stereo_modes.js";
 import { fileNameOf } from "./file_name.js";
 import { readFile } from "./read_file.js";
 import { loadSavedView, storeSavedView } from "./saved_view.js";
+import { reportSceneFailure } from "./scene_failure.js";
 import { SceneState } from "./scene_state.js";
 import { SplatScene } from "./splat_scene.js";
 import { SplatSorter } from "./splat_sorter.js";
@@ -19,6 +21,8 @@ const kFramesAfterResize = 100;
 const kFramesWhileReading = 100;
 /** Frames drawn after a file was read, while its Gaussians are parsed and sorted. */
 const kFramesAfterReading = 300;
+/** What a graphics card gets to recover in, milliseconds. */
+const kBeforeComingBack = 1000;
 
 /**
  * Camera, controls, scene and effect of the page. Members that the page's start and the calls from
@@ -44,6 +48,10 @@ export class Viewer {
     /** Numbers the files in the order in which they were asked for. */
     #lastAsked = 0;
     #lastShown = 0;
+    /** @type {string | null} of the file that was asked for last */
+    #url = null;
+    /** The page is about to be loaded again. */
+    #isLeaving = false;
 
     /**
      * @param {HTMLElement} container receives the canvas
@@ -55,6 +63,7 @@ export class Viewer {
         this.#renderer.setPixelRatio(window.devicePixelRatio);
         this.#renderer.setSize(window.innerWidth, window.innerHeight);
         container.appendChild(this.#renderer.domElement);
+        this.#renderer.domElement.addEventListener("webglcontextlost", () => this.#comeBack());
         this.#camera = createCamera(bsharp);
         this.#splats = new SplatScene(this.#renderer);
         const rate = new FrameRate(performance.now());
@@ -91,8 +100,22 @@ export class Viewer {
 
     /** @returns {import("./scene_state.js").SceneStateName} */
     get sceneState() {
+        if (this.#isLeaving) return "busy";
         const isIdle = this.#loop.requestID === null;
         return this.#renderer.getContext().isContextLost() ? "failed" : this.#state.name(isIdle);
+    }
+
+    /** The graphics context is gone with all that it held, and only a new page gets another one. */
+    #comeBack() {
+        if (this.#url === null) return;
+        if (!mayComeBack(window.sessionStorage, Date.now())) {
+            reportSceneFailure("The graphics context was lost");
+            return;
+        }
+        this.#isLeaving = true;
+        this.saveView();
+        const address = addressToComeBack(window.location.href, this.#url);
+        setTimeout(() => window.location.replace(address), kBeforeComingBack);
     }
 
     /** Draws what changed. */
@@ -129,6 +152,7 @@ export class Viewer {
      * @param {boolean} start also creates the effect, without which nothing is drawn
      */
     load(url, start) {
+        this.#url = url;
         this.#loop.stopTimer = kFramesWhileReading;
         const number = ++this.#lastAsked;
         this.#state.asked();
@@ -141,9 +165,17 @@ export class Viewer {
             if (start) this.setStereoMode(this.stereoMode);
             this.#loop.drawFrames(kFramesAfterReading);
         };
-        readFile(url, onBytes, () => {
-            if (number === this.#lastAsked) this.#state.failed();
-        });
+        readFile(url, onBytes, (reason) => this.#fail(number, reason));
+    }
+
+    /**
+     * @param {number} number of the file
+     * @param {unknown} reason
+     */
+    #fail(number, reason) {
+        if (number !== this.#lastAsked) return;
+        this.#state.failed();
+        reportSceneFailure(reason);
     }
 
     /**
@@ -154,12 +186,13 @@ export class Viewer {
         const number = this.#lastShown;
         const shown = this.#splats.show(bytes, name);
         this.#sorter.invalidate();
-        const isShown = await shown;
-        if (number === this.#lastAsked) {
-            if (isShown && this.#splats.count > 0) this.#state.parsed();
-            else this.#state.failed();
+        try {
+            if (!(await shown)) return;
+        } catch (error) {
+            this.#fail(number, error);
+            return;
         }
-        if (!isShown) return;
+        if (number === this.#lastAsked) this.#state.parsed();
         this.#sorter.invalidate();
         this.#loop.wake();
     }

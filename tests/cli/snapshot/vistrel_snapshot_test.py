@@ -148,7 +148,7 @@ class Failures(Snapshot):
     def test_broken_file_is_told_in_the_pages_words(self):
         self.scene.write_bytes(b"ply, but no more than that")
         self.check_failure(self.run_program(self.scene, self.picture),
-                           str(self.scene), "Cannot read the Gaussians")
+                           str(self.scene), "Cannot show the scene")
 
     def test_scene_without_gaussians(self):
         self.scene.write_bytes(splat_scenes.ply([]))

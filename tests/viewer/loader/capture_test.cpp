@@ -128,6 +128,26 @@ TEST_F(LoaderCaptureTest, HiddenViewGivesNoPicture) {
     ExpectFilled(browser_.Capture(), QColor(0, 255, 0));
 }
 
+TEST_F(LoaderCaptureTest, ViewThatIsHiddenMeanwhileGivesWhatItShowedLast) {
+    Draw(L"0, 0, 1, 1");
+    ExpectFilled(browser_.Capture(), QColor(0, 0, 255));
+    std::vector<std::vector<std::byte>> pictures;
+    for (int i = 0; i < 2; ++i) {
+        browser_.View().CapturePreview([&](bool success, const std::vector<std::byte>& png) {
+            EXPECT_TRUE(success);
+            pictures.push_back(png);
+        });
+    }
+    browser_.Controller().SetVisible(false);
+    EXPECT_TRUE(pictures.empty());
+    ASSERT_TRUE(WaitUntil([&] { return pictures.size() == 2; }));
+    for (const auto& png : pictures) {
+        ExpectFilled(QImage::fromData(reinterpret_cast<const uchar*>(png.data()),
+                                      static_cast<int>(png.size())),
+                     QColor(0, 0, 255));
+    }
+}
+
 TEST_F(LoaderCaptureTest, ViewWithoutSizeGivesNoPicture) {
     browser_.Controller().SetBounds(QRect(0, 0, 0, 150));
     EXPECT_TRUE(browser_.Capture().isNull());

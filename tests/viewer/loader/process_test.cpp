@@ -54,10 +54,13 @@ class LoaderProcessTest : public testing::Test {
     }
 
     // Runs the probe by unshare, with the browser's sandbox turned on.
-    Ended RunLockedIn(const QStringList& arguments) {
+    Ended RunLockedIn(const QStringList& arguments, const QString& disableSandbox = {}) {
         QProcess process;
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.remove(QStringLiteral("QTWEBENGINE_DISABLE_SANDBOX"));
+        if (!disableSandbox.isNull()) {
+            environment.insert(QStringLiteral("QTWEBENGINE_DISABLE_SANDBOX"), disableSandbox);
+        }
         process.setProcessEnvironment(environment);
         process.start(
             QStringLiteral("unshare"),
@@ -139,6 +142,21 @@ TEST_F(LoaderProcessTest, FolderWithAnyNameKeepsTheStorage) {
     }
 }
 
+TEST_F(LoaderProcessTest, FolderWithAnyNameKeepsTheStorageWithoutALocale) {
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const char* name : {"LANG", "LANGUAGE", "LC_ALL", "LC_CTYPE"}) {
+        environment.remove(QString::fromLatin1(name));
+    }
+    const auto run = [&](const char* what, const char* value) {
+        QProcess process;
+        process.setProcessEnvironment(environment);
+        Start(process, folder_ / "\xE6\x97\xA5\xE6\x9C\xAC", what, value);
+        return End(process).output;
+    };
+    run("store", "kept");
+    EXPECT_EQ(run("recall", ""), "\"kept\"\n");
+}
+
 // Where the browser would end the program, there is no browser, and the program goes on.
 TEST_F(LoaderProcessTest, RootWithTheSandboxGetsNoBrowser) {
     const Ended ended = RunLockedIn({"--map-root-user", VISTREL_LOADER_PROBE});
@@ -147,9 +165,24 @@ TEST_F(LoaderProcessTest, RootWithTheSandboxGetsNoBrowser) {
         << ended.messages;
 }
 
+TEST_F(LoaderProcessTest, ZeroAndNothingLeaveTheSandboxOn) {
+    for (const char* value : {"0", ""}) {
+        const Ended root = RunLockedIn({"--map-root-user", VISTREL_LOADER_PROBE}, value);
+        EXPECT_NE(root.messages.find("there is no browser environment"), std::string::npos)
+            << root.messages;
+        const Ended user =
+            RunLockedIn({"--map-user=1234", "--map-group=1234", VISTREL_LOADER_PROBE}, value);
+        EXPECT_EQ(user.status, 0) << user.messages;
+        EXPECT_EQ(user.messages.find("Sandboxing disabled"), std::string::npos) << user.messages;
+    }
+    const Ended off =
+        RunLockedIn({"--map-user=1234", "--map-group=1234", VISTREL_LOADER_PROBE}, "1");
+    EXPECT_NE(off.messages.find("Sandboxing disabled"), std::string::npos) << off.messages;
+}
+
 TEST_F(LoaderProcessTest, MachineWithoutNamespacesGetsNoBrowser) {
     const Ended ended =
-        RunLockedIn({"--map-user=1234", "--keep-caps", "sh", "-c",
+        RunLockedIn({"--map-user=1234", "--map-group=1234", "--keep-caps", "sh", "-c",
                      "echo 0 > /proc/sys/user/max_user_namespaces && exec \"$0\" \"$@\"",
                      VISTREL_LOADER_PROBE});
     EXPECT_EQ(ended.status, 1);

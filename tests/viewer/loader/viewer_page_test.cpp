@@ -6,6 +6,7 @@
 #include <QApplication>
 #include <QColor>
 #include <QImage>
+#include <QScreen>
 #include <QWidget>
 #include <filesystem>
 #include <memory>
@@ -18,6 +19,7 @@
 #include "tests/support/temporary_folder.h"
 #include "tests/support/wait_until.h"
 #include "tests/viewer/loader/helper_process.h"
+#include "viewer/scene_link.h"
 #include "viewer/web_view_bridge.h"
 
 namespace vistrel::test {
@@ -41,9 +43,9 @@ class ViewerPage : public testing::Test {
         return folder_.Write(name, SceneBytes(parts));
     }
 
-    bool Start() {
+    bool Start(const std::wstring& web = FromUtf8(VISTREL_WEB)) {
         std::optional<bool> ready;
-        bridge_.Initialize(&window_, window_.rect(), FromUtf8(VISTREL_WEB),
+        bridge_.Initialize(&window_, window_.rect(), web,
                            [&ready](bool answer) { ready = answer; });
         return WaitUntil([&ready] { return ready.has_value(); }) && *ready;
     }
@@ -81,6 +83,9 @@ class ViewerPage : public testing::Test {
         if (!WaitUntil([&path] { return std::filesystem::exists(path); })) return {};
         return QImage(QString::fromStdString(path.native()), "PNG");
     }
+
+    // What the user sees, which is not always what the browser would draw into a picture.
+    QImage OnScreen() { return window_.screen()->grabWindow(window_.winId()).toImage(); }
 
     static bool IsWhite(const QImage& image, int fromX, int toX) {
         for (int x = fromX; x < toX; ++x) {
@@ -139,6 +144,19 @@ TEST_F(ViewerPage, EarlyFileArrivesIntactAndIsDrawnWithTheNextMode) {
     EXPECT_TRUE(IsWhite(Capture(), 0, kWidth / 2));
 }
 
+TEST_F(ViewerPage, FoldersOfPageAndSceneMayHaveAnyName) {
+    const std::filesystem::path odd = folder_ / "C# & 50%41 why? \xe5\x86\x99";
+    std::filesystem::create_directory(odd);
+    std::filesystem::copy(VISTREL_WEB, odd);
+    SceneLink link(FromPath(odd));
+    ASSERT_TRUE(Start(FromPath(odd)));
+    const auto scene = odd / "who?.ply";
+    std::filesystem::rename(Scene("a.ply"), scene);
+    bridge_.ShowScene(link.PathFor(FromPath(scene)), true);
+    ASSERT_TRUE(IsShown());
+    EXPECT_TRUE(IsWhite(Capture(), 0, kWidth / 2));
+}
+
 TEST_F(ViewerPage, AlertShowsNothing) {
     ASSERT_TRUE(Start());
     bridge_.ExecJS(L"alert('seen')");
@@ -159,8 +177,9 @@ TEST_F(ViewerPage, NextSceneOpensAfterThePagesProcessWasKilled) {
         EXPECT_TRUE(WaitUntil([&failed] { return failed; }));
     });
     EXPECT_NE(log.find("  The browser view failed: "), log.npos) << log;
+    EXPECT_TRUE(WaitUntil([this] { return !IsWhite(OnScreen(), 0, kWidth); }));
     ASSERT_TRUE(Show("b.ply"));
-    EXPECT_TRUE(IsWhite(Capture(), 0, kWidth / 2));
+    EXPECT_TRUE(WaitUntil([this] { return IsWhite(OnScreen(), 0, kWidth / 2); }));
 }
 
 TEST_F(ViewerPage, BridgeMayEndAtAnyMoment) {

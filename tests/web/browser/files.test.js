@@ -19,6 +19,8 @@ const kGaussians = [
 ];
 const good = await browser.file("good.ply", plyFile(kGaussians));
 const kQuery = "mode=0&nst=1";
+/** Reports of why a file is not shown begin so. */
+const kCannotShow = "Cannot show the scene: ";
 
 const reference = await browser.open({ query: `${kQuery}&openFile=${good}` });
 const expected = await reference.picture();
@@ -96,19 +98,40 @@ test("BrokenFilesLeaveThePageAlive", async () => {
         ["huge.spz", hugeSpz()],
         ["short.ksplat", Buffer.alloc(100)],
         ["truncated.ksplat", ksplatFile(kGaussians).subarray(0, 5200)],
+        ["nowhere.ply", plyFile([placeless([NaN, NaN, NaN]), placeless([0, 0, Infinity])])],
+        ["nowhere.splat", splatFile([placeless([0, NaN, 0])])],
     ]);
     const page = await browser.open({ query: `${kQuery}&openFile=${good}` });
     for (const [name, bytes] of broken) {
         const file = await browser.file(name, bytes);
         page.reports.length = 0;
         await page.call("FileFromNative", file);
-        assert.ok(page.reports.length > 0, `${name} is not reported`);
+        const reasons = page.reports.filter((report) => report.startsWith(kCannotShow));
+        assert.equal(reasons.length, 1, `${name}: ${page.reports}`);
+        assert.equal(await page.evaluate("window.SceneStateFromNative()"), "failed", name);
         assert.ok(!page.reports.some((report) => report.startsWith("uncaught")), page.reports[0]);
         page.reports.length = 0;
         await page.call("FileFromNative", good);
         assert.deepEqual(page.reports, []);
         assertShown(await page.picture());
     }
+    await page.close();
+});
+
+/**
+ * @param {[number, number, number]} center
+ * @returns {Gaussian}
+ */
+function placeless(center) {
+    return { center, scale: 0.1, color: [1, 0, 0] };
+}
+
+test("GaussiansWithoutAPlaceDoNotHideTheOthers", async () => {
+    const mixed = [placeless([NaN, 0, 0]), ...kGaussians];
+    const file = await browser.file("mixed.ply", plyFile(mixed));
+    const page = await browser.open({ query: `${kQuery}&openFile=${file}` });
+    assert.deepEqual(page.reports, []);
+    assertShown(await page.picture());
     await page.close();
 });
 
@@ -134,7 +157,7 @@ test("FileWithoutGaussiansShowsNothing", async () => {
     const file = await browser.file("none.ply", plyFile([]));
     const page = await browser.open({ query: `${kQuery}&openFile=${file}` });
     assert.equal(centreOf(await page.picture(), 0).sum, 0);
-    assert.deepEqual(page.reports, ['No Gaussians in "none.ply"']);
+    assert.deepEqual(page.reports, [`${kCannotShow}It has no Gaussians`]);
     await page.call("FileFromNative", good);
     assertShown(await page.picture());
     await page.close();
@@ -196,15 +219,17 @@ test("ReplacedFilesAreLetGo", async () => {
 test("MissingFileIsReported", async () => {
     const page = await browser.open({ query: `${kQuery}&openFile=/nowhere/a.ply` });
     assert.ok(page.reports.includes("Network error !"), `${page.reports}`);
+    assert.ok(page.reports.includes(`${kCannotShow}The file cannot be read`), `${page.reports}`);
     assert.equal((await page.watch()).frames, 0);
     await page.close();
 });
 
 test("InvalidUrlIsReported", async () => {
     const page = await browser.open({ query: `${kQuery}&openFile=http://[/a.ply` });
-    assert.deepEqual(page.reports, ["Invalid URL"]);
+    const reports = ["Invalid URL", `${kCannotShow}Its address is invalid`];
+    assert.deepEqual(page.reports, reports);
     await page.call("FileFromNative", "http://[/a.ply");
-    assert.deepEqual(page.reports, ["Invalid URL", "Invalid URL"]);
+    assert.deepEqual(page.reports, [...reports, ...reports]);
     await page.close();
 });
 

@@ -32,5 +32,6 @@ test("StateIsFailedWhereThePageCannotStart", async () => {
     await page.load(address);
     await page.page.waitForFunction(() => Object(window).SceneStateFromNative() === "failed");
     assert.equal(await page.hasViewer(), false);
+    assert.ok(page.reports.some((report) => report.startsWith("Cannot show the scene: ")));
     await page.close();
 });

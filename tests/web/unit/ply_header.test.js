@@ -65,6 +65,19 @@ for (const type of ["constructor", "list", "float32", ""]) {
     });
 }
 
+for (const lineEnd of ["\n", "\r\n"]) {
+    test(`TextIsRefusedAsSuch ${JSON.stringify(lineEnd)}`, () => {
+        const lines = ["ply", "format ascii 1.0", ...kVertex, "end_header", "1 2", "3 4", ""];
+        const bytes = new Uint8Array(Buffer.from(lines.join(lineEnd)));
+        assert.throws(() => checkPly(bytes.buffer), /PLY file in ASCII/);
+    });
+}
+
+test("CommentsDoNotTellTheFormat", () => {
+    check(["comment format ascii 1.0", ...kVertex], [0, 0, 0, 0, 0, 0]);
+    check(kVertex, [...Buffer.from("\nformat ascii")]);
+});
+
 test("HeaderWithoutAnEndIsRefused", () => {
     const bytes = new Uint8Array(70_000).fill(10);
     bytes.set(Buffer.from("end_header\n"), 65_530);

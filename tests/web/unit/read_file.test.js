@@ -5,14 +5,17 @@ import { readFile } from "../../../web/src/read_file.js";
 
 /** Stands in for the browser's: ends as it is told. */
 class Request {
-    /** @type {() => void} */
+    /** @type {(event: { loaded: number }) => void} */
     onload = () => {};
+    /** @type {(event: { loaded: number }) => void} */
+    onprogress = () => {};
     /** @type {() => void} */
     onerror = () => {};
     responseType = "";
     /** @type {ArrayBuffer | null} */
     response = null;
     status = 0;
+    isAborted = false;
 
     /**
      * @param {string} method
@@ -25,6 +28,10 @@ class Request {
 
     send() {
         requests.push(this);
+    }
+
+    abort() {
+        this.isAborted = true;
     }
 }
 
@@ -45,7 +52,7 @@ afterEach(() => Reflect.deleteProperty(globalThis, "XMLHttpRequest"));
 function read(url, end) {
     /** @type {unknown[]} */
     const outcome = [];
-    readFile(url, (bytes) => outcome.push(bytes), () => outcome.push("failure"));
+    readFile(url, (bytes) => outcome.push(bytes), (reason) => outcome.push(reason));
     if (end) end(requests[0]);
     return { outcome, told: reports.mock.calls.map((call) => call.arguments) };
 }
@@ -55,30 +62,47 @@ for (const status of [0, 200]) {
         const bytes = new ArrayBuffer(3);
         const { outcome, told } = read("/a.ply", (request) => {
             assert.equal(request.responseType, "arraybuffer");
-            Object.assign(request, { status, response: bytes }).onload();
+            Object.assign(request, { status, response: bytes }).onload({ loaded: 3 });
         });
         assert.deepEqual([outcome, told], [[bytes], []]);
     });
 }
 
 test("AnswerWithoutABodyIsAnEmptyFile", () => {
-    const { outcome } = read("/a.ply", (request) => request.onload());
+    const { outcome } = read("/a.ply", (request) => request.onload({ loaded: 0 }));
     assert.deepEqual(outcome, [new ArrayBuffer(0)]);
+});
+
+test("BytesThatDoNotArriveAreTooMany", () => {
+    const { outcome } = read("/a.ply", (request) => request.onload({ loaded: 2 ** 31 - 1 }));
+    assert.deepEqual(outcome, ["The file is too large for the viewer"]);
+});
+
+test("TooLargeFileIsNotReadToItsEnd", () => {
+    const { outcome } = read("/a.ply", (request) => {
+        request.onprogress({ loaded: 2 ** 31 - 1 });
+        assert.ok(!request.isAborted);
+        request.onprogress({ loaded: 2 ** 31 });
+        assert.ok(request.isAborted);
+    });
+    assert.deepEqual(outcome, ["The file is too large for the viewer"]);
 });
 
 test("OtherStatusIsReported", () => {
     const { outcome, told } = read("/a.ply", (request) => {
-        Object.assign(request, { status: 404 }).onload();
+        Object.assign(request, { status: 404 }).onload({ loaded: 0 });
     });
-    assert.deepEqual([outcome, told], [["failure"], [["Read error Status code:", 404]]]);
+    assert.deepEqual(outcome, ["Reading the file ended with status 404"]);
+    assert.deepEqual(told, [["Read error Status code:", 404]]);
 });
 
 test("FailedTransportIsReported", () => {
     const { outcome, told } = read("/a.ply", (request) => request.onerror());
-    assert.deepEqual([outcome, told], [["failure"], [["Network error !"]]]);
+    assert.deepEqual([outcome, told], [["The file cannot be read"], [["Network error !"]]]);
 });
 
 test("InvalidUrlIsReported", () => {
-    assert.deepEqual(read("invalid"), { outcome: ["failure"], told: [["Invalid URL"]] });
+    const { outcome, told } = read("invalid");
+    assert.deepEqual([outcome, told], [["Its address is invalid"], [["Invalid URL"]]]);
     assert.equal(requests.length, 0);
 });

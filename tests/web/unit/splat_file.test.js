@@ -78,6 +78,15 @@ test("KsplatThatTellsOfTooMuchIsRefused", async () => {
     await assert.rejects(format(file.subarray(0, 4095), "a.ksplat"), /ends in its header/);
 });
 
+test("KsplatOfSeveralSectionsIsRefused", async () => {
+    const file = Buffer.concat([ksplatFile(kGaussians), Buffer.alloc(1024)]);
+    file.writeUInt32LE(2, 4);
+    file.writeUInt32LE(0, 4096 + 1024);
+    assert.equal(await format(file, "a.ksplat"), "ksplat");
+    file.writeUInt32LE(1, 4096 + 1024);
+    await assert.rejects(format(file, "a.ksplat"), /2 sections/);
+});
+
 test("PlyThatTellsOfTooMuchIsRefused", async () => {
     await assert.rejects(format(plyFile(kGaussians, { count: 2 })), /ends in its "vertex"/);
     await assert.rejects(format("\nply\nelement vertex x\nend_header\n", "a.ply"), /cannot be x/);
