@@ -205,6 +205,8 @@ void MainWindow::customEvent(QEvent* event) {
             return generate_.OnProgress(message);
         case kGenerateDoneMessage:
             return generate_.OnDone(message);
+        case kModelFileErrorMessage:
+            return download_.OnModelFileError(message);
         case kDownloadProgressMessage:
             return download_.OnProgress(message);
         case kDownloadDoneMessage:

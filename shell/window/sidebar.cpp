@@ -9,6 +9,7 @@
 #include <QRadioButton>
 #include <QSignalBlocker>
 #include <QSlider>
+#include <QTextDocument>
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -86,6 +87,11 @@ int Truncated(double value) {
     return static_cast<int>(std::clamp(value, -kLargest, kLargest));
 }
 
+// What looks like HTML would be taken for it.
+QString AsPlainToolTip(const QString& text) {
+    return Qt::mightBeRichText(text) ? "<span>" + text.toHtmlEscaped() + "</span>" : text;
+}
+
 // The value labels are English in every language.
 QString ValueText(TextId label, int value) {
     return FromWide(Filled(EnglishText(label), {std::to_wstring(value)}));
@@ -116,8 +122,9 @@ void Sidebar::LayoutSidebar() {
     }
 }
 
-void Sidebar::ShowModel(std::wstring_view name, bool downloadOffered) {
+void Sidebar::ShowModel(std::wstring_view name, std::wstring_view path, bool downloadOffered) {
     modelName_->setText(FromWide(name));
+    modelName_->setToolTip(AsPlainToolTip(FromWide(path)));
     downloadModel_->setVisible(downloadOffered);
     downloadProgress_->hide();
     downloadStatus_->hide();

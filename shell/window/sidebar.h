@@ -36,9 +36,9 @@ class Sidebar : public QWidget {
     // position. Set before the user can do anything.
     std::function<void(ControlId id, int value)> onCommand;
 
-    // The chosen model's name, and whether a download of it is offered. The progress of a download
-    // is hidden.
-    void ShowModel(std::wstring_view name, bool downloadOffered);
+    // The chosen model's name and, as its tool tip, its path, and whether a download of it is
+    // offered. The progress of a download is hidden.
+    void ShowModel(std::wstring_view name, std::wstring_view path, bool downloadOffered);
     // A download begins: shows its progress and disables its button.
     void ShowDownloadStart(std::wstring_view text);
     // `position` is 0 to 1000; more fills the bar.

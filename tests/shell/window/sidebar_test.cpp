@@ -41,7 +41,7 @@ class SidebarTest : public testing::Test {
         sidebar->resize(Sidebar::kWidth, 676);
     }
     void ShowDownload(bool button, bool progress) const {
-        sidebar->ShowModel(L"", button);
+        sidebar->ShowModel(L"", L"", button);
         if (progress) sidebar->ShowDownload(0, L"");
     }
     // Null where there is none.
@@ -129,7 +129,7 @@ TEST_F(SidebarTest, DownloadShowsItsProgressUntilItsEnd) {
 TEST_F(SidebarTest, ModelHidesTheProgressOfADownload) {
     Make();
     ShowDownload(true, true);
-    sidebar->ShowModel(L"net.onnx", false);
+    sidebar->ShowModel(L"net.onnx", L"/net.onnx", false);
     EXPECT_EQ(Find<QLineEdit>(ControlId::ModelName)->text(), "net.onnx");
     for (const ControlId id :
          {ControlId::DownloadModel, ControlId::DownloadProgress, ControlId::DownloadStatus}) {
