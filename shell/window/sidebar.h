@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The column of controls at the left of the window: 290 pixels wide, as high as the window.
+// The column of controls at the left of the window: 290 pixels wide, as high as the window. Where
+// that is too low for them, they can be scrolled.
 #pragma once
 
-#include <QWidget>
+#include <QScrollArea>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -25,7 +26,7 @@ namespace vistrel {
 struct AppSettings;
 
 // Thread of the event loop.
-class Sidebar : public QWidget {
+class Sidebar : public QScrollArea {
   public:
     static constexpr int kWidth = 290;
 
@@ -60,6 +61,9 @@ class Sidebar : public QWidget {
     // Positions and labels; the values are truncated toward zero.
     void SetFocusDepth(double focus, double depth);
 
+  protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
   private:
     void MakeModelSection();
     void MakeInputSection(const AppSettings& settings);
@@ -83,6 +87,7 @@ class Sidebar : public QWidget {
     // press of the space bar is not meant for that one.
     void Disable(QPushButton& button);
 
+    QWidget* panel_;  // of all controls
     std::map<ControlId, QWidget*> controls_;
     QLineEdit* modelName_;
     QPushButton* downloadModel_;
