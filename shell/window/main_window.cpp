@@ -9,6 +9,8 @@
 #include <QLayout>
 #include <QMimeData>
 #include <QResizeEvent>
+#include <QScreen>
+#include <QStyle>
 #include <algorithm>
 #include <utility>
 
@@ -25,8 +27,6 @@
 
 namespace vistrel {
 namespace {
-
-constexpr QSize kFirstSize(1200, 700);
 
 std::unique_ptr<WindowDialogs> MakeDialogs(const MainWindowServices& services, QWidget* owner) {
     if (services.makeDialogs) return services.makeDialogs(owner);
@@ -82,7 +82,8 @@ MainWindow::~MainWindow() {
 
 void MainWindow::OnCreate() {
     setWindowTitle("Vistrel");
-    resize(kFirstSize);
+    resize(FirstWindowSize(screen()->availableSize(),
+                           style()->pixelMetric(QStyle::PM_TitleBarHeight)));
     setAcceptDrops(true);
     setCentralWidget(client_);
     client_->installEventFilter(this);

@@ -7,6 +7,11 @@
 
 namespace vistrel {
 
+QSize FirstWindowSize(const QSize& room, int titleBar) {
+    constexpr QSize kUsual(1200, 700);
+    return kUsual.boundedTo(room - QSize(0, titleBar));
+}
+
 WindowFrame::WindowFrame(QMainWindow& window, std::function<MainMenu*()> makeMenu)
     : window_(window), makeMenu_(std::move(makeMenu)) {}
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QRect>
+#include <QSize>
 #include <functional>
 
 #include "shell/window/main_menu.h"
@@ -10,6 +11,10 @@
 class QMainWindow;
 
 namespace vistrel {
+
+// The window's size at the start, without its frame, on a screen that has `room` for windows with
+// title bars of this height.
+[[nodiscard]] QSize FirstWindowSize(const QSize& room, int titleBar);
 
 // Thread of the event loop. `window` outlives it.
 class WindowFrame {

@@ -40,6 +40,15 @@ class FrameTest : public WindowTest {
     [[nodiscard]] QString InputName() const { return Find<QLabel>(ControlId::InputName)->text(); }
 };
 
+TEST(FirstWindowSize, IsTheUsualOneWhereThereIsRoom) {
+    EXPECT_EQ(FirstWindowSize(QSize(1920, 1040), 24), QSize(1200, 700));
+}
+
+TEST(FirstWindowSize, LeavesRoomForTheTitleBarOnASmallScreen) {
+    EXPECT_EQ(FirstWindowSize(QSize(1092, 590), 24), QSize(1092, 566));
+    EXPECT_EQ(FirstWindowSize(QSize(1920, 700), 24), QSize(1200, 676));
+}
+
 TEST_F(FrameTest, ViewerAreaTakesThePlaceOfAHiddenSidebar) {
     Open();
     window->ToggleSidebar();
