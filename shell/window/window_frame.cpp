@@ -30,15 +30,23 @@ void WindowFrame::ToggleFullScreen() {
         Leave();
         return;
     }
-    savedPlacement_ = window_.isMaximized() ? QRect() : window_.geometry();
-    menu_ = nullptr;
-    window_.setMenuBar(nullptr);
-    fullScreen_ = true;
+    Enter(window_.isMaximized() ? QRect() : window_.geometry());
     window_.setWindowState(window_.windowState() | Qt::WindowFullScreen);
 }
 
 void WindowFrame::OnStateChange() {
-    if (!window_.isFullScreen() && !window_.isMinimized()) Leave();
+    if (window_.isFullScreen()) {
+        if (!fullScreen_) Enter({});
+    } else if (!window_.isMinimized()) {
+        Leave();
+    }
+}
+
+void WindowFrame::Enter(const QRect& placement) {
+    savedPlacement_ = placement;
+    menu_ = nullptr;
+    window_.setMenuBar(nullptr);
+    fullScreen_ = true;
 }
 
 void WindowFrame::Leave() {

@@ -146,6 +146,19 @@ TEST_F(FrameTest, FullScreenEndedByTheDesktopBringsTheMenuBack) {
     EXPECT_TRUE(window->isFullScreen());
 }
 
+TEST_F(FrameTest, FullScreenBegunByTheDesktopTakesTheMenuBar) {
+    Open();
+    window->setGeometry(40, 50, 640, 480);
+    window->showFullScreen();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(window->menuWidget(), nullptr);
+    window->ToggleFullScreen();
+    QCoreApplication::processEvents();
+    EXPECT_FALSE(window->isFullScreen());
+    EXPECT_NE(window->menuWidget(), nullptr);
+    EXPECT_EQ(window->geometry(), QRect(40, 50, 640, 480));
+}
+
 TEST_F(FrameTest, FullScreenClosesAnOpenMenu) {
     Open();
     window->menuBar()->actions().at(0)->menu()->popup({0, 0});
