@@ -45,6 +45,12 @@ QWidget* MakeClient(QWidget* window) {
     return new QWidget(window);
 }
 
+// What a desktop's frame adds to a window, about; it is known only once the window is shown.
+QSize UsualFrame(const QStyle& style) {
+    const int edge = style.pixelMetric(QStyle::PM_MdiSubWindowFrameWidth);
+    return {2 * edge, edge + style.pixelMetric(QStyle::PM_TitleBarHeight)};
+}
+
 // What the sidebar leaves of the client.
 QRect ViewerBounds(const QSize& client, int left) {
     return {left, 0, std::max(0, client.width() - left), client.height()};
@@ -82,8 +88,7 @@ MainWindow::~MainWindow() {
 
 void MainWindow::OnCreate() {
     setWindowTitle("Vistrel");
-    resize(FirstWindowSize(screen()->availableSize(),
-                           style()->pixelMetric(QStyle::PM_TitleBarHeight)));
+    resize(FirstWindowSize(screen()->availableSize(), UsualFrame(*style())));
     setAcceptDrops(true);
     setCentralWidget(client_);
     client_->installEventFilter(this);

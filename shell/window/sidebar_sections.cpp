@@ -140,9 +140,10 @@ QRadioButton* Sidebar::AddRadio(ControlId id, const QString& text) {
 QComboBox* Sidebar::AddCombo(ControlId id, const std::vector<TextId>& entries, int index) {
     auto* const combo = Add(id, new QComboBox(panel_), NormalFont());
     for (const TextId entry : entries) combo->addItem(UiString(entry));
-    combo->installEventFilter(this);
-    combo->setFocusPolicy(Qt::StrongFocus);  // not by the wheel, which may be scrolling
     combo->setCurrentIndex(index);  // an index that no entry has selects none
+    // Not by the wheel, which may be scrolling.
+    combo->setFocusPolicy(Qt::StrongFocus);
+    combo->installEventFilter(this);
     connect(combo, &QComboBox::activated, this, [this, id](int chosen) { onCommand(id, chosen); });
     return combo;
 }

@@ -7,9 +7,9 @@
 
 namespace vistrel {
 
-QSize FirstWindowSize(const QSize& room, int titleBar) {
+QSize FirstWindowSize(const QSize& room, const QSize& frame) {
     constexpr QSize kUsual(1200, 700);
-    return kUsual.boundedTo(room - QSize(0, titleBar));
+    return kUsual.boundedTo(room - frame);
 }
 
 WindowFrame::WindowFrame(QMainWindow& window, std::function<MainMenu*()> makeMenu)

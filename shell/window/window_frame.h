@@ -12,9 +12,9 @@ class QMainWindow;
 
 namespace vistrel {
 
-// The window's size at the start, without its frame, on a screen that has `room` for windows with
-// title bars of this height.
-[[nodiscard]] QSize FirstWindowSize(const QSize& room, int titleBar);
+// The window's size at the start, without its frame, on a screen that has `room` for windows;
+// `frame` is what their frames add.
+[[nodiscard]] QSize FirstWindowSize(const QSize& room, const QSize& frame);
 
 // Thread of the event loop. `window` outlives it.
 class WindowFrame {

@@ -40,13 +40,15 @@ class FrameTest : public WindowTest {
     [[nodiscard]] QString InputName() const { return Find<QLabel>(ControlId::InputName)->text(); }
 };
 
+constexpr QSize kFrame(8, 28);
+
 TEST(FirstWindowSize, IsTheUsualOneWhereThereIsRoom) {
-    EXPECT_EQ(FirstWindowSize(QSize(1920, 1040), 24), QSize(1200, 700));
+    EXPECT_EQ(FirstWindowSize(QSize(1920, 1040), kFrame), QSize(1200, 700));
 }
 
-TEST(FirstWindowSize, LeavesRoomForTheTitleBarOnASmallScreen) {
-    EXPECT_EQ(FirstWindowSize(QSize(1092, 590), 24), QSize(1092, 566));
-    EXPECT_EQ(FirstWindowSize(QSize(1920, 700), 24), QSize(1200, 676));
+TEST(FirstWindowSize, LeavesRoomForItsFrameOnASmallScreen) {
+    EXPECT_EQ(FirstWindowSize(QSize(1092, 590), kFrame), QSize(1084, 562));
+    EXPECT_EQ(FirstWindowSize(QSize(1920, 700), kFrame), QSize(1200, 672));
 }
 
 TEST_F(FrameTest, ViewerAreaTakesThePlaceOfAHiddenSidebar) {
