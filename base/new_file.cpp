@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <pthread.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -108,12 +109,20 @@ fs::path LinksResolved(const fs::path& path) {
     Fail(ELOOP, path);
 }
 
+bool IsSame(const struct stat& one, const struct stat& other) {
+    return one.st_ino == other.st_ino && one.st_dev == other.st_dev;
+}
+
 // Whether a new file under that name takes the place of the former one, which is not so for the
 // open files below /proc.
 bool IsFileAt(const struct stat& former, const fs::path& target) {
     struct stat found = {};
-    return lstat(target.c_str(), &found) == 0 && found.st_ino == former.st_ino &&
-           found.st_dev == former.st_dev;
+    return lstat(target.c_str(), &found) == 0 && IsSame(found, former);
+}
+
+// Whether somebody else has it. File systems that know no locks have it for everybody.
+bool IsLockedByOthers(int file) {
+    return flock(file, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
 }
 
 // A file's name is safe only when its folder is. If that fails, a loss of power may bring the
@@ -134,9 +143,7 @@ NewFile::NewFile(NewFileOptions options)
 NewFile::NewFile(const fs::path& path, NewFileOptions options) : NewFile(std::move(options)) {
     target_ = path;
     if (!options_.growsAs.empty()) {
-        file_ = Open(options_.growsAs, O_WRONLY | O_CREAT | O_TRUNC);
-        if (file_ < 0) Fail(errno, options_.growsAs);
-        part_ = options_.growsAs;
+        OpenGrowing();
         return;
     }
     struct stat former = {};
@@ -161,6 +168,24 @@ NewFile::~NewFile() {
     } catch (const std::exception&) {
         // Nobody is there to be told.
     }
+    if (lock_ >= 0) close(lock_);
+}
+
+// The lock is that of the open file: it ends with the process, however that ends. Once it is held
+// the file may no longer be the one of that name, but the one that its writer has put in its place.
+void NewFile::OpenGrowing() {
+    struct stat opened = {};
+    struct stat named = {};
+    do {
+        if (file_ >= 0) close(file_);
+        file_ = Open(options_.growsAs, O_WRONLY | O_CREAT);
+        if (file_ < 0 || fstat(file_, &opened) != 0) Fail(errno, options_.growsAs);
+        if (IsLockedByOthers(file_)) Fail(EWOULDBLOCK, options_.growsAs);
+    } while (stat(options_.growsAs.c_str(), &named) != 0 || !IsSame(opened, named));
+    lock_ = fcntl(file_, F_DUPFD_CLOEXEC, 0);
+    if (lock_ < 0) Fail(errno, options_.growsAs);
+    emptyFirst_ = S_ISREG(opened.st_mode);
+    part_ = options_.growsAs;
 }
 
 // Where that is impossible, the open former file is kept, to be written in place.

@@ -18,8 +18,10 @@ enum class Durability {
 struct NewFileOptions {
     Durability durability = Durability::kUsual;
     // For callers that show the growing file to others: its name until it takes its place; a file
-    // there is overwritten. The place itself is looked at only then: a link there is replaced, and
-    // a former file's permissions are not kept. Empty: no name, or one that nobody needs to know.
+    // there is overwritten, but for one that somebody else, in whatever process, lets grow: then
+    // opening fails with EWOULDBLOCK. The place itself is looked at only at the end: a link there
+    // is replaced, and a former file's permissions are not kept. Empty: no name, or one that nobody
+    // needs to know.
     std::filesystem::path growsAs = {};
 };
 
@@ -75,6 +77,7 @@ class NewFile {
     static constexpr std::size_t kBufferSize = std::size_t{256} << 10;
 
     explicit NewFile(NewFileOptions options);
+    void OpenGrowing();
     void OpenBesideTarget();
     void TakeOver(unsigned owner, unsigned group, unsigned mode);
     void Flush();
@@ -88,9 +91,10 @@ class NewFile {
     std::filesystem::path target_;  // links resolved
     std::filesystem::path part_;    // the growing file's name; empty: it has none
     int file_ = -1;
+    int lock_ = -1;  // keeps the file of `growsAs` for this object, also once file_ is closed
     bool isUnnamed_ = false;   // grows without a name; if it has none either, it is in its place
     bool replaces_ = false;    // there is a former file
-    bool emptyFirst_ = false;  // file_ is the former file, whose bytes go before the first new one
+    bool emptyFirst_ = false;  // file_ was there before; its bytes go before the first new one
     bool isFinished_ = false;
 };
 

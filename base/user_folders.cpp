@@ -120,6 +120,11 @@ bool MakePrivateFolder(const std::wstring& path) {
     return !open || chmod(folder.c_str(), S_IRWXU) == 0;
 }
 
+bool BelongsToSomebodyElse(const std::wstring& path) {
+    struct stat found = {};
+    return lstat(ToPath(path).c_str(), &found) == 0 && found.st_uid != geteuid();
+}
+
 std::optional<std::wstring> TemporaryFolder() {
     for (const char* variable : {"TMPDIR", "XDG_RUNTIME_DIR"}) {
         const std::string folder = Environment(variable);

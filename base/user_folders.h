@@ -26,6 +26,8 @@ namespace vistrel {
 // Makes the folder where it is missing, its parent being there, and keeps others out of it. False
 // where it belongs to somebody else, is a link or cannot be made.
 [[nodiscard]] bool MakePrivateFolder(const std::wstring& path);
+// Whether there is something of that name, be it a link, that another user has made.
+[[nodiscard]] bool BelongsToSomebodyElse(const std::wstring& path);
 // Folder of the running program, links resolved.
 [[nodiscard]] std::wstring ProgramFolder();
 

@@ -58,6 +58,16 @@ void TellAs(const std::string& text, const Action& action) {
     }
 }
 
+// The same with the system's reason, such as a full disk, at the end.
+template <typename Action>
+void TellWithReason(const std::string& text, const Action& action) {
+    try {
+        action();
+    } catch (const std::system_error& failure) {
+        throw std::runtime_error(text + ": " + failure.code().message());
+    }
+}
+
 // One download: from the address to the file in its place.
 class Transfer : public HttpReceiver {
   public:
@@ -92,7 +102,7 @@ class Transfer : public HttpReceiver {
     }
 
     void OnBody(std::string_view bytes) override {
-        TellAs(CannotWrite(), [&] { file_->Append(bytes); });
+        TellWithReason(CannotWrite(), [&] { file_->Append(bytes); });
         downloaded_ += static_cast<std::int64_t>(bytes.size());
         if (!onProgress_) return;
         const double fraction =
@@ -108,7 +118,7 @@ class Transfer : public HttpReceiver {
     }
 
     void TakePlace() {
-        TellAs(CannotWrite(), [this] { file_->Finish(); });
+        TellWithReason(CannotWrite(), [this] { file_->Finish(); });
         // Unlike a file, a folder is not replaced; an empty one can be taken away.
         std::error_code ignored;
         if (std::filesystem::is_directory(std::filesystem::symlink_status(destination_, ignored))) {

@@ -41,7 +41,8 @@ class ModelDownloader {
     // nothing while one goes on. Both callbacks may be empty. Throws std::system_error when there
     // is no thread to be had. Any thread.
     //
-    // The file grows under the name `destPath` + ".tmp" and takes its place at the end. A transfer
+    // The file grows under the name `destPath` + ".tmp" and takes its place at the end; while it
+    // does, no other download, of whatever process, can create one of that name. A transfer
     // that breaks off counts as complete: only the user of the file can tell. After every failure
     // a former file at `destPath` is as it was. What was received is deleted then, unless only the
     // last step, the new name, failed.

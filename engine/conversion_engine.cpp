@@ -88,6 +88,9 @@ bool ConversionEngine::Run(const ConversionJob& job, const ConversionCallbacks& 
         Convert(job, callbacks);
         if (callbacks.onFinished) callbacks.onFinished(true, job.outputPath);
         return true;
+    } catch (const ModelFileError& failure) {
+        if (callbacks.onModelFileError) callbacks.onModelFileError();
+        return fail(FromUtf8(failure.what()));
     } catch (const std::exception& failure) {
         return fail(FromUtf8(failure.what()));
     } catch (...) {

@@ -26,13 +26,15 @@ struct ConversionJob {
     ExecutionProvider provider = ExecutionProvider::Cpu;
 };
 
-// Whom one run reports to, on the thread that converts. Either may be empty.
+// Whom one run reports to, on the thread that converts. Each may be empty.
 struct ConversionCallbacks {
     // Receives the text of each stage as it begins. What it throws fails the run.
     std::function<void(const std::wstring& stage)> onProgress = {};
     // Receives the end, once: true and the output path, or false and what went wrong. What it
     // throws at a success turns that into a failure, of which it is told as well.
     std::function<void(bool success, const std::wstring& text)> onFinished = {};
+    // Told before onFinished where the run fails since the network's file cannot be opened.
+    std::function<void()> onModelFileError = {};
 };
 
 // Runs conversions, on the caller's thread or on one of its own. What belongs to a single run comes

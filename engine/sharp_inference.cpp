@@ -74,6 +74,15 @@ Ort::SessionOptions Options(ExecutionProvider provider, const ProviderList& prov
     return options;
 }
 
+Ort::Session Open(Ort::Env& environment, const std::wstring& modelPath,
+                  const Ort::SessionOptions& options) {
+    try {
+        return {environment, ToPath(modelPath).c_str(), options};
+    } catch (const Ort::Exception& failure) {
+        throw ModelFileError(failure.what());
+    }
+}
+
 struct Names {
     std::vector<std::string> inputs;
     std::vector<std::string> outputs;
@@ -148,7 +157,7 @@ GaussianSet RunSharpInference(const std::wstring& modelPath, const PreprocessedI
                               const ProviderList& providers) {
     Ort::Env& environment = Environment();
     const Ort::SessionOptions options = Options(provider, providers);
-    Ort::Session session(environment, ToPath(modelPath).c_str(), options);
+    Ort::Session session = Open(environment, modelPath, options);
 
     const Names names = NamesOf(session);
     LogInfo("  Input  names: " + Listed(names.inputs));

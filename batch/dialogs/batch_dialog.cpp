@@ -3,9 +3,11 @@
 
 #include <QFileDialog>
 #include <chrono>
+#include <filesystem>
 #include <system_error>
 #include <utility>
 
+#include "base/text_encoding.h"
 #include "batch/dialogs/batch_messages.h"
 #include "batch/dialogs/batch_worker.h"
 #include "batch/dialogs/conflict_dialog.h"
@@ -39,6 +41,13 @@ QString ProcessingStatus(const BatchProgressInfo& info) {
 // text get lost on the way through the edit.
 void ReadFolder(const QLineEdit& edit, std::wstring& folder) {
     if (edit.text() != QString::fromStdWString(folder)) folder = edit.text().toStdWString();
+}
+
+// The one proposed at first need not be there yet. Where it cannot be made, every file fails to be
+// written, and says so.
+void MakeFolder(const std::wstring& folder) {
+    std::error_code ignored;
+    std::filesystem::create_directories(ToPath(folder), ignored);
 }
 
 }  // namespace
@@ -125,6 +134,7 @@ void BatchDialog::OnStart() {
     ReadFolder(*form_->input, inputFolder_);
     ReadFolder(*form_->output, outputFolder_);
     if (inputFolder_.empty() || outputFolder_.empty()) return;
+    MakeFolder(outputFolder_);
 
     startTime_ = clock();
     timer_.start(kTimerPeriod);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "shell/start/extraction.h"
 
+#include <unistd.h>
+
 #include <QByteArray>
 #include <QResource>
 #include <QString>
@@ -40,6 +42,18 @@ bool ExtractAll(const Files& files, const std::wstring& folder) {
     });
 }
 
+// A temporary folder may be shared by several users, of whom one alone has the first name.
+std::optional<std::wstring> MakeWebFolder() {
+    const std::optional<std::wstring> temporary = TemporaryFolder();
+    if (!temporary) return std::nullopt;
+    std::error_code ignored;
+    std::filesystem::create_directories(ToPath(*temporary), ignored);
+    std::wstring folder = *temporary + L"VistrelWeb";
+    if (BelongsToSomebodyElse(folder)) folder += L'-' + std::to_wstring(geteuid());
+    if (!MakePrivateFolder(folder)) return std::nullopt;
+    return folder;
+}
+
 }  // namespace
 
 std::optional<ProgramFiles> ExtractResources(const std::wstring& appDir) {
@@ -54,12 +68,9 @@ std::optional<ProgramFiles> ExtractResources(const std::wstring& appDir) {
     if (!*hasLoader && !ExtractResourceToFile(kLoader.id, result.loaderPath, Durability::kOnDisk))
         return std::nullopt;
 
-    const std::optional<std::wstring> temporary = TemporaryFolder();
-    if (!temporary) return std::nullopt;
-    std::error_code ignored;
-    std::filesystem::create_directories(ToPath(*temporary), ignored);
-    result.webDir = *temporary + L"VistrelWeb";
-    if (!MakePrivateFolder(result.webDir) || !ExtractWebPage(result.webDir)) return std::nullopt;
+    const std::optional<std::wstring> webDir = MakeWebFolder();
+    if (!webDir || !ExtractWebPage(*webDir)) return std::nullopt;
+    result.webDir = *webDir;
     return result;
 }
 

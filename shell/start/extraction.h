@@ -20,9 +20,9 @@ struct ProgramFiles {
     std::wstring loaderPath;  // the loader library in appDir
 };
 
-// Writes all eight files, in `appDir` and in "VistrelWeb" below the user's temporary folder. A
-// loader library that is there already stays. Nothing on the first failure; the files before it
-// then stay.
+// Writes all eight files, in `appDir` and in "VistrelWeb" below the user's temporary folder, or in
+// "VistrelWeb-<uid>" where the former belongs to another user. A loader library that is there
+// already stays. Nothing on the first failure; the files before it then stay.
 [[nodiscard]] std::optional<ProgramFiles> ExtractResources(
     const std::wstring& appDir = ProgramFolder());
 

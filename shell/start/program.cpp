@@ -14,6 +14,8 @@
 
 #include "base/new_file.h"
 #include "batch/dialogs/batch_dialog.h"
+#include "shell/start/dark_title_bars.h"
+#include "shell/start/display_failure.h"
 #include "shell/start/embedded_resources.h"
 #include "shell/start/run_program.h"
 #include "ui/wide_text.h"
@@ -49,12 +51,18 @@ void TellFailure(const std::wstring& text) {
     QMessageBox::critical(nullptr, "Vistrel", FromWide(text));
 }
 
+QApplication MakeApplication(int& argc, char** argv) {
+    const DisplayFailureTold told;
+    return QApplication(argc, argv);
+}
+
 ProgramEnd Run(int& argc, char** argv, const MainWindowServices& services) {
     // The browser draws with the program's graphics contexts.
     QApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     QApplication::setApplicationName("Vistrel");
     QApplication::setDesktopFileName("vistrel");
-    const QApplication application(argc, argv);
+    const QApplication application = MakeApplication(argc, argv);
+    const DarkTitleBars darkTitleBars;
     QApplication::setWindowIcon(ProgramIcon());
 #if QT_VERSION >= QT_VERSION_CHECK(6, 8, 0)
     QApplication::styleHints()->setColorScheme(Qt::ColorScheme::Dark);  // the title bar's

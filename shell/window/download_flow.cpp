@@ -11,6 +11,7 @@
 #include "base/text_encoding.h"
 #include "base/user_folders.h"
 #include "shell/window/download_reports.h"
+#include "shell/window/relief_demo.h"
 #include "shell/window/sidebar.h"
 #include "shell/window/window_dialogs.h"
 #include "shell/window/window_messages.h"
@@ -47,11 +48,20 @@ DownloadFlow::DownloadFlow(std::shared_ptr<ModelDownloader> downloader, AppSetti
 
 void DownloadFlow::ShowModel() {
     const std::wstring& model = settings_.modelPath;
-    if (model.empty()) {
-        sidebar_.ShowModel(Text(TextId::NoModel), true);
-    } else {
-        sidebar_.ShowModel(FromPath(ToPath(model).filename()), !Exists(model));
-    }
+    sidebar_.ShowModel(model.empty() ? Text(TextId::NoModel) : FromPath(ToPath(model).filename()),
+                       model, IsDownloadOffered());
+}
+
+bool DownloadFlow::IsDownloadOffered() const {
+    const std::wstring& model = settings_.modelPath;
+    if (model.empty() || !Exists(model)) return true;
+    return (isDamaged_ && model == ModelFile()) || IsReliefDemo(model);
+}
+
+void DownloadFlow::OnModelFileError(const WindowMessage& message) {
+    if (message.Text() != ModelFile()) return;
+    isDamaged_ = true;
+    ShowModel();
 }
 
 void DownloadFlow::StartModelDownload() {
@@ -102,6 +112,7 @@ void DownloadFlow::OnDone(const WindowMessage& message) {
         return;
     }
     settings_.modelPath = *message.Text();
+    isDamaged_ = false;
     sidebar_.ShowDownloadEnd(Text(TextId::DownloadComplete));
     if (onModel) onModel();  // hides the text again, with the button
     settings_.Save();

@@ -27,7 +27,8 @@ class DownloadFlow {
     // The model path has changed; to be shown.
     std::function<void()> onModel;
 
-    // Shows the model path's name, and the download button where there is no such file.
+    // Shows the model path's name, and the download button where there is no such file or it is not
+    // the network: the relief demo, or a downloaded file that could not be opened.
     void ShowModel();
     // Asks the user and starts the download, which then reports to the mailbox.
     void StartModelDownload();
@@ -35,8 +36,11 @@ class DownloadFlow {
     // ignored.
     void OnProgress(const WindowMessage& message);
     void OnDone(const WindowMessage& message);
+    // The message kModelFileErrorMessage.
+    void OnModelFileError(const WindowMessage& message);
 
   private:
+    [[nodiscard]] bool IsDownloadOffered() const;
     void Start();
     void Show(quintptr position, const std::wstring& text);
 
@@ -45,6 +49,7 @@ class DownloadFlow {
     Sidebar& sidebar_;
     WindowDialogs& dialogs_;
     std::shared_ptr<Mailbox> mailbox_;
+    bool isDamaged_ = false;  // what the latest download has put in place; it may have broken off
     std::shared_ptr<DownloadReports> reports_;  // of the latest download; null before the first
     // Runs after each report that was shown; the next one waits for its end. Each makes the whole
     // window be drawn again, which without a graphics card takes tens of milliseconds.

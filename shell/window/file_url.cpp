@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "shell/window/file_url.h"
 
+#include <unistd.h>
+
 #include <QMimeData>
 #include <QUrl>
+#include <array>
+#include <climits>
 #include <filesystem>
 #include <string_view>
 #include <system_error>
@@ -10,6 +14,17 @@
 #include "base/text_encoding.h"
 
 namespace vistrel {
+namespace {
+
+// Some file managers name the computer, as the rules for such addresses want it.
+bool IsThisHost(const QString& host) {
+    std::array<char, HOST_NAME_MAX + 1> name{};
+    const bool isKnown = gethostname(name.data(), name.size()) == 0;
+    return host.isEmpty() || host == "localhost" ||
+           (isKnown && host.compare(QString::fromLocal8Bit(name.data()), Qt::CaseInsensitive) == 0);
+}
+
+}  // namespace
 
 QUrl FileUrl(const std::filesystem::path& file) {
     const QByteArray name = QByteArray::fromStdString(file.native());
@@ -18,8 +33,7 @@ QUrl FileUrl(const std::filesystem::path& file) {
 
 std::optional<std::wstring> DroppedFile(const QMimeData& dropped) {
     for (const QUrl& url : dropped.urls()) {
-        const bool ofThisHost = url.host().isEmpty() || url.host() == "localhost";
-        if (!url.isLocalFile() || !ofThisHost) continue;
+        if (!url.isLocalFile() || !IsThisHost(url.host())) continue;
         const QByteArray name =
             QByteArray::fromPercentEncoding(url.path(QUrl::FullyEncoded).toLatin1());
         std::wstring path =

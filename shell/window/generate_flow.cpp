@@ -33,7 +33,7 @@ std::wstring WithSeconds(TextId text, int seconds) {
 }
 
 // Share the mailbox alone, so the window may go before the conversion ends.
-ConversionCallbacks PostTo(const std::shared_ptr<Mailbox>& mailbox) {
+ConversionCallbacks PostTo(const std::shared_ptr<Mailbox>& mailbox, const std::wstring& model) {
     const auto post = [mailbox](int number, quintptr value, const std::wstring& text) {
         mailbox->Post(std::make_unique<WindowMessage>(number, value, text));
     };
@@ -42,6 +42,7 @@ ConversionCallbacks PostTo(const std::shared_ptr<Mailbox>& mailbox) {
         [post](bool success, const std::wstring& text) {
             post(kGenerateDoneMessage, success ? 0 : 1, text);
         },
+        [post, model] { post(kModelFileErrorMessage, 0, model); },
     };
 }
 
@@ -116,7 +117,7 @@ void GenerateFlow::Start(const std::wstring& outputPath) {
                                       .inputPath = inputImagePath,
                                       .outputPath = outputPath,
                                       .provider = ExecutionProvider{settings_.executionProvider}},
-                                     PostTo(mailbox_));
+                                     PostTo(mailbox_, settings_.modelPath));
     } catch (const std::exception& failure) {
         engine_->busy = false;  // nothing runs, so the next start is free to try
         OnDone(WindowMessage(kGenerateDoneMessage, 1, FromUtf8(failure.what())));

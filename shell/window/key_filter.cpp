@@ -8,10 +8,13 @@
 #include <QEvent>
 #include <QKeyEvent>
 #include <QLineEdit>
+#include <QLocale>
 #include <QPlainTextEdit>
 #include <QTextEdit>
 #include <QWidget>
 #include <QWindow>
+#include <algorithm>
+#include <array>
 #include <optional>
 #include <utility>
 
@@ -21,22 +24,44 @@
 namespace vistrel {
 namespace {
 
-// On a layout whose letters are not Latin, a letter's command is that of its place on the keyboard,
-// as the platforms' virtual keys have it: Cyrillic С lies where Latin C does. Scan codes are those
-// of Linux plus 8, on X11 and on Wayland.
+// Where Latin keyboards have these letters: codes of X11 and Wayland, which are Linux's plus 8.
+enum Place : quint32 { kPlaceOfQ = 24, kPlaceOfS = 39, kPlaceOfX = 53, kPlaceOfC = 54 };
+
+// Keyboards for these scripts may have a mere sign in the place of Q, which alone does not tell
+// them from a Latin one; those for other scripts have letters everywhere, or the Latin ones.
+bool UserTypesOtherLetters() {
+    constexpr std::array kScripts = {QLocale::CyrillicScript, QLocale::GreekScript,
+                                     QLocale::HebrewScript};
+    return std::ranges::find(kScripts, QLocale().script()) != kScripts.end();
+}
+
+bool IsOfAnotherLayout(int key) {
+    const auto character = static_cast<char32_t>(key);
+    if (character > QChar::LastValidCodePoint) return false;
+    switch (QChar::script(character)) {
+        case QChar::Script_Latin:
+        case QChar::Script_Unknown:
+            return false;
+        case QChar::Script_Common:
+        case QChar::Script_Inherited:
+            return QChar::isPunct(character) && UserTypesOtherLetters();
+        default:
+            return true;
+    }
+}
+
+// On a layout whose letters are not Latin, the place on the keyboard tells the command, as other
+// platforms' virtual keys do: the Cyrillic letter in the place of C is C.
 int KeyOf(const QKeyEvent& event) {
-    const auto letter = static_cast<char32_t>(event.key());
-    const bool isOther = letter <= QChar::LastValidCodePoint && QChar::isLetter(letter) &&
-                         QChar::script(letter) != QChar::Script_Latin;
-    if (!isOther) return event.key();
+    if (!IsOfAnotherLayout(event.key())) return event.key();
     switch (event.nativeScanCode()) {
-        case 24:
+        case kPlaceOfQ:
             return Qt::Key_Q;
-        case 39:
+        case kPlaceOfS:
             return Qt::Key_S;
-        case 53:
+        case kPlaceOfX:
             return Qt::Key_X;
-        case 54:
+        case kPlaceOfC:
             return Qt::Key_C;
         default:
             return event.key();

@@ -16,8 +16,8 @@ class Mailbox;
 // C, Q, S, X, F11 and Enter, which counts as F11: whatever control, menu or dialog has the focus,
 // the key goes to the window (kKeyDownMessage with the Qt::Key) and to nothing else, each
 // repetition of a held key too. Where text is typed and in combo boxes keys have their usual
-// meaning. Modifiers do not matter, and on layouts without Latin letters their places count. Thread
-// of the event loop.
+// meaning. Modifiers do not matter. On layouts without Latin letters the letters' places count.
+// Thread of the event loop.
 class KeyFilter : public QObject {
   public:
     // Begins at once, for all windows of the application, and ends with the object.

@@ -9,6 +9,8 @@
 #include <QLayout>
 #include <QMimeData>
 #include <QResizeEvent>
+#include <QScreen>
+#include <QStyle>
 #include <algorithm>
 #include <utility>
 
@@ -26,8 +28,6 @@
 namespace vistrel {
 namespace {
 
-constexpr QSize kFirstSize(1200, 700);
-
 std::unique_ptr<WindowDialogs> MakeDialogs(const MainWindowServices& services, QWidget* owner) {
     if (services.makeDialogs) return services.makeDialogs(owner);
     return std::make_unique<DesktopDialogs>(owner);
@@ -43,6 +43,12 @@ AppSettings LoadedSettings() {
 QWidget* MakeClient(QWidget* window) {
     ApplyTheme();
     return new QWidget(window);
+}
+
+// What a desktop's frame adds to a window, about; it is known only once the window is shown.
+QSize UsualFrame(const QStyle& style) {
+    const int edge = style.pixelMetric(QStyle::PM_MdiSubWindowFrameWidth);
+    return {2 * edge, edge + style.pixelMetric(QStyle::PM_TitleBarHeight)};
 }
 
 // What the sidebar leaves of the client.
@@ -82,7 +88,7 @@ MainWindow::~MainWindow() {
 
 void MainWindow::OnCreate() {
     setWindowTitle("Vistrel");
-    resize(kFirstSize);
+    resize(FirstWindowSize(screen()->availableSize(), UsualFrame(*style())));
     setAcceptDrops(true);
     setCentralWidget(client_);
     client_->installEventFilter(this);
@@ -217,6 +223,8 @@ void MainWindow::customEvent(QEvent* event) {
             return generate_.OnProgress(message);
         case kGenerateDoneMessage:
             return generate_.OnDone(message);
+        case kModelFileErrorMessage:
+            return download_.OnModelFileError(message);
         case kDownloadProgressMessage:
             return download_.OnProgress(message);
         case kDownloadDoneMessage:

@@ -13,6 +13,7 @@
 
 #include "base/text_encoding.h"
 #include "ui/mailbox.h"
+#include "ui/theme.h"
 #include "ui/wide_text.h"
 
 namespace vistrel {
@@ -116,11 +117,24 @@ void Preview::customEvent(QEvent* event) {
 void Preview::paintEvent(QPaintEvent*) {
     const QRect place = PreviewRectangle(picture_.size, size());
     if (place.isEmpty()) return;
+    if (picture_.pixels.isNull()) return PaintOutline(place);
     const QSize pixels = place.size() * devicePixelRatioF();
     if (scaled_.size() != pixels) {
         scaled_ = picture_.pixels.scaled(pixels, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
     }
     QPainter(this).drawImage(place, scaled_);
+}
+
+// In every language.
+void Preview::PaintOutline(const QRect& place) {
+    QPainter painter(this);
+    painter.setPen(kEdgeColour);
+    painter.drawRect(place.adjusted(0, 0, -1, -1));
+    painter.setPen(kTextColour);
+    painter.setFont(NormalFont());
+    painter.drawText(
+        place, Qt::AlignCenter,
+        QStringLiteral("%1 \u00D7 %2").arg(picture_.size.width()).arg(picture_.size.height()));
 }
 
 }  // namespace vistrel

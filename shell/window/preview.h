@@ -20,8 +20,8 @@ class Preview : public QWidget {
     explicit Preview(QWidget* parent);
     ~Preview() override;
 
-    // Shows the photograph as soon as it is read, and nothing until then. A file that is none is
-    // not shown.
+    // Shows the photograph as soon as it is read, and nothing until then; of one that is too large
+    // its outline with the number of pixels. A file that is none is not shown.
     void Show(const std::wstring& path);
     void Clear();
     // Whether a file is being read, which nobody waits for.
@@ -33,6 +33,7 @@ class Preview : public QWidget {
 
   private:
     void StartReading();
+    void PaintOutline(const QRect& place);
 
     std::shared_ptr<Mailbox> mailbox_;
     std::optional<std::wstring> wanted_;  // to be read next

@@ -79,12 +79,12 @@ PreviewPicture ReadPreviewPicture(const std::wstring& path, const QSize& bound) 
     QImageReader reader(&file.Device());
     reader.setAutoTransform(false);  // Qt does not know the orientation of every format
     const QSize stored = reader.size();
-    if (stored.isEmpty() ||
-        static_cast<qint64>(stored.width()) * stored.height() > kMostPreviewPixels) {
-        return {};
-    }
-
+    if (stored.isEmpty()) return {};
     const int orientation = ReadExifOrientation(path);
+    const QSize upright = LiesOnItsSide(orientation) ? stored.transposed() : stored;
+    if (static_cast<qint64>(stored.width()) * stored.height() > kMostPreviewPixels)
+        return {upright, {}};
+
     const QSize storedBound = LiesOnItsSide(orientation) ? bound.transposed() : bound;
     if (stored.width() > storedBound.width() || stored.height() > storedBound.height()) {
         reader.setScaledSize(stored.scaled(storedBound, Qt::KeepAspectRatio).expandedTo({1, 1}));
@@ -92,9 +92,8 @@ PreviewPicture ReadPreviewPicture(const std::wstring& path, const QSize& bound) 
     const QImage pixels = Upright(reader.read(), orientation);
     if (pixels.isNull()) return {};
     const bool opaque = !pixels.hasAlphaChannel();
-    return {LiesOnItsSide(orientation) ? stored.transposed() : stored,
-            pixels.convertToFormat(opaque ? QImage::Format_RGB32
-                                          : QImage::Format_ARGB32_Premultiplied)};
+    return {upright, pixels.convertToFormat(opaque ? QImage::Format_RGB32
+                                                   : QImage::Format_ARGB32_Premultiplied)};
 }
 
 QRect PreviewRectangle(const QSize& picture, const QSize& area) {

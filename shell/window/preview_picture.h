@@ -9,12 +9,13 @@
 
 namespace vistrel {
 
-// Larger photographs are not shown.
+// Of larger photographs only the size is told: most formats are read as a whole, which would take
+// gigabytes.
 inline constexpr qint64 kMostPreviewPixels = 200'000'000;
 
 struct PreviewPicture {
-    QSize size;     // of the whole photograph, upright, in pixels
-    QImage pixels;  // upright; perhaps fewer than `size`; null where the file holds no picture
+    QSize size;     // of the whole photograph, upright, in pixels; empty where the file holds none
+    QImage pixels;  // upright; perhaps fewer than `size`; null where the photograph is too large
 };
 
 // Reads what Qt has a reader for, turned as EXIF tells. A picture that does not fit into `bound` is

@@ -7,8 +7,10 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QScrollBar>
 #include <QSignalBlocker>
 #include <QSlider>
+#include <QTextDocument>
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -36,6 +38,14 @@ constexpr int kLeft = 12;
 constexpr int kWide = 266;
 constexpr int kRight = 149;  // the right one of a pair
 constexpr int kHalf = 129;
+
+// Lies beside the controls, which keep their places.
+class NarrowScrollBar : public QScrollBar {
+  public:
+    [[nodiscard]] QSize sizeHint() const override {
+        return {Sidebar::kWidth - kLeft - kWide, QScrollBar::sizeHint().height()};
+    }
+};
 
 constexpr std::array kPlaces = std::to_array<Place>({
     {ControlId::Title, kLeft, 116, 24, 0, 0},
@@ -86,6 +96,11 @@ int Truncated(double value) {
     return static_cast<int>(std::clamp(value, -kLargest, kLargest));
 }
 
+// What looks like HTML would be taken for it.
+QString AsPlainToolTip(const QString& text) {
+    return Qt::mightBeRichText(text) ? "<span>" + text.toHtmlEscaped() + "</span>" : text;
+}
+
 // The value labels are English in every language.
 QString ValueText(TextId label, int value) {
     return FromWide(Filled(EnglishText(label), {std::to_wstring(value)}));
@@ -93,12 +108,18 @@ QString ValueText(TextId label, int value) {
 
 }  // namespace
 
-Sidebar::Sidebar(QWidget* parent, const AppSettings& settings) : QWidget(parent) {
+Sidebar::Sidebar(QWidget* parent, const AppSettings& settings)
+    : QScrollArea(parent), panel_(new QWidget) {
     setObjectName(QString::number(static_cast<int>(ControlId::Sidebar)));
     QPalette colours = palette();
     colours.setColor(QPalette::Window, kSidebarColour);
     setPalette(colours);
-    setAutoFillBackground(true);
+    setFrameShape(QFrame::NoFrame);
+    setFocusPolicy(Qt::NoFocus);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setVerticalScrollBar(new NarrowScrollBar);
+    setWidgetResizable(true);
+    setWidget(panel_);
 
     MakeModelSection();
     MakeInputSection(settings);
@@ -108,16 +129,31 @@ Sidebar::Sidebar(QWidget* parent, const AppSettings& settings) : QWidget(parent)
 
 void Sidebar::LayoutSidebar() {
     int cursor = kTop;
+    int bottom = 0;
     for (const Place& place : kPlaces) {
         QWidget* const control = controls_.at(place.id);
         cursor += place.before;
         control->setGeometry(place.x, cursor, place.width, place.height);
         if (!IsOptional(place.id) || !control->isHidden()) cursor += place.advance;
+        if (!control->isHidden()) bottom = control->geometry().bottom();
     }
+    panel_->setMinimumHeight(bottom + 1);
 }
 
-void Sidebar::ShowModel(std::wstring_view name, bool downloadOffered) {
+// The wheel that scrolls the sidebar is not to change what comes under the mouse meanwhile.
+bool Sidebar::eventFilter(QObject* watched, QEvent* event) {
+    const bool scrolls = event->type() == QEvent::Wheel && verticalScrollBar()->maximum() > 0;
+    const bool turns = qobject_cast<const QSlider*>(watched) != nullptr ||
+                       qobject_cast<const QComboBox*>(watched) != nullptr;
+    if (!scrolls || !turns || static_cast<const QWidget*>(watched)->hasFocus())
+        return QScrollArea::eventFilter(watched, event);
+    event->ignore();
+    return true;
+}
+
+void Sidebar::ShowModel(std::wstring_view name, std::wstring_view path, bool downloadOffered) {
     modelName_->setText(FromWide(name));
+    modelName_->setToolTip(AsPlainToolTip(FromWide(path)));
     downloadModel_->setVisible(downloadOffered);
     downloadProgress_->hide();
     downloadStatus_->hide();
@@ -179,6 +215,7 @@ void Sidebar::Disable(QPushButton& button) {
 
 void Sidebar::ShowViewerControls(bool shown) {
     for (const ControlId id : kViewerControls) controls_.at(id)->setVisible(shown);
+    LayoutSidebar();
 }
 
 void Sidebar::SetViewMode(bool sharp) {

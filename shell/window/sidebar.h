@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The column of controls at the left of the window: 290 pixels wide, as high as the window.
+// The column of controls at the left of the window: 290 pixels wide, as high as the window. Where
+// that is too low for them, they can be scrolled.
 #pragma once
 
-#include <QWidget>
+#include <QScrollArea>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -25,7 +26,7 @@ namespace vistrel {
 struct AppSettings;
 
 // Thread of the event loop.
-class Sidebar : public QWidget {
+class Sidebar : public QScrollArea {
   public:
     static constexpr int kWidth = 290;
 
@@ -36,9 +37,9 @@ class Sidebar : public QWidget {
     // position. Set before the user can do anything.
     std::function<void(ControlId id, int value)> onCommand;
 
-    // The chosen model's name, and whether a download of it is offered. The progress of a download
-    // is hidden.
-    void ShowModel(std::wstring_view name, bool downloadOffered);
+    // The chosen model's name and, as its tool tip, its path, and whether a download of it is
+    // offered. The progress of a download is hidden.
+    void ShowModel(std::wstring_view name, std::wstring_view path, bool downloadOffered);
     // A download begins: shows its progress and disables its button.
     void ShowDownloadStart(std::wstring_view text);
     // `position` is 0 to 1000; more fills the bar.
@@ -61,6 +62,9 @@ class Sidebar : public QWidget {
     void SetStereoMode(std::int32_t mode);
     // Positions and labels; the values are truncated toward zero.
     void SetFocusDepth(double focus, double depth);
+
+  protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
   private:
     void MakeModelSection();
@@ -85,6 +89,7 @@ class Sidebar : public QWidget {
     // press of the space bar is not meant for that one.
     void Disable(QPushButton& button);
 
+    QWidget* panel_;  // of all controls
     std::map<ControlId, QWidget*> controls_;
     QLineEdit* modelName_;
     QPushButton* downloadModel_;

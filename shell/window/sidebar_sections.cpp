@@ -47,7 +47,7 @@ void Sidebar::MakeModelSection() {
         ->setAccessibleName(SpokenText(UiString(TextId::MenuHelp)));
     const QString heading =
         AddHeading(ControlId::ModelHeading, TextId::ModelHeading)->accessibleName();
-    modelName_ = Add(ControlId::ModelName, new QLineEdit(this), SmallFont());
+    modelName_ = Add(ControlId::ModelName, new QLineEdit(panel_), SmallFont());
     modelName_->setReadOnly(true);
     modelName_->setAcceptDrops(false);  // files are for the window
     modelName_->setTextMargins(3, 0, 3, 0);
@@ -56,7 +56,7 @@ void Sidebar::MakeModelSection() {
     select->setAccessibleName(select->text() + ' ' + heading);  // something else can be selected
     downloadModel_ =
         AddButton(ControlId::DownloadModel, UiString(TextId::DownloadModel), NormalFont());
-    downloadProgress_ = Add(ControlId::DownloadProgress, new QProgressBar(this), NormalFont());
+    downloadProgress_ = Add(ControlId::DownloadProgress, new QProgressBar(panel_), NormalFont());
     downloadProgress_->setRange(0, 1000);
     downloadProgress_->setValue(0);
     downloadProgress_->setTextVisible(false);
@@ -113,7 +113,7 @@ Control* Sidebar::Add(ControlId id, Control* control, const QFont& font) {
 }
 
 QLabel* Sidebar::AddLabel(ControlId id, const QString& text, const QFont& font) {
-    auto* const label = Add(id, new TextLabel(this), font);
+    auto* const label = Add(id, new TextLabel(panel_), font);
     label->setText(text);
     return label;
 }
@@ -125,28 +125,32 @@ QLabel* Sidebar::AddHeading(ControlId id, TextId text) {
 }
 
 QPushButton* Sidebar::AddButton(ControlId id, const QString& text, const QFont& font) {
-    auto* const button = Add(id, new QPushButton(text, this), font);
+    auto* const button = Add(id, new QPushButton(text, panel_), font);
     button->setAccessibleName(SpokenText(text));
     connect(button, &QPushButton::clicked, this, [this, id] { onCommand(id, 0); });
     return button;
 }
 
 QRadioButton* Sidebar::AddRadio(ControlId id, const QString& text) {
-    auto* const radio = Add(id, new QRadioButton(text, this), NormalFont());
+    auto* const radio = Add(id, new QRadioButton(text, panel_), NormalFont());
     connect(radio, &QRadioButton::clicked, this, [this, id] { onCommand(id, 0); });
     return radio;
 }
 
 QComboBox* Sidebar::AddCombo(ControlId id, const std::vector<TextId>& entries, int index) {
-    auto* const combo = Add(id, new QComboBox(this), NormalFont());
+    auto* const combo = Add(id, new QComboBox(panel_), NormalFont());
     for (const TextId entry : entries) combo->addItem(UiString(entry));
     combo->setCurrentIndex(index);  // an index that no entry has selects none
+    // Not by the wheel, which may be scrolling.
+    combo->setFocusPolicy(Qt::StrongFocus);
+    combo->installEventFilter(this);
     connect(combo, &QComboBox::activated, this, [this, id](int chosen) { onCommand(id, chosen); });
     return combo;
 }
 
 QSlider* Sidebar::AddSlider(ControlId id, int minimum, int maximum) {
-    auto* const slider = Add(id, new QSlider(Qt::Horizontal, this), NormalFont());
+    auto* const slider = Add(id, new QSlider(Qt::Horizontal, panel_), NormalFont());
+    slider->installEventFilter(this);
     slider->setRange(minimum, maximum);
     connect(slider, &QSlider::valueChanged, this, [this, id](int value) { onCommand(id, value); });
     return slider;

@@ -3,6 +3,8 @@
 
 #include <QDesktopServices>
 #include <QMessageBox>
+#include <QProcess>
+#include <QStandardPaths>
 #include <QUrl>
 #include <filesystem>
 #include <system_error>
@@ -39,6 +41,31 @@ QStringList PhotographAndSceneFilters(bool japanese) {
             filter("All Files", "すべてのファイル", "*")};
 }
 
+// Qt would not tell how the desktop's opener fares. It may last as long as the browser that it
+// starts, longer than this program, so it is nobody's child here: ended by nobody but itself.
+void OpenAddress(QWidget* owner, const QUrl& address, const std::function<void()>& onFailure) {
+    const QString program = QStandardPaths::findExecutable("xdg-open");
+    if (program.isEmpty()) {
+        if (!QDesktopServices::openUrl(address)) onFailure();
+        return;
+    }
+    auto* const opener = new QProcess;
+    opener->setProcessChannelMode(QProcess::ForwardedChannels);
+    opener->setStandardInputFile(QProcess::nullDevice());
+    const auto goes = [opener] { opener->deleteLater(); };
+    QObject::connect(opener, &QProcess::finished, opener, goes);
+    QObject::connect(opener, &QProcess::errorOccurred, opener, goes);
+    QObject::connect(opener, &QProcess::finished, owner,
+                     [onFailure](int exitCode, QProcess::ExitStatus status) {
+                         if (exitCode != 0 || status != QProcess::NormalExit) onFailure();
+                     });
+    QObject::connect(opener, &QProcess::errorOccurred, owner,
+                     [onFailure](QProcess::ProcessError error) {
+                         if (error == QProcess::FailedToStart) onFailure();
+                     });
+    opener->start(program, {QString::fromLatin1(address.toEncoded())});
+}
+
 int Show(QWidget* owner, QMessageBox::Icon icon, const QString& caption, const wchar_t* text,
          QMessageBox::StandardButtons buttons) {
     // On the heap, since the owner takes it along when it goes.
@@ -52,7 +79,11 @@ int Show(QWidget* owner, QMessageBox::Icon icon, const QString& caption, const w
 }  // namespace
 
 DesktopDialogs::DesktopDialogs(QWidget* owner)
-    : openAddress(QDesktopServices::openUrl), isJapaneseUser(IsJapaneseUser), owner_(owner) {}
+    : openAddress([owner](const QUrl& address, const std::function<void()>& onFailure) {
+          OpenAddress(owner, address, onFailure);
+      }),
+      isJapaneseUser(IsJapaneseUser),
+      owner_(owner) {}
 
 std::optional<std::wstring> DesktopDialogs::Ask(FileQuestion question) {
     if (question.folder.empty()) question.folder = lastFolder_;
@@ -119,10 +150,12 @@ void DesktopDialogs::TellAbout() {
 void DesktopDialogs::OpenHelp(const std::wstring& appDir) {
     const wchar_t* name = isJapaneseUser() ? L"help_jp.html" : L"help_en.html";
     const std::filesystem::path page = ToPath(appDir + L'/' + name);
-    // The desktop reports success as soon as some program was started, even for a missing file.
+    const auto tell = [owner = owner_] {
+        Show(owner, QMessageBox::Critical, "Vistrel", kHelpFailure, QMessageBox::Ok);
+    };
     std::error_code ignored;
-    if (std::filesystem::exists(page, ignored) && openAddress(FileUrl(page))) return;
-    Show(owner_, QMessageBox::Critical, "Vistrel", kHelpFailure, QMessageBox::Ok);
+    if (!std::filesystem::exists(page, ignored)) return tell();
+    openAddress(FileUrl(page), tell);
 }
 
 }  // namespace vistrel

@@ -39,8 +39,9 @@ class DesktopDialogs : public WindowDialogs {
   public:
     explicit DesktopDialogs(QWidget* owner);
 
-    // Opens an address in the user's browser and tells whether that worked; a test sets its own.
-    std::function<bool(const QUrl& address)> openAddress;
+    // Opens an address in the user's browser. `onFailure` is called where that does not work,
+    // possibly later; a test sets its own.
+    std::function<void(const QUrl& address, const std::function<void()>& onFailure)> openAddress;
     // The language of the help page and of the file filters, asked each time.
     std::function<bool()> isJapaneseUser;
 

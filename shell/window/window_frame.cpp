@@ -7,6 +7,11 @@
 
 namespace vistrel {
 
+QSize FirstWindowSize(const QSize& room, const QSize& frame) {
+    constexpr QSize kUsual(1200, 700);
+    return kUsual.boundedTo(room - frame);
+}
+
 WindowFrame::WindowFrame(QMainWindow& window, std::function<MainMenu*()> makeMenu)
     : window_(window), makeMenu_(std::move(makeMenu)) {}
 
@@ -25,15 +30,23 @@ void WindowFrame::ToggleFullScreen() {
         Leave();
         return;
     }
-    savedPlacement_ = window_.isMaximized() ? QRect() : window_.geometry();
-    menu_ = nullptr;
-    window_.setMenuBar(nullptr);
-    fullScreen_ = true;
+    Enter(window_.isMaximized() ? QRect() : window_.geometry());
     window_.setWindowState(window_.windowState() | Qt::WindowFullScreen);
 }
 
 void WindowFrame::OnStateChange() {
-    if (!window_.isFullScreen() && !window_.isMinimized()) Leave();
+    if (window_.isFullScreen()) {
+        if (!fullScreen_) Enter({});
+    } else if (!window_.isMinimized()) {
+        Leave();
+    }
+}
+
+void WindowFrame::Enter(const QRect& placement) {
+    savedPlacement_ = placement;
+    menu_ = nullptr;
+    window_.setMenuBar(nullptr);
+    fullScreen_ = true;
 }
 
 void WindowFrame::Leave() {

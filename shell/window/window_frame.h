@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QRect>
+#include <QSize>
 #include <functional>
 
 #include "shell/window/main_menu.h"
@@ -10,6 +11,10 @@
 class QMainWindow;
 
 namespace vistrel {
+
+// The window's size at the start, without its frame, on a screen that has `room` for windows;
+// `frame` is what their frames add.
+[[nodiscard]] QSize FirstWindowSize(const QSize& room, const QSize& frame);
 
 // Thread of the event loop. `window` outlives it.
 class WindowFrame {
@@ -26,17 +31,19 @@ class WindowFrame {
     // Back, the window has the place that it had before.
     void ToggleFullScreen();
     [[nodiscard]] bool IsFullScreen() const { return fullScreen_; }
-    // The window's state has changed: the desktop can end full screen of its own accord.
+    // The window's state has changed: the desktop can begin and end full screen of its own accord.
     void OnStateChange();
 
   private:
+    // `placement` is what Leave restores; empty where the desktop does.
+    void Enter(const QRect& placement);
     void Leave();
 
     QMainWindow& window_;
     std::function<MainMenu*()> makeMenu_;
     MainMenu* menu_ = nullptr;
     bool fullScreen_ = false;
-    QRect savedPlacement_;  // geometry before full screen; empty where the window was maximised
+    QRect savedPlacement_;  // geometry before full screen
 };
 
 }  // namespace vistrel

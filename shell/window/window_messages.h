@@ -19,6 +19,8 @@ inline constexpr int kDownloadProgressMessage = 0x8000 + 3;  // value: 0 to 1000
 inline constexpr int kDownloadDoneMessage = 0x8000 + 4;      // value 0: text is the destination,
                                                              // 1: text is the failure
 inline constexpr int kWebViewReadyMessage = 0x8000 + 5;      // value: 1 ready, 0 failed; no text
+inline constexpr int kModelFileErrorMessage = 0x8000 + 6;    // text: the network's file, which a
+                                                             // conversion could not open
 
 class WindowMessage : public QEvent {
   public:

@@ -23,7 +23,8 @@ ARROWS = {
     "viewer/loader": (["viewer/web_view.h", "viewer/loader/"], ["qt", "qtwebengine"]),
     "shell/window": (["shell/window/", "batch/", "viewer/", "ui/", "download/", "engine/", "base/"],
                      ["qt"]),
-    "shell/start": (["shell/", "batch/", "viewer/", "ui/", "download/", "engine/", "base/"], ["qt"]),
+    "shell/start": (["shell/", "batch/", "viewer/", "ui/", "download/", "engine/", "base/"],
+                    ["qt", "xcb"]),
     "cli": (["cli/picture_size.h", "cli/interrupts.h"], []),
     "cli/convert": (["cli/", "batch/", "engine/", "base/"], ["cli11"]),
     # The page's own picture needs the browser, and so Qt.
@@ -59,6 +60,7 @@ THIRD_PARTIES = {
     "hwy": r"hwy/.*",
     "eigen": r"Eigen/.*",
     "curl": r"curl/.*",
+    "xcb": r"xcb/.*",
     "cli11": r"CLI/.*",
     "gtest": r"gtest/.*",
     "gmock": r"gmock/.*",
@@ -71,6 +73,7 @@ THIRD_PARTIES = {
 ONE_FILE_ONLY = {
     "engine": ["stb_image.h", "stb_image_resize2.h", "onnxruntime_cxx_api.h", "exiv2/exiv2.hpp"],
     "download": ["curl/curl.h"],
+    "shell/start": ["xcb/xcb.h"],
 }
 
 # CMake target -> what may stand behind it in target_link_libraries. Below tests/ and benchmarks/
@@ -90,7 +93,7 @@ LINKS = {
                        "vistrel_viewer"],
     "vistrel_resources": ["vistrel_warnings", "vistrel_base", "Qt6::Core"],
     "vistrel_program": ["vistrel_warnings", "vistrel_batch_dialogs", "vistrel_resources",
-                        "vistrel_window"],
+                        "vistrel_window", "PkgConfig::xcb"],
     "vistrel": ["vistrel_warnings", "vistrel_program"],
     "vistrel_cli": ["vistrel_warnings"],
     "vistrel-convert": ["vistrel_warnings", "vistrel_batch", "vistrel_cli", "vistrel_engine",

@@ -16,6 +16,7 @@
 
 #include "base/new_file.h"
 #include "tests/base/new_file_fixture.h"
+#include "tests/support/another_process.h"
 
 namespace vistrel {
 namespace {
@@ -105,6 +106,52 @@ TEST_F(GrowingUnderAName, IsSeenByOthers) {
     file.Commit();
     EXPECT_EQ(ReadFile(folder_ / "file"), "new");
     EXPECT_EQ(Entries(), 1);
+}
+
+TEST_F(GrowingUnderAName, BelongsToOneWriter) {
+    NewFile file(folder_ / "file", options_);
+    file.Append("new");
+    file.Finish();
+    EXPECT_EQ(test::ErrorOf([&] { NewFile(folder_ / "another", options_); }), EWOULDBLOCK);
+    EXPECT_EQ(ReadFile(folder_ / "growing"), "new");
+    file.Commit();
+    EXPECT_EQ(ReadFile(folder_ / "file"), "new");
+}
+
+TEST_F(GrowingUnderAName, IsFreeAgainOnceItsWriterWasKilled) {
+    int ends[2];
+    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    const pid_t writer = test::Fork(
+        [&]() -> bool {
+            NewFile file(folder_ / "file", options_);
+            file.Append(Megabyte());
+            EXPECT_EQ(write(ends[1], "x", 1), 1);
+            for (;;) pause();
+        },
+        false);
+    char begun = 0;
+    ASSERT_EQ(read(ends[0], &begun, 1), 1);
+    EXPECT_EQ(test::ErrorOf([&] { NewFile(folder_ / "file", options_); }), EWOULDBLOCK);
+    kill(writer, SIGKILL);
+    waitpid(writer, nullptr, 0);
+    close(ends[0]);
+    close(ends[1]);
+    WriteWhole(folder_ / "file", "new", options_);
+    EXPECT_EQ(ReadFile(folder_ / "file"), "new");
+    EXPECT_EQ(Entries(), 1);
+}
+
+TEST_F(GrowingUnderAName, IsFreeAgainAfterAFailure) {
+    std::filesystem::create_symlink("/dev/full", folder_ / "growing");
+    EXPECT_EQ(test::ErrorOf([&] { WriteWhole(folder_ / "file", "new", options_); }), ENOSPC);
+    WriteWhole(folder_ / "file", "new", options_);
+    EXPECT_EQ(ReadFile(folder_ / "file"), "new");
+}
+
+TEST_F(GrowingUnderAName, NeedsNoLocksOfTheFileSystem) {
+    test::WithRefusedCalls({{SYS_flock, ENOLCK}},
+                           [&] { WriteWhole(folder_ / "file", "new", options_); });
+    EXPECT_EQ(ReadFile(folder_ / "file"), "new");
 }
 
 TEST_F(GrowingUnderAName, ReplacesALink) {

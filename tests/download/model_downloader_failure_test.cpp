@@ -128,6 +128,34 @@ TEST_F(DownloadFailureTest, FolderInPlaceOfTheTemporaryFile) {
     EXPECT_EQ(ReadFile(destination_), "former");
 }
 
+// As from two windows.
+TEST_F(DownloadFailureTest, AnotherDownloadToTheSamePlace) {
+    std::promise<void> refused;
+    const ScriptedServer slow([&refused](test::Connection& connection) {
+        connection.ReadRequest();
+        connection.Send(kOkHead + "\r\nfirst");
+        refused.get_future().wait();
+        connection.Send(" model");
+    });
+    std::promise<void> begun;
+    std::promise<Result> first;
+    ModelDownloader::StartDownload(
+        std::make_shared<ModelDownloader>(slow.Url()), FromPath(destination_),
+        [&, isFirst = true](double, const std::wstring&) mutable {
+            if (std::exchange(isFirst, false)) begun.set_value();
+        },
+        [&first](bool success, const std::wstring& message) {
+            first.set_value({success, message});
+        });
+    begun.get_future().wait();
+    EXPECT_EQ(DownloadAnswer(kOkHead + "\r\nsecond"),
+              Failure("Cannot create output file: " + Temporary().native()));
+    refused.set_value();
+    EXPECT_EQ(first.get_future().get(), Result(true, FromPath(destination_)));
+    EXPECT_EQ(ReadFile(destination_), "first model");
+    EXPECT_EQ(Left(), Names{"model.onnx"});
+}
+
 TEST_F(DownloadFailureTest, FolderWithContentInPlaceOfTheModel) {
     destination_ = folder_ / "models";  // the former model is in it
     EXPECT_EQ(DownloadAnswer(kOkHead + "\r\nmodel"),
@@ -146,15 +174,17 @@ TEST_F(DownloadFailureTest, TemporaryFileThatVanishes) {
 
 TEST_F(DownloadFailureTest, DiskThatIsFull) {
     std::filesystem::create_symlink("/dev/full", Temporary());
-    EXPECT_EQ(DownloadAnswer(kOkHead + "\r\n" + std::string(1'000'000, 'm')),
-              Failure("Cannot write output file: " + Temporary().native()));
+    EXPECT_EQ(
+        DownloadAnswer(kOkHead + "\r\n" + std::string(1'000'000, 'm')),
+        Failure("Cannot write output file: " + Temporary().native() + ": No space left on device"));
     ExpectOnlyTheFormerModel();
 }
 
 TEST_F(DownloadFailureTest, DiskThatIsFullOnlyAtTheEnd) {
     std::filesystem::create_symlink("/dev/full", Temporary());
-    EXPECT_EQ(DownloadAnswer(kOkHead + "\r\nmodel"),
-              Failure("Cannot write output file: " + Temporary().native()));
+    EXPECT_EQ(
+        DownloadAnswer(kOkHead + "\r\nmodel"),
+        Failure("Cannot write output file: " + Temporary().native() + ": No space left on device"));
     ExpectOnlyTheFormerModel();
 }
 
@@ -166,7 +196,8 @@ TEST_F(DownloadFailureTest, FileThatGrowsBeyondTheLimitOfTheProcess) {
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
     const Result result = DownloadAnswer(kOkHead + "\r\n" + std::string(1'000'000, 'm'));
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
-    EXPECT_EQ(result, Failure("Cannot write output file: " + Temporary().native()));
+    EXPECT_EQ(result,
+              Failure("Cannot write output file: " + Temporary().native() + ": File too large"));
     ExpectOnlyTheFormerModel();
 }
 

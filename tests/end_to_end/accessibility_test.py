@@ -248,6 +248,9 @@ class AccessibilityTest(Session):
         self.assertEqual(self.go("Right")[0], ("radio button", general))
         self.assertEqual(self.go("Tab")[0], ("combo box", stereo))
         self.display.key("Down")
+        # Keys wait until screen readers were asked for them; the close box would overtake this one.
+        wait_for(lambda: self.reader.window("Vistrel").find("combo box", stereo).name
+                 == self.texts[18], "the other stereo mode")
         self.display.close_window(self.main)
         self.expect_end()
         settings = self.program.settings()

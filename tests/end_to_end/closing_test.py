@@ -28,8 +28,8 @@ class ClosingTest(Session):
     def test_while_a_photograph_is_converted(self):
         self.start()
         self.choose_model()
-        self.open_photograph(PHOTOGRAPH, download=False)
-        self.press("generate", download=False)
+        self.open_photograph(PHOTOGRAPH)
+        self.press("generate")
         self.enter_file(self.home / "scene.ply")
         self.wait_for_inference()
         self.close()

@@ -32,7 +32,7 @@ class ConversionTest(Session):
     def test_a_photograph_becomes_a_scene_on_the_screen(self):
         self.start()
         self.choose_model()
-        self.open_photograph(PHOTOGRAPH, download=False)
+        self.open_photograph(PHOTOGRAPH)
         photograph = Image.open(PHOTOGRAPH)
 
         left, top, right, bottom = self.viewer()
@@ -42,7 +42,7 @@ class ConversionTest(Session):
         preview = (x, y, x + width, y + height)
         wait_for(lambda: difference(self.display.picture(preview), photograph) < 6, "the preview")
 
-        self.press("generate", download=False)
+        self.press("generate")
         scene = self.home / "lake.ply"
         self.enter_file(scene)
         wait_for(lambda: self.program.settings_file().exists(), "the conversion to end", 300)
@@ -72,14 +72,14 @@ class SceneTest(Session):
         self.scene = self.home / "wall.ply"
         scenes.write_scene(self.scene)
 
-    def open_scene(self, **shown):
+    def open_scene(self):
         self.make_window_small()
-        self.open_file(self.scene, **shown)
+        self.open_file(self.scene)
         wait_for(self.shows_two_pictures, "the scene, side by side")
 
-    def choose_stereo(self, mode, **shown):
+    def choose_stereo(self, mode):
         """In the panel's list, from the first entry."""
-        self.press("stereo mode", **shown)
+        self.press("stereo mode")
         wait_for(self.popups, "the list of modes")
         self.display.key("Home", *["Down"] * mode, "Return")
         wait_for(lambda: not self.popups(), "the list to close")
@@ -154,8 +154,8 @@ class SceneTest(Session):
     def test_choices_come_back_with_the_next_start(self):
         self.start()
         self.choose_model()
-        self.open_scene(download=False)
-        self.choose_stereo(4, download=False)
+        self.open_scene()
+        self.choose_stereo(4)
         wait_for(lambda: is_gray(self.color_at(0.125)), "Gray Anaglyph")
         self.focus_viewer()
         self.display.key("x")
@@ -168,7 +168,7 @@ class SceneTest(Session):
         self.assertEqual((settings["focus"], settings["depth"]), ("0", "30"))
 
         self.start()
-        self.open_file(self.scene, download=False)  # the model is known
+        self.open_file(self.scene)
         wait_for(lambda: is_gray(self.color_at(0.2)) and is_gray(self.color_at(0.8)),
                  "Gray Anaglyph again")
         self.display.close_window(self.main)

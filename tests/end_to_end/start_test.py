@@ -34,6 +34,12 @@ class StartTest(Session):
                          ["OrbitControls3d.js", "gaus3d.html", "spark.module.js", "three.core.js",
                           "three.module.js"])
 
+    def test_the_window_fits_on_a_scaled_display(self):
+        self.launch(environment={"QT_SCALE_FACTOR": "2"})
+        left, top, right, bottom = self.display.frame_box(self.main)
+        self.assertGreaterEqual((left, top), (0, 0))
+        self.assertLessEqual((right, bottom), self.display.size)
+
     def opened_help(self, language):
         """The address that the desktop is asked to open."""
         asked = self.home / "asked"

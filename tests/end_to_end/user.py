@@ -103,13 +103,13 @@ class User:
                     raise
 
     def choose_model(self, path=RELIEF):
+        x, y = layout.controls()["model name"]
+        left, top = self.panel[0] + x - 90, self.panel[1] + y - 8
+        box = (left, top, left + 180, top + 16)
+        before = self.display.picture(box).tobytes()
         self.press("select model")
         self.enter_file(path)
-        # The download button goes, and what is below it moves up.
-        x, y = layout.controls(download=True)["download"]
-        place = (self.panel[0] + x + 125, self.panel[1] + y)
-        wait_for(lambda: self.display.picture().getpixel(place) == layout.SIDEBAR_COLOR,
-                 "the download button to go")
+        wait_for(lambda: self.display.picture(box).tobytes() != before, "the network's name")
 
     def open_batch(self):
         self.press("batch")

@@ -140,6 +140,20 @@ TEST_F(ConversionEngineTest, MissingModelFailsWithTheRuntimesTextAndLeavesNoPly)
     EXPECT_FALSE(std::filesystem::exists(output_));
 }
 
+TEST_F(ConversionEngineTest, ModelThatCannotBeOpenedIsToldBeforeTheEnd) {
+    const std::vector<std::wstring> models = {L"no such model", FromPath(photo_), WrongModel(),
+                                              GoodModel()};
+    std::vector<bool> told;
+    for (const std::wstring& model : models) {
+        results_.clear();
+        bool isTold = false;
+        callbacks_.onModelFileError = [&] { isTold = results_.empty(); };
+        Run(model);
+        told.push_back(isTold);
+    }
+    EXPECT_EQ(told, (std::vector<bool>{true, true, false, false}));
+}
+
 TEST_F(ConversionEngineTest, WrongModelFailsWithTheParsersTextAndLeavesNoPly) {
     EXPECT_FALSE(Run(WrongModel()));
     EXPECT_EQ(Failure(), L"Unexpected number of model outputs: 3");

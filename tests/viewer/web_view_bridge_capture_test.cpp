@@ -63,6 +63,26 @@ TEST_F(WebViewBridgeCapture, ReplacesAnExistingFile) {
     EXPECT_EQ(ReadFile(path), Text('1'));
 }
 
+TEST_F(WebViewBridgeCapture, KeepsAPrivateFilePrivate) {
+    MakeReady();
+    const auto path = folder_.Write("a.png", "private");
+    constexpr std::filesystem::perms kPrivate{0600};
+    std::filesystem::permissions(path, kPrivate);
+    Capture("a.png");
+    browser_.AnswerCapture(true, Bytes('1'));
+    EXPECT_EQ(ReadFile(path), Text('1'));
+    EXPECT_EQ(std::filesystem::status(path).permissions(), kPrivate);
+}
+
+TEST_F(WebViewBridgeCapture, FollowsALinkToAFileThatIsYetToBeMade) {
+    MakeReady();
+    std::filesystem::create_symlink("target.png", folder_ / "a.png");
+    Capture("a.png");
+    browser_.AnswerCapture(true, Bytes('1'));
+    EXPECT_TRUE(std::filesystem::is_symlink(folder_ / "a.png"));
+    EXPECT_EQ(ReadFile(folder_ / "target.png"), Text('1'));
+}
+
 TEST_F(WebViewBridgeCapture, BeforeTheViewIsReadyDoesNothing) {
     Capture("a.png");
     Initialize();

@@ -74,12 +74,12 @@ def first_start(studio, language):
 def photograph_to_scene(studio, language):
     user = studio.user(f"scene_{language}")
     user.set_up(language, PREVIEW_SIZE, {"modelPath": str(RELIEF)})
-    user.open_photograph(studio.photograph, download=False)
+    user.open_photograph(studio.photograph)
     studio.album.add(f"preview_{language}.jpg", user.window(), NARROW)
 
     user.resize(*SCENE_SIZE)
     before = user.display.picture(user.viewer())
-    user.press("generate", download=False)
+    user.press("generate")
     user.enter_file(user.home / "autumn_lake.ply")
     user.wait_for_scene(before)
     user.change_view(*TO_THE_HOUSE)
@@ -95,7 +95,7 @@ def hidden_panel(studio, language):
     user = studio.user(f"hidden_{language}")
     user.set_up(language, SMALL_SIZE, {"modelPath": str(RELIEF)})
     before = user.display.picture(user.viewer())
-    user.open_file(studio.scene, download=False)
+    user.open_file(studio.scene)
     user.wait_for_scene(before)
     user.change_view("c", sidebar=False)
     user.change_view(*TO_THE_HOUSE, sidebar=False)

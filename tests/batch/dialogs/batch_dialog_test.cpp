@@ -193,6 +193,26 @@ TEST_F(BatchDialogTest, AnotherBatchMayFollow) {
     EXPECT_EQ(OutputCount(), 1U);
 }
 
+TEST_F(BatchDialogTest, MissingOutputFolderIsMade) {
+    settings_.outputDir = FromPath(folder_ / "documents/Vistrel");
+    MakeDialog();
+    AddPictures(1);
+    Start();
+    LetTheBatchEnd();
+    EXPECT_TRUE(std::filesystem::exists(folder_ / "documents/Vistrel/a0.ply"));
+}
+
+TEST_F(BatchDialogTest, OutputFolderThatCannotBeMadeIsNotChecked) {
+    folder_.Write("documents", "a file");
+    settings_.outputDir = FromPath(folder_ / "documents/Vistrel");
+    MakeDialog();
+    AddPictures(1);
+    Start();
+    LetTheBatchEnd();
+    EXPECT_EQ(Status(), L"Batch conversion complete!");
+    EXPECT_EQ(test::ReadFile(folder_ / "documents"), "a file");
+}
+
 TEST_F(BatchDialogTest, FolderNameThatIsNoTextIsKept) {
     const std::string name = "out \xFF";
     std::filesystem::create_directory(folder_ / name);

@@ -46,6 +46,11 @@ class Extraction : public testing::Test {
         return ExtractResources(FromPath(App()));
     }
 
+    void LetOthersUseTheTemporaryFolder() const {
+        std::filesystem::remove_all(Web());
+        std::filesystem::permissions(home.Temporary(), perms{01777});
+    }
+
     test::OwnHome home;
 };
 
@@ -111,6 +116,7 @@ TEST_F(Extraction, ProtectedProgramFolderFails) {
 TEST_F(Extraction, ProtectedProgramFolderWithTheSameFilesWillDo) {
     ASSERT_TRUE(Extract());
     home.Protect(App());
+    LetOthersUseTheTemporaryFolder();
     EXPECT_TRUE(test::RunAsNobody([&] { return Extract().has_value(); }));
 }
 
@@ -118,6 +124,7 @@ TEST_F(Extraction, ProtectedProgramFolderWithAnotherHelpPageFails) {
     ASSERT_TRUE(Extract());
     std::ofstream(App() / "help_jp.html") << "older";
     home.Protect(App());
+    LetOthersUseTheTemporaryFolder();
     EXPECT_FALSE(test::RunAsNobody([&] { return Extract().has_value(); }));
     EXPECT_EQ(test::ReadFile(App() / "help_jp.html"), "older");
 }
@@ -159,16 +166,25 @@ TEST_F(Extraction, ProtectedTemporaryFolderFails) {
     EXPECT_EQ(Entries(home.Temporary()), 0);
 }
 
-TEST_F(Extraction, WebFolderOfSomebodyElseFails) {
+TEST_F(Extraction, WebFolderOfSomebodyElseIsLeftAlone) {
+    if (geteuid() != 0) GTEST_SKIP() << "only root can give a folder away";
     std::filesystem::create_directories(Web());
-    if (geteuid() == 0) {
-        ASSERT_EQ(chown(Web().c_str(), 1, 1), 0);
-    } else {
-        std::filesystem::remove(Web());
-        std::filesystem::create_directory_symlink("/", Web());
+    ASSERT_EQ(chown(Web().c_str(), 1, 1), 0);
+    const auto result = Extract();
+    ASSERT_TRUE(result);
+    EXPECT_EQ(result->webDir, FromPath(Web()) + L"-0");
+    EXPECT_EQ(Entries(ToPath(result->webDir)), 5);
+    EXPECT_EQ(Entries(Web()), 0);
+}
+
+TEST_F(Extraction, BothWebFoldersOfSomebodyElseFail) {
+    if (geteuid() != 0) GTEST_SKIP() << "only root can give a folder away";
+    for (const path& folder : {Web(), path(Web().native() + "-0")}) {
+        std::filesystem::create_directories(folder);
+        ASSERT_EQ(chown(folder.c_str(), 1, 1), 0);
     }
     EXPECT_FALSE(Extract());
-    EXPECT_FALSE(std::filesystem::exists(Web() / "gaus3d.html"));
+    EXPECT_EQ(Entries(path(Web().native() + "-0")), 0);
 }
 
 TEST_F(Extraction, LinkInPlaceOfTheWebFolderFails) {

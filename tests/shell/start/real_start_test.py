@@ -109,6 +109,22 @@ class RealStartTest(unittest.TestCase):
         self.expect_refusal()
         self.assertFalse(self.temporary.exists())
 
+    def test_dark_title_bar_is_asked_for(self):
+        window = self.start()
+        told = subprocess.run(["xprop", "-id", window, "_GTK_THEME_VARIANT"], capture_output=True,
+                              text=True).stdout
+        self.assertEqual(told.strip(), '_GTK_THEME_VARIANT(UTF8_STRING) = "dark"')
+
+    def test_no_display(self):
+        for display in ({}, {"DISPLAY": ":9999"}):
+            with self.subTest(display):
+                environment = {"PATH": os.environ["PATH"], "HOME": str(self.folder)} | display
+                ended = subprocess.run([self.program / "vistrel"], env=environment, text=True,
+                                       capture_output=True, timeout=60)
+                self.assertEqual(ended.returncode, 1)
+                self.assertEqual(ended.stdout, "")
+                self.assertRegex(ended.stderr, r"\AVistrel: no window can be shown: .*display.*\n\Z")
+
     def test_signal_ends_it_as_its_user_would(self):
         self.start()
         self.process.send_signal(signal.SIGTERM)

@@ -7,6 +7,7 @@
 #include <QLineEdit>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QTextDocument>
 #include <atomic>
 #include <filesystem>
 #include <fstream>
@@ -79,6 +80,10 @@ class DownloadFlowTest : public test::FlowTest {
         flow->OnDone(WindowMessage(kDownloadDoneMessage, value, std::move(text)));
     }
 
+    void FileError(const std::wstring& model) {
+        flow->OnModelFileError(WindowMessage(kModelFileErrorMessage, 0, model));
+    }
+
     std::atomic<bool> hold = false;  // the answer waits for its end
     ScriptedRequest::Answer answer = [this](HttpReceiver& receiver) {
         receiver.OnAnswer(200, 6);
@@ -107,6 +112,53 @@ TEST_F(DownloadFlowTest, ModelNameIsShownAndTheButtonGoesWithTheFile) {
     flow->ShowModel();
     EXPECT_EQ(Find<QLineEdit>(ControlId::ModelName)->text(), "gone.onnx");
     EXPECT_FALSE(Find(ControlId::DownloadModel)->isHidden());
+}
+
+TEST_F(DownloadFlowTest, ReliefDemoIsNotTheNetwork) {
+    settings.modelPath = FromUtf8(VISTREL_RELIEF);
+    flow->ShowModel();
+    EXPECT_EQ(Find<QLineEdit>(ControlId::ModelName)->text(), "vistrel_relief_demo.onnx");
+    EXPECT_FALSE(Find(ControlId::DownloadModel)->isHidden());
+}
+
+TEST_F(DownloadFlowTest, ModelBoxTellsTheWholePath) {
+    for (const std::wstring path : {L"/folder/net.onnx", L"/<b>folder</b>/net.onnx"}) {
+        settings.modelPath = path;
+        flow->ShowModel();
+        QTextDocument shown;
+        const QString tip = Find<QLineEdit>(ControlId::ModelName)->toolTip();
+        Qt::mightBeRichText(tip) ? shown.setHtml(tip) : shown.setPlainText(tip);
+        EXPECT_EQ(ToWide(shown.toPlainText()), path);
+    }
+    settings.modelPath.clear();
+    flow->ShowModel();
+    EXPECT_EQ(Find<QLineEdit>(ControlId::ModelName)->toolTip(), "");
+}
+
+TEST_F(DownloadFlowTest, DownloadThatCannotBeOpenedIsOfferedAgain) {
+    flow->StartModelDownload();
+    WaitForEnd();
+    flow->ShowModel();
+    ASSERT_TRUE(Find(ControlId::DownloadModel)->isHidden());
+    FileError(ModelFile());
+    EXPECT_FALSE(Find(ControlId::DownloadModel)->isHidden());
+    flow->ShowModel();
+    EXPECT_FALSE(Find(ControlId::DownloadModel)->isHidden());
+
+    flow->StartModelDownload();
+    EXPECT_TRUE(WaitUntil([this] { return !downloader->busy; }));
+    WaitForEnd();
+    flow->ShowModel();
+    EXPECT_TRUE(Find(ControlId::DownloadModel)->isHidden());
+}
+
+TEST_F(DownloadFlowTest, FileOfTheUsersThatCannotBeOpenedIsNotOffered) {
+    const std::filesystem::path model = home.Home() / "net.onnx";
+    std::ofstream(model) << "no network";
+    settings.modelPath = FromPath(model);
+    flow->ShowModel();
+    FileError(settings.modelPath);
+    EXPECT_TRUE(Find(ControlId::DownloadModel)->isHidden());
 }
 
 TEST_F(DownloadFlowTest, WithoutAModelDownloadIsOffered) {

@@ -2,9 +2,11 @@
 #include "shell/window/file_url.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <QMimeData>
 #include <QUrl>
+#include <array>
 #include <optional>
 #include <string>
 
@@ -40,6 +42,15 @@ TEST(DroppedFile, NameThatIsNoUtf8KeepsItsBytes) {
 
 TEST(DroppedFile, AddressOfALocalHostIsAFile) {
     EXPECT_EQ(Dropped("file://localhost/a.jpg"), L"/a.jpg");
+}
+
+TEST(DroppedFile, AddressOfThisHostByItsNameIsAFile) {
+    std::array<char, 256> name{};
+    ASSERT_EQ(gethostname(name.data(), name.size()), 0);
+    const QByteArray host(name.data());
+    EXPECT_EQ(Dropped("file://" + host + "/my%20a.jpg"), L"/my a.jpg");
+    EXPECT_EQ(Dropped("file://" + host.toUpper() + "/a.jpg"), L"/a.jpg");
+    EXPECT_EQ(Dropped("file://" + host + "x/a.jpg"), std::nullopt);
 }
 
 TEST(DroppedFile, FileOfAnotherHostIsPassedOver) {

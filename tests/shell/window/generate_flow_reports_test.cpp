@@ -38,6 +38,26 @@ TEST_F(GenerateFlowTest, EveryStageIsReported) {
                   L"Unprojecting Gaussians\u2026", L"Saving PLY\u2026", In("out/scene.ply")}));
 }
 
+TEST_F(GenerateFlowTest, NetworkThatCannotBeOpenedIsReported) {
+    ChooseBoth();
+    settings.modelPath = FromPath(folder.Write("cut.onnx", "no network"));
+    flow->RunGenerate();
+    WaitForEnd();
+    const auto& before = window.received.at(window.received.size() - 2);
+    EXPECT_EQ(before.number, kModelFileErrorMessage);
+    EXPECT_EQ(before.text, In("cut.onnx"));
+    EXPECT_EQ(window.received.back().value, 1U);
+}
+
+TEST_F(GenerateFlowTest, NetworkThatFailsLaterIsNotReported) {
+    ChooseBoth();
+    settings.modelPath = FromPath(test::ModelFile("three_outputs"));
+    flow->RunGenerate();
+    WaitForEnd();
+    EXPECT_EQ(window.received.back().value, 1U);
+    for (const auto& message : window.received) EXPECT_NE(message.number, kModelFileErrorMessage);
+}
+
 TEST_F(GenerateFlowTest, SceneIsHandedOnBeforeTheSettingsAreSaved) {
     flow->onScene = [this](const std::wstring& /*path*/) { settings.isSharpMode = false; };
     Done(0, L"/a.ply");

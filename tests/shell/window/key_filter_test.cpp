@@ -10,6 +10,7 @@
 #include <QDialog>
 #include <QKeyEvent>
 #include <QLineEdit>
+#include <QLocale>
 #include <QMainWindow>
 #include <QMenuBar>
 #include <QPlainTextEdit>
@@ -20,6 +21,7 @@
 #include <QTextEdit>
 #include <QVBoxLayout>
 #include <QWindow>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -30,6 +32,13 @@ namespace vistrel {
 namespace {
 
 using Keys = std::vector<int>;
+
+// What the window system calls the places of these keys.
+constexpr quint32 kPlaceOfQ = 24;
+constexpr quint32 kPlaceOfA = 38;
+constexpr quint32 kPlaceOfS = 39;
+constexpr quint32 kPlaceOfX = 53;
+constexpr quint32 kPlaceOfC = 54;
 
 class Target : public QObject {
   public:
@@ -84,10 +93,8 @@ class KeyFilterTest : public testing::Test {
         const QString text = key <= 0xFFFF ? QString(QChar(key)).toLower() : QString();
         QTest::sendKeyEvent(QTest::Press, host, static_cast<Qt::Key>(key), text, modifiers);
     }
-    // On a layout with letters of its own; `place` is the scan code.
-    static void PressAt(int place, char32_t letter) {
-        const auto code = static_cast<quint32>(place);
-        QKeyEvent press(QEvent::KeyPress, static_cast<int>(letter), Qt::NoModifier, code, 0, 0);
+    static void PressAt(quint32 place, char32_t letter) {
+        QKeyEvent press(QEvent::KeyPress, static_cast<int>(letter), Qt::NoModifier, place, 0, 0);
         QCoreApplication::sendEvent(QGuiApplication::focusWindow(), &press);
     }
     Keys Posted() {
@@ -112,27 +119,48 @@ TEST_F(KeyFilterTest, CommandsGoToTheWindowAndNowhereElse) {
 }
 
 TEST_F(KeyFilterTest, PlacesCountOnLayoutsWithoutLatinLetters) {
-    auto* control = Focused<Control>();
-    constexpr char32_t kCyrillic[] = {U'Й', U'Ы', U'Ч', U'С'};
-    constexpr char32_t kGreek[] = {U';', U'Σ', U'Χ', U'Ψ'};
-    for (const char32_t* letters : {kCyrillic, kGreek}) {
-        PressAt(39, letters[1]);
-        PressAt(53, letters[2]);
-        PressAt(54, letters[3]);
-        EXPECT_EQ(Posted(), (Keys{Qt::Key_S, Qt::Key_X, Qt::Key_C}));
+    const auto* control = Focused<Control>();
+    // The vowel signs of Hindi are no letters by themselves.
+    for (const std::u32string_view letters :
+         {U"ЙЫЧС", U"ضسءؤ", U"ๆหปแ", U"\u094C\u0947\u0902\u092E"}) {
+        PressAt(kPlaceOfQ, letters[0]);
+        PressAt(kPlaceOfS, letters[1]);
+        PressAt(kPlaceOfX, letters[2]);
+        PressAt(kPlaceOfC, letters[3]);
+        EXPECT_EQ(Posted(), (Keys{Qt::Key_Q, Qt::Key_S, Qt::Key_X, Qt::Key_C}));
     }
-    PressAt(24, kCyrillic[0]);
-    EXPECT_EQ(Posted(), Keys{Qt::Key_Q});
     EXPECT_EQ(control->pressed, Keys{});
 }
 
+TEST_F(KeyFilterTest, OtherPlacesOfSuchLayoutsAreNoCommands) {
+    const auto* control = Focused<Control>();
+    PressAt(kPlaceOfA, U'Ф');
+    EXPECT_EQ(Posted(), Keys{});
+    EXPECT_EQ(control->pressed, Keys{0x0424});
+}
+
+TEST_F(KeyFilterTest, SignInAPlaceCountsForUsersOfOtherLetters) {
+    const auto* control = Focused<Control>();
+    for (const auto& [language, sign] :
+         {std::pair("el_GR", U';'), {"he_IL", U'/'}, {"bg_BG", U','}}) {
+        QLocale::setDefault(QLocale(language));
+        PressAt(kPlaceOfQ, sign);
+        EXPECT_EQ(Posted(), Keys{Qt::Key_Q});
+    }
+    QLocale::setDefault(QLocale("fr_FR"));
+    PressAt(kPlaceOfQ, U':');  // Dvorak
+    QLocale::setDefault(QLocale::system());
+    EXPECT_EQ(Posted(), Keys{});
+    EXPECT_EQ(control->pressed, Keys{':'});
+}
+
 TEST_F(KeyFilterTest, LettersCountOnLatinLayoutsWhateverTheirPlace) {
-    auto* control = Focused<Control>();
-    PressAt(24, U'A');  // French
-    PressAt(53, U'Ö');  // Turkish F
+    const auto* control = Focused<Control>();
+    PressAt(kPlaceOfQ, U'A');  // French
+    PressAt(kPlaceOfX, U'Ö');  // Turkish F
     EXPECT_EQ(Posted(), Keys{});
     EXPECT_EQ(control->pressed, (Keys{'A', 0xD6}));
-    PressAt(38, U'Q');
+    PressAt(kPlaceOfA, U'Q');
     EXPECT_EQ(Posted(), Keys{Qt::Key_Q});
 }
 

@@ -40,6 +40,17 @@ class FrameTest : public WindowTest {
     [[nodiscard]] QString InputName() const { return Find<QLabel>(ControlId::InputName)->text(); }
 };
 
+constexpr QSize kFrame(8, 28);
+
+TEST(FirstWindowSize, IsTheUsualOneWhereThereIsRoom) {
+    EXPECT_EQ(FirstWindowSize(QSize(1920, 1040), kFrame), QSize(1200, 700));
+}
+
+TEST(FirstWindowSize, LeavesRoomForItsFrameOnASmallScreen) {
+    EXPECT_EQ(FirstWindowSize(QSize(1092, 590), kFrame), QSize(1084, 562));
+    EXPECT_EQ(FirstWindowSize(QSize(1920, 700), kFrame), QSize(1200, 672));
+}
+
 TEST_F(FrameTest, ViewerAreaTakesThePlaceOfAHiddenSidebar) {
     Open();
     window->ToggleSidebar();
@@ -135,6 +146,19 @@ TEST_F(FrameTest, FullScreenEndedByTheDesktopBringsTheMenuBack) {
     EXPECT_NE(window->menuWidget(), nullptr);
     window->ToggleFullScreen();
     EXPECT_TRUE(window->isFullScreen());
+}
+
+TEST_F(FrameTest, FullScreenBegunByTheDesktopTakesTheMenuBar) {
+    Open();
+    window->setGeometry(40, 50, 640, 480);
+    window->showFullScreen();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(window->menuWidget(), nullptr);
+    window->ToggleFullScreen();
+    QCoreApplication::processEvents();
+    EXPECT_FALSE(window->isFullScreen());
+    EXPECT_NE(window->menuWidget(), nullptr);
+    EXPECT_EQ(window->geometry(), QRect(40, 50, 640, 480));
 }
 
 TEST_F(FrameTest, FullScreenClosesAnOpenMenu) {

@@ -15,10 +15,13 @@
 #include <QTimer>
 #include <QUrl>
 #include <algorithm>
+#include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
 #include "base/text_encoding.h"
+#include "base/user_folders.h"
 #include "shell/window/file_url.h"
 #include "shell/window/preview.h"
 #include "shell/window/window_messages.h"
@@ -253,6 +256,17 @@ TEST_F(MainWindowTest, ReportsOfWorkersReachTheirControls) {
     EXPECT_EQ(Find<QLabel>(ControlId::DownloadStatus)->text(), "Failed: no network");
     Post(kGenerateProgressMessage, 0, L"Thinking");
     EXPECT_TRUE(Find<QLabel>(ControlId::GenerateStatus)->text().startsWith("Thinking ("));
+}
+
+TEST_F(MainWindowTest, DownloadThatCannotBeOpenedIsOfferedAgain) {
+    Open();
+    const std::filesystem::path model = ToPath(ModelFile());
+    std::filesystem::create_directories(model.parent_path());
+    std::ofstream(model) << "half a network";
+    Post(kDownloadDoneMessage, 0, ModelFile());
+    ASSERT_TRUE(Find(ControlId::DownloadModel)->isHidden());
+    Post(kModelFileErrorMessage, 0, ModelFile());
+    EXPECT_FALSE(Find(ControlId::DownloadModel)->isHidden());
 }
 
 TEST_F(MainWindowTest, FinishedDownloadIsTheModel) {

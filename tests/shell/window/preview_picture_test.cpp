@@ -210,9 +210,11 @@ TEST(PreviewPicture, LargePhotographIsRead) {
     EXPECT_EQ(picture.pixels.size(), QSize(1440, 1080));
 }
 
-TEST(PreviewPicture, TooManyPixelsGiveNone) {
+TEST(PreviewPicture, OfTooManyPixelsOnlyTheNumberIsTold) {
     const TemporaryFolder folder;
-    EXPECT_TRUE(Read(BlackBitmap(folder, 20'000, 10'001)).pixels.isNull());
+    const PreviewPicture picture = Read(BlackBitmap(folder, 20'000, 10'001));
+    EXPECT_EQ(picture.size, QSize(20'000, 10'001));
+    EXPECT_TRUE(picture.pixels.isNull());
 }
 
 struct Place {

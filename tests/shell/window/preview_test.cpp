@@ -109,6 +109,15 @@ TEST_F(PreviewTest, ClearedPreviewStaysEmptyWhenTheFileArrives) {
     EXPECT_EQ(Drawn(kRed), QRect());
 }
 
+TEST_F(PreviewTest, PhotographThatIsTooLargeIsAnOutlineWithItsSize) {
+    preview.Show(FromPath(folder.Write("a.pgm", "P5 20000 10001 255\n")));
+    ASSERT_TRUE(Wait());
+    EXPECT_EQ(Drawn(kEdgeColour), QRect(0, 25, 300, 150));
+    const QRect text = Drawn(kTextColour);
+    EXPECT_GT(text.width(), 20);
+    EXPECT_TRUE(QRect(0, 25, 300, 150).contains(text));
+}
+
 TEST_F(PreviewTest, FileThatIsNoPictureIsNotDrawn) {
     preview.Show(File("a.png", 100, 50, kRed));
     ASSERT_TRUE(Wait());

@@ -12,8 +12,10 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QRect>
+#include <QScrollBar>
 #include <QSlider>
 #include <QTest>
+#include <QWheelEvent>
 #include <limits>
 #include <map>
 #include <memory>
@@ -41,7 +43,7 @@ class SidebarTest : public testing::Test {
         sidebar->resize(Sidebar::kWidth, 676);
     }
     void ShowDownload(bool button, bool progress) const {
-        sidebar->ShowModel(L"", button);
+        sidebar->ShowModel(L"", L"", button);
         if (progress) sidebar->ShowDownload(0, L"");
     }
     // Null where there is none.
@@ -110,6 +112,90 @@ TEST_F(SidebarTest, LastControlOfTheTallestLayoutFitsIntoTheWindow) {
     EXPECT_LT(Find(1051)->geometry().bottom(), 676);
 }
 
+TEST_F(SidebarTest, NothingScrollsWhereEverythingFits) {
+    Make();
+    sidebar->ShowViewerControls(true);
+    ShowDownload(true, true);
+    sidebar->show();
+    QCoreApplication::processEvents();
+    EXPECT_FALSE(sidebar->verticalScrollBar()->isVisible());
+    EXPECT_EQ(sidebar->viewport()->size(), sidebar->size());
+}
+
+TEST_F(SidebarTest, HiddenControlsNeedNoRoom) {
+    Make();
+    ShowDownload(true, false);
+    sidebar->resize(Sidebar::kWidth, 400);
+    sidebar->show();
+    QCoreApplication::processEvents();
+    EXPECT_FALSE(sidebar->verticalScrollBar()->isVisible());
+    sidebar->ShowViewerControls(true);
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(sidebar->verticalScrollBar()->isVisible());
+}
+
+class ScrolledSidebarTest : public SidebarTest {
+  protected:
+    ScrolledSidebarTest() {
+        Make();
+        ShowDownload(true, false);
+        sidebar->ShowViewerControls(true);
+        sidebar->resize(Sidebar::kWidth, 300);
+        sidebar->show();
+        sidebar->activateWindow();
+        EXPECT_TRUE(QTest::qWaitForWindowActive(sidebar.get()));
+    }
+    // Top and bottom, as the user sees them.
+    [[nodiscard]] std::pair<int, int> Seen(ControlId id) const {
+        const QWidget* control = Find(id);
+        const int top = control->mapTo(sidebar.get(), QPoint()).y();
+        return {top, top + control->height()};
+    }
+    void Wheel(ControlId id) const {
+        QWidget* control = Find(id);
+        const QPointF place = QRectF(control->rect()).center();
+        QWheelEvent wheel(place, control->mapToGlobal(place), {}, {0, -120}, Qt::NoButton,
+                          Qt::NoModifier, Qt::NoScrollPhase, false);
+        QSpontaneKeyEvent::setSpontaneous(&wheel);  // only what users do goes on to parents
+        qApp->notify(control, &wheel);
+    }
+};
+
+TEST_F(ScrolledSidebarTest, ControlsKeepTheirPlacesBesideTheBar) {
+    EXPECT_EQ(Geometries(), Expected(96, 129, 129, 139));
+    EXPECT_GE(sidebar->viewport()->width(), 12 + 266);
+    EXPECT_EQ(sidebar->horizontalScrollBar()->maximum(), 0);
+}
+
+TEST_F(ScrolledSidebarTest, LastControlCanBeReached) {
+    EXPECT_GT(Seen(ControlId::SaveImage).first, 300);
+    sidebar->verticalScrollBar()->setValue(sidebar->verticalScrollBar()->maximum());
+    EXPECT_EQ(Seen(ControlId::SaveImage).second, 300);
+}
+
+TEST_F(ScrolledSidebarTest, ControlsComeInSightWithTheFocus) {
+    Find(ControlId::Reset)->setFocus();
+    QTest::keyClick(Find(ControlId::Reset), Qt::Key_Tab);
+    ASSERT_TRUE(Find(ControlId::SaveImage)->hasFocus());
+    EXPECT_LE(Seen(ControlId::SaveImage).second, 300);
+}
+
+TEST_F(ScrolledSidebarTest, WheelScrollsAndChangesNothing) {
+    Wheel(ControlId::Depth);
+    Wheel(ControlId::Provider);
+    EXPECT_GT(sidebar->verticalScrollBar()->value(), 0);
+    EXPECT_EQ(commands.size(), 0U);
+    EXPECT_EQ(Find<QSlider>(ControlId::Depth)->value(), 30);
+    EXPECT_EQ(Find<QComboBox>(ControlId::Provider)->currentIndex(), 0);
+}
+
+TEST_F(ScrolledSidebarTest, WheelTurnsTheSliderWithTheFocus) {
+    Find(ControlId::Depth)->setFocus();
+    Wheel(ControlId::Depth);
+    EXPECT_EQ(sidebar->verticalScrollBar()->value(), 0);
+    EXPECT_LT(Find<QSlider>(ControlId::Depth)->value(), 30);
+}
+
 TEST_F(SidebarTest, DownloadShowsItsProgressUntilItsEnd) {
     Make();
     ShowDownload(true, false);
@@ -129,7 +215,7 @@ TEST_F(SidebarTest, DownloadShowsItsProgressUntilItsEnd) {
 TEST_F(SidebarTest, ModelHidesTheProgressOfADownload) {
     Make();
     ShowDownload(true, true);
-    sidebar->ShowModel(L"net.onnx", false);
+    sidebar->ShowModel(L"net.onnx", L"/net.onnx", false);
     EXPECT_EQ(Find<QLineEdit>(ControlId::ModelName)->text(), "net.onnx");
     for (const ControlId id :
          {ControlId::DownloadModel, ControlId::DownloadProgress, ControlId::DownloadStatus}) {

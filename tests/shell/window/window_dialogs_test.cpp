@@ -9,13 +9,17 @@
 #include <QWidget>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <memory>
 #include <optional>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "base/text_encoding.h"
 #include "tests/shell/window/dialog_answers.h"
 #include "tests/support/own_home.h"
+#include "tests/support/wait_until.h"
 #include "ui/ui_text.h"
 #include "ui/wide_text.h"
 
@@ -44,10 +48,12 @@ class WindowDialogsTest : public testing::Test {
     WindowDialogsTest() {
         gUiText = &kEnglishText;
         dialogs.isJapaneseUser = [] { return false; };
-        dialogs.openAddress = [this](const QUrl& address) {
-            opened.push_back(address.toEncoded());
-            return opens;
-        };
+        openAsUsual =
+            std::exchange(dialogs.openAddress,
+                          [this](const QUrl& address, const std::function<void()>& onFailure) {
+                              opened.push_back(address.toEncoded());
+                              if (!opens) onFailure();
+                          });
     }
     ~WindowDialogsTest() override { gUiText = nullptr; }
 
@@ -66,7 +72,60 @@ class WindowDialogsTest : public testing::Test {
     Shown shown;
     std::vector<QByteArray> opened;
     bool opens = true;
+    std::function<void(const QUrl& address, const std::function<void()>& onFailure)> openAsUsual;
 };
+
+// With the desktop's opener in the test's hands.
+class OpenedAddressTest : public WindowDialogsTest {
+  protected:
+    void MakeOpener(const std::string& script) {
+        const std::filesystem::path opener = home.Home() / "bin/xdg-open";
+        MakeFile(opener);
+        std::ofstream(opener) << "#!/bin/sh\n" << script << '\n';
+        std::filesystem::permissions(opener, std::filesystem::perms{0755});
+        home.variables.Set("PATH", (home.Home() / "bin").string() + ":/usr/bin:/bin");
+    }
+    [[nodiscard]] std::filesystem::path Told() const { return home.Home() / "told"; }
+    void Open(const char* address) {
+        openAsUsual(QUrl(address), [this] { ++failures; });
+    }
+
+    int failures = 0;
+};
+
+TEST_F(OpenedAddressTest, GoesToTheDesktopsOpener) {
+    MakeOpener("printf %s \"$1\" > '" + Told().native() + "'");
+    Open("file:///a%20b.html");
+    EXPECT_TRUE(test::WaitUntil([&] {
+        return std::filesystem::exists(Told()) && test::ReadFile(Told()) == "file:///a%20b.html";
+    }));
+    EXPECT_EQ(failures, 0);
+}
+
+TEST_F(OpenedAddressTest, OpenerThatFailsIsTold) {
+    MakeOpener("exit 3");
+    Open("file:///a.html");
+    EXPECT_TRUE(test::WaitUntil([&] { return failures == 1; }));
+}
+
+TEST_F(OpenedAddressTest, OpenerThatCannotBeStartedIsTold) {
+    MakeOpener("exit 0");
+    std::ofstream(home.Home() / "bin/xdg-open") << "#!/gone\n";
+    Open("file:///a.html");
+    EXPECT_TRUE(test::WaitUntil([&] { return failures == 1; }));
+}
+
+TEST_F(OpenedAddressTest, FailureAfterTheWindowIsNobodys) {
+    MakeOpener("touch '" + Told().native() + "'; exit 3");
+    auto window = std::make_unique<QWidget>();
+    DesktopDialogs(window.get()).openAddress(QUrl("file:///a.html"), [this] { ++failures; });
+    window.reset();
+    EXPECT_TRUE(test::WaitUntil([&] { return std::filesystem::exists(Told()); }));
+    MakeOpener("exit 4");  // ends later
+    Open("file:///a.html");
+    EXPECT_TRUE(test::WaitUntil([&] { return failures > 0; }));
+    EXPECT_EQ(failures, 1);
+}
 
 TEST_F(WindowDialogsTest, DownloadQuestionOffersYesAndNo) {
     Answer(QMessageBox::Yes);
