@@ -26,13 +26,18 @@ struct ConversionJob {
     ExecutionProvider provider = ExecutionProvider::Cpu;
 };
 
-// Whom one run reports to, on the thread that converts. Either may be empty.
+// The stage, counted from 1, that opens the network and runs it.
+inline constexpr int kNetworkStage = 2;
+
+// Whom one run reports to, on the thread that converts. Each may be empty.
 struct ConversionCallbacks {
     // Receives the text of each stage as it begins. What it throws fails the run.
     std::function<void(const std::wstring& stage)> onProgress = {};
     // Receives the end, once: true and the output path, or false and what went wrong. What it
     // throws at a success turns that into a failure, of which it is told as well.
     std::function<void(bool success, const std::wstring& text)> onFinished = {};
+    // The network has been opened, and running it begins. What it throws fails the run.
+    std::function<void()> onNetworkOpened = {};
 };
 
 // Runs conversions, on the caller's thread or on one of its own. What belongs to a single run comes

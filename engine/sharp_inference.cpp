@@ -145,7 +145,8 @@ std::vector<std::string> AvailableExecutionProviders() {
 
 GaussianSet RunSharpInference(const std::wstring& modelPath, const PreprocessedImage& image,
                               float disparityFactor, ExecutionProvider provider,
-                              const ProviderList& providers) {
+                              const ProviderList& providers,
+                              const std::function<void()>& onOpened) {
     Ort::Env& environment = Environment();
     const Ort::SessionOptions options = Options(provider, providers);
     Ort::Session session(environment, ToPath(modelPath).c_str(), options);
@@ -155,6 +156,7 @@ GaussianSet RunSharpInference(const std::wstring& modelPath, const PreprocessedI
     LogInfo("  Output names: " + Listed(names.outputs));
     const std::vector<Ort::Value> inputs = InputValues(names.inputs, image, disparityFactor);
 
+    if (onOpened) onOpened();
     LogInfo("  Running inference...");
     const std::vector<Ort::Value> results =
         session.Run(Ort::RunOptions{nullptr}, Pointers(names.inputs).data(), inputs.data(),
