@@ -46,7 +46,9 @@ function readAllSettings() {
     const files = [environment.globalconfig ?? "/etc/npmrc",
                    environment.userconfig ?? path.join(os.homedir(), ".npmrc"),
                    path.join(root, ".npmrc")];
-    return Object.assign({ registry: "https://registry.npmjs.org/" }, ...files.map(readSettings), environment);
+    const set = [...files.map(readSettings), environment].flatMap(Object.entries)
+        .filter(([, value]) => value !== "" && value !== "null");
+    return { registry: "https://registry.npmjs.org/", ...Object.fromEntries(set) };
 }
 
 /** Whether a package's `os`, `cpu` or `libc` list allows this machine. */

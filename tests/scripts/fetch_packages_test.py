@@ -170,6 +170,18 @@ class FetchPackages(unittest.TestCase):
             self.fetch()
             self.assertEqual(self.fetched(), {"good/a": str(i)})
 
+    def test_a_proxy_is_asked_and_null_is_none(self):
+        self.add("good", {"a": "by proxy"}, path="http://registry.invalid")
+        self.environment["npm_config_registry"] = "http://registry.invalid/"
+        (self.home / ".npmrc").write_text(f"https-proxy={self.registry.address()}\n")
+        self.fetch()
+        self.assertEqual(self.fetched(), {"good/a": "by proxy"})
+        self.environment["npm_config_registry"] = self.registry.address()
+        self.add("good", {"a": "directly"})
+        (self.home / ".npmrc").write_text("https-proxy=null\nproxy=\n")
+        self.fetch()
+        self.assertEqual(self.fetched(), {"good/a": "directly"})
+
     def test_a_scope_has_a_registry_of_its_own(self):
         self.add("plain", {"a": "plain"})
         self.add("@mine/one", {"a": "mine"}, path="/mine")
