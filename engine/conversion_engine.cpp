@@ -67,8 +67,8 @@ void ConversionEngine::Convert(const ConversionJob& job,
     const bool cuda = job.provider == ExecutionProvider::Cuda;
     report(std::wstring(L"Running ONNX inference (") + (cuda ? L"CUDA" : L"CPU") + L")\u2026");
     constexpr float kDisparityFactor = 1.0F;
-    GaussianSet gaussians =
-        RunSharpInference(job.modelPath, image, kDisparityFactor, job.provider, providers_);
+    GaussianSet gaussians = RunSharpInference(job.modelPath, image, kDisparityFactor, job.provider,
+                                              providers_, callbacks.onNetworkOpened);
     image.tensor = {};  // 28 MB that no later stage needs
 
     report(L"Unprojecting Gaussians\u2026");

@@ -26,6 +26,9 @@ struct ConversionJob {
     ExecutionProvider provider = ExecutionProvider::Cpu;
 };
 
+// The stage, counted from 1, that opens the network and runs it.
+inline constexpr int kNetworkStage = 2;
+
 // Whom one run reports to, on the thread that converts. Each may be empty.
 struct ConversionCallbacks {
     // Receives the text of each stage as it begins. What it throws fails the run.
@@ -35,6 +38,8 @@ struct ConversionCallbacks {
     std::function<void(bool success, const std::wstring& text)> onFinished = {};
     // Told before onFinished where the run fails since the network's file cannot be opened.
     std::function<void()> onModelFileError = {};
+    // The network has been opened, and running it begins. What it throws fails the run.
+    std::function<void()> onNetworkOpened = {};
 };
 
 // Runs conversions, on the caller's thread or on one of its own. What belongs to a single run comes

@@ -154,7 +154,8 @@ std::vector<std::string> AvailableExecutionProviders() {
 
 GaussianSet RunSharpInference(const std::wstring& modelPath, const PreprocessedImage& image,
                               float disparityFactor, ExecutionProvider provider,
-                              const ProviderList& providers) {
+                              const ProviderList& providers,
+                              const std::function<void()>& onOpened) {
     Ort::Env& environment = Environment();
     const Ort::SessionOptions options = Options(provider, providers);
     Ort::Session session = Open(environment, modelPath, options);
@@ -164,6 +165,7 @@ GaussianSet RunSharpInference(const std::wstring& modelPath, const PreprocessedI
     LogInfo("  Output names: " + Listed(names.outputs));
     const std::vector<Ort::Value> inputs = InputValues(names.inputs, image, disparityFactor);
 
+    if (onOpened) onOpened();
     LogInfo("  Running inference...");
     const std::vector<Ort::Value> results =
         session.Run(Ort::RunOptions{nullptr}, Pointers(names.inputs).data(), inputs.data(),

@@ -26,7 +26,8 @@ class ModelFileError : public std::runtime_error {
 // Creates a session for the ONNX file at `modelPath`, feeds the inputs that it declares ("image"
 // [1, 3, 1536, 1536] and "disparity_factor" [1], float32) and parses its outputs. Logs the
 // provider, the names of inputs and outputs, and the number of Gaussians. The session lives for
-// this call, the ONNX Runtime environment for the process.
+// this call, the ONNX Runtime environment for the process. `onOpened` is called in between, when
+// the network is about to run.
 //
 // CUDA is never replaced by the CPU: where it is missing, the call fails.
 //
@@ -34,6 +35,7 @@ class ModelFileError : public std::runtime_error {
 // with the message for the user. Any thread, several at a time.
 [[nodiscard]] GaussianSet RunSharpInference(
     const std::wstring& modelPath, const PreprocessedImage& image, float disparityFactor,
-    ExecutionProvider provider, const ProviderList& providers = AvailableExecutionProviders);
+    ExecutionProvider provider, const ProviderList& providers = AvailableExecutionProviders,
+    const std::function<void()>& onOpened = {});
 
 }  // namespace vistrel

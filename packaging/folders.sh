@@ -2,11 +2,6 @@
 # Where Vistrel goes, for install and uninstall; sourced, never run.
 # shellcheck shell=bash disable=SC2034
 
-fail() {
-    printf 'Error: %s\n' "$*" >&2
-    exit 1
-}
-
 # Also keeps every path below absolute.
 [[ "${HOME:-}" == /* ]] || fail "HOME is not set, so there is no place to install to."
 

@@ -36,3 +36,33 @@ as_root() {
         fail "'$*' needs root. Run it as root, or install sudo."
     fi
 }
+
+# The system that runs, as its makers call it.
+system_name() { (. /etc/os-release && printf '%s\n' "$PRETTY_NAME"); }
+
+# Runs a command that may take long: `patiently WHAT COMMAND...`. After five seconds a line tells
+# what goes on and for how long, and again each time that twice as many have passed.
+patiently() {
+    local what=$1 watcher status=0
+    shift
+    tell_time "$what" &
+    watcher=$!
+    "$@" || status=$?
+    kill "$watcher" 2>/dev/null || true
+    wait "$watcher" 2>/dev/null || true
+    return "$status"
+}
+
+# It waits by itself: a sleep would outlive it and keep the script's output open. It looks for the
+# script every second, since Ctrl-C does not reach what runs in the background.
+tell_time() {
+    local seconds next=5 start=$SECONDS never
+    exec {never}<> <(:)
+    while kill -0 "$$" 2>/dev/null; do
+        read -rt 1 -u "$never" || true
+        seconds=$((SECONDS - start))
+        [ "$seconds" -ge "$next" ] || continue
+        printf '    %s: %s s\n' "$1" "$seconds" >&2
+        next=$((seconds < 60 ? 2 * seconds : seconds + 60))
+    done
+}

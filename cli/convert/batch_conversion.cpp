@@ -17,6 +17,7 @@
 #include "base/new_file.h"
 #include "base/text_encoding.h"
 #include "cli/convert/batch_display.h"
+#include "cli/convert/output_check.h"
 #include "cli/interrupts.h"
 #include "engine/conversion_engine.h"
 
@@ -91,6 +92,7 @@ class FolderConversion {
   private:
     // The worker's thread.
     void OnReport(const BatchProgressInfo& info) {
+        stage_ = info.current == last_.current ? stage_ + 1 : 1;
         last_ = info;
         if (info.current == 0) return;
         total_ = info.total;
@@ -101,6 +103,12 @@ class FolderConversion {
             if (stopAsked_) converter_.cancelRequested = true;
         }
         display_.Show(info);
+        if (stage_ == 1) CheckOutputOf(info.fileName);
+    }
+
+    void CheckOutputOf(const std::wstring& photograph) const {
+        CheckOutput(ToPath(BatchOutputPath(FromPath(options_.inputDir / ToPath(photograph)),
+                                           FromPath(options_.outputDir), options_.onConflict)));
     }
 
     BatchConflictPolicy OnConflict() {
@@ -119,6 +127,11 @@ class FolderConversion {
     void OnFinished(bool success, const std::wstring& text) {
         if (success) {
             ++converted_;
+        } else if (stage_ == kNetworkStage && converted_ == 0) {
+            // One that has never worked would fail with the other photographs as well.
+            networkFails_ = true;
+            converter_.cancelRequested = true;
+            display_.Tell("Error: the network cannot be used: " + ToUtf8(text));
         } else {
             display_.Tell("Error: " + name_ + ": " + ToUtf8(text));
         }
@@ -142,6 +155,7 @@ class FolderConversion {
             display_.Tell(overwritten_.native() + " would overwrite a photograph or the MODEL.");
             return BatchOutcome::WouldOverwriteInput;
         }
+        if (networkFails_) return BatchOutcome::NotAllConverted;
         if (!last_.errorMessage.empty()) {
             display_.Tell("Error: " + ToUtf8(last_.errorMessage));
         } else if (total_ > 0) {
@@ -163,6 +177,8 @@ class FolderConversion {
     // The worker's, and read when it has ended.
     BatchProgressInfo last_;
     std::filesystem::path overwritten_;  // the output that would overwrite an input
+    int stage_ = 0;                      // of the file, counted from 1
+    bool networkFails_ = false;          // told already
     int total_ = 0;
     int converted_ = 0;
     std::string name_;

@@ -2,22 +2,27 @@
 // The conversion engine on the command line.
 //
 // The log goes to standard output, stage texts and errors to standard error. Exit status 0: the PLY
-// was written, with --batch every PLY; 1: it was not, standard error says why; 2: wrong usage.
+// was written, with --batch every PLY; 1: it was not, or the log was lost, standard error says why;
+// 2: wrong usage.
 #include <CLI/CLI.hpp>
-#include <csignal>
-#include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <map>
+#include <optional>
+#include <stdexcept>
 #include <string>
 #include <system_error>
 #include <thread>
 
 #include "base/new_file.h"
 #include "base/text_encoding.h"
+#include "cli/command.h"
 #include "cli/convert/batch_conversion.h"
+#include "cli/convert/output_check.h"
+#include "cli/convert/piped_photograph.h"
 #include "cli/interrupts.h"
+#include "cli/long_step.h"
 #include "engine/conversion_engine.h"
 
 namespace vistrel {
@@ -37,8 +42,6 @@ struct Options {
     }
 };
 
-constexpr int kWrongUsage = 2;
-
 // Throws std::filesystem::filesystem_error when the disk does not tell.
 bool IsSameFile(const std::string& first, const std::string& second) {
     std::error_code error;
@@ -54,37 +57,58 @@ bool OutputIsAnInput(const Options& options) {
     return IsSameFile(options.output, options.input) || IsSameFile(options.output, options.model);
 }
 
-void Tell(const std::string& line) {
-    std::fprintf(stderr, "%s\n", line.c_str());
+// Throws std::exception with what went wrong.
+void ConvertAndTell(const Options& options, LongStep& step) {
+    std::optional<PipedPhotograph> photograph;
+    std::error_code ignored;
+    if (std::filesystem::is_fifo(options.input, ignored)) {
+        Tell("Reading the pipe\u2026");
+        step.Begin("Reading the pipe\u2026");
+        photograph.emplace(options.input);
+    }
+    const ConversionJob job{FromUtf8(options.model),
+                            FromUtf8(photograph ? photograph->Path() : options.input),
+                            FromUtf8(options.output), options.keepRatio, options.Provider()};
+    int stages = 0;
+    ConversionCallbacks callbacks;
+    callbacks.onProgress = [&](const std::wstring& stage) {
+        const std::string text = ToUtf8(stage);
+        Tell(text);
+        step.Begin(++stages == kNetworkStage ? "Opening the network\u2026" : text);
+    };
+    callbacks.onNetworkOpened = [&step] { step.Begin("Running the network\u2026"); };
+    std::string failure;
+    callbacks.onFinished = [&failure](bool success, const std::wstring& text) {
+        if (!success) failure = ToUtf8(text);
+    };
+    const ConversionEngine engine;
+    if (!engine.Run(job, callbacks)) throw std::runtime_error(failure);
 }
 
-bool Convert(const Options& options) {
+void Convert(const Options& options) {
     Interrupts interrupts;
-    const std::wstring outputPath = FromUtf8(options.output);
-    CreateOutputFolder(outputPath);
+    CreateOutputFolder(FromUtf8(options.output));
+    CheckOutput(options.output);
 
-    const ConversionEngine engine;
-    const ConversionJob job{FromUtf8(options.model), FromUtf8(options.input), outputPath,
-                            options.keepRatio, options.Provider()};
-    ConversionCallbacks callbacks;
-    callbacks.onProgress = [](const std::wstring& stage) { Tell(ToUtf8(stage)); };
-    std::wstring failure;
-    callbacks.onFinished = [&failure](bool success, const std::wstring& text) {
-        if (!success) failure = text;
-    };
-
-    bool converted = false;
+    LongStep step;
+    std::exception_ptr failure;
     std::thread worker([&] {
-        converted = engine.Run(job, callbacks);
+        try {
+            ConvertAndTell(options, step);
+        } catch (...) {
+            failure = std::current_exception();
+        }
         interrupts.Wake();
     });
-    if (const int signal = interrupts.Wait()) {
-        DiscardUnfinishedFiles();
-        Interrupts::DieOf(signal);
+    while (const int event = interrupts.Wait(LongStep::kTick)) {
+        if (event != Interrupts::kTimeout) {
+            DiscardUnfinishedFiles();
+            Interrupts::DieOf(event);
+        }
+        step.Tick();
     }
     worker.join();
-    if (!converted) Tell("Error: " + ToUtf8(failure));
-    return converted;
+    if (failure) std::rethrow_exception(failure);
 }
 
 int ConvertAll(const Options& options) {
@@ -125,7 +149,7 @@ void Describe(CLI::App& app, Options& options) {
         ->check(CLI::IsMember({"overwrite", "rename", "cancel"}))
         ->needs(batch);
     app.add_option("PHOTO", options.input,
-                   "Picture to convert; with --batch the folder of pictures")
+                   "Picture to convert, may be a pipe; with --batch the folder of pictures")
         ->required();
     app.add_option("OUTPUT", options.output,
                    "PLY file to write, its folder is created; with --batch the folder for them")
@@ -145,23 +169,18 @@ int Main(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? EXIT_SUCCESS : kWrongUsage;
     }
-    std::signal(SIGPIPE, SIG_IGN);  // a reader of the log that went away is no reason to stop
-    try {
-        if (!options.batch && OutputIsAnInput(options)) {
-            Tell("OUTPUT would overwrite PHOTO or MODEL.");
-            return kWrongUsage;
-        }
-        if (options.batch) return ConvertAll(options);
-        return Convert(options) ? EXIT_SUCCESS : EXIT_FAILURE;
-    } catch (const std::exception& error) {
-        Tell(std::string("Error: ") + error.what());
-        return EXIT_FAILURE;
+    if (options.batch) return ConvertAll(options);
+    if (OutputIsAnInput(options)) {
+        Tell("OUTPUT would overwrite PHOTO or MODEL.");
+        return kWrongUsage;
     }
+    Convert(options);
+    return EXIT_SUCCESS;
 }
 
 }  // namespace
 }  // namespace vistrel
 
 int main(int argc, char** argv) {
-    return vistrel::Main(argc, argv);
+    return vistrel::RunCommand([&] { return vistrel::Main(argc, argv); });
 }

@@ -10,7 +10,6 @@
 #include <atomic>
 #include <chrono>
 #include <cmath>
-#include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
@@ -24,7 +23,9 @@
 #include "base/new_file.h"
 #include "base/stereo_mode.h"
 #include "base/text_encoding.h"
+#include "cli/command.h"
 #include "cli/interrupts.h"
+#include "cli/long_step.h"
 #include "cli/picture_size.h"
 #include "cli/snapshot/scene_file.h"
 #include "cli/snapshot/scene_snapshot.h"
@@ -49,10 +50,6 @@ struct Options {
     bool general = false;
     SnapshotRequest request;
 };
-
-void Tell(const std::string& line) {
-    std::fprintf(stderr, "%s\n", line.c_str());
-}
 
 void Save(const std::filesystem::path& output, const std::vector<std::byte>& png) {
     if (output.has_parent_path()) std::filesystem::create_directories(output.parent_path());
@@ -90,7 +87,11 @@ int TakeUnlessInterrupted(Interrupts& interrupts, QApplication& application, Opt
                           const WorkFolder& folder) {
     std::atomic<int> signal = 0;
     std::thread watcher([&] {
-        signal = interrupts.Wait();
+        LongStep step;
+        step.Begin("Drawing the picture\u2026");
+        int event = Interrupts::kTimeout;
+        while ((event = interrupts.Wait(LongStep::kTick)) == Interrupts::kTimeout) step.Tick();
+        signal = event;
         QMetaObject::invokeMethod(&application, [] { QCoreApplication::exit(); });
     });
     std::exception_ptr failure;
@@ -169,7 +170,6 @@ int Main(int argc, char** argv) {
     CLI::App app("Shows a 3D Gaussian Splat scene and saves the picture (PNG).",
                  "vistrel-snapshot");
     AddOptions(app, options);
-    constexpr int kWrongUsage = 2;
     try {
         app.parse(argc, argv);
         CheckNumbers(options);
@@ -182,18 +182,13 @@ int Main(int argc, char** argv) {
         return kWrongUsage;
     }
 
-    try {
-        if (const int signal = RunInSurroundings(argv[0], options)) Interrupts::DieOf(signal);
-        return EXIT_SUCCESS;
-    } catch (const std::exception& error) {
-        Tell(std::string("Error: ") + error.what());
-        return EXIT_FAILURE;
-    }
+    if (const int signal = RunInSurroundings(argv[0], options)) Interrupts::DieOf(signal);
+    return EXIT_SUCCESS;
 }
 
 }  // namespace
 }  // namespace vistrel
 
 int main(int argc, char** argv) {
-    return vistrel::Main(argc, argv);
+    return vistrel::RunCommand([&] { return vistrel::Main(argc, argv); });
 }

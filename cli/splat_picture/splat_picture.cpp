@@ -6,12 +6,11 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <exception>
-#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "cli/command.h"
 #include "cli/picture_size.h"
 #include "cli/splat_picture/png_writer.h"
 #include "cli/splat_picture/splat_ply_reader.h"
@@ -65,10 +64,7 @@ void Draw(const Arguments& arguments) {
                 picture.height, static_cast<double>(CoveredShare(picture)));
 }
 
-// The exit code, where the command line asks for nothing but that.
-std::optional<int> Parse(int argc, char** argv, Arguments& arguments) {
-    CLI::App app("Draws a scene made by Vistrel as the photograph's camera sees it.",
-                 "splat-picture");
+void AddOptions(CLI::App& app, Arguments& arguments) {
     app.add_option("SCENE", arguments.scene, "the scene, a PLY file")->required();
     app.add_option("OUTPUT", arguments.output, "the picture, a PNG file")->required();
     app.add_option("--size", arguments.sizeText,
@@ -81,11 +77,23 @@ std::optional<int> Parse(int argc, char** argv, Arguments& arguments) {
            "moves the camera to the right by this share of the scene's median depth, looking "
            "at the scene's centre")
         ->check(CheckShift);
+}
+
+int Main(int argc, char** argv) {
+    Arguments arguments;
+    CLI::App app("Draws a scene made by Vistrel as the photograph's camera sees it.",
+                 "splat-picture");
+    AddOptions(app, arguments);
     try {
         app.parse(argc, argv);
-        return std::nullopt;
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? 0 : 2;
+        return app.exit(error) == 0 ? EXIT_SUCCESS : kWrongUsage;
+    }
+    try {
+        Draw(arguments);
+        return EXIT_SUCCESS;
+    } catch (const std::runtime_error& error) {
+        throw std::runtime_error(arguments.scene + ": " + error.what());
     }
 }
 
@@ -93,13 +101,5 @@ std::optional<int> Parse(int argc, char** argv, Arguments& arguments) {
 }  // namespace vistrel
 
 int main(int argc, char** argv) {
-    vistrel::Arguments arguments;
-    try {
-        if (const auto code = vistrel::Parse(argc, argv, arguments)) return *code;
-        vistrel::Draw(arguments);
-        return 0;
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "splat-picture: %s: %s\n", arguments.scene.c_str(), error.what());
-        return 1;
-    }
+    return vistrel::RunCommand([&] { return vistrel::Main(argc, argv); });
 }

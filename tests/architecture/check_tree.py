@@ -25,7 +25,7 @@ ARROWS = {
                      ["qt"]),
     "shell/start": (["shell/", "batch/", "viewer/", "ui/", "download/", "engine/", "base/"],
                     ["qt", "xcb"]),
-    "cli": (["cli/picture_size.h", "cli/interrupts.h"], []),
+    "cli": (["cli/command.h", "cli/interrupts.h", "cli/long_step.h", "cli/picture_size.h"], []),
     "cli/convert": (["cli/", "batch/", "engine/", "base/"], ["cli11"]),
     # The page's own picture needs the browser, and so Qt.
     "cli/snapshot": (["cli/", "viewer/", "base/", "shell/start/extraction.h"], ["cli11", "qt"]),

@@ -105,6 +105,13 @@ TEST_F(ConversionEngineTest, NamesWithAnyBytesWork) {
     EXPECT_TRUE(std::filesystem::exists(output_));
 }
 
+TEST_F(ConversionEngineTest, OpeningTheNetworkIsToldBetweenTheSecondStageAndTheThird) {
+    callbacks_.onNetworkOpened = [this] { stages_.emplace_back(L"opened"); };
+    ASSERT_TRUE(Run(GoodModel()));
+    ASSERT_EQ(stages_.size(), 5U);
+    EXPECT_EQ(stages_[2], L"opened");
+}
+
 TEST_F(ConversionEngineTest, RunDoesNotTouchBusy) {
     engine_.busy = true;
     EXPECT_TRUE(Run(GoodModel()));

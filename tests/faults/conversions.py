@@ -87,7 +87,7 @@ class Conversion(Operation):
         return self.upright_scenes[stem]
 
 
-WHY = (r"(create_directories: .*|.*cannot look at files?: .*|Cannot open output file"
+WHY = (r"(create_directories: .*|.*cannot look at files?: .*|Cannot open output file(: .*)?"
        r"|Failed to open file for stb_image|stb_image failed to load \(.*\)|.*net\.onnx.*"
        r"|Cannot write output file: .*)")
 
@@ -177,8 +177,9 @@ class BatchOntoInput(BatchOverOlder):
 
 
 class Log(Conversion):
-    """Goes to files on a disk of their own, and stops nobody when that is full."""
-    message = "^no failure$"
+    """Goes to files on a disk of their own, and stops nobody when that is full; the status tells."""
+    message = "^$"  # standard error is on that disk, too
+    tells_of_more = True
     does_not_count = ("log/out", "log/errors")
 
     def prepare(self, folder):

@@ -113,7 +113,7 @@ class FirstPictureWithoutUnnamedFiles(FirstPicture):
 
 class DrawnScene(Operation):
     """By splat-picture."""
-    message = (r"^splat-picture: .*scene\.ply: "
+    message = (r"^Error: .*scene\.ply: "
                r"(the file cannot be (opened|read)|the picture cannot be written)")
 
     def __init__(self, programs):

@@ -5,6 +5,7 @@
 import hashlib
 import json
 import os
+import platform
 import re
 import signal
 import subprocess
@@ -25,7 +26,7 @@ LIBRARIES_AND_PROGRAMS = {"vistrel", "vistrel-convert", "vistrel-snapshot", "Web
 SHARED = {f"share/icons/hicolor/{size}x{size}/apps/vistrel.png" for size in (16, 32, 48, 128, 256)} | {
     "share/icons/hicolor/scalable/apps/vistrel.svg", "share/applications/vistrel.desktop",
     "share/metainfo/org.vistrel.vistrel.metainfo.xml", "share/mime/packages/vistrel.xml"}
-OTHERS = {"LICENSE", "README.md", "THIRD_PARTY_NOTICES", "docs/many_machines.md", "folders.sh",
+OTHERS = {"LICENSE", "README.md", "THIRD_PARTY_NOTICES", "common.sh", "docs/many_machines.md", "folders.sh",
           "install", "install-dependencies", "manifest", RELIEF, "resources/sample/autumn_lake.jpg",
           "runtime_packages", "uninstall"}
 
@@ -60,8 +61,8 @@ class Package(unittest.TestCase):
         cls.folder = Path(cls.temporary.name)
         subprocess.run([os.environ["VISTREL_CPACK"], "--config", BINARIES.parent / "CPackConfig.cmake",
                         "-B", cls.folder / "archive"], check=True, capture_output=True)
-        (archive,) = (cls.folder / "archive").glob("vistrel-*-linux-x86_64.tar.gz")
-        with tarfile.open(archive) as tar:
+        (cls.archive,) = (cls.folder / "archive").glob("*.tar.gz")
+        with tarfile.open(cls.archive) as tar:
             tar.extractall(cls.folder / "un packed")
         (cls.package,) = (cls.folder / "un packed").iterdir()
 
@@ -104,10 +105,22 @@ class Package(unittest.TestCase):
                 self.assertNotIn(".symtab", told)
                 self.assertIn("runpath: [$ORIGIN]", told)
 
-    def test_the_readme_names_every_package(self):
-        readme = (self.package / "README.md").read_text().replace("\n", " ")
-        packages = (self.package / "runtime_packages").read_text().split()
-        self.assertIn("## Packages  " + ", ".join(packages) + ". ", readme)
+    def test_the_archive_tells_its_release_and_processor(self):
+        release = platform.freedesktop_os_release()
+        processor = subprocess.run(["dpkg", "--print-architecture"], check=True, capture_output=True,
+                                   text=True).stdout.strip()
+        self.assertRegex(self.archive.name, r"^vistrel-\d+\.\d+\.\d+-"
+                         f"{release['ID']}{release['VERSION_ID']}-{processor}.tar.gz$")
+        self.assertEqual((self.package / "runtime_packages").read_text().split("\n")[0],
+                         f"# {release['PRETTY_NAME']}")
+
+    def packages(self):
+        return (self.package / "runtime_packages").read_text().split("\n", 1)[1].split()
+
+    def test_the_named_packages_are_those_of_this_release(self):
+        told = subprocess.run(["dpkg-query", "-W", "-f", "${Package} ${db:Status-Status}\n", *self.packages()],
+                              capture_output=True, text=True)
+        self.assertEqual(told.returncode, 0, told.stderr)
 
     def test_the_named_packages_bring_every_library(self):
         needed = set()
@@ -120,7 +133,7 @@ class Package(unittest.TestCase):
                               capture_output=True, text=True).stdout
         for package, path in re.findall(r"^([^:, ]+)(?::\w+)?: (\S+)$", told, re.MULTILINE):
             owners[Path(path).name].add(package)
-        brought = with_dependencies((self.package / "runtime_packages").read_text().split())
+        brought = with_dependencies(self.packages())
         self.assertEqual([name for name in sorted(needed) if not owners[name] & brought], [])
 
     def test_cmake_installs_the_same_into_a_folder_with_a_relative_name(self):
@@ -200,12 +213,26 @@ class Package(unittest.TestCase):
     def test_a_package_that_is_not_whole_installs_nothing(self):
         damaged = self.home / "damaged"
         damaged.mkdir()
-        for name in ("install", "folders.sh", "manifest"):
+        for name in ("install", "common.sh", "folders.sh", "manifest"):
             os.link(self.package / name, damaged / name)
         done = subprocess.run([damaged / "install"], env=self.environment, capture_output=True, text=True)
         self.assertEqual(done.returncode, 1)
         self.assertIn("is missing", done.stderr)
         self.assertFalse((self.home / ".local").exists())
+
+    def test_an_install_that_cannot_start_ends_with_an_error_that_names_what_is_missing(self):
+        commands = self.home / "commands"
+        commands.mkdir()
+        (commands / "ldd").write_text("#!/bin/sh\n"
+                                      "printf '\\tlibc.so.6 => /lib/libc.so.6 (0x7f)\\n'\n"
+                                      "printf '\\tlibexiv2.so.0 => not found\\n'\n"
+                                      "printf \"%s: /lib/libc.so.6: version \\`GLIBC_9.9' not found (required by x)\\n\" \"$1\"\n")
+        (commands / "ldd").chmod(0o755)
+        self.environment["PATH"] = f"{commands}:{os.environ['PATH']}"
+        done = subprocess.run([self.package / "install"], env=self.environment, capture_output=True, text=True)
+        self.assertEqual(done.returncode, 1)
+        self.assertEqual(done.stderr, "Error: Vistrel cannot start: there is no GLIBC_9.9, libexiv2.so.0.\n")
+        self.assertTrue((self.program / "vistrel").exists())
 
     # Update
 

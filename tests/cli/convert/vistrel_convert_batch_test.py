@@ -188,19 +188,38 @@ class FailedBatch(Batch):
         self.assertRegex(result.stderr.decode(), "^Error: create_directories: ")
         self.assertEqual(self.output.read_text(), "kept")
 
-    def test_missing_model(self):
-        self.add("a.jpg", "b.jpg")
-        result = self.run_batch(model="none.onnx")
+    def check_network_fails(self, reason, *options, model="echo.onnx"):
+        """One photograph is looked at, and one line tells why there is no second."""
+        self.add("a.jpg", "b.jpg", "c.jpg")
+        result = self.run_batch(*options, model=model)
         self.assertEqual(result.returncode, 1)
-        self.assertEqual(len(re.findall(r"Error: [ab]\.jpg: .*none\.onnx", result.stderr.decode())), 2)
+        *lines, error = result.stderr.decode().splitlines()
+        self.assertRegex(error, f"^Error: the network cannot be used: {reason}")
+        stages = [line.split(":")[0] for line in lines if line.startswith("Processing")]
+        self.assertEqual(stages, ["Processing 1 / 3"] * 2)
         self.assertEqual(self.outputs(), [])
 
-    def test_cuda_that_is_not_there(self):
-        self.add("a.jpg")
-        result = self.run_batch("--provider", "cuda")
+    def test_missing_model_ends_the_batch(self):
+        self.check_network_fails(r".*none\.onnx", model="none.onnx")
+
+    def test_broken_model_ends_the_batch(self):
+        self.check_network_fails(".*cut", model="cut.onnx")
+
+    def test_model_of_another_kind_ends_the_batch(self):
+        self.check_network_fails("Unexpected number of model outputs: 3", model="three_outputs.onnx")
+
+    def test_cuda_that_is_not_there_ends_the_batch(self):
+        self.check_network_fails("", "--provider", "cuda")
+
+    def test_scene_that_cannot_be_opened_is_told_before_the_photograph_is_looked_at(self):
+        self.add("a.jpg", "b.jpg")
+        (self.output / "a.ply").mkdir(parents=True)
+        result = self.run_batch("--on-conflict", "overwrite")
         self.assertEqual(result.returncode, 1)
-        self.assertIn("Error: a.jpg: ", result.stderr.decode())
-        self.assertEqual(self.outputs(), [])
+        lines = result.stderr.decode().splitlines()
+        self.assertIn("Error: a.jpg: Cannot open output file: Is a directory", lines)
+        self.assertEqual(sum(": a.jpg (" in line for line in lines), 1)
+        self.assertEqual(lines[-1], "Converted 1 of 2.")
 
     def test_full_disk_leaves_no_half_file(self):
         self.add("a.jpg", "b.jpg")
@@ -217,7 +236,7 @@ class FailedBatch(Batch):
         process = subprocess.run(self.command(), stdout=writer, stderr=writer, timeout=120,
                                  check=False)
         os.close(writer)
-        self.assertEqual(process.returncode, 0)
+        self.assertEqual(process.returncode, 1)
         self.assertEqual(self.outputs(), ["a.ply"])
 
 

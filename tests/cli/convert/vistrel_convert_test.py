@@ -9,20 +9,29 @@ import os
 import re
 import resource
 import signal
+import struct
 import subprocess
 import sys
 import tempfile
+import threading
 import unittest
 from pathlib import Path
 
 PROGRAM, MODELS, PHOTO = "", Path(), Path()
 
+READING = "Reading the pipe…"
 STAGES = ["Preprocessing image…", "Running ONNX inference (CPU)…", "Unprojecting Gaussians…", "Saving PLY…"]
 
 
 def run(*arguments, **options):
     return subprocess.run([PROGRAM, *map(os.fsencode, arguments)], capture_output=True, timeout=120,
                           check=False, **options)
+
+
+def with_orientation(jpeg, orientation):
+    tiff = b"MM\0*" + struct.pack(">LHHHLHHL", 8, 1, 0x0112, 3, 1, orientation, 0, 0)
+    exif = b"Exif\0\0" + tiff
+    return jpeg[:2] + b"\xff\xe1" + struct.pack(">H", 2 + len(exif)) + exif + jpeg[2:]
 
 
 class Convert(unittest.TestCase):
@@ -96,14 +105,22 @@ class GoodConversion(Convert):
         self.assertEqual(run(*self.model(), PHOTO, "/dev/null").returncode, 0)
         self.assertTrue(Path("/dev/null").is_char_device())
 
-    def test_reader_of_the_log_that_went_away(self):
-        reader, writer = os.pipe()
-        os.close(reader)
-        process = subprocess.run([PROGRAM, *self.model(), PHOTO, self.output], stdout=writer,
-                                 stderr=subprocess.DEVNULL, timeout=120, check=False)
-        os.close(writer)
-        self.assertEqual(process.returncode, 0)
-        self.assertTrue(self.output.exists())
+    def test_photo_from_a_pipe_is_converted_as_from_a_file(self):
+        turned = self.folder / "turned.jpg"  # its orientation is read apart from its pixels
+        turned.write_bytes(with_orientation(PHOTO.read_bytes(), 6))
+        from_file, pipe = self.folder / "file.ply", self.folder / "pipe.jpg"
+        self.assertEqual(run(*self.model(), turned, from_file).returncode, 0)
+        os.mkfifo(pipe)
+        writer = threading.Thread(target=lambda: pipe.write_bytes(turned.read_bytes()), daemon=True)
+        writer.start()
+        result = run(*self.model(), pipe, self.output)
+        self.assertEqual(result.returncode, 0, result.stderr)
+        self.assertEqual(result.stderr.decode().splitlines(), [READING, *STAGES])
+        self.assertEqual(self.output.read_bytes(), from_file.read_bytes())
+
+    def test_photo_on_standard_input(self):
+        result = run(*self.model(), "/dev/stdin", self.output, input=PHOTO.read_bytes())
+        self.assertEqual(result.returncode, 0, result.stderr)
 
 
 class FailedConversion(Convert):
@@ -136,7 +153,7 @@ class FailedConversion(Convert):
         self.assertEqual((self.folder / "file").read_text(), "kept")
 
     def test_output_that_is_a_folder(self):
-        self.check(run(*self.model(), PHOTO, self.folder), "Error: Cannot open output file")
+        self.check(run(*self.model(), PHOTO, self.folder), "Error: Cannot open output file: Is a directory")
 
     def run_on_full_disk(self):
         limit = lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (100, 100))
@@ -157,6 +174,59 @@ class FailedConversion(Convert):
         self.check(run(*self.model(), PHOTO, "/dev/full"),
                    "Error: Cannot write output file: No space left on device")
         self.assertTrue(Path("/dev/full").is_char_device())
+
+
+    def test_output_that_cannot_be_opened_is_told_before_the_photo_is_looked_at(self):
+        result = run("--model", self.folder / "none.onnx", self.folder / "none.jpg", self.folder)
+        self.assertEqual(result.stderr.decode(), "Error: Cannot open output file: Is a directory\n")
+        self.assertEqual(result.returncode, 1)
+
+    def test_output_into_a_pipe_whose_reader_left(self):
+        reader, writer = os.pipe()
+        process = subprocess.Popen([PROGRAM, *self.model("full_size.onnx"), PHOTO, f"/dev/fd/{writer}"],
+                                   pass_fds=[writer], stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
+        os.close(writer)
+        os.read(reader, 1)
+        os.close(reader)
+        self.assertIn(b"Error: Cannot write output file: Broken pipe", process.communicate(timeout=120)[1])
+        self.assertEqual(process.returncode, 1)
+
+    def test_pipe_that_gives_nothing(self):
+        self.check(run(*self.model(), "/dev/stdin", self.output, input=b""),
+                   "Error: stb_image failed to load (unknown image type)")
+
+
+class LongConversion(Convert):
+    def test_what_takes_long_is_told_with_its_seconds(self):
+        photo = self.folder / "photo.jpg"
+        os.mkfifo(photo)  # nobody writes into it
+        process = self.start(photo, self.output)
+        self.assertEqual(process.stderr.readline().decode(), READING + "\n")
+        self.assertRegex(process.stderr.readline().decode(), rf"^{READING} [5-9] s\n$")
+
+
+class LostLog(Convert):
+    """The scene is there, but what was printed is not."""
+
+    def check(self, stdout):
+        for arguments in ([*self.model(), PHOTO, self.output], ["--help"], ["--version"]):
+            with self.subTest(arguments=arguments):
+                result = subprocess.run([PROGRAM, *arguments], stdout=stdout, stderr=subprocess.PIPE,
+                                        timeout=120, check=False)
+                self.assertEqual(result.returncode, 1)
+                self.assertEqual(result.stderr.decode().splitlines()[-1],
+                                 "Error: standard output could not be written")
+        self.assertTrue(self.output.exists())
+
+    def test_device_that_is_full(self):
+        with open("/dev/full", "wb") as full:
+            self.check(full)
+
+    def test_reader_that_went_away(self):
+        reader, writer = os.pipe()
+        os.close(reader)
+        self.check(writer)
+        os.close(writer)
 
 
 class WrongUsage(Convert):
@@ -196,7 +266,7 @@ class Interrupted(Convert):
         for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
             with self.subTest(number=number):
                 process = self.start(photo, self.output)
-                self.wait_for_stage(process, STAGES[0])
+                self.wait_for_stage(process, READING)
                 process.send_signal(number)
                 self.assertEqual(process.wait(timeout=60), -number)
                 self.assertEqual(self.output.read_text(), "former scene")
@@ -231,7 +301,7 @@ class Interrupted(Convert):
         old = signal.signal(signal.SIGHUP, signal.SIG_IGN)
         process = self.start(photo, self.output)
         signal.signal(signal.SIGHUP, old)
-        self.wait_for_stage(process, STAGES[0])
+        self.wait_for_stage(process, READING)
         process.send_signal(signal.SIGHUP)
         process.send_signal(signal.SIGTERM)
         self.assertEqual(process.wait(timeout=60), -signal.SIGTERM)

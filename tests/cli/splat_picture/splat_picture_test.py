@@ -86,6 +86,13 @@ class SplatPictureTest(unittest.TestCase):
         self.assertEqual(self.run_program(self.scene, self.picture).returncode, 1)
         self.assertEqual(self.run_program("--size", "8x8", self.scene, self.picture).returncode, 0)
 
+    def test_output_that_cannot_be_printed_ends_with_one(self):
+        with open("/dev/full", "w") as full:
+            for arguments in ([self.scene, self.picture], ["--help"]):
+                result = subprocess.run([PROGRAM, *arguments], stdout=full, stderr=subprocess.PIPE, text=True)
+                self.assertEqual(result.returncode, 1)
+                self.assertEqual(result.stderr, "Error: standard output could not be written\n")
+
     def test_picture_that_cannot_be_written_ends_with_one(self):
         result = self.run_program(self.scene, self.picture / "below a file that is not there.png")
         self.assertEqual(result.returncode, 1)

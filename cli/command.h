@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What every command does around its work.
+#pragma once
+
+#include <functional>
+#include <string>
+
+namespace vistrel {
+
+inline constexpr int kWrongUsage = 2;  // exit status
+
+// A line on standard error. Any thread.
+void Tell(const std::string& line);
+
+// Runs `work` and returns the exit status: its own, or 1 with "Error: " and the reason on standard
+// error when it throws, and when something that was printed did not reach standard output. A reader
+// of the output that goes away does not stop the work. Main thread, before any other has started.
+[[nodiscard]] int RunCommand(const std::function<int()>& work);
+
+}  // namespace vistrel

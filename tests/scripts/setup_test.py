@@ -1,0 +1,127 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
+"""scripts/setup on machines of several kinds, which stand-ins for Debian's commands play."""
+
+import os
+import platform
+import shutil
+import subprocess
+import tempfile
+import unittest
+from pathlib import Path
+
+SOURCE = Path(__file__).resolve().parents[2]
+LOGGED = '#!/bin/sh\necho "$(basename "$0") $*" >>"$LOG"\n'
+AS_ROOT = '#!/bin/sh\n[ "$1" = -- ] && shift\nexec "$@"\n'
+HELD = ("E: Could not get lock /var/lib/dpkg/lock-frontend. It is held by process 4711 (unattended-upgr)\\n"
+        "E: Unable to acquire the dpkg frontend lock, is another process using it?\\n")
+HELD_BY_NOBODY_KNOWN = "E: Could not get lock /var/lib/apt/lists/lock - open (11: Resource temporarily unavailable)\\n"
+
+
+class Setup(unittest.TestCase):
+    def setUp(self):
+        temporary = tempfile.TemporaryDirectory(prefix="vistrel setup ")
+        self.addCleanup(temporary.cleanup)
+        self.root = Path(temporary.name) / "tree"
+        self.commands = Path(temporary.name) / "commands"
+        self.log = Path(temporary.name) / "log"
+        for folder in (self.root / "scripts", self.root / "node_modules", self.commands):
+            folder.mkdir(parents=True)
+        self.log.touch()
+        for name in ("scripts/setup", "scripts/lib.sh", "package-lock.json"):
+            shutil.copy(SOURCE / name, self.root / name)
+        # Headers that no machine has, so that they are looked for.
+        setup = self.root / "scripts/setup"
+        setup.write_text(setup.read_text().replace("onnxruntime_cxx_api.h", "of_this_test.h"))
+        self.command("apt-get", LOGGED)
+        self.command("apt-cache", "#!/bin/sh\necho there is one\n")
+        self.command("dpkg-query", "#!/bin/sh\necho amd64 installed\n")
+        self.command("dpkg", "#!/bin/sh\necho amd64\n")
+        self.command("sudo", AS_ROOT)
+        self.command("node", LOGGED)
+        self.provide_header()
+
+    def command(self, name, script):
+        (self.commands / name).write_text(script)
+        (self.commands / name).chmod(0o755)
+
+    def provide_header(self):
+        for name in ("onnxruntime/of_this_test.h", "stb/stb_image_resize2.h"):
+            path = self.root / "build/deps/usr/include" / name
+            path.parent.mkdir(parents=True, exist_ok=True)
+            path.touch()
+
+    def miss(self, package):
+        self.command("dpkg-query", f'#!/bin/sh\n[ "$4" != {package} ] && echo amd64 installed\n')
+
+    def run_script(self, status=0):
+        environment = os.environ | {"PATH": f"{self.commands}:{os.environ['PATH']}", "LOG": str(self.log)}
+        done = subprocess.run([self.root / "scripts/setup"], env=environment, capture_output=True, text=True,
+                              timeout=60)
+        self.assertEqual(done.returncode, status, done.stderr)
+        return done.stderr
+
+    def test_where_everything_is_there_apt_is_left_alone(self):
+        self.run_script()
+        self.assertEqual(self.log.read_text(), f"node {self.root}/scripts/fetch_packages.js\n")
+        self.run_script()
+        self.assertEqual(self.log.read_text().count("\n"), 1, "the packages are fetched once")
+
+    def test_a_missing_package_is_installed(self):
+        self.miss("ninja-build")
+        self.run_script()
+        self.assertRegex(self.log.read_text(), "apt-get .* update\n"
+                                               "apt-get .* install -y --no-install-recommends ninja-build\n")
+
+    def test_npm_is_not_needed(self):
+        self.command("npm", LOGGED)
+        self.run_script()
+        self.assertNotIn("npm", self.log.read_text())
+        self.assertNotIn(" npm", (self.root / "scripts/setup").read_text().split("with_tests=no")[0])
+
+    def refuse(self, word, errors):
+        self.command("apt-get", LOGGED + f'case " $* " in *" {word} "*) printf "{errors}" >&2; exit 100;; esac\n')
+
+    def test_apt_that_another_program_uses_is_told_with_its_holder(self):
+        self.miss("ninja-build")
+        for word in ("update", "install"):
+            with self.subTest(word):
+                self.refuse(word, HELD)
+                told = self.run_script(status=1)
+                self.assertIn("E: Could not get lock", told)
+                self.assertEqual(told.splitlines()[-1], "Error: another program, process 4711 (unattended-upgr), is "
+                                 "using apt. Wait until it has ended, then run this again.")
+                self.assertIn("-o DPkg::Lock::Timeout=0", self.log.read_text())
+
+    def test_apt_that_somebody_unknown_uses_is_told(self):
+        self.miss("ninja-build")
+        self.refuse("update", HELD_BY_NOBODY_KNOWN)
+        self.assertIn("Error: another program is using apt.", self.run_script(status=1))
+
+    def test_lists_that_cannot_be_read_are_told(self):
+        self.miss("ninja-build")
+        self.refuse("update", "E: no route\\n")
+        self.assertIn("Error: the package lists could not be read", self.run_script(status=1))
+
+    def check_refused(self, *packages):
+        told = self.run_script(status=1)
+        system = platform.freedesktop_os_release()["PRETTY_NAME"]
+        self.assertEqual(told, f"Error: {system} has no {' '.join(packages)}. This works on Debian 12 and 13; "
+                               "CONTRIBUTING.md says what is needed on another system.\n")
+        self.assertNotIn(" install ", self.log.read_text())
+
+    def test_a_system_without_some_packages_is_told_before_anything_is_installed(self):
+        self.command("dpkg-query", "#!/bin/sh\nexit 1\n")
+        self.command("apt-cache", '#!/bin/sh\ncase "$2" in libhwy-dev | qt6-*) ;; *) echo there is one;; esac\n')
+        self.check_refused("libhwy-dev", "qt6-base-dev", "qt6-image-formats-plugins", "qt6-translations-l10n",
+                           "qt6-webengine-dev")
+
+    def test_a_system_without_the_newer_headers_is_told_before_anything_is_installed(self):
+        self.miss("ninja-build")
+        (self.root / "build/deps/usr/include/onnxruntime/of_this_test.h").unlink()
+        self.command("apt-cache", '#!/bin/sh\n[ "$2" = libonnxruntime-dev ] || echo there is one\n')
+        self.check_refused("libonnxruntime-dev")
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
