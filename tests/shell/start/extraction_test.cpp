@@ -111,6 +111,9 @@ TEST_F(Extraction, ProtectedProgramFolderFails) {
 TEST_F(Extraction, ProtectedProgramFolderWithTheSameFilesWillDo) {
     ASSERT_TRUE(Extract());
     home.Protect(App());
+    // The page's folder is each user's own.
+    std::filesystem::remove_all(Web());
+    std::filesystem::permissions(home.Temporary(), perms::all);
     EXPECT_TRUE(test::RunAsNobody([&] { return Extract().has_value(); }));
 }
 
