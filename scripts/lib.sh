@@ -4,6 +4,9 @@
 
 set -euo pipefail
 
+# A bare system names no locale, and names of files are to be more than ASCII.
+[ -n "${LC_ALL:-}${LC_CTYPE:-}${LANG:-}" ] || export LANG=C.UTF-8
+
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
 say() { printf '\n==> %s\n' "$*"; }

@@ -17,10 +17,15 @@ constexpr QColor kBackground(30, 30, 46);
 
 Page::Page(QWebEngineProfile& profile) : QWebEnginePage(&profile) {
     setBackgroundColor(kBackground);
+#if QT_VERSION >= QT_VERSION_CHECK(6, 8, 0)
+    connect(this, &QWebEnginePage::permissionRequested, this,
+            [](const QWebEnginePermission& asked) { asked.deny(); });
+#else
     connect(this, &QWebEnginePage::featurePermissionRequested, this,
             [this](const QUrl& origin, Feature feature) {
                 setFeaturePermission(origin, feature, PermissionDeniedByUser);
             });
+#endif
 }
 
 void Page::SetConsole(std::function<void(const QString& line)> console) {
