@@ -16,15 +16,14 @@ from onnx import TensorProto, checker, helper
 
 from onnx_expression import Graph
 from relief_depth import disparity_of
-from relief_gaussians import (STEEPEST_BACK, STEEPEST_FRONT, background_of, gaussians_of,
-                              linear_light)
+from relief_gaussians import gaussians_of, linear_light, pixels_of
 
 NETWORK_SIDE = 1536
 SIDE = NETWORK_SIDE // 2
 OUTPUT = Path(__file__).resolve().parent.parent / "resources/relief/vistrel_relief_demo.onnx"
 NOTE = """Vistrel's relief demo. This is not the SHARP network and holds no learned weights: depth \
-is guessed from the height in the picture, colour, brightness and local contrast. It shows what \
-Vistrel does before the real network has been downloaded."""
+is guessed from the height in the picture and from the columns whose colours stand out. It shows \
+what Vistrel does before the real network has been downloaded."""
 
 
 def build():
@@ -32,15 +31,11 @@ def build():
     image = graph.clamp(graph.input("image"), 0.0, 1.0)
     # The factor scales the scene as a whole: twice the disparity is half the depth.
     factor = graph.op("Max", graph.input("disparity_factor"), 1e-3)
-    picture = graph.halve(image)
-
-    disparity = disparity_of(graph, picture)
-    back_picture, back_disparity = background_of(graph, picture, disparity)
+    disparity = disparity_of(graph, image)
     layers = [
-        gaussians_of(graph, linear_light(graph, picture), disparity * factor, SIDE,
-                     STEEPEST_FRONT),
-        gaussians_of(graph, linear_light(graph, back_picture), back_disparity * factor, SIDE,
-                     STEEPEST_BACK),
+        gaussians_of(graph, linear_light(graph, pixels_of(graph, image, layer)),
+                     pixels_of(graph, disparity, layer), factor, SIDE, layer)
+        for layer in (0, 1)
     ]
     graph.op("Concat", *layers, axis=1, label="gaussians")
 

@@ -119,22 +119,9 @@ class Graph:
         return self.op("AveragePool", tall, kernel_shape=[1, 2 * radius_x + 1],
                        pads=[0, radius_x, 0, radius_x])
 
-    def largest(self, value, radius_y, radius_x=None):
-        radius_x = radius_y if radius_x is None else radius_x
-        tall = self.op("MaxPool", value, kernel_shape=[2 * radius_y + 1, 1],
-                       pads=[radius_y, 0, radius_y, 0])
-        return self.op("MaxPool", tall, kernel_shape=[1, 2 * radius_x + 1],
-                       pads=[0, radius_x, 0, radius_x])
-
-    def smallest(self, value, radius_y, radius_x=None):
-        return -self.largest(-value, radius_y, radius_x)
-
     def slice(self, value, axis, start, end):
         return self.op("Slice", value, self.integers(start), self.integers(end),
                        self.integers(axis))
-
-    def channel(self, value, index):
-        return self.slice(value, 1, index, index + 1)
 
     def join(self, values, axis=1):
         return self.op("Concat", *values, axis=axis)
@@ -142,17 +129,13 @@ class Graph:
     def reshape(self, value, *shape):
         return self.op("Reshape", value, self.integers(*shape))
 
-    def shifted(self, value, axis, steps, fill=None):
-        """Each element becomes the one `steps` further on (negative: before).
-
-        What is missing at the border is `fill`, or a copy of the border where `fill` is None.
-        """
+    def shifted(self, value, axis, steps):
+        """Each element becomes the one `steps` further on (negative: before), at the border a copy of
+        the last one."""
         before = [0, 0, 0, 0]
         after = [0, 0, 0, 0]
         (after if steps > 0 else before)[axis] = abs(steps)
-        pads = self.integers(*before, *after)
-        padded = (self.op("Pad", value, pads, mode="edge") if fill is None
-                  else self.op("Pad", value, pads, fill, mode="constant"))
+        padded = self.op("Pad", value, self.integers(*before, *after), mode="edge")
         far = 2**31
         return (self.slice(padded, axis, steps, far) if steps > 0
                 else self.slice(padded, axis, 0, steps))

@@ -1,159 +1,81 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 """Guesses how near each pixel is. All values are disparities: one over the depth.
 
-The picture is looked at as most photographs are taken: ground at the bottom that recedes to a
-horizon, things that stand on it, and a sky at the top. The cues are the height in the picture,
-colour and brightness compared with the lower and the upper edge, and local contrast.
+The picture becomes a screen that leans back: near at the lower edge, as ground is, far at the upper
+edge, as a sky is. Columns in which something stands out come forward.
+
+A wrong guess must not show, neither beside the photograph's camera nor behind it, where the viewer
+starts. So disparity changes along a column in proportion to the height: what is straight and upright
+in the picture is straight in space, and looks so from everywhere. From column to column it changes
+gently: nothing tears.
 """
 
-SIDE = 384  # cues are found at half the resolution of the Gaussians
+SIDE = 1536           # of the picture
+CUE_SIDE = SIDE // 8  # cues are found at an eighth of its resolution
 
-FARTHEST = 0.10  # disparity of the sky
-NEAREST = 0.80   # disparity at the lower edge
-HORIZON = 0.42   # share of the picture's height above the horizon
+FARTHEST = 0.125  # disparity at the upper edge
+NEAREST = 0.31    # the most at the lower edge
+RELIEF = 0.08     # the most by which a column comes forward at the lower edge
+RELIEF_AT_TOP = 0.35  # share of it at the upper edge, which the viewer shows against black
+ARCH = 0.3        # share of the relief that is the same for every picture: nearest in the middle
+FAINTEST = 0.2    # pictures whose columns differ by less than about this get less relief
+
+FRAME = 6         # width in cue pixels of the frame whose colours are taken for the background's
+PATCH = 12        # length of the frame's parts, likewise
+FRAME_END = 108   # the frame's sides end here: farther down there is ground
 
 
 def sum_of_channels(graph, value):
     return graph.op("ReduceSum", value, graph.integers(1), keepdims=1)
 
 
-def way_down(graph, side=SIDE):
-    """Of each row, the share of the picture's height that lies above it."""
-    return graph.reshape(graph.positions(side), 1, 1, side, 1)
-
-
-def ground_of(graph):
-    """A level ground: its disparity grows in proportion to the distance below the horizon."""
-    softness = 0.03  # of the bend at the horizon, a share of the height
-    below = graph.op("Softplus", (way_down(graph) - HORIZON) / softness)
-    below = below * (softness / (1.0 - HORIZON))
-    return FARTHEST + (NEAREST - FARTHEST) * below
-
-
-def sky_of(graph, picture):
-    """1 where one gets from the upper edge straight down without crossing an edge, and in larger
-    areas with colours like those at the upper edge."""
-    smooth = graph.box(picture, 1)
-    down = graph.op("Abs", graph.shifted(smooth, 2, 1) - graph.shifted(smooth, 2, -1))
-    across = graph.op("Abs", graph.shifted(smooth, 3, 1) - graph.shifted(smooth, 3, -1))
-    edges = graph.op("Relu", sum_of_channels(graph, down + across) - 0.06)
-    crossed = graph.op("CumSum", edges, graph.integers(2))
-    open_above = graph.op("Exp", crossed * -2.5)
-
-    alike = 1.0 - graph.share(unlike_strip(graph, picture, 0, 16), 0.10, 0.20)
-    alike = graph.largest(graph.smallest(alike, 5), 5)
-    upper = 1.0 - graph.share(way_down(graph), HORIZON, HORIZON + 0.2)
-    return graph.op("Max", open_above, graph.enlarge(alike, 2)) * upper
-
-
 def tint(graph, colour):
-    """Colour without most of its brightness, so that shadows on the ground stay ground."""
+    """Colour without most of its brightness, so that shadows make no difference."""
     total = sum_of_channels(graph, colour)
     return graph.join([colour / (total + 0.15), total * 0.12])
 
 
-def unlike_strip(graph, picture, first, last):
-    """How much a pixel's colour differs from all colours in the rows first..last, half size."""
-    strip = graph.slice(picture, 2, first, last)
-    patches = graph.op("AveragePool", strip, kernel_shape=[last - first, 16],
-                       strides=[last - first, 16])
-    patches = graph.op("Transpose", tint(graph, patches), perm=[3, 1, 0, 2])  # one per batch place
-    pixels = tint(graph, graph.halve(graph.box(picture, 2)))
-    distances = sum_of_channels(graph, graph.op("Abs", pixels - patches))
-    return graph.op("ReduceMin", distances, axes=[0], keepdims=1)
+def frame_of(graph, picture):
+    """The colours along the upper edge and the upper parts of both sides, one per batch place."""
+    def means(strip, *shape):
+        return graph.op("AveragePool", strip, kernel_shape=shape, strides=shape)
+
+    top = means(graph.slice(picture, 2, 0, FRAME), FRAME, PATCH)
+    upper = graph.slice(picture, 2, 0, FRAME_END)
+    sides = [means(graph.slice(upper, 3, start, start + FRAME), PATCH, FRAME)
+             for start in (0, CUE_SIDE - FRAME)]
+    return graph.join([graph.op("Transpose", top, perm=[3, 1, 2, 0]),
+                       *(graph.op("Transpose", side, perm=[2, 1, 0, 3]) for side in sides)], axis=0)
 
 
 def standing_out(graph, picture):
-    """0..1: what does not look like the ground, which is taken to be what the lower edge shows."""
-    share = graph.share(unlike_strip(graph, picture, SIDE - 32, SIDE), 0.05, 0.12)
-    # Nothing above the horizon is ground.
-    above = graph.share(way_down(graph, SIDE // 2), HORIZON + 0.05, HORIZON)
-    share = graph.op("Max", share, above)
-    return graph.enlarge(graph.smallest(graph.largest(share, 3), 3), 2)
+    """0..1: how much a pixel differs from all colours of the frame."""
+    smooth = graph.box(picture, 1)
+    differences = graph.op("Abs", tint(graph, smooth) - tint(graph, frame_of(graph, picture)))
+    least = graph.op("ReduceMin", sum_of_channels(graph, differences), axes=[0], keepdims=1)
+    return graph.share(least, 0.06, 0.2)
 
 
-def stand_upright(graph, ground, object_share):
-    """Lets things keep the disparity of their foot instead of leaning back with the ground.
-
-    From the lower edge upwards: d(y) = ground(y) + o(y) (d(y + 1) - ground(y)), a linear recurrence
-    a x + b. Doubling the reach in each step solves it in log2(rows) steps.
-    """
-    keep = object_share
-    add = ground * (1.0 - keep)
-    reach = 1
-    while reach < SIDE:
-        add = add + keep * graph.shifted(add, 2, reach, 0.0)
-        keep = keep * graph.shifted(keep, 2, reach, 0.0)
-        reach *= 2
-    return add
-
-
-def follow_edges(graph, small, guess, picture, radius=7, tolerance=0.002):
-    """Moves the edges of `guess` onto those of the picture.
-
-    The guided filter with a colour guide (He, Sun, Tang, "Guided Image Filtering", ECCV 2010), its
-    coefficients found at half resolution and applied at the full one.
-    """
-    def mean(value):
-        return graph.box(value, radius)
-
-    red, green, blue = (graph.channel(small, i) for i in range(3))
-    guide = [red, green, blue]
-    means = [mean(c) for c in guide]
-    mean_guess = mean(guess)
-    with_guess = [mean(c * guess) - m * mean_guess for c, m in zip(guide, means)]
-
-    def covariance(i, j):
-        value = mean(guide[i] * guide[j]) - means[i] * means[j]
-        return value + tolerance if i == j else value
-
-    a, b, c = covariance(0, 0), covariance(0, 1), covariance(0, 2)
-    d, e, f = covariance(1, 1), covariance(1, 2), covariance(2, 2)
-    # The inverse of the symmetric matrix [a b c; b d e; c e f] by its cofactors.
-    cofactors = [d * f - e * e, c * e - b * f, b * e - c * d,
-                 a * f - c * c, b * c - a * e, a * d - b * b]
-    determinant = a * cofactors[0] + b * cofactors[1] + c * cofactors[2]
-    x, y, z = with_guess
-    slopes = [(cofactors[0] * x + cofactors[1] * y + cofactors[2] * z) / determinant,
-              (cofactors[1] * x + cofactors[3] * y + cofactors[4] * z) / determinant,
-              (cofactors[2] * x + cofactors[4] * y + cofactors[5] * z) / determinant]
-    offset = mean_guess
-    for slope, m in zip(slopes, means):
-        offset = offset - slope * m
-    slope = graph.enlarge(mean(graph.join(slopes)), 2)
-    return sum_of_channels(graph, slope * picture) + graph.enlarge(mean(offset), 2)
-
-
-def crisp(graph, disparity):
-    """Steepens edges: what lies between two depths belongs to one of them."""
-    low = graph.smallest(disparity, 3)
-    high = graph.largest(disparity, 3)
-    span = high - low
-    place = (disparity - low) / (span + 1e-4)
-    sharp = low + span * graph.share(place, 0.3, 0.7)
-    strength = graph.share(span / disparity, 0.06, 0.2)
-    return disparity + (sharp - disparity) * strength
-
-
-def whole_edges(graph, disparity):
-    """Widens near things by two pixels and takes out specks and holes.
-
-    The pixels at an edge have mixed colours. Left behind on the background they would show as a
-    dotted outline there.
-    """
-    wide = graph.smallest(graph.largest(disparity, 3), 1)
-    return graph.largest(graph.smallest(wide, 1), 1)
+def profile_of(graph, picture):
+    """0..1 for each column: how much stands out in it, compared with the other columns."""
+    share = graph.op("ReduceMean", standing_out(graph, picture), axes=[2], keepdims=1)
+    coarse = graph.halve_rows(graph.halve_rows(share))
+    for _ in range(3):
+        coarse = graph.box(coarse, 0, 4)
+    least = graph.op("ReduceMin", coarse, axes=[3], keepdims=1)
+    span = graph.op("ReduceMax", coarse, axes=[3], keepdims=1) - least
+    profile = (coarse - least) / (span + FAINTEST)
+    for factor in (4, 8):
+        profile = graph.box(graph.enlarge(profile, 1, factor), 0, factor // 2)  # rounds the kinks
+    return profile
 
 
 def disparity_of(graph, picture):
-    """Disparities for each pixel of `picture`, which has twice as many rows and columns as the cues."""
-    small = graph.halve(picture)
-    # At the lower edge even a thing has the ground's disparity: the recurrence begins there.
-    above_edge = 1.0 - graph.share(way_down(graph), 0.96, 0.995)
-    held = standing_out(graph, small) * (0.997 * above_edge)
-    upright = stand_upright(graph, ground_of(graph), held)
-    sky = graph.share(follow_edges(graph, small, sky_of(graph, small), picture), 0.7, 0.85)
-    things = follow_edges(graph, small, upright, picture)
-    disparity = things + (FARTHEST - things) * sky
-    disparity = graph.clamp(disparity, 0.8 * FARTHEST, 1.1 * NEAREST)
-    return whole_edges(graph, crisp(graph, disparity))
+    """A disparity for each pixel of `picture`."""
+    across = graph.reshape(graph.positions(SIDE), 1, 1, 1, SIDE)
+    down = graph.reshape(graph.positions(SIDE), 1, 1, SIDE, 1)
+    arch = 4.0 * across * (1.0 - across)
+    profile = profile_of(graph, graph.halve(picture, 3))
+    relief = (1.0 - ARCH) * profile + ARCH * arch
+    share = RELIEF_AT_TOP + (1.0 - RELIEF_AT_TOP) * down
+    return FARTHEST + (NEAREST - RELIEF - FARTHEST) * down + RELIEF * relief * share

@@ -1,14 +1,18 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
-"""Turns a picture and its disparities into Gaussians."""
+"""Turns a picture and its disparities, which change gently, into Gaussians."""
 
 OPACITY = 0.97
-SPREAD = 0.62        # standard deviation of a Gaussian, in distances between neighbours
-THICKNESS = 0.25     # likewise, across the surface
 
-# Share of the depth by which neighbours may differ and still be one surface. The front tears where
-# one thing ends before another; the back never does, so that it closes what shows through.
-STEEPEST_FRONT = 0.03
-STEEPEST_BACK = 1.0
+# Two layers share the picture, one's Gaussians in the middles between the other's. The first covers it
+# alone; the second lies just before it and adds detail.
+SPREADS = (0.62, 0.4)  # standard deviation of a Gaussian, in distances between neighbours
+DISTANCES = (1.0, 0.99)
+THICKNESS = 0.25  # like a spread, across the surface, at the depth MIDDLE
+
+# Thickness does not show, so it makes up for the rest: all Gaussians of a layer have the same volume,
+# those of the first the larger one. Who keeps a share of the Gaussians by size and opacity thus keeps
+# the whole picture, and detail everywhere in it as far as the share reaches.
+MIDDLE = 5.0
 
 
 def linear_light(graph, picture):
@@ -17,56 +21,16 @@ def linear_light(graph, picture):
     return graph.op("Where", graph.op("LessOrEqual", picture, 0.04045), picture / 12.92, bright)
 
 
-def background_of(graph, picture, disparity):
-    """The second layer: what lies behind the things that stand out, guessed from beside them.
-
-    Returns its picture and its disparities, which are everywhere less than those of the first.
-    """
-    coarse = graph.halve(graph.join([picture, disparity]), 2)
-    near = graph.channel(coarse, 3)
-    # The ground is as near everywhere along a row; what is nearer stands in front of something.
-    farthest = graph.smallest(near, 1, 28)
-    nearer = graph.share(graph.largest(near, 2) / farthest, 1.08, 1.16)
-    weight = 1.0 - 0.999 * nearer  # never 0, so that every row has something to fill with
-    filled = fill_rows(graph, graph.join([coarse * weight, weight]))
-
-    colour = graph.box(graph.slice(filled, 1, 0, 3), 2, 1)
-    depth = graph.op("Min", graph.channel(filled, 3), graph.smallest(near, 2))
-    depth = graph.enlarge(graph.box(depth, 2), 4)
-    behind = graph.op("Min", depth, graph.smallest(disparity, 1)) * 0.985
-    return graph.clamp(graph.enlarge(colour, 4), 0.0, 1.0), behind
+def pixels_of(graph, value, layer):
+    """Means of 2x2 pixels; those of the second layer begin one pixel farther down and to the right."""
+    if layer == 1:
+        value = graph.shifted(graph.shifted(value, 2, 1), 3, 1)
+    return graph.halve(value)
 
 
-def fill_rows(graph, known):
-    """Fills what has no weight (the last channel) from left and right, by ever coarser copies."""
-    levels = [known]
-    for _ in range(5):
-        levels.append(graph.halve_rows(levels[-1]))
-    filled = levels.pop()
-    for level in reversed(levels):
-        missing = 1.0 - graph.channel(level, 4)
-        filled = level + missing * graph.enlarge(normalised(graph, filled), 1, 2)
-    return normalised(graph, filled)
-
-
-def normalised(graph, filled):
-    """Divides by the weight, the last channel, which becomes 1."""
-    return filled / graph.channel(filled, 4)
-
-
-def slope_of(graph, depth, axis, steepest):
-    """The depth's change from pixel to pixel, 0 across the edge of a thing."""
-    ahead = graph.shifted(depth, axis, 1) - depth
-    back = depth - graph.shifted(depth, axis, -1)
-    limit = depth * steepest
-
-    def inside(step):
-        return graph.op("Less", graph.op("Abs", step), limit)
-
-    ahead = graph.op("Where", inside(ahead), ahead, 0.0)
-    back = graph.op("Where", inside(back), back, 0.0)
-    return graph.op("Where", graph.op("Greater", graph.op("Abs", ahead), graph.op("Abs", back)),
-                    ahead, back)
+def slope_of(graph, depth, axis):
+    """The depth's change from pixel to pixel."""
+    return 0.5 * (graph.shifted(depth, axis, 1) - graph.shifted(depth, axis, -1))
 
 
 def dot(a, b):
@@ -101,21 +65,21 @@ def quaternion_of(graph, first, second, third):
             (first[1] - second[0]) / (4.0 * w)]
 
 
-def gaussians_of(graph, colour, disparity, side, steepest):
-    """One Gaussian per pixel, flat on the surface: [1, side * side, 14].
+def gaussians_of(graph, colour, disparity, factor, side, layer):
+    """One Gaussian per pixel of a layer, flat on the surface: [1, side * side, 14].
 
     The mean is direction x depth, with directions from -1 to 1 across the square picture. Where the
     surface recedes, a Gaussian is tilted and longer along the steepest way, so that it covers the gap
     to its neighbours from aside and still one pixel's place from the front.
     """
-    depth = 1.0 / disparity
-    direction = 2.0 * graph.positions(side) - 1.0
+    depth = DISTANCES[layer] / (disparity * factor)
+    direction = 2.0 * graph.positions(side) + (layer / side - 1.0)
     ray_x = graph.reshape(direction, 1, 1, 1, side)
     ray_y = graph.reshape(direction, 1, 1, side, 1)
     pixel = depth * (2.0 / side)
 
-    toward_x, toward_y, rise = steepest_way(graph, slope_of(graph, depth, 3, steepest),
-                                            slope_of(graph, depth, 2, steepest))
+    toward_x, toward_y, rise = steepest_way(graph, slope_of(graph, depth, 3),
+                                            slope_of(graph, depth, 2))
     along = [pixel * toward_x + rise * ray_x, pixel * toward_y + rise * ray_y, rise]
     first, first_length = unit(graph, along)
     level = [-toward_y, toward_x, depth * 0.0]
@@ -123,8 +87,11 @@ def gaussians_of(graph, colour, disparity, side, steepest):
     second, second_length = unit(graph, [l - overlap * f for l, f in zip(level, first)])
     third = cross(first, second)
 
-    scales = [SPREAD * first_length, SPREAD * pixel * second_length, THICKNESS * pixel]
-    columns = [ray_x * depth, ray_y * depth, depth, *scales,
+    spread = SPREADS[layer]
+    flat = [spread * first_length, spread * pixel * second_length]
+    middle_pixel = MIDDLE * (2.0 / side) / factor
+    volume = THICKNESS * spread**2 * middle_pixel * middle_pixel * middle_pixel
+    columns = [ray_x * depth, ray_y * depth, depth, *flat, volume / (flat[0] * flat[1]),
                *quaternion_of(graph, first, second, third), colour, depth * 0.0 + OPACITY]
     rows = graph.reshape(graph.join(columns), 1, 14, side * side)
     return graph.op("Transpose", rows, perm=[0, 2, 1])

@@ -19,7 +19,7 @@ PREVIEW_SIZE = (1200, 760)
 SCENE_SIZE = (1400, 640)
 SMALL_SIZE = (1000, 600)
 # From the first view of the sample's scene to one that its house and pumpkins fill.
-TO_THE_HOUSE = ["Right"] * 9 + ["Up"] + ["plus"] * 13 + ["shift+Down"] * 3
+TO_THE_HOUSE = ["Right"] * 6 + ["Up"] * 4 + ["plus"] * 8
 WIDE, NARROW = 1120, 800  # how wide pictures of the whole window are kept
 
 
