@@ -36,6 +36,18 @@ std::wstring FileAddress(const std::wstring& path) {
     return (slashed.starts_with(L'/') ? L"file://" : L"file:///") + slashed;
 }
 
+std::wstring FolderInAddress(const std::wstring& folder) {
+    std::wstring encoded;
+    for (const wchar_t letter : folder) {
+        if (std::wstring_view(L"%?#").find(letter) == std::wstring_view::npos) {
+            encoded += letter;
+        } else {
+            encoded += L'%' + Hex(letter);
+        }
+    }
+    return encoded;
+}
+
 std::wstring QueryPath(const std::wstring& path) {
     std::wstring value;
     for (const wchar_t letter : WithSlashes(path)) {
@@ -59,7 +71,7 @@ std::wstring ScriptPath(const std::wstring& path) {
 
 bool PageCanBeTold(const std::wstring& path) {
     const auto isLost = [](wchar_t letter) {
-        return std::wstring_view(L"#&%+\\").find(letter) != std::wstring_view::npos ||
+        return std::wstring_view(L"#&%+?\\").find(letter) != std::wstring_view::npos ||
                IsControl(letter) || (letter >= 0xD800 && letter <= 0xDFFF);
     };
     const std::filesystem::path file = ToPath(path);

@@ -14,6 +14,9 @@ namespace vistrel {
 
 // The address of a folder or file, with three slashes in front of an absolute path.
 [[nodiscard]] std::wstring FileAddress(const std::wstring& path);
+// A folder's path as part of such an address: what would end the path or stand for something else
+// there is percent-encoded.
+[[nodiscard]] std::wstring FolderInAddress(const std::wstring& folder);
 // As a value of an address behind the "?".
 [[nodiscard]] std::wstring QueryPath(const std::wstring& path);
 // Between single quotes of a script.

@@ -28,7 +28,7 @@ std::wstring SceneLink::PathFor(const std::wstring& path) {
     std::filesystem::create_symlink(ToPath(path), link, error);
     if (error) return path;
     link_ = std::move(link);
-    return FromPath(link_);
+    return FromPath(link_.filename());
 }
 
 void SceneLink::Remove() {

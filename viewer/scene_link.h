@@ -20,8 +20,8 @@ class SceneLink {
     SceneLink& operator=(const SceneLink&) = delete;
 
     // `path`, an absolute one, itself where the page can be told it, or where no link can be made;
-    // otherwise the path of a link to it, which lasts until the next call or the end of this
-    // object.
+    // otherwise the name of a link to it, which lasts until the next call or the end of this
+    // object. A page in the links' folder finds it by the name, whatever the folder's is.
     [[nodiscard]] std::wstring PathFor(const std::wstring& path);
 
   private:

@@ -49,7 +49,7 @@ WebViewBridge::~WebViewBridge() {
 bool WebViewBridge::Initialize(QWidget* parent, const QRect& bounds, const std::wstring& tempFolder,
                                ReadyCallback onReady) {
     Release();
-    tempFolder_ = tempFolder;
+    tempFolder_ = FolderInAddress(tempFolder);
     if (!CreateHost(parent, bounds)) {
         onReady(false);
         return false;

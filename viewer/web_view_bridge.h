@@ -108,7 +108,7 @@ class WebViewBridge {
 
     QPointer<QWidget> host_;
     bool ready_ = false;
-    std::wstring tempFolder_;
+    std::wstring tempFolder_;  // as part of an address
     WebView* view_ = nullptr;  // of controller_
     std::unique_ptr<WebViewEnvironment> environment_;
     std::unique_ptr<WebViewController> controller_;

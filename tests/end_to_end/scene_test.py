@@ -125,7 +125,7 @@ class SceneTest(Session):
             self.assertLess(difference(saved, self.display.picture(self.viewer())), 4)
 
     def test_a_scene_whose_name_no_address_can_carry_is_shown(self):
-        self.scene = self.scene.rename(self.home / "C# & 50%+.PLY")
+        self.scene = self.scene.rename(self.home / "C# & 50%+?.PLY")
         self.start()
         self.open_scene()
         self.display.close_window(self.main)

@@ -15,6 +15,10 @@ TEST(PagePath, AddressOfAFileHasThreeSlashes) {
     EXPECT_EQ(FileAddress(L"C:\\T"), L"file:///C:/T");
 }
 
+TEST(PagePath, FolderIsWholeInAnAddress) {
+    EXPECT_EQ(FolderInAddress(L"/C# 100%/why?/\\写"), L"/C%23 100%25/why%3F/\\写");
+}
+
 TEST(PagePath, OnlyBlanksAreEncodedInAQuery) {
     EXPECT_EQ(QueryPath(L"C:\\My Scans\\100% 写.ply"), L"C:/My%20Scans/100%%20写.ply");
 }
@@ -24,14 +28,15 @@ TEST(PagePath, OnlyQuotesAreEscapedInAScript) {
 }
 
 TEST(PagePath, PageIsToldWhatSurvivesAnAddress) {
-    for (const wchar_t* path : {L"/a b/it's (1)?.ply", L"/写真.spz", L"/a"}) {
+    for (const wchar_t* path : {L"/a b/it's (1).ply", L"/写真.spz", L"/a"}) {
         EXPECT_TRUE(PageCanBeTold(path)) << ToUtf8(path);
     }
 }
 
 TEST(PagePath, PageIsNotToldWhatMeansSomethingElseThere) {
-    for (const wchar_t* path : {L"/C#/a.ply", L"/a&b.ply", L"/50%.ply", L"/C++.ply", L"/a\\b.ply",
-                                L"/a\nb.ply", L"/a\x7f.ply", L"/\xdcff.ply", L"/a.PLY"}) {
+    for (const wchar_t* path :
+         {L"/C#/a.ply", L"/a&b.ply", L"/50%.ply", L"/why?.ply", L"/C++.ply", L"/a\\b.ply",
+          L"/a\nb.ply", L"/a\x7f.ply", L"/\xdcff.ply", L"/a.PLY"}) {
         EXPECT_FALSE(PageCanBeTold(path)) << ToUtf8(path);
     }
 }

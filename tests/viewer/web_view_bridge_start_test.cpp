@@ -86,6 +86,17 @@ TEST_F(WebViewBridgeStart, BlanksOfTheFolderStayInTheAddress) {
     EXPECT_EQ(browser_.Addresses(), Calls{L"file:///my temp//x/gaus3d.html?nreso=1&mode=0"});
 }
 
+TEST_F(WebViewBridgeStart, FolderWithAnyNameIsWholeInTheAddress) {
+    Initialize(L"/C#/why?/50%41");
+    browser_.AnswerEnvironment();
+    browser_.AnswerController();
+    bridge_->ShowScene(L"/a.ply", true);
+    EXPECT_EQ(browser_.Addresses(),
+              (Calls{L"file:///C%23/why%3F/50%2541/gaus3d.html?nreso=1&mode=0",
+                     L"file:///C%23/why%3F/50%2541/gaus3d.html?nreso=1&mode=0&nst=1"
+                     L"&openFile=/a.ply"}));
+}
+
 TEST_F(WebViewBridgeStart, WithoutAParentThereIsNoHostWindow) {
     EXPECT_FALSE(bridge_->Initialize(nullptr, QRect(0, 0, 10, 10), L"/t",
                                      [this](bool ready) { answers_.push_back(ready); }));

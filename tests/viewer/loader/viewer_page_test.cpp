@@ -19,6 +19,7 @@
 #include "tests/support/temporary_folder.h"
 #include "tests/support/wait_until.h"
 #include "tests/viewer/loader/helper_process.h"
+#include "viewer/scene_link.h"
 #include "viewer/web_view_bridge.h"
 
 namespace vistrel::test {
@@ -42,9 +43,9 @@ class ViewerPage : public testing::Test {
         return folder_.Write(name, SceneBytes(parts));
     }
 
-    bool Start() {
+    bool Start(const std::wstring& web = FromUtf8(VISTREL_WEB)) {
         std::optional<bool> ready;
-        bridge_.Initialize(&window_, window_.rect(), FromUtf8(VISTREL_WEB),
+        bridge_.Initialize(&window_, window_.rect(), web,
                            [&ready](bool answer) { ready = answer; });
         return WaitUntil([&ready] { return ready.has_value(); }) && *ready;
     }
@@ -139,6 +140,19 @@ TEST_F(ViewerPage, EarlyFileArrivesIntactAndIsDrawnWithTheNextMode) {
     EXPECT_TRUE(
         Becomes(L"typeof SceneStateFromNative==='function'&&SceneStateFromNative()", L"\"busy\""));
     bridge_.SetStereoMode(0);
+    ASSERT_TRUE(IsShown());
+    EXPECT_TRUE(IsWhite(Capture(), 0, kWidth / 2));
+}
+
+TEST_F(ViewerPage, FoldersOfPageAndSceneMayHaveAnyName) {
+    const std::filesystem::path odd = folder_ / "C# & 50%41 why? \xe5\x86\x99";
+    std::filesystem::create_directory(odd);
+    std::filesystem::copy(VISTREL_WEB, odd);
+    SceneLink link(FromPath(odd));
+    ASSERT_TRUE(Start(FromPath(odd)));
+    const auto scene = odd / "who?.ply";
+    std::filesystem::rename(Scene("a.ply"), scene);
+    bridge_.ShowScene(link.PathFor(FromPath(scene)), true);
     ASSERT_TRUE(IsShown());
     EXPECT_TRUE(IsWhite(Capture(), 0, kWidth / 2));
 }
