@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 import { Matrix4, PerspectiveCamera, WebGLRenderer } from "three";
 import { OrbitControls } from "./OrbitControls3d.js";
+import { addressToComeBack, mayComeBack } from "./context_loss.js";
 import { DrawLoop, FrameRate } from "./draw_loop.js";
 import { createEffect } from "./effects/stereo_modes.js";
 import { fileNameOf } from "./file_name.js";
@@ -20,6 +21,8 @@ const kFramesAfterResize = 100;
 const kFramesWhileReading = 100;
 /** Frames drawn after a file was read, while its Gaussians are parsed and sorted. */
 const kFramesAfterReading = 300;
+/** What a graphics card gets to recover in, milliseconds. */
+const kBeforeComingBack = 1000;
 
 /**
  * Camera, controls, scene and effect of the page. Members that the page's start and the calls from
@@ -45,6 +48,10 @@ export class Viewer {
     /** Numbers the files in the order in which they were asked for. */
     #lastAsked = 0;
     #lastShown = 0;
+    /** @type {string | null} of the file that was asked for last */
+    #url = null;
+    /** The page is about to be loaded again. */
+    #isLeaving = false;
 
     /**
      * @param {HTMLElement} container receives the canvas
@@ -56,6 +63,7 @@ export class Viewer {
         this.#renderer.setPixelRatio(window.devicePixelRatio);
         this.#renderer.setSize(window.innerWidth, window.innerHeight);
         container.appendChild(this.#renderer.domElement);
+        this.#renderer.domElement.addEventListener("webglcontextlost", () => this.#comeBack());
         this.#camera = createCamera(bsharp);
         this.#splats = new SplatScene(this.#renderer);
         const rate = new FrameRate(performance.now());
@@ -92,8 +100,22 @@ export class Viewer {
 
     /** @returns {import("./scene_state.js").SceneStateName} */
     get sceneState() {
+        if (this.#isLeaving) return "busy";
         const isIdle = this.#loop.requestID === null;
         return this.#renderer.getContext().isContextLost() ? "failed" : this.#state.name(isIdle);
+    }
+
+    /** The graphics context is gone with all that it held, and only a new page gets another one. */
+    #comeBack() {
+        if (this.#url === null) return;
+        if (!mayComeBack(window.sessionStorage, Date.now())) {
+            reportSceneFailure("The graphics context was lost");
+            return;
+        }
+        this.#isLeaving = true;
+        this.saveView();
+        const address = addressToComeBack(window.location.href, this.#url);
+        setTimeout(() => window.location.replace(address), kBeforeComingBack);
     }
 
     /** Draws what changed. */
@@ -130,6 +152,7 @@ export class Viewer {
      * @param {boolean} start also creates the effect, without which nothing is drawn
      */
     load(url, start) {
+        this.#url = url;
         this.#loop.stopTimer = kFramesWhileReading;
         const number = ++this.#lastAsked;
         this.#state.asked();
