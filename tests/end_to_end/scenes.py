@@ -11,15 +11,15 @@ RIGHT = (40, 110, 220)
 SH_DC = 0.28209478
 
 
-def write_scene(path):
-    """A wall of Gaussians through the origin that fills the view: the half at the left of it in
-    LEFT, the other half in RIGHT."""
+def write_scene(path, left=LEFT, right=RIGHT):
+    """A wall of Gaussians through the origin that fills the view: one colour at the left of it, the
+    other at the right."""
     names = ["x", "y", "z", "f_dc_0", "f_dc_1", "f_dc_2", "opacity", "scale_0", "scale_1", "scale_2",
              "rot_0", "rot_1", "rot_2", "rot_3"]
     columns, rows, step = range(-30, 30), range(-15, 16), 0.12
     records = []
     for column in columns:
-        color = LEFT if column < 0 else RIGHT
+        color = left if column < 0 else right
         for row in rows:
             center = ((column + 0.5) * step, row * step, 0.0)
             records.append(struct.pack(
