@@ -27,6 +27,7 @@ namespace {
 
 // The page's console tells with this start why a scene is not shown.
 constexpr std::wstring_view kSceneFailed = L"Cannot show the scene: ";
+constexpr const wchar_t* kNoPicture = L"There is no picture";
 constexpr std::chrono::seconds kLongestCapture(1);
 
 }  // namespace
@@ -218,7 +219,10 @@ void WebViewBridge::DeliverPendingFile() {
 }
 
 void WebViewBridge::CaptureImage(QWidget* /*owner*/, const std::wstring& path) {
-    if (view_ == nullptr) return;
+    if (view_ == nullptr) {
+        TellCaptureFailure(path, kNoPicture);
+        return;
+    }
     ++openCaptures_;
     view_->CapturePreview(WhileAlive([this, path](bool success, const std::vector<std::byte>& png) {
         OnCapture(path, success, png);
@@ -228,21 +232,22 @@ void WebViewBridge::CaptureImage(QWidget* /*owner*/, const std::wstring& path) {
 void WebViewBridge::OnCapture(const std::wstring& path, bool success,
                               const std::vector<std::byte>& png) {
     --openCaptures_;
-    std::wstring failure;
     if (!success || png.empty()) {
-        failure = L"There is no picture";
-    } else {
-        try {
-            NewFile file(ToPath(path));
-            file.Append(std::span(png));
-            file.Commit();
-            return;
-        } catch (const std::system_error& error) {
-            failure = FromUtf8(error.code().message());
-        }
+        TellCaptureFailure(path, kNoPicture);
+        return;
     }
-    LogInfoWide(L"  Cannot save the picture " + path + L": " + failure);
-    if (onCaptureFailed) onCaptureFailed(failure);
+    try {
+        NewFile file(ToPath(path));
+        file.Append(std::span(png));
+        file.Commit();
+    } catch (const std::system_error& error) {
+        TellCaptureFailure(path, FromUtf8(error.code().message()));
+    }
+}
+
+void WebViewBridge::TellCaptureFailure(const std::wstring& path, const std::wstring& reason) {
+    LogInfoWide(L"  Cannot save the picture " + path + L": " + reason);
+    if (onCaptureFailed) onCaptureFailed(reason);
 }
 
 void WebViewBridge::FinishCaptures() {

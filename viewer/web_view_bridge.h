@@ -96,6 +96,7 @@ class WebViewBridge {
     void RegisterConsoleHandler();
     void DeliverPendingFile();
     void OnCapture(const std::wstring& path, bool success, const std::vector<std::byte>& png);
+    void TellCaptureFailure(const std::wstring& path, const std::wstring& reason);
     void WaitForCaptures();
 
     // Wraps a callback so that it does nothing once the bridge is gone.

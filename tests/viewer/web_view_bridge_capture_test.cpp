@@ -83,10 +83,15 @@ TEST_F(WebViewBridgeCapture, FollowsALinkToAFileThatIsYetToBeMade) {
     EXPECT_EQ(ReadFile(folder_ / "target.png"), Text('1'));
 }
 
-TEST_F(WebViewBridgeCapture, BeforeTheViewIsReadyDoesNothing) {
-    Capture("a.png");
-    Initialize();
-    Capture("a.png");
+TEST_F(WebViewBridgeCapture, BeforeTheViewIsReadyThereIsNoPicture) {
+    std::vector<std::wstring> heard;
+    bridge_->onCaptureFailed = [&heard](const std::wstring& reason) { heard.push_back(reason); };
+    (void)test::LogOf([&] {
+        Capture("a.png");
+        Initialize();
+        Capture("a.png");
+    });
+    EXPECT_EQ(heard, (Calls{L"There is no picture", L"There is no picture"}));
     EXPECT_EQ(browser_.calls, Calls{L"create environment"});
     EXPECT_FALSE(std::filesystem::exists(folder_ / "a.png"));
 }

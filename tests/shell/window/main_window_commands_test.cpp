@@ -115,7 +115,7 @@ TEST_F(CommandsTest, SceneWhoseNameNoAddressCanCarryIsShownUnderAnother) {
     Click(ControlId::SelectFile);
     const std::wstring address = browser.Addresses().back();
     const std::wstring told = address.substr(address.find(L"openFile=") + 9);
-    EXPECT_EQ(std::filesystem::read_symlink(ToPath(told)), "/C#/50%.ply");
+    EXPECT_EQ(std::filesystem::read_symlink(folder.Path() / ToPath(told)), "/C#/50%.ply");
 }
 
 TEST_F(CommandsTest, GenerateAsksWhereToSave) {
