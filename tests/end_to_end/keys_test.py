@@ -75,6 +75,17 @@ class KeysTest(Session):
         self.display.key("q")
         self.expect_end()
 
+    def test_on_a_russian_keyboard(self):
+        self.display.set_keyboard("ru")
+        self.addCleanup(self.display.set_keyboard, "us")
+        place_of_c, place_of_q = "54", "24"
+        self.display.key(place_of_c)
+        self.wait_for_panel(False)
+        self.display.key(place_of_c)
+        self.wait_for_panel(True)
+        self.display.key(place_of_q)
+        self.expect_end()
+
     def test_in_an_open_menu(self):
         self.open_menu(0)
         self.toggle_panel_twice()
