@@ -86,6 +86,20 @@ class KeysTest(Session):
         self.display.key(place_of_q)
         self.expect_end()
 
+    def test_light_goes_out_when_the_mouse_leaves_under_an_open_menu(self):
+        x, y = (a + b for a, b in zip(layout.controls()["select file"], self.panel))
+
+        def face():
+            return self.display.picture().getpixel((x - 110, y - 8))
+        dark = face()
+        self.display.point(x, y)
+        wait_for(lambda: face() != dark, "the light")
+        self.display.key("alt+f")
+        wait_for(self.popups, "the menu")
+        self.display.point_away()
+        self.display.key("Escape")
+        wait_for(lambda: face() == dark, "the light to go out")
+
     def test_in_an_open_menu(self):
         self.open_menu(0)
         self.toggle_panel_twice()
