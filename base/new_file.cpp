@@ -120,6 +120,14 @@ bool IsFileAt(const struct stat& former, const fs::path& target) {
     return lstat(target.c_str(), &found) == 0 && IsSame(found, former);
 }
 
+// Whether the open file has not been moved or removed.
+bool IsStillAt(const struct stat& opened, const fs::path& name) {
+    struct stat named = {};
+    if (stat(name.c_str(), &named) == 0) return IsSame(opened, named);
+    if (errno != ENOENT) Fail(errno, name);
+    return false;
+}
+
 // Whether somebody else has it. File systems that know no locks have it for everybody.
 bool IsLockedByOthers(int file) {
     return flock(file, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
@@ -174,18 +182,20 @@ NewFile::~NewFile() {
 // The lock is that of the open file: it ends with the process, however that ends. Once it is held
 // the file may no longer be the one of that name, but the one that its writer has put in its place.
 void NewFile::OpenGrowing() {
+    const fs::path& name = options_.growsAs;
     struct stat opened = {};
-    struct stat named = {};
     do {
+        part_.clear();
         if (file_ >= 0) close(file_);
-        file_ = Open(options_.growsAs, O_WRONLY | O_CREAT);
-        if (file_ < 0 || fstat(file_, &opened) != 0) Fail(errno, options_.growsAs);
-        if (IsLockedByOthers(file_)) Fail(EWOULDBLOCK, options_.growsAs);
-    } while (stat(options_.growsAs.c_str(), &named) != 0 || !IsSame(opened, named));
+        file_ = Open(name, O_WRONLY | O_CREAT);
+        if (file_ < 0) Fail(errno, name);
+        if (IsLockedByOthers(file_)) Fail(EWOULDBLOCK, name);
+        part_ = name;  // from here on ours to be removed after a failure
+        if (fstat(file_, &opened) != 0) Fail(errno, name);
+    } while (!IsStillAt(opened, name));
     lock_ = fcntl(file_, F_DUPFD_CLOEXEC, 0);
-    if (lock_ < 0) Fail(errno, options_.growsAs);
+    if (lock_ < 0) Fail(errno, name);
     emptyFirst_ = S_ISREG(opened.st_mode);
-    part_ = options_.growsAs;
 }
 
 // Where that is impossible, the open former file is kept, to be written in place.

@@ -7,6 +7,7 @@
 #include <QStringList>
 
 #include "ui/control_style.h"
+#include "ui/hover_light.h"
 
 namespace vistrel {
 namespace {
@@ -80,6 +81,7 @@ void ApplyTheme() {
     if (applied) return;
     applied = true;
     QApplication::setStyle(new ControlStyle);
+    new HoverLight(qApp);
     QApplication::setPalette(DarkPalette());
     QApplication::setFont(MakeFont(kMenuPixels, QFont::Normal));
 }

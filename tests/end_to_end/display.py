@@ -167,6 +167,12 @@ class Display:
     def click(self, x, y, button=1):
         self._run("xdotool", "mousemove", str(x), str(y), "click", str(button))
 
+    def set_keyboard(self, layout):
+        self._run("setxkbmap", layout)
+
+    def point(self, x, y):
+        self._run("xdotool", "mousemove", str(x), str(y))
+
     def point_away(self):
         """Moves the pointer into the corner of the screen, off every window."""
         self._run("xdotool", "mousemove", *(str(side - 1) for side in self.size))

@@ -75,6 +75,31 @@ class KeysTest(Session):
         self.display.key("q")
         self.expect_end()
 
+    def test_on_a_russian_keyboard(self):
+        self.display.set_keyboard("ru")
+        self.addCleanup(self.display.set_keyboard, "us")
+        place_of_c, place_of_q = "54", "24"
+        self.display.key(place_of_c)
+        self.wait_for_panel(False)
+        self.display.key(place_of_c)
+        self.wait_for_panel(True)
+        self.display.key(place_of_q)
+        self.expect_end()
+
+    def test_light_goes_out_when_the_mouse_leaves_under_an_open_menu(self):
+        x, y = (a + b for a, b in zip(layout.controls()["select file"], self.panel))
+
+        def face():
+            return self.display.picture().getpixel((x - 110, y - 8))
+        dark = face()
+        self.display.point(x, y)
+        wait_for(lambda: face() != dark, "the light")
+        self.display.key("alt+f")
+        wait_for(self.popups, "the menu")
+        self.display.point_away()
+        self.display.key("Escape")
+        wait_for(lambda: face() == dark, "the light to go out")
+
     def test_in_an_open_menu(self):
         self.open_menu(0)
         self.toggle_panel_twice()

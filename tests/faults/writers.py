@@ -177,7 +177,7 @@ class Answer(BaseHTTPRequestHandler):
 
 class FirstDownload(Probe):
     message = (r"^(filesystem error: create_directories: .* \[.*Models\]"
-               r"|Cannot (create|write) output file: .*\.tmp"
+               r"|Cannot create output file: .*\.tmp|Cannot write output file: .*\.tmp: .+"
                r"|Failed to move downloaded file: .*\.onnx)$")
 
     def __init__(self, programs):
