@@ -66,6 +66,7 @@ class FetchPackages(unittest.TestCase):
         (self.root / "scripts").mkdir(parents=True)
         self.home.mkdir()
         shutil.copy(SOURCE / "scripts/fetch_packages.js", self.root / "scripts")
+        shutil.copy(SOURCE / "package.json", self.root)  # says that the script is a module
         self.registry = self.start_registry()
         self.packages = {"": {"name": "vistrel"}}
         self.environment = {name: value for name, value in os.environ.items()
@@ -97,7 +98,7 @@ class FetchPackages(unittest.TestCase):
         self.assertEqual(done.returncode, status, done.stdout + done.stderr)
         left = sorted(path.name for path in self.root.iterdir() if path.name != "build")
         self.assertEqual([name for name in left if not name.startswith(".")],
-                         ["node_modules", "package-lock.json", "scripts"])
+                         ["node_modules", "package-lock.json", "package.json", "scripts"])
         self.assertEqual(list((self.root / "build").glob("*")), [])
         return done.stderr
 

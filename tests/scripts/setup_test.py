@@ -54,10 +54,12 @@ class Setup(unittest.TestCase):
     def miss(self, package):
         self.command("dpkg-query", f'#!/bin/sh\n[ "$4" != {package} ] && echo amd64 installed\n')
 
+    def environment(self):
+        return os.environ | {"PATH": f"{self.commands}:{os.environ['PATH']}", "LOG": str(self.log)}
+
     def run_script(self, status=0):
-        environment = os.environ | {"PATH": f"{self.commands}:{os.environ['PATH']}", "LOG": str(self.log)}
-        done = subprocess.run([self.root / "scripts/setup"], env=environment, capture_output=True, text=True,
-                              timeout=60)
+        done = subprocess.run([self.root / "scripts/setup"], env=self.environment(), capture_output=True,
+                              text=True, timeout=60)
         self.assertEqual(done.returncode, status, done.stderr)
         return done.stderr
 
@@ -78,6 +80,25 @@ class Setup(unittest.TestCase):
         self.run_script()
         self.assertNotIn("npm", self.log.read_text())
         self.assertNotIn(" npm", (self.root / "scripts/setup").read_text().split("with_tests=no")[0])
+
+    def test_an_install_that_takes_long_is_told_meanwhile(self):
+        self.miss("ninja-build")
+        gate = self.commands / "gate"
+        os.mkfifo(gate)
+        self.command("apt-get", LOGGED + f"case $* in *install*) cat '{gate}';; esac\n")
+        process = subprocess.Popen([self.root / "scripts/setup"], env=self.environment(), text=True,
+                                   stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
+        self.addCleanup(process.kill)
+        self.assertRegex(process.stderr.readline(), "^    Installing packages: [5-9] s$")
+        gate.write_text("")
+        self.assertEqual(process.communicate(timeout=60)[1], "")
+        self.assertEqual(process.returncode, 0)
+
+    def test_where_sudo_refuses_that_is_told(self):
+        self.miss("ninja-build")
+        self.command("id", "#!/bin/sh\necho 1000\n")
+        self.command("sudo", "#!/bin/sh\necho no >&2\nexit 1\n")
+        self.assertEqual(self.run_script(status=1), "no\nError: this needs root, which was refused.\n")
 
     def refuse(self, word, errors):
         self.command("apt-get", LOGGED + f'case " $* " in *" {word} "*) printf "{errors}" >&2; exit 100;; esac\n')
