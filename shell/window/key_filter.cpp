@@ -25,7 +25,7 @@ namespace vistrel {
 namespace {
 
 // Where Latin keyboards have these letters: codes of X11 and Wayland, which are Linux's plus 8.
-enum Place : quint32 { kPlaceOfQ = 24, kPlaceOfS = 39, kPlaceOfX = 53, kPlaceOfC = 54 };
+enum : quint32 { kPlaceOfQ = 24, kPlaceOfS = 39, kPlaceOfX = 53, kPlaceOfC = 54 };
 
 // Keyboards for these scripts may have a mere sign in the place of Q, which alone does not tell
 // them from a Latin one; those for other scripts have letters everywhere, or the Latin ones.
