@@ -118,7 +118,7 @@ void MainWindow::OnCreate() {
 
 void MainWindow::ConnectViewer() {
     // What a page has saved may be of another window, or of none.
-    viewer_.onPageLoaded = [this] { PassViewSettings(); };
+    viewer_.onPageLoaded = [this] { PassStereo(); };
     viewer_.onFailure = [this](const std::wstring& text) {
         viewerFailure_ = text;
         sidebar_->ShowStatus(text);

@@ -91,7 +91,7 @@ class MainWindow : public QMainWindow {
     void Reset();
     void Swap();
     void PassFocusDepth();
-    void PassViewSettings();
+    void PassStereo();
     void SaveImage();
     void RunBatch();
 

@@ -127,10 +127,9 @@ void MainWindow::PassFocusDepth() {
     viewer_.SetFocusDepth(settings_.focus, settings_.depth);
 }
 
-void MainWindow::PassViewSettings() {
+void MainWindow::PassStereo() {
     viewer_.SetStereoMode(settings_.stereoMode);
     viewer_.SetSwapEyes(settings_.isSwapped);
-    viewer_.SetFocusDepth(settings_.focus, settings_.depth);
 }
 
 void MainWindow::Swap() {

@@ -89,15 +89,13 @@ TEST_F(ViewerTest, StatusOfAConversionOutlivesAFormerFailure) {
     EXPECT_EQ(Status(), told);
 }
 
-TEST_F(ViewerTest, ModeEyesAndSlidersArePassedAfterEachLoad) {
+TEST_F(ViewerTest, ModeAndEyesArePassedAfterEachLoad) {
     WriteSettings(R"({"stereoMode":4,"isSwapped":1})");
     Open();
     window->LoadScene(L"/a.ply");
-    window->OnCommand(ControlId::Focus, 20);
     const std::vector<std::wstring> wanted = {
         L"if(typeof ChgstFromNative==='function'){ChgstFromNative(4)}",
-        L"if(typeof SwapFromNative==='function'){SwapFromNative(true)}",
-        L"if(typeof SetFocusFromNative==='function'){SetFocusFromNative(20,30)}"};
+        L"if(typeof SwapFromNative==='function'){SwapFromNative(true)}"};
     for (int load = 0; load < 2; ++load) {
         browser.calls.clear();
         browser.EndNavigation();
