@@ -22,7 +22,7 @@ Function* FindFunction(void* library, const char* name) {
 
 // A library that is refused stays loaded: not every browser survives being unloaded.
 CreateWebViewEnvironmentFunction* Refuse(const std::string& reason) {
-    LogInfoWide(FromUtf8(std::string("  ") + kLibrary + " cannot be used: " + reason));
+    LogInfoWide(L"  " + FromUtf8(kLibrary) + L" cannot be used: " + FromUtf8(reason));
     return nullptr;
 }
 
