@@ -1,28 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The program ends while a batch runs, or there is no thread for one.
-#include <dlfcn.h>
+// The program ends while a batch runs.
 #include <gtest/gtest.h>
-#include <pthread.h>
-
-#include <atomic>
-#include <cerrno>
 
 #include "tests/batch/dialogs/dialog_fixture.h"
 #include "tests/support/wait_until.h"
-
-namespace {
-
-std::atomic<bool> gNoThreads = false;
-
-}  // namespace
-
-// A machine that has no thread left, once a test says so.
-extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
-                              void* (*routine)(void*), void* argument) {
-    static const auto real =
-        reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));
-    return gNoThreads ? EAGAIN : real(thread, attributes, routine, argument);
-}
 
 namespace vistrel {
 namespace {
@@ -79,18 +60,6 @@ TEST_F(BatchDialogEnd, EventLoopThatEndsWhileTheQuestionIsOpenCancelsTheBatch) {
     test::TakeBackExit();
     EXPECT_TRUE(WaitFor([] { return !BatchDialog::AnyRunning(); }));
     EXPECT_EQ(test::ReadFile(folder_ / "out/a0.ply"), "former scene");
-}
-
-TEST_F(BatchDialogEnd, WithoutAThreadTheBatchIsOverAtOnce) {
-    AddPictures(1);
-    gNoThreads = true;
-    Start();
-    gNoThreads = false;
-    EXPECT_FALSE(BatchDialog::AnyRunning());
-    EXPECT_TRUE(Button(BatchControlId::Start)->isEnabled());
-    EXPECT_FALSE(Button(BatchControlId::Close)->isHidden());
-    EXPECT_EQ(Status(), L"Ready");
-    EXPECT_EQ(OutputCount(), 0U);
 }
 
 }  // namespace
