@@ -2,6 +2,7 @@
 #include "shell/window/sidebar.h"
 
 #include <QComboBox>
+#include <QEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QProgressBar>
