@@ -16,7 +16,7 @@ from user import RELIEF, SOURCE
 SAMPLE = SOURCE / "resources" / "sample" / "autumn_lake.jpg"
 OPENING_SIZE = (1200, 700)
 PREVIEW_SIZE = (1200, 760)
-SCENE_SIZE = (1400, 640)
+SCENE_SIZE = (1400, 690)
 SMALL_SIZE = (1000, 600)
 # From the first view of the sample's scene to one that its house and pumpkins fill.
 TO_THE_HOUSE = ["Right"] * 6 + ["Up"] * 4 + ["plus"] * 8
