@@ -3,9 +3,9 @@
 // Fetches the packages that package-lock.json names into node_modules, as `npm ci --ignore-scripts`
 // would, without npm and the hundreds of packages that it consists of. scripts/setup calls it.
 //
-// Usage: node scripts/fetch_packages.js
+// Usage: node scripts/fetch_packages.js DEFAULT_REGISTRY
 // Each archive must have the SHA-512 that the lock file has for it. The registry is the one that npm
-// would use: `registry` and `@scope:registry` of the environment (npm_config_registry), .npmrc here,
+// would use, DEFAULT_REGISTRY where no setting names one: `registry` and `@scope:registry` of the environment (npm_config_registry), .npmrc here,
 // ~/.npmrc and /etc/npmrc; so are `https-proxy`, `cafile`, the tokens (`//host/:_authToken`) and
 // NODE_EXTRA_CA_CERTS. curl honours its own variables, such as https_proxy.
 // node_modules is replaced when everything is there, and stays as it was when something fails.
@@ -48,7 +48,9 @@ function readAllSettings() {
                    path.join(root, ".npmrc")];
     const set = [...files.map(readSettings), environment].flatMap(Object.entries)
         .filter(([, value]) => value !== "" && value !== "null");
-    return { registry: "https://registry.npmjs.org/", ...Object.fromEntries(set) };
+    const settings = { registry: process.argv[2], ...Object.fromEntries(set) };
+    if (!settings.registry) throw new Error("no registry is named, neither by a setting nor by the caller");
+    return settings;
 }
 
 /** Whether a package's `os`, `cpu` or `libc` list allows this machine. */

@@ -215,6 +215,13 @@ class FetchPackages(unittest.TestCase):
         self.fetch()
         self.assertEqual(self.fetched(), {"good/a": "safe"})
 
+    def test_no_registry_that_anybody_names_is_told(self):
+        self.add("one", {"index.js": "1"})
+        del self.environment["npm_config_registry"]
+        self.assertEqual(self.fetch(status=1),
+                         "Error: no registry is named, neither by a setting nor by the caller\n")
+        self.assertEqual(self.fetched(), {"former": ""})
+
 
 if __name__ == "__main__":
     unittest.main(verbosity=2)

@@ -12,6 +12,9 @@ from pathlib import Path
 
 SOURCE = Path(__file__).resolve().parents[2]
 LOGGED = '#!/bin/sh\necho "$(basename "$0") $*" >>"$LOG"\n'
+APT = LOGGED + 'case "$*" in *download*) : >npm_1_all.deb;; esac\n'
+DEFINITIONS = "define('other', {\n  default: 'https://other.test/',\n})\n" \
+              "define('registry', {\n  default: 'https://packages.test/',\n  type: url,\n})\n"
 AS_ROOT = '#!/bin/sh\n[ "$1" = -- ] && shift\nexec "$@"\n'
 HELD = ("E: Could not get lock /var/lib/dpkg/lock-frontend. It is held by process 4711 (unattended-upgr)\\n"
         "E: Unable to acquire the dpkg frontend lock, is another process using it?\\n")
@@ -33,7 +36,8 @@ class Setup(unittest.TestCase):
         # Headers that no machine has, so that they are looked for.
         setup = self.root / "scripts/setup"
         setup.write_text(setup.read_text().replace("onnxruntime_cxx_api.h", "of_this_test.h"))
-        self.command("apt-get", LOGGED)
+        self.command("apt-get", APT)
+        self.provide_npm(DEFINITIONS)
         self.command("apt-cache", "#!/bin/sh\necho there is one\n")
         self.command("dpkg-query", "#!/bin/sh\necho amd64 installed\n")
         self.command("dpkg", "#!/bin/sh\necho amd64\n")
@@ -45,6 +49,12 @@ class Setup(unittest.TestCase):
         (self.commands / name).write_text(script)
         (self.commands / name).chmod(0o755)
 
+    def provide_npm(self, definitions):
+        file = self.commands / "package/config/definitions.js"
+        file.parent.mkdir(parents=True, exist_ok=True)
+        file.write_text(definitions)
+        self.command("dpkg-deb", f"#!/bin/sh\ntar -C '{self.commands}' -c package/config/definitions.js\n")
+
     def provide_header(self):
         for name in ("onnxruntime/of_this_test.h", "stb/stb_image_resize2.h"):
             path = self.root / "build/deps/usr/include" / name
@@ -55,7 +65,8 @@ class Setup(unittest.TestCase):
         self.command("dpkg-query", f'#!/bin/sh\n[ "$4" != {package} ] && echo amd64 installed\n')
 
     def environment(self):
-        return os.environ | {"PATH": f"{self.commands}:{os.environ['PATH']}", "LOG": str(self.log)}
+        own = {name: value for name, value in os.environ.items() if name != "npm_config_registry"}
+        return own | {"PATH": f"{self.commands}:{os.environ['PATH']}", "LOG": str(self.log)}
 
     def run_script(self, status=0):
         done = subprocess.run([self.root / "scripts/setup"], env=self.environment(), capture_output=True,
@@ -63,11 +74,17 @@ class Setup(unittest.TestCase):
         self.assertEqual(done.returncode, status, done.stderr)
         return done.stderr
 
-    def test_where_everything_is_there_apt_is_left_alone(self):
+    def test_where_everything_is_there_nothing_is_installed(self):
         self.run_script()
-        self.assertEqual(self.log.read_text(), f"node {self.root}/scripts/fetch_packages.js\n")
+        self.assertRegex(self.log.read_text(), f"^apt-get .* download npm\n"
+                                               f"node {self.root}/scripts/fetch_packages.js https://packages.test/\n$")
         self.run_script()
-        self.assertEqual(self.log.read_text().count("\n"), 1, "the packages are fetched once")
+        self.assertEqual(self.log.read_text().count("\n"), 2, "the packages are fetched once")
+
+    def test_a_registry_that_is_not_found_is_told(self):
+        self.provide_npm("")
+        self.assertIn("Error: the address of npm's registry was not found", self.run_script(status=1))
+        self.assertNotIn("node", self.log.read_text())
 
     def test_a_missing_package_is_installed(self):
         self.miss("ninja-build")
@@ -78,14 +95,14 @@ class Setup(unittest.TestCase):
     def test_npm_is_not_needed(self):
         self.command("npm", LOGGED)
         self.run_script()
-        self.assertNotIn("npm", self.log.read_text())
+        self.assertNotRegex(self.log.read_text(), "(?m)^npm|install.* npm")
         self.assertNotIn(" npm", (self.root / "scripts/setup").read_text().split("with_tests=no")[0])
 
     def test_an_install_that_takes_long_is_told_meanwhile(self):
         self.miss("ninja-build")
         gate = self.commands / "gate"
         os.mkfifo(gate)
-        self.command("apt-get", LOGGED + f"case $* in *install*) cat '{gate}';; esac\n")
+        self.command("apt-get", APT + f"case $* in *install*) cat '{gate}';; esac\n")
         process = subprocess.Popen([self.root / "scripts/setup"], env=self.environment(), text=True,
                                    stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
         self.addCleanup(process.kill)
