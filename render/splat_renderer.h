@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Draws scenes on the processor, without a graphics card.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include "render/gaussian_scene.h"
+#include "render/pinhole_camera.h"
+
+namespace vistrel {
+
+// Where a picture goes: `rowBytes` from one row to the next, rows from the top, four bytes for each
+// pixel: sRGB red, green and blue over black, and how much of the background is covered.
+struct PixelTarget {
+    std::uint8_t* pixels = nullptr;
+    std::size_t rowBytes = 0;
+};
+
+// The largest width and height of a picture.
+inline constexpr int kLargestPictureSide = 32768;
+
+// Draws one picture after the other and keeps its memory, about 32 bytes for each Gaussian of the
+// largest scene and 2 to 5 for each time that one reaches into a tile. One object is for one thread
+// at a time; several objects may draw the same scene.
+class SplatRenderer {
+  public:
+    // Works on as many threads as `threads` says, the caller included; 0: one per core.
+    explicit SplatRenderer(int threads = 0);
+    ~SplatRenderer();
+    SplatRenderer(const SplatRenderer&) = delete;
+    SplatRenderer& operator=(const SplatRenderer&) = delete;
+
+    // Draws `scene` as `camera` sees it, nearer Gaussians before farther ones by the depth of their
+    // centres and, of equal depth, those first in the scene first. For formulas and their sources
+    // see projection.h and tile_blending.h. The bytes do not depend on the number of threads.
+    // Throws std::invalid_argument for a picture of no or too large a size, and std::bad_alloc.
+    void Draw(const GaussianScene& scene, const PinholeCamera& camera, const PixelTarget& target);
+
+    // What the object keeps.
+    [[nodiscard]] std::size_t Bytes() const;
+
+  private:
+    class Buffers;
+    std::unique_ptr<Buffers> buffers_;
+};
+
+}  // namespace vistrel

@@ -1,0 +1,146 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "render/tile_blending.h"
+
+#include <algorithm>
+#include <cstring>
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "render/tile_blending.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+#include "render/strip_blending-inl.h"
+#include "render/tile_setup-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace vistrel {
+namespace HWY_NAMESPACE {
+
+void BeginTile(float* values) {
+    for (float* rows = values; rows != values + kTileValues; rows += kRowsValues) {
+        std::fill_n(rows, kThrough, 0.0F);
+        std::fill_n(rows + kThrough, kChannelValues, 1.0F);
+    }
+}
+
+// Closes the pixels that let hardly anything through: nothing comes of what they would still take,
+// and numbers too small for the processor's fast paths never arise. Whether all of the tile's are
+// closed.
+bool CloseCovered(const TileTarget& target, float* values) {
+    constexpr float kCovered = 1e-4F;
+    const Tag d;
+    const std::size_t lanes = hn::Lanes(d);
+    Floats most = hn::Zero(d);
+    for (int row = 0; row < target.height; row += static_cast<int>(kRowsAtOnce)) {
+        float* const rows = RowsFrom(values, row) + kThrough;
+        for (std::size_t i = 0; i < kChannelValues; i += lanes) {
+            const Floats through = hn::LoadU(d, rows + i);
+            const Floats left = hn::IfThenElseZero(hn::Ge(through, Set(kCovered)), through);
+            hn::StoreU(left, d, rows + i);
+            if (i < kRowsAtOnce * kTileSide) most = hn::Max(most, left);
+        }
+    }
+    return hn::AllFalse(d, hn::Gt(most, hn::Zero(d)));
+}
+
+// Where a strip that covers the columns first..last begins: where its vectors lie within single
+// lines of the cache, if there is such a place.
+template <std::int32_t kColumns>
+HWY_INLINE std::int32_t StripStart(std::int32_t first, std::int32_t last) {
+    constexpr std::int32_t kAligned = 8;
+    const std::int32_t start = (last - kColumns + kAligned) & -kAligned;
+    return start <= first ? std::max(start, 0) : first;
+}
+
+void BlendBatch(const Batch& batch, std::size_t count, float* values) {
+    constexpr std::int32_t kNarrow = 8;
+    constexpr std::int32_t kWide = 2 * kNarrow;
+    static_assert(static_cast<float>(kWide) == kWidestStrip);
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::int32_t first = batch.firstColumn[i];
+        const std::int32_t last = batch.lastColumn[i];
+        const RowRange all = {batch.firstRow[i], batch.lastRow[i]};
+        if (all.first > all.last || first > last) continue;
+        if (last - first < kNarrow) {
+            BlendStrip<kNarrow>(batch, i, StripStart<kNarrow>(first, last), all, values);
+        } else if (last - first < kWide) {
+            BlendStrip<kWide>(batch, i, StripStart<kWide>(first, last), all, values);
+        } else {
+            for (std::int32_t column = first; column <= last; column += kWide) {
+                const RowRange rows = RowsOfStrip<kWide>(batch, i, column, all);
+                if (rows.first > rows.last) continue;
+                if (last - column < kNarrow) {
+                    BlendStrip<kNarrow>(batch, i, column, rows, values);
+                } else {
+                    BlendStrip<kWide>(batch, i, column, rows, values);
+                }
+            }
+        }
+    }
+}
+
+HWY_INLINE Ints ToByte(Floats value) {
+    return hn::NearestInt(hn::Mul(Clamped(value, 0.0F, 1.0F), Set(255.0F)));
+}
+
+// One byte for each channel of a vector of pixels.
+HWY_INLINE Ints ToPixels(Floats red, Floats green, Floats blue, Floats through) {
+    const Ints low = hn::Or(ToByte(red), hn::ShiftLeft<8>(ToByte(green)));
+    const Ints covered = hn::ShiftLeft<24>(ToByte(hn::Sub(Set(1.0F), through)));
+    return hn::Or(hn::Or(low, hn::ShiftLeft<16>(ToByte(blue))), covered);
+}
+
+void StoreTile(const TileTarget& target, const float* values) {
+    const IntTag di;
+    const std::size_t lanes = hn::Lanes(di);
+    HWY_ALIGN std::uint32_t pixels[kRowsAtOnce * kTileSide];
+    for (int row = 0; row < target.height; ++row) {
+        const std::size_t part = static_cast<std::size_t>(row) % kRowsAtOnce;
+        if (part == 0) {
+            const float* const rows = RowsFrom(values, row);
+            const auto load = [&](std::size_t at) HWY_ATTR { return hn::LoadU(Tag(), rows + at); };
+            for (std::size_t i = 0; i < kRowsAtOnce * kTileSide; i += lanes) {
+                const Ints packed = ToPixels(load(i), load(kChannelValues + i),
+                                             load(2 * kChannelValues + i), load(kThrough + i));
+                hn::StoreU(hn::BitCast(hn::RebindToUnsigned<IntTag>(), packed),
+                           hn::RebindToUnsigned<IntTag>(), pixels + i);
+            }
+        }
+        std::uint8_t* to = target.pixels + static_cast<std::size_t>(row) * target.rowBytes;
+        for (std::size_t i = 0; i < static_cast<std::size_t>(target.width); ++i) {
+            std::memcpy(to + i * sizeof(std::uint32_t), &pixels[i * kRowsAtOnce + part],
+                        sizeof(std::uint32_t));
+        }
+    }
+}
+
+void DrawWholeTile(const TileSplats& splats, const TileTarget& target, float* values) {
+    BeginTile(values);
+    Batch batch;
+    const std::size_t lanes = hn::Lanes(Tag());
+    for (std::size_t i = 0; i < splats.count; i += kBatch) {
+        const std::size_t count = std::min(kBatch, splats.count - i);
+        for (std::size_t j = 0; j < count; j += lanes) {
+            PrepareVector(splats, target, splats.order + i, batch, j);
+        }
+        BlendBatch(batch, count, values);
+        if (CloseCovered(target, values)) break;
+    }
+    StoreTile(target, values);
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace vistrel
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace vistrel {
+
+HWY_EXPORT(DrawWholeTile);
+
+void DrawTile(const TileSplats& splats, const TileTarget& target, float* values) {
+    HWY_DYNAMIC_DISPATCH(DrawWholeTile)(splats, target, values);
+}
+
+}  // namespace vistrel
+#endif
