@@ -47,8 +47,7 @@ HWY_INLINE void PackRotation(const Place& place, const GaussianPlanes& planes, s
     const Floats x = place.At(kRotationRow + 1);
     const Floats y = place.At(kRotationRow + 2);
     const Floats z = place.At(kRotationRow + 3);
-    const Floats square =
-        hn::MulAdd(w, w, hn::MulAdd(x, x, hn::MulAdd(y, y, hn::Mul(z, z))));
+    const Floats square = hn::MulAdd(w, w, hn::MulAdd(x, x, hn::MulAdd(y, y, hn::Mul(z, z))));
     constexpr float kUnit = 32767.0F;
     // One that is too short or too long for its square to be a number turns nothing.
     const FloatMask usable = hn::And(hn::Gt(square, Set(1e-37F)), hn::Lt(square, Set(1e38F)));
@@ -65,8 +64,7 @@ HWY_INLINE void PackRotation(const Place& place, const GaussianPlanes& planes, s
 HWY_INLINE Ints PackedOpacity(Floats logit, FloatMask drawn) {
     const Floats odds = Exp(hn::Neg(logit));
     const Floats log = hn::Neg(Log2(Tag(), hn::Add(Set(1.0F), odds)));
-    const Floats units =
-        hn::Mul(hn::Sub(log, Set(kFaintestLog)), Set(1.0F / kOpacityUnit));
+    const Floats units = hn::Mul(hn::Sub(log, Set(kFaintestLog)), Set(1.0F / kOpacityUnit));
     return hn::NearestInt(hn::IfThenElseZero(drawn, Clamped(units, 0.0F, 65535.0F)));
 }
 
@@ -122,8 +120,8 @@ HWY_INLINE void PackVector(const RawRows& rows, std::size_t from, std::size_t le
     if (planes.degree > 0) doubt = hn::Add(doubt, PackHarmonics(place, planes, to));
 
     const Floats logit = place.At(kOpacityRow);
-    const FloatMask drawn = hn::And(hn::And(hn::Eq(doubt, zero), hn::Eq(logit, logit)),
-                                    hn::FirstN(d, left));
+    const FloatMask drawn =
+        hn::And(hn::And(hn::Eq(doubt, zero), hn::Eq(logit, logit)), hn::FirstN(d, left));
     StoreInts(Pair(PackedColor(red), PackedColor(green)), planes, Plane::RedGreen, to);
     StoreInts(Pair(PackedColor(blue), PackedOpacity(logit, drawn)), planes, Plane::BlueOpacity, to);
 }

@@ -6,9 +6,8 @@
 namespace vistrel {
 
 GaussianScene::GaussianScene(std::size_t count, int degree) : count_(count) {
-    constexpr std::size_t kMost = std::size_t{1} << 29;
     constexpr std::size_t kLineOfHalves = 32;
-    if (count > kMost) throw std::length_error("the scene has too many Gaussians");
+    if (count > kMostGaussians) throw std::length_error("the scene has too many Gaussians");
     planes_.stride = (count + kLineOfHalves - 1) / kLineOfHalves * kLineOfHalves;
     planes_.degree = degree;
     words_ = AlignedArray<float>(kPlanes * planes_.stride);

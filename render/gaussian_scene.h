@@ -18,6 +18,8 @@ inline constexpr int kMostHarmonicsDegree = 3;
     return next * next;
 }
 
+inline constexpr std::size_t kMostGaussians = std::size_t{1} << 29;
+
 // What a scene holds of a Gaussian beside harmonics: one plane of 32-bit values for each.
 enum class Plane : std::uint8_t {
     X,  // centre; x right, y down, z forward in the photograph's camera
@@ -26,10 +28,10 @@ enum class Plane : std::uint8_t {
     ScaleX,  // standard deviations along its own axes; linear, not negative
     ScaleY,
     ScaleZ,
-    RotationWX,    // two signed 16-bit parts of a unit quaternion in units of 1/32767, low half
-    RotationYZ,    // first; all zero: not turned
-    RedGreen,      // two unsigned 16-bit values, low half first; see kColorUnit
-    BlueOpacity,   // the same and the opacity, see kOpacityUnit; opacity 0: not drawn at all
+    RotationWX,   // two signed 16-bit parts of a unit quaternion in units of 1/32767, low half
+    RotationYZ,   // first; all zero: not turned
+    RedGreen,     // two unsigned 16-bit values, low half first; see kColorUnit
+    BlueOpacity,  // the same and the opacity, see kOpacityUnit; opacity 0: not drawn at all
 };
 inline constexpr std::size_t kPlanes = 10;
 
@@ -63,8 +65,8 @@ struct GaussianPlanes {
 class GaussianScene {
   public:
     GaussianScene() = default;
-    // Room for `count` Gaussians, at most 2^29, which are to be filled by PackGaussians. Throws
-    // std::length_error and std::bad_alloc.
+    // Room for `count` Gaussians, at most kMostGaussians, which are to be filled by PackGaussians.
+    // Throws std::length_error and std::bad_alloc.
     GaussianScene(std::size_t count, int degree);
 
     [[nodiscard]] std::size_t Count() const { return count_; }

@@ -46,8 +46,8 @@ HWY_INLINE void HarmonicsBasis(const Vector3& v, int degree, Floats* HWY_RESTRIC
     basis[9] = times(-0.59004359F, hn::Mul(v.y, hn::MulSub(three, xx, yy)));
     basis[10] = times(2.89061144F, hn::Mul(xy, v.z));
     basis[11] = times(-0.45704580F, hn::Mul(v.y, outer));
-    basis[12] = times(0.37317633F, hn::Mul(v.z, hn::NegMulAdd(three, hn::Add(xx, yy),
-                                                            hn::Add(zz, zz))));
+    basis[12] =
+        times(0.37317633F, hn::Mul(v.z, hn::NegMulAdd(three, hn::Add(xx, yy), hn::Add(zz, zz))));
     basis[13] = times(-0.45704580F, hn::Mul(v.x, outer));
     basis[14] = times(1.44530572F, hn::Mul(v.z, difference));
     basis[15] = times(-0.59004359F, hn::Mul(v.x, hn::NegMulAdd(three, yy, xx)));
@@ -60,9 +60,9 @@ HWY_INLINE Vector3 HarmonicsColor(const GaussianPlanes& planes, std::size_t i,
     Floats basis[kMostFunctions];
     basis[0] = Set(1.0F);
     const Floats perLength = hn::Div(Set(1.0F), hn::Sqrt(Dot(offset, offset)));
-    HarmonicsBasis({hn::Mul(offset.x, perLength), hn::Mul(offset.y, perLength),
-                    hn::Mul(offset.z, perLength)},
-                   planes.degree, basis);
+    HarmonicsBasis(
+        {hn::Mul(offset.x, perLength), hn::Mul(offset.y, perLength), hn::Mul(offset.z, perLength)},
+        planes.degree, basis);
     const hn::Rebind<hwy::float16_t, Tag> halves;
     const hn::RebindToUnsigned<decltype(halves)> bits;
     Floats sums[3] = {hn::Zero(Tag()), hn::Zero(Tag()), hn::Zero(Tag())};

@@ -16,10 +16,12 @@ struct NamedType {
     std::size_t bytes;
 };
 constexpr std::array kTypes = {
-    NamedType{"char", 1},   NamedType{"int8", 1},    NamedType{"uchar", 1},  NamedType{"uint8", 1},
-    NamedType{"short", 2},  NamedType{"int16", 2},   NamedType{"ushort", 2}, NamedType{"uint16", 2},
-    NamedType{"int", 4},    NamedType{"int32", 4},   NamedType{"uint", 4},   NamedType{"uint32", 4},
-    NamedType{"float", 4},  NamedType{"float32", 4}, NamedType{"double", 8}, NamedType{"float64", 8}};
+    NamedType{"char", 1},   NamedType{"int8", 1},    NamedType{"uchar", 1},
+    NamedType{"uint8", 1},  NamedType{"short", 2},   NamedType{"int16", 2},
+    NamedType{"ushort", 2}, NamedType{"uint16", 2},  NamedType{"int", 4},
+    NamedType{"int32", 4},  NamedType{"uint", 4},    NamedType{"uint32", 4},
+    NamedType{"float", 4},  NamedType{"float32", 4}, NamedType{"double", 8},
+    NamedType{"float64", 8}};
 
 [[noreturn]] void Refuse(const std::string& reason) {
     throw std::runtime_error("not a PLY file of Gaussians: " + reason);
@@ -75,8 +77,8 @@ void AddProperty(std::string_view line, PlyElement& element) {
     const auto* const known = std::ranges::find(kTypes, type, &NamedType::name);
     if (known == kTypes.end()) Refuse("a property has a type that is not known");
     const bool isFloat = type == "float" || type == "float32";
-    element.properties.push_back({std::string(TakeWord(line)),
-                                  isFloat ? PlyType::Float : PlyType::Other, element.bytes});
+    element.properties.push_back(
+        {std::string(TakeWord(line)), isFloat ? PlyType::Float : PlyType::Other, element.bytes});
     element.bytes += known->bytes;
 }
 

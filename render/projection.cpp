@@ -27,8 +27,7 @@ HWY_INLINE Ints TileRange(Floats middle, Floats half, int size, FloatMask& shows
     const Floats last = hn::Min(hn::Floor(hn::Add(corner, half)), Set(limit - 1.0F));
     shows = hn::And(shows, hn::Le(first, last));
     const auto tile = [&](Floats pixel) HWY_ATTR {
-        return hn::ShiftRight<kTileBits>(
-            hn::ConvertTo(IntTag(), hn::IfThenElseZero(shows, pixel)));
+        return hn::ShiftRight<kTileBits>(hn::ConvertTo(IntTag(), hn::IfThenElseZero(shows, pixel)));
     };
     return hn::Or(tile(first), hn::ShiftLeft<16>(tile(last)));
 }

@@ -22,8 +22,8 @@ HWY_BEFORE_NAMESPACE();
 namespace vistrel {
 namespace HWY_NAMESPACE {
 
-constexpr float kNearest = 0.01F;         // depth below which nothing is drawn
-constexpr float kLowPass = 0.3F;          // pixels squared, added to each projected covariance
+constexpr float kNearest = 0.01F;          // depth below which nothing is drawn
+constexpr float kLowPass = 0.3F;           // pixels squared, added to each projected covariance
 constexpr float kHalfLog2e = 0.72134752F;  // e^(-v / 2) = 2^(-kHalfLog2e v)
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
@@ -115,10 +115,10 @@ HWY_INLINE Footprint ProjectCovariance(const GaussianPlanes& planes, const Pinho
                        hn::Mul(hn::NegMulAdd(slope, Set(ahead[1]), Set(row[1])), scale),
                        hn::Mul(hn::NegMulAdd(slope, Set(ahead[2]), Set(row[2])), scale)};
     };
-    const Vector3 right =
-        towards(camera.rows[0], Clamped(slopeX, projection.leastX, projection.mostX), camera.focalX);
-    const Vector3 down =
-        towards(camera.rows[1], Clamped(slopeY, projection.leastY, projection.mostY), camera.focalY);
+    const Vector3 right = towards(
+        camera.rows[0], Clamped(slopeX, projection.leastX, projection.mostX), camera.focalX);
+    const Vector3 down = towards(
+        camera.rows[1], Clamped(slopeY, projection.leastY, projection.mostY), camera.focalY);
 
     const Axes axes = LoadAxes(planes, i);
     const Vector3 scale = {Load(planes, Plane::ScaleX, i), Load(planes, Plane::ScaleY, i),
@@ -135,8 +135,8 @@ HWY_INLINE Footprint ProjectCovariance(const GaussianPlanes& planes, const Pinho
     footprint.xx = hn::Add(spread.uu, lowPass);
     footprint.xy = spread.uv;
     footprint.yy = hn::Add(spread.vv, lowPass);
-    footprint.determinant = hn::MulAdd(hn::Add(hn::Add(spread.uu, spread.vv), lowPass), lowPass,
-                                       spread.area);
+    footprint.determinant =
+        hn::MulAdd(hn::Add(hn::Add(spread.uu, spread.vv), lowPass), lowPass, spread.area);
     return footprint;
 }
 

@@ -23,9 +23,9 @@ namespace {
 static_assert(std::endian::native == std::endian::little, "values are read as they lie in files");
 
 // The properties of RawGaussian, in its order.
-constexpr std::array kProperties = {"x",       "y",       "z",     "f_dc_0", "f_dc_1",
-                                    "f_dc_2",  "opacity", "scale_0", "scale_1", "scale_2",
-                                    "rot_0",   "rot_1",   "rot_2", "rot_3"};
+constexpr std::array kProperties = {"x",      "y",       "z",       "f_dc_0",  "f_dc_1",
+                                    "f_dc_2", "opacity", "scale_0", "scale_1", "scale_2",
+                                    "rot_0",  "rot_1",   "rot_2",   "rot_3"};
 static_assert(kProperties.size() == kRawValues);
 
 // Where the values of Gaussians lie in the file.
@@ -46,10 +46,9 @@ std::size_t OffsetOf(const PlyElement& vertices, const std::string& name) {
 }
 
 int DegreeOf(const PlyElement& vertices) {
-    const auto rest = static_cast<std::size_t>(
-        std::ranges::count_if(vertices.properties, [](const PlyProperty& property) {
-            return property.name.starts_with("f_rest_");
-        }));
+    const auto rest = static_cast<std::size_t>(std::ranges::count_if(
+        vertices.properties,
+        [](const PlyProperty& property) { return property.name.starts_with("f_rest_"); }));
     for (int degree = 0; degree <= kMostHarmonicsDegree; ++degree) {
         if (rest == RawValues(degree) - kRawValues) return degree;
     }
@@ -58,6 +57,7 @@ int DegreeOf(const PlyElement& vertices) {
 }
 
 void FindValues(const PlyElement& vertices, VertexLayout& layout) {
+    if (vertices.count > kMostGaussians) throw std::runtime_error("it has too many Gaussians");
     layout.count = static_cast<std::size_t>(vertices.count);
     layout.recordBytes = vertices.bytes;
     layout.degree = DegreeOf(vertices);
@@ -162,9 +162,8 @@ class SceneReader {
 
 SceneFile ReadScenePly(const std::filesystem::path& path, int threads) {
     const InputFile file(path);
-    std::string start(static_cast<std::size_t>(
-                          std::min<std::uint64_t>(file.Size(), kLongestPlyHeader)),
-                      '\0');
+    std::string start(
+        static_cast<std::size_t>(std::min<std::uint64_t>(file.Size(), kLongestPlyHeader)), '\0');
     file.Read(0, std::as_writable_bytes(std::span(start)));
     const FileLayout layout = LayoutOf(ParsePlyHeader(start));
     if (file.Size() < layout.end) {

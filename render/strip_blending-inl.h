@@ -28,8 +28,8 @@ constexpr float kFaintest = 1.0F / 255.0F;  // weaker contributions are left out
 constexpr float kMostOpaque = 0.99F;
 
 // The values of kRowsAtOnce rows lie together: red, green, blue and what shows through. Within each
-// of the four, those of one column follow each other, so that a vector holds the same columns of all
-// these rows.
+// of the four, those of one column follow each other, so that a vector holds the same columns of
+// all these rows.
 constexpr std::size_t kChannelValues = kRowsAtOnce * kTileRow;
 constexpr std::size_t kThrough = 3 * kChannelValues;
 constexpr std::size_t kRowsValues = 4 * kChannelValues;
@@ -139,8 +139,8 @@ struct StripSplat {
     StripColors colors;
 };
 
-// Blends `rows` of the strip that begins at `column`; rows beside them that share a vector with them
-// take what they are due as well.
+// Blends `rows` of the strip that begins at `column`; rows beside them that share a vector with
+// them take what they are due as well.
 template <std::int32_t kColumns>
 HWY_INLINE void BlendStrip(const Batch& batch, std::size_t i, std::int32_t column, RowRange rows,
                            float* values) {
@@ -169,8 +169,7 @@ HWY_INLINE void BlendStrip(const Batch& batch, std::size_t i, std::int32_t colum
         for (; pixels <= last; pixels += kRowsValues) {
             for (std::size_t v = 0; v < kVectors; ++v) {
                 const StripFloats log = hn::Max(splat.Log(u[v], dy), SetStrip(kLeast));
-                BlendPixels(Exp2Roughly(d, log), splat.colors,
-                            pixels + v * kLanes);
+                BlendPixels(Exp2Roughly(d, log), splat.colors, pixels + v * kLanes);
                 u[v] = hn::Add(u[v], lag);
             }
             dy = hn::Add(dy, step);

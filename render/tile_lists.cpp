@@ -34,8 +34,8 @@ class Ellipse {
         const float top = std::max(above, -half_);
         const float bottom = std::min(above + static_cast<float>(kTileSide - 1), half_);
         if (!(top <= bottom)) return {1, 0};
-        const float left = Middle(std::clamp(-side_, top, bottom)) -
-                           HalfWidth(std::clamp(-side_, top, bottom));
+        const float left =
+            Middle(std::clamp(-side_, top, bottom)) - HalfWidth(std::clamp(-side_, top, bottom));
         const float right =
             Middle(std::clamp(side_, top, bottom)) + HalfWidth(std::clamp(side_, top, bottom));
         return {std::max(columns.first, TileOf(left - 1.0F, columns)),

@@ -42,7 +42,8 @@ class TileLists {
         return {places_.data() + ends_[tile], ends_[tile + 1] - ends_[tile]};
     }
     [[nodiscard]] std::size_t Bytes() const {
-        return places_.capacity() * sizeof(std::uint16_t) + ends_.capacity() * sizeof(std::uint32_t);
+        return places_.capacity() * sizeof(std::uint16_t) +
+               ends_.capacity() * sizeof(std::uint32_t);
     }
 
   private:

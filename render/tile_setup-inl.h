@@ -72,11 +72,10 @@ HWY_INLINE void PrepareVector(const TileSplats& splats, const TileTarget& target
                               const std::uint32_t* order, Batch& batch, std::size_t i) {
     const Tag d;
     const IntTag di;
-    const Ints place = hn::ShiftLeft<2>(
-        hn::BitCast(di, hn::LoadU(hn::RebindToUnsigned<IntTag>(), order + i)));
-    const auto gather = [&](const float* base, std::int32_t part) HWY_ATTR {
-        return hn::GatherIndex(d, base + part, place);
-    };
+    const Ints place =
+        hn::ShiftLeft<2>(hn::BitCast(di, hn::LoadU(hn::RebindToUnsigned<IntTag>(), order + i)));
+    const auto gather = [&](const float* base, std::int32_t part)
+                            HWY_ATTR { return hn::GatherIndex(d, base + part, place); };
     const auto* const shapes = reinterpret_cast<const float*>(splats.shapes);
     const auto* const looks = reinterpret_cast<const float*>(splats.looks);
     const Floats dx = hn::Sub(Set(static_cast<float>(target.left) + 0.5F), gather(shapes, 0));
@@ -86,11 +85,10 @@ HWY_INLINE void PrepareVector(const TileSplats& splats, const TileTarget& target
     const Floats down = gather(looks, 0);
     const Ints redGreen = hn::BitCast(di, gather(looks, 1));
     const Ints blueOpacity = hn::BitCast(di, gather(looks, 2));
-    const auto color = [&](Ints units) HWY_ATTR {
-        return hn::Mul(hn::ConvertTo(d, units), Set(kColorUnit));
-    };
-    const Floats logOpacity = hn::MulAdd(hn::ConvertTo(d, HighHalf(blueOpacity)),
-                                         Set(kOpacityUnit), Set(kFaintestLog));
+    const auto color = [&](Ints units)
+                           HWY_ATTR { return hn::Mul(hn::ConvertTo(d, units), Set(kColorUnit)); };
+    const Floats logOpacity =
+        hn::MulAdd(hn::ConvertTo(d, HighHalf(blueOpacity)), Set(kOpacityUnit), Set(kFaintestLog));
     hn::StoreU(dx, d, batch.dx.data() + i);
     hn::StoreU(dy, d, batch.dy.data() + i);
     hn::StoreU(across, d, batch.across.data() + i);
@@ -121,8 +119,7 @@ HWY_INLINE void PrepareVector(const TileSplats& splats, const TileTarget& target
     const Floats widest = hn::Add(halfWidth, Set(kWidestStrip));
     const Floats drift = hn::Div(hn::Mul(hn::Abs(hn::Mul(across, lean)), widest), perDySquared);
     const Floats way = hn::Add(hn::Add(halfHeight, Set(kStep)), drift);
-    const FloatMask gentle =
-        hn::Le(hn::Mul(perDySquared, hn::Mul(way, way)), Set(kGentle));
+    const FloatMask gentle = hn::Le(hn::Mul(perDySquared, hn::Mul(way, way)), Set(kGentle));
     hn::StoreU(hn::VecFromMask(di, hn::RebindMask(di, gentle)), di, batch.gentle.data() + i);
 }
 

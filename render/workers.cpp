@@ -100,7 +100,8 @@ class Workers::Crew {
 };
 
 Workers::Workers(int threads) {
-    const int wanted = threads > 0 ? threads : static_cast<int>(std::thread::hardware_concurrency());
+    const int wanted =
+        threads > 0 ? threads : static_cast<int>(std::thread::hardware_concurrency());
     crew_ = std::make_unique<Crew>(std::max(wanted, 1) - 1);
 }
 
