@@ -49,15 +49,24 @@ void Drawing(benchmark::State& state, MakeGaussians make) {
     const std::vector<RawGaussian> gaussians = make(kSide);
     const GaussianScene scene = test::PackedScene(gaussians);
     const PinholeCamera camera = test::SceneCamera(kWidth, kHeight);
+    const PinholeCamera left = EyeOf(camera, -0.03F, 3.0F);
+    const PinholeCamera right = EyeOf(camera, 0.03F, 3.0F);
     Picture picture(kWidth, kHeight);
+    Picture other(kWidth, kHeight);
     SplatRenderer one(1);
     SplatRenderer two(2);
+    SplatRenderer pair(1);
     one.Draw(scene, camera, picture.Target());
     two.Draw(scene, camera, picture.Target());
+    const auto drawPair = [&] {
+        pair.DrawPair(scene, left, picture.Target(), right, other.Target());
+    };
+    drawPair();
 
     Rounds oneOfPlain;
     Rounds twoOfPlain;
     Rounds twoOfOne;
+    Rounds pairOfOne;
     for (auto _ : state) {
         double plain = 0.0;
         double both = 0.0;
@@ -72,10 +81,12 @@ void Drawing(benchmark::State& state, MakeGaussians make) {
         oneOfPlain.Add(fast / plain);
         twoOfPlain.Add(elapsedTwo / elapsedPlain);
         twoOfOne.Add(both / fast);
+        pairOfOne.Add(Seconds(drawPair) / fast);
     }
     state.counters["of_plain"] = oneOfPlain.Median();
     state.counters["elapsed_two_of_plain"] = twoOfPlain.Median();
     state.counters["two_of_one"] = twoOfOne.Median();
+    state.counters["pair_of_one"] = pairOfOne.Median();
 }
 
 void Memory(benchmark::State& state) {

@@ -28,17 +28,16 @@ void ToBeginnings(Counts& counts) {
 
 void DepthOrder::Begin(std::size_t most) {
     size_ = 0;
-    if (indices_.size() >= most + kOrderPadding) return;
-    indices_.resize(most + kOrderPadding);
+    if (indices_.size() >= most) return;
+    indices_.resize(most);
     entries_.resize(most);
     others_.resize(most);
 }
 
 void DepthOrder::Add(std::size_t first, std::span<const std::uint16_t> places,
-                     const SplatShape* shapes, const SplatLook* looks) {
+                     const SplatLook* looks) {
     for (const std::uint16_t place : places) {
         const std::size_t index = first + place;
-        __builtin_prefetch(shapes + index);
         __builtin_prefetch(looks + index);
         indices_[size_++] = static_cast<std::uint32_t>(index);
     }
@@ -59,7 +58,6 @@ std::span<const std::uint32_t> DepthOrder::Sort(const SplatLook* looks) {
         constexpr int kKeyBits = static_cast<int>(kPasses) * kDigitBits;
         SortByDigits(least, std::max(0, static_cast<int>(std::bit_width(most - least)) - kKeyBits));
     }
-    std::fill_n(indices_.begin() + static_cast<std::ptrdiff_t>(size_), kOrderPadding, indices_[0]);
     return {indices_.data(), size_};
 }
 

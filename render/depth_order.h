@@ -11,23 +11,18 @@
 
 namespace vistrel {
 
-// How many places behind the last index hold one of the indices once more, for vectors.
-inline constexpr std::size_t kOrderPadding = 16;
-
-// Orders the Gaussians of one tile after the other. One object is for one thread at a time.
+// Orders the Gaussians of one row of tiles after the other. One object is for one thread at a time.
 class DepthOrder {
   public:
     // Forgets all Gaussians and makes room for `most`. Throws std::bad_alloc.
     void Begin(std::size_t most);
 
-    // Adds those at `first` plus each of `places`. `shapes` and `looks` are only told to the
-    // processor's cache.
-    void Add(std::size_t first, std::span<const std::uint16_t> places, const SplatShape* shapes,
-             const SplatLook* looks);
+    // Adds those at `first` plus each of `places`. `looks` are only told to the processor's cache.
+    void Add(std::size_t first, std::span<const std::uint16_t> places, const SplatLook* looks);
 
     // The indices by depth, nearest first; where depths are equal, or differ by less than 2^-23 of
-    // what lies between the nearest and the farthest, in the order in which they were added. They
-    // are padded and valid until the next call. Takes time proportional to their number.
+    // what lies between the nearest and the farthest, in the order in which they were added. Valid
+    // until the next call. Takes time proportional to their number.
     [[nodiscard]] std::span<const std::uint32_t> Sort(const SplatLook* looks);
 
   private:

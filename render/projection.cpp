@@ -18,7 +18,7 @@ static_assert(sizeof(SplatLook) == 4 * sizeof(float));
 
 // Pixels whose centres lie in middle +- half, as the tiles that they lie in: first | last << 16.
 // `shows` loses the lanes without any.
-HWY_INLINE Ints TileRange(Floats middle, Floats half, int size, FloatMask& shows) {
+HWY_INLINE Ints TilesWithin(Floats middle, Floats half, int size, FloatMask& shows) {
     constexpr int kTileBits = 5;
     static_assert(1 << kTileBits == kTileSide);
     const Floats corner = hn::Sub(middle, Set(0.5F));
@@ -30,6 +30,13 @@ HWY_INLINE Ints TileRange(Floats middle, Floats half, int size, FloatMask& shows
         return hn::ShiftRight<kTileBits>(hn::ConvertTo(IntTag(), hn::IfThenElseZero(shows, pixel)));
     };
     return hn::Or(tile(first), hn::ShiftLeft<16>(tile(last)));
+}
+
+HWY_INLINE void StoreRange(Ints packed, FloatMask shows, TileRange* to) {
+    static_assert(sizeof(TileRange) == sizeof(std::int32_t));
+    const Ints nothing = hn::Set(IntTag(), kNoTiles.first | kNoTiles.last << 16);
+    const Ints range = hn::IfThenElse(hn::RebindMask(IntTag(), shows), packed, nothing);
+    hn::StoreU(range, IntTag(), reinterpret_cast<std::int32_t*>(to));
 }
 
 HWY_INLINE void ProjectVector(const GaussianPlanes& planes, const PinholeCamera& camera,
@@ -52,8 +59,8 @@ HWY_INLINE void ProjectVector(const GaussianPlanes& planes, const PinholeCamera&
     const Floats ofReach = hn::Mul(reach, Set(1.0F / kHalfLog2e));
     const Floats halfWidth = hn::Sqrt(hn::Mul(ofReach, footprint.xx));
     const Floats halfHeight = hn::Sqrt(hn::Mul(ofReach, footprint.yy));
-    const Ints columns = TileRange(footprint.x, halfWidth, camera.width, shows);
-    const Ints rows = TileRange(footprint.y, halfHeight, camera.height, shows);
+    const Ints columns = TilesWithin(footprint.x, halfWidth, camera.width, shows);
+    const Ints rows = TilesWithin(footprint.y, halfHeight, camera.height, shows);
 
     Ints redGreen = LoadInts(planes, Plane::RedGreen, from);
     Ints blueAndOpacity = blueOpacity;
@@ -69,12 +76,8 @@ HWY_INLINE void ProjectVector(const GaussianPlanes& planes, const PinholeCamera&
     hn::StoreInterleaved4(hn::Mul(Set(kHalfLog2e), perYy), hn::BitCast(d, redGreen),
                           hn::BitCast(d, blueAndOpacity), point.z, d, &piece.looks[to].down);
 
-    // First 1, last 0 where nothing shows.
-    const Ints nothing = hn::Set(IntTag(), 1);
-    const hn::RebindToUnsigned<IntTag> du;
-    hn::StoreU(hn::BitCast(du, hn::IfThenElse(hn::RebindMask(IntTag(), shows), columns, nothing)),
-               du, piece.tileColumns + to);
-    hn::StoreU(hn::BitCast(du, rows), du, piece.tileRows + to);
+    StoreRange(columns, shows, piece.columns + to);
+    StoreRange(rows, shows, piece.rows + to);
 }
 
 void ProjectAll(const GaussianPlanes& planes, const PinholeCamera& camera, std::size_t first,

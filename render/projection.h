@@ -31,15 +31,21 @@ struct SplatLook {
     float depth;  // positive
 };
 
+// Neighbouring tiles of a row or a column of tiles, the last one included.
+struct TileRange {
+    std::uint16_t first;
+    std::uint16_t last;
+};
+inline constexpr TileRange kNoTiles = {1, 0};
+
 // Where the splats of a piece of a scene go.
 struct ProjectedPiece {
     SplatShape* shapes = nullptr;
     SplatLook* looks = nullptr;
-    // The tiles that the pixels in reach lie in: first one in the low 16 bits, last one in the high
-    // ones. Of a Gaussian that does not show the first lies behind the last in `tileColumns`, and
-    // its splat is not to be used.
-    std::uint32_t* tileColumns = nullptr;
-    std::uint32_t* tileRows = nullptr;
+    // The tiles that the pixels in reach lie in. Of a Gaussian that does not show both are
+    // kNoTiles, and its shape and look are not to be used.
+    TileRange* columns = nullptr;
+    TileRange* rows = nullptr;
 };
 
 // Projects the Gaussians of places `first` to `first + count`, both multiples of 32, to the places

@@ -21,8 +21,8 @@ struct PixelTarget {
 // The largest width and height of a picture.
 inline constexpr int kLargestPictureSide = 32768;
 
-// Draws one picture after the other and keeps its memory, about 32 bytes for each Gaussian of the
-// largest scene and 2 to 5 for each time that one reaches into a tile. One object is for one thread
+// Draws one picture after the other and keeps its memory: about 40 bytes for each Gaussian of the
+// largest scene, and for pairs 20 more (36 where there are harmonics). One object is for one thread
 // at a time; several objects may draw the same scene.
 class SplatRenderer {
   public:
@@ -37,6 +37,13 @@ class SplatRenderer {
     // see projection.h and tile_blending.h. The bytes do not depend on the number of threads.
     // Throws std::invalid_argument for a picture of no or too large a size, and std::bad_alloc.
     void Draw(const GaussianScene& scene, const PinholeCamera& camera, const PixelTarget& target);
+
+    // Both eyes of a pair in nine tenths of the time of two pictures: sorted once. The cameras
+    // differ in where they stand along their common row 0, in `centreX` and in the picture's width
+    // only; otherwise throws std::invalid_argument.
+    void DrawPair(const GaussianScene& scene, const PinholeCamera& leftCamera,
+                  const PixelTarget& left, const PinholeCamera& rightCamera,
+                  const PixelTarget& right);
 
     // What the object keeps.
     [[nodiscard]] std::size_t Bytes() const;

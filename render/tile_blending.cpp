@@ -6,6 +6,7 @@
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "render/tile_blending.cpp"
+#include <hwy/cache_control.h>
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
@@ -90,31 +91,58 @@ HWY_INLINE Ints ToPixels(Floats red, Floats green, Floats blue, Floats through) 
     return hn::Or(hn::Or(low, hn::ShiftLeft<16>(ToByte(blue))), covered);
 }
 
+// A vector of pixels of each of kRowsAtOnce rows, which lie kTileSide pixels behind each other.
+HWY_INLINE void StorePixels(const float* values, std::uint32_t* pixels) {
+    const hn::RebindToUnsigned<IntTag> du;
+    const auto packed = [&](std::size_t at) HWY_ATTR {
+        const auto load = [&](std::size_t channel) HWY_ATTR {
+            return hn::LoadU(Tag(), values + channel * kChannelValues + at);
+        };
+        return hn::BitCast(du, ToPixels(load(0), load(1), load(2), load(3)));
+    };
+#if HWY_TARGET == HWY_SCALAR
+    hn::StoreU(packed(0), du, pixels);
+#else
+    if constexpr (kRowsAtOnce == 1) {
+        hn::StoreU(packed(0), du, pixels);
+    } else {
+        const auto low = packed(0);
+        const auto high = packed(hn::Lanes(du));
+        hn::StoreU(hn::ConcatEven(du, high, low), du, pixels);
+        hn::StoreU(hn::ConcatOdd(du, high, low), du, pixels + kTileSide);
+    }
+#endif
+}
+
 void StoreTile(const TileTarget& target, const float* values) {
-    const IntTag di;
-    const std::size_t lanes = hn::Lanes(di);
-    HWY_ALIGN std::uint32_t pixels[kRowsAtOnce * kTileSide];
-    for (int row = 0; row < target.height; ++row) {
-        const std::size_t part = static_cast<std::size_t>(row) % kRowsAtOnce;
-        if (part == 0) {
-            const float* const rows = RowsFrom(values, row);
-            const auto load = [&](std::size_t at) HWY_ATTR { return hn::LoadU(Tag(), rows + at); };
-            for (std::size_t i = 0; i < kRowsAtOnce * kTileSide; i += lanes) {
-                const Ints packed = ToPixels(load(i), load(kChannelValues + i),
-                                             load(2 * kChannelValues + i), load(kThrough + i));
-                hn::StoreU(hn::BitCast(hn::RebindToUnsigned<IntTag>(), packed),
-                           hn::RebindToUnsigned<IntTag>(), pixels + i);
-            }
+    const std::size_t lanes = hn::Lanes(IntTag());
+    constexpr std::size_t kSide = kTileSide;
+    HWY_ALIGN std::uint32_t pixels[kRowsAtOnce * kSide];
+    for (int row = 0; row < target.height; row += static_cast<int>(kRowsAtOnce)) {
+        const float* const rows = RowsFrom(values, row);
+        for (std::size_t i = 0; i < kSide; i += lanes) {
+            StorePixels(rows + kRowsAtOnce * i, pixels + i);
         }
-        std::uint8_t* to = target.pixels + static_cast<std::size_t>(row) * target.rowBytes;
-        for (std::size_t i = 0; i < static_cast<std::size_t>(target.width); ++i) {
-            std::memcpy(to + i * sizeof(std::uint32_t), &pixels[i * kRowsAtOnce + part],
-                        sizeof(std::uint32_t));
+        const int end = std::min(row + static_cast<int>(kRowsAtOnce), target.height);
+        for (int part = 0; part < end - row; ++part) {
+            std::memcpy(target.pixels + static_cast<std::size_t>(row + part) * target.rowBytes,
+                        pixels + static_cast<std::size_t>(part) * kSide,
+                        sizeof(std::uint32_t) * static_cast<std::size_t>(target.width));
         }
     }
 }
 
+// Tells the processor's cache what the batch that begins at `first` will read.
+void PrefetchBatch(const TileSplats& splats, std::size_t first) {
+    const std::size_t end = std::min(first + kBatch, splats.count);
+    for (std::size_t i = first; i < end; ++i) {
+        hwy::Prefetch(splats.shapes + splats.order[i]);
+        hwy::Prefetch(splats.looks + splats.order[i]);
+    }
+}
+
 void DrawWholeTile(const TileSplats& splats, const TileTarget& target, float* values) {
+    PrefetchBatch(splats, 0);
     BeginTile(values);
     Batch batch;
     const std::size_t lanes = hn::Lanes(Tag());
@@ -123,6 +151,7 @@ void DrawWholeTile(const TileSplats& splats, const TileTarget& target, float* va
         for (std::size_t j = 0; j < count; j += lanes) {
             PrepareVector(splats, target, splats.order + i, batch, j);
         }
+        PrefetchBatch(splats, i + kBatch);
         BlendBatch(batch, count, values);
         if (CloseCovered(target, values)) break;
     }

@@ -16,12 +16,11 @@ namespace {
 std::vector<std::uint32_t> Sorted(const std::vector<float>& depths) {
     std::vector<SplatLook> looks(depths.size());
     for (std::size_t i = 0; i < depths.size(); ++i) looks[i].depth = depths[i];
-    const std::vector<SplatShape> shapes(depths.size());
     std::vector<std::uint16_t> places(depths.size());
     std::iota(places.begin(), places.end(), std::uint16_t{0});
     DepthOrder order;
     order.Begin(depths.size());
-    order.Add(0, places, shapes.data(), looks.data());
+    order.Add(0, places, looks.data());
     const auto sorted = order.Sort(looks.data());
     return {sorted.begin(), sorted.end()};
 }
@@ -75,14 +74,16 @@ TEST(DepthOrder, FromTheNearestToTheFarthestNumber) {
     }
 }
 
-TEST(DepthOrder, IndicesBehindTheLastAreValid) {
-    const SplatLook look = {.down = 1, .redGreen = 0, .blueOpacity = 0, .depth = 1};
-    const SplatShape shape{};
+TEST(DepthOrder, PiecesFollowEachOther) {
+    std::vector<SplatLook> looks(6);
+    for (SplatLook& look : looks) look.depth = 1.0F;
+    looks[5].depth = 0.5F;
     DepthOrder order;
-    order.Begin(1);
-    order.Add(0, std::vector<std::uint16_t>{0}, &shape, &look);
-    const auto sorted = order.Sort(&look);
-    for (std::size_t i = 0; i < kOrderPadding; ++i) EXPECT_EQ(sorted.data()[1 + i], 0U);
+    order.Begin(4);
+    order.Add(0, std::vector<std::uint16_t>{1, 2}, looks.data());
+    order.Add(3, std::vector<std::uint16_t>{0, 2}, looks.data());
+    const auto sorted = order.Sort(looks.data());
+    EXPECT_EQ(std::vector(sorted.begin(), sorted.end()), (std::vector<std::uint32_t>{5, 1, 2, 3}));
 }
 
 }  // namespace

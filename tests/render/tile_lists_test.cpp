@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include "tests/support/splat_scenes.h"
@@ -16,8 +17,11 @@ namespace {
 
 constexpr int kWidth = 300;
 constexpr int kHeight = 200;
+constexpr std::size_t kColumns = 10;
+constexpr std::size_t kRows = 7;
+constexpr std::size_t kTiles = kColumns * kRows;
 
-// A scene that is small enough for one piece, projected and filed.
+// A scene, projected and filed under the tiles of each row.
 class Filed {
   public:
     explicit Filed(const std::vector<RawGaussian>& gaussians)
@@ -25,24 +29,31 @@ class Filed {
           shapes_(scene_.Planes().stride),
           looks_(shapes_.size()),
           columns_(shapes_.size()),
-          rows_(shapes_.size()) {
-        const ProjectedPiece piece = {shapes_.data(), looks_.data(), columns_.data(), rows_.data()};
+          rows_(shapes_.size()),
+          lists_(kRows) {
         ProjectGaussians(scene_.Planes(), test::SceneCamera(kWidth, kHeight), 0, shapes_.size(),
-                         piece);
-        lists_.Fill(piece, shapes_.size(), grid_);
+                         {shapes_.data(), looks_.data(), columns_.data(), rows_.data()});
+        for (std::size_t row = 0; row < kRows; ++row) {
+            std::vector<std::uint32_t> order;
+            for (std::size_t i = 0; i < rows_.size(); ++i) {
+                const bool reaches = rows_[i].first <= row && row <= rows_[i].last;
+                if (reaches) order.push_back(static_cast<std::uint32_t>(i));
+            }
+            lists_[row].Fill({shapes_.data(), looks_.data(), columns_.data()}, order,
+                             static_cast<int>(row), kColumns);
+        }
     }
 
     [[nodiscard]] std::size_t Count() const { return shapes_.size(); }
-    [[nodiscard]] const TileGrid& Grid() const { return grid_; }
-    [[nodiscard]] auto Of(std::size_t tile) const { return lists_.Of(tile); }
-    [[nodiscard]] bool Shows(std::size_t i) const {
-        return (columns_[i] & 0xFFFFU) <= columns_[i] >> 16U;
+    [[nodiscard]] std::span<const std::uint32_t> Of(std::size_t tile) const {
+        return lists_[tile / kColumns].Of(tile % kColumns);
     }
+    [[nodiscard]] bool Shows(std::size_t i) const { return columns_[i].first <= columns_[i].last; }
 
     // Whether any pixel of the tile takes something from Gaussian `i`.
     [[nodiscard]] bool Reaches(std::size_t i, std::size_t tile) const {
-        const int left = static_cast<int>(tile) % grid_.columns * kTileSide;
-        const int top = static_cast<int>(tile) / grid_.columns * kTileSide;
+        const int left = static_cast<int>(tile % kColumns) * kTileSide;
+        const int top = static_cast<int>(tile / kColumns) * kTileSide;
         for (int y = top; y < std::min(top + kTileSide, kHeight); ++y) {
             for (int x = left; x < std::min(left + kTileSide, kWidth); ++x) {
                 if (Covers(i, x, y)) return true;
@@ -63,30 +74,23 @@ class Filed {
     }
 
     GaussianScene scene_;
-    TileGrid grid_ = TileGrid::Of(kWidth, kHeight);
     std::vector<SplatShape> shapes_;
     std::vector<SplatLook> looks_;
-    std::vector<std::uint32_t> columns_;
-    std::vector<std::uint32_t> rows_;
-    TileLists lists_;
+    std::vector<TileRange> columns_;
+    std::vector<TileRange> rows_;
+    std::vector<TileLists> lists_;  // one for each row
 };
 
 void ExpectAllAreFiled(const Filed& filed) {
     std::size_t missing = 0;
-    for (std::size_t tile = 0; tile < filed.Grid().Count(); ++tile) {
+    for (std::size_t tile = 0; tile < kTiles; ++tile) {
         const auto list = filed.Of(tile);
         for (std::size_t i = 0; i < filed.Count(); ++i) {
-            const bool isFiled = std::ranges::binary_search(list, static_cast<std::uint16_t>(i));
+            const bool isFiled = std::ranges::binary_search(list, static_cast<std::uint32_t>(i));
             if (filed.Shows(i) && filed.Reaches(i, tile) && !isFiled) ++missing;
         }
     }
     EXPECT_EQ(missing, 0U);
-}
-
-TEST(TileGrid, LastTilesMayStickOut) {
-    EXPECT_EQ(TileGrid::Of(64, 65).columns, 2);
-    EXPECT_EQ(TileGrid::Of(64, 65).rows, 3);
-    EXPECT_EQ(TileGrid::Of(1, 1).Count(), 1U);
 }
 
 TEST(TileLists, EveryTileHasWhatReachesIntoIt) {
@@ -94,9 +98,9 @@ TEST(TileLists, EveryTileHasWhatReachesIntoIt) {
     ExpectAllAreFiled(Filed(test::NeedleGaussians(200)));
 }
 
-TEST(TileLists, PlacesAreInTheirOrder) {
+TEST(TileLists, OrderStays) {
     const Filed filed(test::OverlappingGaussians(40));
-    for (std::size_t tile = 0; tile < filed.Grid().Count(); ++tile) {
+    for (std::size_t tile = 0; tile < kTiles; ++tile) {
         EXPECT_TRUE(std::ranges::is_sorted(filed.Of(tile)));
     }
 }
@@ -109,9 +113,19 @@ TEST(TileLists, SlantedNeedleIsNotFiledUnderTheWholeBoxAroundIt) {
     needle.rotation = {std::cos(turn), 0, 0, std::sin(turn)};
     const Filed filed({needle});
     std::size_t tiles = 0;
-    for (std::size_t tile = 0; tile < filed.Grid().Count(); ++tile) tiles += filed.Of(tile).size();
+    for (std::size_t tile = 0; tile < kTiles; ++tile) tiles += filed.Of(tile).size();
     EXPECT_GE(tiles, 5U);
     EXPECT_LE(tiles, 20U);
+}
+
+TEST(TileLists, IndicesBehindTheLastAreValid) {
+    const Filed filed(test::FaintGaussians(3));
+    for (std::size_t tile = 0; tile < kTiles; ++tile) {
+        const auto list = filed.Of(tile);
+        for (std::size_t i = 0; i < kOrderPadding; ++i) {
+            EXPECT_LT(list.data()[list.size() + i], filed.Count());
+        }
+    }
 }
 
 }  // namespace
