@@ -55,7 +55,11 @@ HWY_INLINE void ProjectVector(const GaussianPlanes& planes, const PinholeCamera&
                                     Set(kFaintestLog + kReachAboveOne));
     // Comparisons with what is not a number fail. An opacity of 0 stands for nothing, not 1/256.
     FloatMask shows = hn::And(hn::Gt(point.z, Set(kNearest)), hn::Ge(reach, Set(0.0F)));
-    shows = hn::And(shows, hn::Lt(footprint.determinant, Set(kInfinity)));
+    shows = hn::And(shows, hn::And(hn::Lt(footprint.determinant, Set(kInfinity)),
+                                   hn::Lt(point.z, Set(kInfinity))));
+    constexpr float kFarthest = 1e9F;  // pixels
+    shows = hn::And(shows, hn::And(hn::Lt(hn::Abs(footprint.x), Set(kFarthest)),
+                                   hn::Lt(hn::Abs(footprint.y), Set(kFarthest))));
     const Floats ofReach = hn::Mul(reach, Set(1.0F / kHalfLog2e));
     const Floats halfWidth = hn::Sqrt(hn::Mul(ofReach, footprint.xx));
     const Floats halfHeight = hn::Sqrt(hn::Mul(ofReach, footprint.yy));

@@ -66,7 +66,8 @@ RowRange RowsOfStrip(const Batch& batch, std::size_t i, std::int32_t column, Row
     const float above = -shear * highest - half(highest) - batch.dy[i];
     const float below = -shear * lowest + half(lowest) - batch.dy[i];
     const auto limited = [](float row) {
-        return static_cast<std::int32_t>(std::clamp(row, -1.0F, static_cast<float>(kTileSide)));
+        constexpr auto kEnd = static_cast<float>(kTileSide);
+        return row > -1.0F ? static_cast<std::int32_t>(std::min(row, kEnd)) : -1;
     };
     return {std::max(rows.first, limited(std::ceil(above))),
             std::min(rows.last, limited(std::floor(below)))};

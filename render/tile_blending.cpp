@@ -32,13 +32,14 @@ bool CloseCovered(const TileTarget& target, float* values) {
     const Tag d;
     const std::size_t lanes = hn::Lanes(d);
     Floats most = hn::Zero(d);
-    for (int row = 0; row < target.height; row += static_cast<int>(kRowsAtOnce)) {
+    for (int row = 0; row < kTileSide; row += static_cast<int>(kRowsAtOnce)) {
         float* const rows = RowsFrom(values, row) + kThrough;
+        const std::size_t own = row < target.height ? kRowsAtOnce * kTileSide : 0;
         for (std::size_t i = 0; i < kChannelValues; i += lanes) {
             const Floats through = hn::LoadU(d, rows + i);
             const Floats left = hn::IfThenElseZero(hn::Ge(through, Set(kCovered)), through);
             hn::StoreU(left, d, rows + i);
-            if (i < kRowsAtOnce * kTileSide) most = hn::Max(most, left);
+            if (i < own) most = hn::Max(most, left);
         }
     }
     return hn::AllFalse(d, hn::Gt(most, hn::Zero(d)));

@@ -9,9 +9,9 @@
 
 namespace vistrel {
 
-// A tile's pixels while it is drawn: for each row red, green, blue and the share of the background
-// that shows, each kTileRow values. Those right of the tile's own pixels are drawn, too, so that no
-// vector needs to end before them.
+// Work space for a tile: red, green, blue and the share of the background that shows, of kTileRow
+// pixels in each row. Those right of the tile's own pixels are drawn, too, so that no vector needs
+// to end before them.
 inline constexpr std::size_t kTileRow = 40;
 inline constexpr std::size_t kTileValues = 4 * kTileRow * static_cast<std::size_t>(kTileSide);
 
@@ -33,8 +33,9 @@ struct TileTarget {
 };
 
 // Blends front to back over black and writes red, green, blue and the share that is covered, a byte
-// each. A pixel that lets less than 1/10000 through takes nothing more. `values` is work space of
-// kTileValues values. Runs on the best instructions that the processor has. Any thread.
+// each. A pixel that lets less than 1/10000 through takes nothing more, from the next round number
+// of Gaussians on. `values` is work space of kTileValues values at a multiple of 64 bytes. Runs on
+// the best instructions that the processor has. Any thread.
 void DrawTile(const TileSplats& splats, const TileTarget& target, float* values);
 
 }  // namespace vistrel

@@ -28,12 +28,13 @@ TileRange EllipseRange(const SplatShape& shape, const SplatLook& look, int row, 
     constexpr float kRounding = 1.0F;  // pixels
     const float left = shape.x - shape.lean * leftmost - halfWidth(leftmost) - kRounding;
     const float right = shape.x - shape.lean * rightmost + halfWidth(rightmost) + kRounding;
-    const auto tileOf = [&](float x) {
-        return static_cast<std::uint16_t>(std::clamp(std::floor(x / static_cast<float>(kTileSide)),
-                                                     static_cast<float>(columns.first),
-                                                     static_cast<float>(columns.last)));
-    };
-    return {tileOf(left), tileOf(right)};
+    // What is not a number, in the most extreme shapes, stands for all columns.
+    const auto first = static_cast<float>(columns.first);
+    const auto last = static_cast<float>(columns.last);
+    const float from = left / static_cast<float>(kTileSide);
+    const float to = right / static_cast<float>(kTileSide);
+    return {from > first ? static_cast<std::uint16_t>(std::min(from, last)) : columns.first,
+            to < last ? static_cast<std::uint16_t>(std::max(to, first)) : columns.last};
 }
 
 }  // namespace

@@ -6,7 +6,6 @@
 #include <condition_variable>
 #include <exception>
 #include <mutex>
-#include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -21,7 +20,7 @@ class Workers::Crew {
             for (int i = 0; i < helpers; ++i) {
                 helpers_.emplace_back([this, worker = i + 1] { Help(worker); });
             }
-        } catch (const std::system_error&) {
+        } catch (const std::exception&) {
             // Those that were started are enough.
         }
     }

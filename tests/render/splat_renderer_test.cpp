@@ -153,6 +153,19 @@ TEST(SplatRenderer, WhatIsBehindTheCameraOrNotFiniteIsLeftOut) {
                  WhiteVertex({0, 0, kInfinity}, 0.1F, 0.9F)})));
 }
 
+TEST(SplatRenderer, WhatOverflowsOnItsWayToThePictureIsLeftOut) {
+    PinholeCamera camera = SquareCamera();
+    camera.rows = {{{0.96F, 0, 0.28F}, {0, 1, 0}, {-0.28F, 0, 0.96F}}};
+    std::vector<RawGaussian> gaussians;
+    for (const float x : {3e38F, -3e38F}) {
+        for (const float y : {3e38F, -3e38F}) {
+            gaussians.push_back(WhiteVertex({x, y, 3e38F}, 1.0F, 0.9F));
+            gaussians.push_back(WhiteVertex({x, y, 1.0F}, 1e20F, 0.9F));
+        }
+    }
+    EXPECT_TRUE(IsBlack(Drawn(PackedScene(gaussians), camera)));
+}
+
 TEST(SplatRenderer, HugeOneCloseByCoversThePictureEvenly) {
     const Picture picture = DrawnOf({WhiteVertex({0, 0, 0.02F}, 100.0F, 0.5F)});
     for (const int x : {0, 50, 99}) EXPECT_NEAR(picture.At(x, x)[3], 127, 2);

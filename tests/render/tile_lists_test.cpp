@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <numeric>
 #include <span>
 #include <vector>
 
@@ -116,6 +117,25 @@ TEST(TileLists, SlantedNeedleIsNotFiledUnderTheWholeBoxAroundIt) {
     for (std::size_t tile = 0; tile < kTiles; ++tile) tiles += filed.Of(tile).size();
     EXPECT_GE(tiles, 5U);
     EXPECT_LE(tiles, 20U);
+}
+
+TEST(TileLists, MostExtremeShapesStayWithinTheirColumns) {
+    std::vector<SplatShape> shapes;
+    std::vector<SplatLook> looks;
+    for (const float across : {1e-38F, 1.0F}) {
+        for (const float lean : {-1e30F, -1e19F, 1e19F, 1e30F}) {
+            for (const float down : {1e-38F, 1.0F}) {
+                shapes.push_back({.x = 100, .y = 20, .across = across, .lean = lean});
+                looks.push_back({.down = down, .redGreen = 0, .blueOpacity = ~0U, .depth = 1});
+            }
+        }
+    }
+    const std::vector<TileRange> columns(shapes.size(), TileRange{2, 5});
+    std::vector<std::uint32_t> order(shapes.size());
+    std::iota(order.begin(), order.end(), 0U);
+    TileLists lists;
+    lists.Fill({shapes.data(), looks.data(), columns.data()}, order, 0, kColumns);
+    for (const std::size_t column : {0U, 1U, 6U, 7U, 8U, 9U}) EXPECT_TRUE(lists.Of(column).empty());
 }
 
 TEST(TileLists, IndicesBehindTheLastAreValid) {
