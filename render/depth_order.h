@@ -25,6 +25,12 @@ class DepthOrder {
     // until the next call. Takes time proportional to their number.
     [[nodiscard]] std::span<const std::uint32_t> Sort(const SplatLook* looks);
 
+    // What the object keeps.
+    [[nodiscard]] std::size_t Bytes() const {
+        return indices_.capacity() * sizeof(std::uint32_t) +
+               2 * entries_.capacity() * sizeof(Entry);
+    }
+
   private:
     struct Entry {
         std::uint32_t key;  // the bits of the depth, which have the order of positive floats

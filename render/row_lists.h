@@ -26,6 +26,8 @@ class RowLists {
     [[nodiscard]] std::span<const std::uint16_t> Of(std::size_t row) const {
         return {places_.data() + ends_[row], ends_[row + 1] - ends_[row]};
     }
+
+    // What the object keeps.
     [[nodiscard]] std::size_t Bytes() const {
         return places_.capacity() * sizeof(std::uint16_t) +
                ends_.capacity() * sizeof(std::uint32_t);

@@ -115,6 +115,7 @@ class SplatRenderer::Buffers {
         std::size_t sum = 0;
         for (const EyeScene& eye : eyes_) sum += eye.Bytes();
         for (const RowLists& lists : lists_) sum += lists.Bytes();
+        for (const WorkSpace& space : spaces_) sum += space.order.Bytes() + space.tiles.Bytes();
         return sum;
     }
 

@@ -38,14 +38,14 @@ class SplatRenderer {
     // Throws std::invalid_argument for a picture of no or too large a size, and std::bad_alloc.
     void Draw(const GaussianScene& scene, const PinholeCamera& camera, const PixelTarget& target);
 
-    // Both eyes of a pair in nine tenths of the time of two pictures: sorted once. The cameras
-    // differ in where they stand along their common row 0, in `centreX` and in the picture's width
-    // only; otherwise throws std::invalid_argument.
+    // Both eyes of a pair in nine tenths of the time of two pictures: both are sorted at once. The
+    // cameras differ in where they stand along their common row 0, in `centreX` and in the
+    // picture's width only; otherwise throws std::invalid_argument.
     void DrawPair(const GaussianScene& scene, const PinholeCamera& leftCamera,
                   const PixelTarget& left, const PinholeCamera& rightCamera,
                   const PixelTarget& right);
 
-    // What the object keeps.
+    // What the object keeps, but for some hundred kilobytes for each thread.
     [[nodiscard]] std::size_t Bytes() const;
 
   private:

@@ -62,4 +62,10 @@ void TileLists::Fill(const ProjectedScene& scene, std::span<const std::uint32_t>
     }
 }
 
+std::size_t TileLists::Bytes() const {
+    std::size_t sum = 0;
+    for (const auto& list : lists_) sum += list.capacity() * sizeof(std::uint32_t);
+    return sum;
+}
+
 }  // namespace vistrel

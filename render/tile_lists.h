@@ -37,6 +37,9 @@ class TileLists {
         return {list.data(), list.size() - kOrderPadding};
     }
 
+    // What the object keeps.
+    [[nodiscard]] std::size_t Bytes() const;
+
   private:
     std::vector<std::vector<std::uint32_t>> lists_;  // one for each column
 };
