@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "cli/splat_picture/splat_ply_reader.h"
 
+#include <array>
 #include <bit>
 #include <charconv>
 #include <cmath>

@@ -2,21 +2,16 @@
 // Reads the splat PLY files that the engine writes, independently of the engine's own code.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <filesystem>
 #include <vector>
 
+#include "render/gaussian_packing.h"
+
 namespace vistrel {
 
-// One vertex record, as it lies in the file.
-struct SplatVertex {
-    std::array<float, 3> position;  // x right, y down, z forward; the camera is the origin
-    std::array<float, 3> colorDc;   // (sRGB value - 0.5) / 0.28209478, red, green, blue
-    float opacityLogit;             // ln(o / (1 - o))
-    std::array<float, 3> logScale;  // natural logarithms of the standard deviations
-    std::array<float, 4> rotation;  // quaternion w, x, y, z; need not be normalised
-};
+// One vertex record, as it lies in the file. x right, y down, z forward; the camera is the origin.
+using SplatVertex = RawGaussian;
 static_assert(sizeof(SplatVertex) == 56);
 
 struct SplatFile {

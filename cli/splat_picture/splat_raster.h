@@ -2,26 +2,14 @@
 // Draws Gaussians on the CPU, one thread, without a graphics library.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <span>
 #include <vector>
 
 #include "cli/splat_picture/splat_ply_reader.h"
+#include "render/pinhole_camera.h"
 
 namespace vistrel {
-
-// A pinhole camera. A point p of the scene lies at rows * (p - position) before the camera.
-struct PinholeCamera {
-    std::array<float, 3> position = {0.0F, 0.0F, 0.0F};
-    std::array<std::array<float, 3>, 3> rows = {{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}};
-    float focalX = 0.0F;  // pixels
-    float focalY = 0.0F;
-    float centreX = 0.0F;  // pixels; the first pixel's centre is 0.5
-    float centreY = 0.0F;
-    int width = 0;  // pixels of the picture to draw
-    int height = 0;
-};
 
 struct SplatPicture {
     int width = 0;

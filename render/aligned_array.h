@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Large arrays for vector instructions.
+#pragma once
+
+#include <cstddef>
+#include <cstdlib>
+#include <memory>
+#include <new>
+
+namespace vistrel {
+
+// Memory at an address that is a multiple of 64 bytes. Where it is large, the system is asked for
+// large pages, which come into being many times faster. Throws std::bad_alloc. Any thread.
+[[nodiscard]] void* AllocateAligned(std::size_t bytes);
+
+// `size` values that begin as whatever the memory holds. One object is for one thread at a time.
+template <typename T>
+class AlignedArray {
+  public:
+    AlignedArray() = default;
+    explicit AlignedArray(std::size_t size)
+        : values_(static_cast<T*>(AllocateAligned(size * sizeof(T)))), size_(size) {}
+
+    // Makes room for at least `size` values; none is kept where that needs new memory.
+    void Reserve(std::size_t size) {
+        if (size <= size_) return;
+        values_.reset();
+        size_ = 0;
+        *this = AlignedArray(size);
+    }
+
+    [[nodiscard]] T* data() const { return values_.get(); }
+    [[nodiscard]] std::size_t size() const { return size_; }
+    [[nodiscard]] T& operator[](std::size_t i) const { return values_.get()[i]; }
+
+  private:
+    struct Free {
+        void operator()(T* values) const { std::free(values); }
+    };
+    std::unique_ptr<T, Free> values_;
+    std::size_t size_ = 0;
+};
+
+}  // namespace vistrel

@@ -1,0 +1,216 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "render/splat_renderer.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <span>
+#include <stdexcept>
+#include <vector>
+
+#include "render/aligned_array.h"
+#include "render/depth_order.h"
+#include "render/projection.h"
+#include "render/row_lists.h"
+#include "render/tile_blending.h"
+#include "render/tile_lists.h"
+#include "render/workers.h"
+
+namespace vistrel {
+namespace {
+
+struct View {
+    PinholeCamera camera;
+    PixelTarget target;
+};
+
+// A scene as one eye sees it.
+class EyeScene {
+  public:
+    void Reserve(std::size_t places, bool hasOwnLooks) {
+        shapes_.Reserve(places);
+        columns_.Reserve(places);
+        if (hasOwnLooks) looks_.Reserve(places);
+    }
+    [[nodiscard]] SplatLook* Looks() const { return looks_.data(); }
+    [[nodiscard]] ProjectedPiece PieceAt(std::size_t first, SplatLook* looks,
+                                         TileRange* rows) const {
+        return {shapes_.data() + first, looks + first, columns_.data() + first, rows};
+    }
+    [[nodiscard]] ProjectedScene Whole(const SplatLook* looks) const {
+        return {shapes_.data(), looks, columns_.data()};
+    }
+    [[nodiscard]] std::size_t Bytes() const {
+        return shapes_.size() * sizeof(SplatShape) + looks_.size() * sizeof(SplatLook) +
+               columns_.size() * sizeof(TileRange);
+    }
+
+  private:
+    AlignedArray<SplatShape> shapes_;
+    AlignedArray<SplatLook> looks_;
+    AlignedArray<TileRange> columns_;
+};
+
+// What a worker needs for itself.
+struct WorkSpace {
+    AlignedArray<TileRange> rows{kPieceSize};
+    AlignedArray<TileRange> otherRows{kPieceSize};
+    DepthOrder order;
+    TileLists tiles;
+    AlignedArray<float> values{kTileValues};
+};
+
+TileRange Joined(TileRange a, TileRange b) {
+    if (a.first > a.last) return b;
+    if (b.first > b.last) return a;
+    return {std::min(a.first, b.first), std::max(a.last, b.last)};
+}
+
+std::size_t TilesAlong(int pixels) {
+    return static_cast<std::size_t>((pixels + kTileSide - 1) / kTileSide);
+}
+
+bool AreEyes(const PinholeCamera& a, const PinholeCamera& b) {
+    std::array<float, 3> moved{};  // along each row
+    for (std::size_t row = 0; row < 3; ++row) {
+        for (std::size_t i = 0; i < 3; ++i) {
+            moved[row] += a.rows[row][i] * (b.position[i] - a.position[i]);
+        }
+    }
+    constexpr float kRounding = 1e-4F;
+    return a.rows == b.rows && a.focalX == b.focalX && a.focalY == b.focalY &&
+           a.centreY == b.centreY && a.height == b.height &&
+           std::hypot(moved[1], moved[2]) <= kRounding * std::abs(moved[0]);
+}
+
+void CheckSize(const PinholeCamera& camera) {
+    const auto fits = [](int side) { return side > 0 && side <= kLargestPictureSide; };
+    if (!fits(camera.width) || !fits(camera.height)) {
+        throw std::invalid_argument("a picture has 1 to 32768 pixels on each side");
+    }
+}
+
+}  // namespace
+
+class SplatRenderer::Buffers {
+  public:
+    explicit Buffers(int threads)
+        : workers_(threads), spaces_(static_cast<std::size_t>(workers_.Count())) {}
+
+    void Draw(const GaussianScene& scene, std::span<const View> views) {
+        const std::size_t places = scene.Planes().stride;
+        for (std::size_t eye = 0; eye < views.size(); ++eye) {
+            eyes_[eye].Reserve(places, HasOwnLooks(scene, eye));
+        }
+        lists_.resize((places + kPieceSize - 1) / kPieceSize);
+        workers_.Run(lists_.size(), [&](std::size_t piece, int worker) {
+            Project(scene, views, piece, spaces_[static_cast<std::size_t>(worker)]);
+        });
+        workers_.Run(TilesAlong(views[0].camera.height), [&](std::size_t row, int worker) {
+            DrawRow(scene, views, static_cast<int>(row), spaces_[static_cast<std::size_t>(worker)]);
+        });
+    }
+
+    [[nodiscard]] std::size_t Bytes() const {
+        std::size_t sum = 0;
+        for (const EyeScene& eye : eyes_) sum += eye.Bytes();
+        for (const RowLists& lists : lists_) sum += lists.Bytes();
+        for (const WorkSpace& space : spaces_) sum += space.order.Bytes() + space.tiles.Bytes();
+        return sum;
+    }
+
+  private:
+    // Colours without harmonics are the same for both eyes, as is all else in a look.
+    static bool HasOwnLooks(const GaussianScene& scene, std::size_t eye) {
+        return eye == 0 || scene.Degree() > 0;
+    }
+    [[nodiscard]] SplatLook* LooksOf(const GaussianScene& scene, std::size_t eye) const {
+        return eyes_[HasOwnLooks(scene, eye) ? eye : 0].Looks();
+    }
+
+    void Project(const GaussianScene& scene, std::span<const View> views, std::size_t piece,
+                 WorkSpace& space) {
+        const std::size_t first = piece * kPieceSize;
+        const std::size_t count = std::min(kPieceSize, scene.Planes().stride - first);
+        const std::span<TileRange> rows(space.rows.data(), count);
+        for (std::size_t eye = 0; eye < views.size(); ++eye) {
+            const std::span<TileRange> own(eye == 0 ? space.rows.data() : space.otherRows.data(),
+                                           count);
+            ProjectGaussians(scene.Planes(), views[eye].camera, first, count,
+                             eyes_[eye].PieceAt(first, LooksOf(scene, eye), own.data()));
+            if (eye > 0) std::ranges::transform(rows, own, rows.begin(), Joined);
+        }
+        lists_[piece].Fill(rows, TilesAlong(views[0].camera.height));
+    }
+
+    void DrawRow(const GaussianScene& scene, std::span<const View> views, int row,
+                 WorkSpace& space) {
+        const auto listOf = [row](const RowLists& lists) {
+            return lists.Of(static_cast<std::size_t>(row));
+        };
+        const SplatLook* const looks = eyes_[0].Looks();
+        std::size_t most = 0;
+        for (const RowLists& lists : lists_) most += listOf(lists).size();
+        space.order.Begin(most);
+        for (std::size_t piece = 0; piece < lists_.size(); ++piece) {
+            space.order.Add(piece * kPieceSize, listOf(lists_[piece]), looks);
+        }
+        const std::span<const std::uint32_t> order = space.order.Sort(looks);
+        for (std::size_t eye = 0; eye < views.size(); ++eye) {
+            const ProjectedScene projected = eyes_[eye].Whole(LooksOf(scene, eye));
+            const std::size_t columns = TilesAlong(views[eye].camera.width);
+            space.tiles.Fill(projected, order, row, columns);
+            for (std::size_t column = 0; column < columns; ++column) {
+                DrawOne(projected, views[eye], row, static_cast<int>(column), space);
+            }
+        }
+    }
+
+    static void DrawOne(const ProjectedScene& projected, const View& view, int row, int column,
+                        WorkSpace& space) {
+        TileTarget part;
+        part.left = column * kTileSide;
+        part.top = row * kTileSide;
+        part.width = std::min(kTileSide, view.camera.width - part.left);
+        part.height = std::min(kTileSide, view.camera.height - part.top);
+        part.rowBytes = view.target.rowBytes;
+        part.pixels = view.target.pixels + static_cast<std::size_t>(part.top) * part.rowBytes +
+                      4 * static_cast<std::size_t>(part.left);
+        const std::span<const std::uint32_t> order =
+            space.tiles.Of(static_cast<std::size_t>(column));
+        DrawTile({projected.shapes, projected.looks, order.data(), order.size()}, part,
+                 space.values.data());
+    }
+
+    Workers workers_;
+    std::vector<WorkSpace> spaces_;  // one for each worker
+    std::array<EyeScene, 2> eyes_;
+    std::vector<RowLists> lists_;  // one for each piece of the scene
+};
+
+SplatRenderer::SplatRenderer(int threads) : buffers_(std::make_unique<Buffers>(threads)) {}
+
+SplatRenderer::~SplatRenderer() = default;
+
+void SplatRenderer::Draw(const GaussianScene& scene, const PinholeCamera& camera,
+                         const PixelTarget& target) {
+    CheckSize(camera);
+    buffers_->Draw(scene, std::array{View{camera, target}});
+}
+
+void SplatRenderer::DrawPair(const GaussianScene& scene, const PinholeCamera& leftCamera,
+                             const PixelTarget& left, const PinholeCamera& rightCamera,
+                             const PixelTarget& right) {
+    CheckSize(leftCamera);
+    CheckSize(rightCamera);
+    if (!AreEyes(leftCamera, rightCamera)) {
+        throw std::invalid_argument("the cameras are not those of a pair of eyes");
+    }
+    buffers_->Draw(scene, std::array{View{leftCamera, left}, View{rightCamera, right}});
+}
+
+std::size_t SplatRenderer::Bytes() const {
+    return buffers_->Bytes();
+}
+
+}  // namespace vistrel
