@@ -16,6 +16,7 @@ ARROWS = {
     "base": (["base/"], []),
     "engine": (["engine/", "base/"], ["stb", "onnxruntime", "exiv2", "hwy"]),
     "render": (["render/", "base/"], ["hwy"]),
+    "render/pictures": (["render/", "base/"], ["jpeg", "png", "webp"]),
     "download": (["download/", "base/"], ["curl"]),
     "batch": (["batch/", "engine/", "base/"], []),
     "batch/dialogs": (["batch/", "engine/", "ui/", "base/"], ["qt"]),
@@ -63,6 +64,9 @@ THIRD_PARTIES = {
     "hwy": r"hwy/.*",
     "eigen": r"Eigen/.*",
     "curl": r"curl/.*",
+    "jpeg": r"jpeglib\.h",
+    "png": r"png\.h",
+    "webp": r"webp/.*",
     "xcb": r"xcb/.*",
     "cli11": r"CLI/.*",
     "gtest": r"gtest/.*",
@@ -75,9 +79,13 @@ THIRD_PARTIES = {
 # Folder -> third parties that exactly one file of it may include.
 ONE_FILE_ONLY = {
     "engine": ["stb_image.h", "stb_image_resize2.h", "onnxruntime_cxx_api.h", "exiv2/exiv2.hpp"],
+    "render": ["jpeglib.h", "png.h", "webp/encode.h"],
     "download": ["curl/curl.h"],
     "shell/start": ["xcb/xcb.h"],
 }
+
+# Folders whose headers show no third party.
+SHOWS_NO_PARTY = ("engine", "render", "render/pictures", "download")
 
 # CMake target -> what may stand behind it in target_link_libraries. Below tests/ and benchmarks/
 # targets link what they please.
@@ -86,6 +94,8 @@ LINKS = {
     "vistrel_engine": ["vistrel_warnings", "vistrel_base", "Threads::Threads", "Stb::stb",
                        "PkgConfig::exiv2", "PkgConfig::hwy", "OnnxRuntime::onnxruntime"],
     "vistrel_render": ["vistrel_warnings", "vistrel_base", "PkgConfig::hwy", "Threads::Threads"],
+    "vistrel_pictures": ["vistrel_warnings", "vistrel_render", "PkgConfig::jpeg",
+                         "PkgConfig::png", "PkgConfig::webp"],
     "vistrel_resampler_avx2": ["vistrel_warnings", "Stb::stb"],
     "vistrel_download": ["vistrel_warnings", "vistrel_base", "CURL::libcurl", "Threads::Threads"],
     "vistrel_batch": ["vistrel_warnings", "vistrel_engine"],
@@ -150,7 +160,7 @@ def check_include(name, header):
     if party is not None:
         if party not in parties:
             return f"{name}: {folder}/ may not use {party} ({header})"
-        if name.endswith(".h") and folder in ("engine", "render", "download") and "-inl" not in name:
+        if name.endswith(".h") and folder in SHOWS_NO_PARTY and "-inl" not in name:
             return f"{name}: a header of {folder}/ shows {party}"
         return None
     for closed in CLOSED_FOLDERS:
