@@ -40,10 +40,11 @@ PinholeCamera WithinPhotograph(const PinholeCamera& camera, const PhotographCame
     return Zoomed(camera, std::max(across, down) / std::min(across, down));
 }
 
-PinholeCamera Narrowed(PinholeCamera camera, int narrow) {
-    camera.focalY *= static_cast<float>(narrow);
-    camera.centreY *= static_cast<float>(narrow);
-    camera.height *= narrow;
+// A camera with square pixels in an eye's picture of `shape`.
+PinholeCamera Narrowed(PinholeCamera camera, const EyeShape& shape) {
+    camera.focalY *= static_cast<float>(shape.narrow);
+    camera.centreY *= static_cast<float>(shape.narrow);
+    camera.height = shape.height;
     return camera;
 }
 
@@ -64,10 +65,8 @@ View PhotographView(SplatRenderer& renderer, const SceneFile& file, const Render
     const int usualWidth = file.camera ? side(file.camera->width) : kWindowWidth;
     const int usualHeight = file.camera ? side(file.camera->height) : kWindowHeight;
     SetSize(view, options, WholeSizeOf(options.layout, usualWidth, usualHeight));
-    const int narrow = view.shape.narrow;
-    view.shape.height = std::max(1, view.shape.height / narrow) * narrow;
-    view.camera =
-        Narrowed(CameraOf(file, options, view.shape.width, view.shape.height / narrow), narrow);
+    const int square = (view.shape.height + view.shape.narrow - 1) / view.shape.narrow;
+    view.camera = Narrowed(CameraOf(file, options, view.shape.width, square), view.shape);
     if (options.layout == StereoLayout::None) return view;
     const auto depths = SeenDepths(renderer, file.scene, view.camera).Range();
     if (!depths) return view;
