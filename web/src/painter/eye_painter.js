@@ -69,7 +69,7 @@ export class EyePainter {
     /**
      * @param {object} painter
      * @param {string} painter.worker its text
-     * @param {WebAssembly.Module | Uint8Array} painter.module or its bytes
+     * @param {Uint8Array} painter.module the bytes of its WebAssembly
      */
     constructor({ worker, module }) {
         this.#url = URL.createObjectURL(new Blob([worker], { type: "text/javascript" }));
