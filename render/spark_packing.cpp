@@ -134,33 +134,34 @@ SparkUnpacker::SparkUnpacker(const SparkEncoding& encoding) {
     }
 }
 
-void SparkUnpacker::Unpack(const SparkWords& words, std::size_t count, const GaussianPlanes& planes,
-                           std::size_t first) const {
-    for (std::size_t i = 0; i < count; ++i) {
-        const std::uint32_t* const word = words.gaussians + kSparkWords * i;
-        const std::size_t to = first + i;
-        const std::array<std::uint32_t, 3> halves = {word[1] & 0xFFFFU, word[1] >> 16U,
-                                                     word[2] & 0xFFFFU};
-        bool drawn = (word[3] & 0xFFFFFFU) != 0;
-        for (std::size_t axis = 0; axis < halves.size(); ++axis) {
-            drawn = drawn && (halves[axis] & kHalfInfinity) != kHalfInfinity;
-            planes.words[axis * planes.stride + to] = FloatOfHalf(halves[axis]);
-            planes.words[(3 + axis) * planes.stride + to] =
-                scale_[ByteOf(word[3], static_cast<int>(axis))];
-        }
-        const Vector axis = AxisOf(ByteOf(word[2], 2), ByteOf(word[2], 3));
-        const float cosine = cosine_[ByteOf(word[3], 3)];
-        const float sine = sine_[ByteOf(word[3], 3)];
-        StoreWord(planes, Plane::RotationWX, to,
-                  Pair(PackedPart(cosine), PackedPart(axis.x * sine)));
-        StoreWord(planes, Plane::RotationYZ, to,
-                  Pair(PackedPart(axis.y * sine), PackedPart(axis.z * sine)));
-        StoreWord(planes, Plane::RedGreen, to,
-                  Pair(color_[ByteOf(word[0], 0)], color_[ByteOf(word[0], 1)]));
-        StoreWord(planes, Plane::BlueOpacity, to,
-                  Pair(color_[ByteOf(word[0], 2)], drawn ? opacity_[ByteOf(word[0], 3)] : 0U));
-        if (planes.degree > 0) UnpackHarmonics(words, i, planes, to);
+void SparkUnpacker::Unpack(const SparkWords& words, std::span<const std::uint16_t> order,
+                           const GaussianPlanes& planes, std::size_t first) const {
+    for (std::size_t i = 0; i < order.size(); ++i) UnpackOne(words, order[i], planes, first + i);
+}
+
+void SparkUnpacker::UnpackOne(const SparkWords& words, std::size_t i, const GaussianPlanes& planes,
+                              std::size_t to) const {
+    const std::uint32_t* const word = words.gaussians + kSparkWords * i;
+    const std::array<std::uint32_t, 3> halves = {word[1] & 0xFFFFU, word[1] >> 16U,
+                                                 word[2] & 0xFFFFU};
+    bool drawn = (word[3] & 0xFFFFFFU) != 0;
+    for (std::size_t axis = 0; axis < halves.size(); ++axis) {
+        drawn = drawn && (halves[axis] & kHalfInfinity) != kHalfInfinity;
+        planes.words[axis * planes.stride + to] = FloatOfHalf(halves[axis]);
+        planes.words[(3 + axis) * planes.stride + to] =
+            scale_[ByteOf(word[3], static_cast<int>(axis))];
     }
+    const Vector axis = AxisOf(ByteOf(word[2], 2), ByteOf(word[2], 3));
+    const float cosine = cosine_[ByteOf(word[3], 3)];
+    const float sine = sine_[ByteOf(word[3], 3)];
+    StoreWord(planes, Plane::RotationWX, to, Pair(PackedPart(cosine), PackedPart(axis.x * sine)));
+    StoreWord(planes, Plane::RotationYZ, to,
+              Pair(PackedPart(axis.y * sine), PackedPart(axis.z * sine)));
+    StoreWord(planes, Plane::RedGreen, to,
+              Pair(color_[ByteOf(word[0], 0)], color_[ByteOf(word[0], 1)]));
+    StoreWord(planes, Plane::BlueOpacity, to,
+              Pair(color_[ByteOf(word[0], 2)], drawn ? opacity_[ByteOf(word[0], 3)] : 0U));
+    if (planes.degree > 0) UnpackHarmonics(words, i, planes, to);
 }
 
 void SparkUnpacker::UnpackHarmonics(const SparkWords& words, std::size_t i,

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
 #include "render/gaussian_scene.h"
 
@@ -48,16 +49,18 @@ class SparkUnpacker {
   public:
     explicit SparkUnpacker(const SparkEncoding& encoding);
 
-    // Unpacks `count` Gaussians into the planes from place `first` on. Those without a finite
-    // centre and those without any size are not drawn.
-    void Unpack(const SparkWords& words, std::size_t count, const GaussianPlanes& planes,
-                std::size_t first) const;
+    // Unpacks the Gaussians `order` of the words into the planes from place `first` on. Those
+    // without a finite centre and those without any size are not drawn.
+    void Unpack(const SparkWords& words, std::span<const std::uint16_t> order,
+                const GaussianPlanes& planes, std::size_t first) const;
 
     // Makes `count` places from `first` on hold Gaussians that are not drawn.
     static void Clear(const GaussianPlanes& planes, std::size_t first, std::size_t count);
 
   private:
     static constexpr std::size_t kBytes = 256;
+    void UnpackOne(const SparkWords& words, std::size_t i, const GaussianPlanes& planes,
+                   std::size_t to) const;
     void UnpackHarmonics(const SparkWords& words, std::size_t i, const GaussianPlanes& planes,
                          std::size_t to) const;
 

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
 #include "render/aligned_array.h"
 #include "render/gaussian_scene.h"
@@ -41,12 +42,11 @@ struct View {
 // 2003).
 class Random {
   public:
-    // 0 to end - 1
-    std::size_t Below(std::size_t end) {
+    std::uint32_t Next() {
         state_ ^= state_ << 13U;
         state_ ^= state_ >> 17U;
         state_ ^= state_ << 5U;
-        return static_cast<std::size_t>(std::uint64_t{state_} * end >> 32U);
+        return state_;
     }
 
   private:
@@ -59,21 +59,14 @@ GaussianWords gaussianWords;
 std::array<HarmonicsWords, kDegrees> harmonicsWords;
 View view;
 
-template <std::size_t kEach>
-void Exchange(std::uint32_t* words, std::size_t a, std::size_t b) {
-    std::swap_ranges(words + kEach * a, words + kEach * (a + 1), words + kEach * b);
-}
-
 class Painter {
   public:
     Painter(std::size_t count, int degree) : unpacker_(encoding), scene_(count, degree) {}
 
-    // In random order, so that the first of them stand for all.
     void Append(std::size_t count) {
-        for (std::size_t i = count; i > 1; --i) ExchangeGaussians(i - 1, random_.Below(i));
         SparkWords words = {gaussianWords.data(), {}};
         for (std::size_t i = 0; i < kDegrees; ++i) words.harmonics[i] = harmonicsWords[i].data();
-        unpacker_.Unpack(words, count, scene_.Planes(), filled_);
+        unpacker_.Unpack(words, Spread(count), scene_.Planes(), filled_);
         filled_ += count;
         if (filled_ < scene_.Count()) return;
         SparkUnpacker::Clear(scene_.Planes(), filled_, scene_.Planes().stride - filled_);
@@ -88,23 +81,34 @@ class Painter {
         style.nearest = view.nearest;
         style.keepsArea = true;
         style.share = view.share;
+        // The same area as that of all.
         style.enlargement = 1.0F / std::sqrt(std::clamp(view.share, 0.01F, 1.0F));
         renderer_.Draw(scene_, camera, {pixels_.data(), rowBytes}, style);
         return pixels_.data();
     }
 
   private:
-    void ExchangeGaussians(std::size_t a, std::size_t b) const {
-        Exchange<kSparkWords>(gaussianWords.data(), a, b);
-        if (scene_.Degree() > 0) Exchange<kSparkHarmonicsWords[0]>(harmonicsWords[0].data(), a, b);
-        if (scene_.Degree() > 1) Exchange<kSparkHarmonicsWords[1]>(harmonicsWords[1].data(), a, b);
-        if (scene_.Degree() > 2) Exchange<kSparkHarmonicsWords[2]>(harmonicsWords[2].data(), a, b);
+    // An order in which the first ones of `count` are spread evenly, whatever their number, since
+    // neighbours in a file are mostly neighbours in space: counting with the bits in reverse order.
+    // Where it begins is random, lest the gaps in neighbouring parts line up.
+    std::span<const std::uint16_t> Spread(std::size_t count) {
+        constexpr unsigned kBits = 10;
+        static_assert(kShareBlock == 1U << kBits);
+        const std::uint32_t begin = random_.Next();
+        std::size_t filled = 0;
+        for (std::uint32_t i = 0; i < kShareBlock; ++i) {
+            const std::uint32_t reversed = __builtin_bitreverse32(i) >> (32U - kBits);
+            const std::uint32_t place = (begin + reversed) % kShareBlock;
+            if (place < count) order_[filled++] = static_cast<std::uint16_t>(place);
+        }
+        return {order_.data(), filled};
     }
 
     SparkUnpacker unpacker_;
     GaussianScene scene_;
     std::size_t filled_ = 0;
     Random random_;
+    std::array<std::uint16_t, kShareBlock> order_{};
     SplatRenderer renderer_{1};
     AlignedArray<std::uint8_t> pixels_;
 };

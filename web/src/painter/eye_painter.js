@@ -24,8 +24,8 @@
  * @property {number} width of the picture, pixels
  * @property {number} height
  * @property {number} [near] depth below which nothing shows; 0.1 when absent
- * @property {number} [share] of the Gaussians that is painted, over 0 to 1: always the same ones, at
- *     random, and enlarged so that they cover; all when absent
+ * @property {number} [share] of the Gaussians that is painted, over 0 to 1: always the same ones, spread
+ *     over the scene and enlarged so that they cover; all when absent
  * @property {Uint8ClampedArray} [spare] `pixels` of an earlier picture that nobody needs any more,
  *     for the memory; lost to the caller
  */
