@@ -26,11 +26,12 @@ DrawnEyes DrawEyes(SplatRenderer& renderer, const GaussianScene& scene, const Vi
     DrawnEyes eyes;
     eyes.left = Picture(view.shape.width, view.shape.height);
     if (cameras.size() == 1) {
-        renderer.Draw(scene, cameras[0], eyes.left.Target());
+        renderer.Draw(scene, cameras[0], eyes.left.Target(), view.style);
         return eyes;
     }
     eyes.right = Picture(view.shape.width, view.shape.height);
-    renderer.DrawPair(scene, cameras[0], eyes.left.Target(), cameras[1], eyes.right.Target());
+    renderer.DrawPair(scene, cameras[0], eyes.left.Target(), cameras[1], eyes.right.Target(),
+                      view.style);
     if (options.swap) std::swap(eyes.left, eyes.right);
     return eyes;
 }

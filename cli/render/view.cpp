@@ -30,6 +30,7 @@ View WindowsView(const RenderOptions& options) {
     SetSize(view, options, {kWindowWidth, kWindowHeight});
     view.camera = WindowCamera(options.window, view.shape, view.width, view.height);
     view.eyes = WindowEyes(options.window, view.shape, view.width, view.height);
+    view.style = kWindowStyle;
     return view;
 }
 
