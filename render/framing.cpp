@@ -12,8 +12,11 @@
 namespace vistrel {
 namespace {
 
-constexpr float kLargestSide = 960.0F;   // of the pictures that are looked at
-constexpr float kWidestBorder = 0.004F;  // leaves room for rounding to whole pixels
+constexpr float kLargestSide = 960.0F;  // of the pictures that are looked at
+// Of an empty spot: away from the edge and along it. Narrower than what is promised, since small
+// pictures round to whole pixels and a dark line at the edge is seen well.
+constexpr float kWidest = 0.001F;
+constexpr float kLongest = 0.004F;
 constexpr float kStep = 1.0025F;
 
 // How many pixels of each rectangle are covered.
@@ -45,18 +48,20 @@ class Coverage {
         const int top = inset(height_);
         const int right = width_ - left;
         const int bottom = height_ - top;
-        const auto spot = [](int side) {
-            return 1 + static_cast<int>(kWidestBorder * static_cast<float>(side));
+        const auto spot = [](float share, int side) {
+            return 1 + static_cast<int>(share * static_cast<float>(side));
         };
-        const int across = spot(right - left);
-        const int down = spot(bottom - top);
-        for (int row = top; row + down <= bottom; ++row) {
-            if (IsEmpty(left, row, across, down)) return true;
-            if (IsEmpty(right - across, row, across, down)) return true;
+        const int narrow = spot(kWidest, right - left);
+        const int tall = spot(kLongest, bottom - top);
+        for (int row = top; row + tall <= bottom; ++row) {
+            if (IsEmpty(left, row, narrow, tall)) return true;
+            if (IsEmpty(right - narrow, row, narrow, tall)) return true;
         }
-        for (int column = left; column + across <= right; ++column) {
-            if (IsEmpty(column, top, across, down)) return true;
-            if (IsEmpty(column, bottom - down, across, down)) return true;
+        const int wide = spot(kLongest, right - left);
+        const int low = spot(kWidest, bottom - top);
+        for (int column = left; column + wide <= right; ++column) {
+            if (IsEmpty(column, top, wide, low)) return true;
+            if (IsEmpty(column, bottom - low, wide, low)) return true;
         }
         return false;
     }

@@ -24,9 +24,9 @@ inline constexpr int kCovered = 128;
 inline constexpr float kMostZoom = 2.0F;
 
 // The least zoom, 1 to kMostZoom, with which no camera's picture has a border that is empty: none
-// of its four edges has an empty spot wider than 0.5 % of the picture's width and higher than 0.5 %
-// of its height. Nothing where there is no such zoom, since the scene does not fill the picture.
-// Draws a small picture for each camera. Throws std::bad_alloc.
+// of its edges has an empty spot that reaches 0.5 % of the picture's side into it and is as long.
+// Nothing where there is no such zoom, since the scene does not fill the picture. Draws a small
+// picture for each camera. Throws std::bad_alloc.
 [[nodiscard]] std::optional<float> FillingZoom(SplatRenderer& renderer, const GaussianScene& scene,
                                                std::span<const PinholeCamera> cameras);
 

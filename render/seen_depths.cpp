@@ -92,8 +92,6 @@ SeenDepths::SeenDepths(SplatRenderer& renderer, const GaussianScene& scene,
         Scaled(camera, static_cast<float>(kColumns) / static_cast<float>(camera.width));
     Picture picture(small.width, small.height);
     renderer.Draw(InShades(scene, depths, bounds), small, picture.Target());
-    width_ = small.width;
-    height_ = small.height;
     for (std::size_t i = 0; i < picture.pixels.size(); i += 4) {
         const int red = picture.pixels[i];
         const int covered = picture.pixels[i + 3];
@@ -102,21 +100,13 @@ SeenDepths::SeenDepths(SplatRenderer& renderer, const GaussianScene& scene,
     }
 }
 
-std::optional<DepthRange> SeenDepths::Range(float zoom) const {
-    const auto edge = [zoom](int side) {
-        return static_cast<int>(0.5F * static_cast<float>(side) * (1.0F - 1.0F / zoom));
-    };
+std::optional<DepthRange> SeenDepths::Range() const {
     std::array<std::int64_t, kValues> pixels{};
     std::int64_t seen = 0;
-    for (int row = edge(height_); row < height_ - edge(height_); ++row) {
-        for (int column = edge(width_); column < width_ - edge(width_); ++column) {
-            const int value =
-                values_[static_cast<std::size_t>(row) * static_cast<std::size_t>(width_) +
-                        static_cast<std::size_t>(column)];
-            if (value == kNothing) continue;
-            ++pixels[static_cast<std::size_t>(value)];
-            ++seen;
-        }
+    for (const std::int16_t value : values_) {
+        if (value == kNothing) continue;
+        ++pixels[static_cast<std::size_t>(value)];
+        ++seen;
     }
     if (seen == 0 || farthest_ <= 0.0F) return std::nullopt;
     const std::int64_t out = seen / 200;

@@ -20,13 +20,10 @@ class SeenDepths {
     // scene, and as much memory as its planes. Throws std::bad_alloc.
     SeenDepths(SplatRenderer& renderer, const GaussianScene& scene, const PinholeCamera& camera);
 
-    // Of what the middle of the picture shows, a share of 1 / zoom of its width and height; nothing
-    // where it is empty. The nearest and the farthest 0.5 % of the picture do not count.
-    [[nodiscard]] std::optional<DepthRange> Range(float zoom = 1.0F) const;
+    // Nothing where the picture is empty. The nearest and the farthest 0.5 % of it do not count.
+    [[nodiscard]] std::optional<DepthRange> Range() const;
 
   private:
-    int width_ = 0;
-    int height_ = 0;
     float farthest_ = 0.0F;             // 1 / depth where a value is 0
     float step_ = 0.0F;                 // of 1 / depth for each value
     std::vector<std::int16_t> values_;  // 0..255; kNothing where nothing is seen
