@@ -105,6 +105,17 @@ class PictureFiles(unittest.TestCase):
             self.assertEqual(picture.text["Comment"], "grey")
         np.testing.assert_array_equal(values, np.arange(512) * 128)
 
+    def test_depth_map_tells_its_scale(self):
+        with Image.open(self.folder / "depth.png") as picture:
+            values = np.asarray(picture).astype(float).ravel()
+            words = picture.text["DepthScale"].split()
+            self.assertIn("near is bright", picture.text["Description"])
+        scale = {name: float(number) for name, number in (word.split("=") for word in words)}
+        self.assertEqual(values[0], 0)
+        np.testing.assert_allclose(scale["offset"] + scale["step"] * values[1:], [0.25, 0.5, 1], 1e-4)
+        self.assertAlmostEqual(scale["nearest"], 1, 6)
+        self.assertAlmostEqual(scale["farthest"], 4, 6)
+
     # JPEG and WebP
 
     def test_jpeg_is_near_the_pixels(self):

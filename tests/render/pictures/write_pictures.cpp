@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "base/new_file.h"
+#include "render/pictures/depth_map.h"
 #include "render/pictures/jpeg_encoding.h"
 #include "render/pictures/png_encoding.h"
 #include "render/pictures/stereo_jpeg.h"
@@ -42,6 +43,7 @@ void Write(const std::filesystem::path& folder) {
           EncodePng(test::Gradient(90, 8, kLeftBlue), {.stereo = PngStereo::LeftEyeLeft}));
     write("text.png", EncodePng(picture, {.texts = {{"Comment", "one two"}, {"Title", "three"}}}));
     write("grey.png", EncodeGreyPng(GreyRamp(), std::array{PngText{"Comment", "grey"}}));
+    write("depth.png", EncodeDepthMap(DepthMapOf(std::array{0.0F, 0.25F, 0.5F, 1.0F}, 2, 2)));
     write("plain.jpg", EncodeJpeg(picture));
     write("pixel.jpg", EncodeJpeg(pixel));
     write("rough.jpg", EncodeJpeg(picture, 10));
