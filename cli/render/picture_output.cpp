@@ -8,6 +8,7 @@
 #include "base/new_file.h"
 #include "render/pictures/jpeg_encoding.h"
 #include "render/pictures/png_encoding.h"
+#include "render/pictures/webp_encoding.h"
 
 namespace vistrel {
 namespace {
@@ -20,10 +21,10 @@ std::optional<PngStereo> PngStereoOf(StereoLayout layout) {
 
 }  // namespace
 
-DrawnEyes DrawEyes(SplatRenderer& renderer, const GaussianScene& scene, const View& view,
-                   const RenderOptions& options) {
-    const std::vector<PinholeCamera> cameras = view.Cameras(options.layout);
-    DrawnEyes eyes;
+EyePictures DrawEyes(SplatRenderer& renderer, const GaussianScene& scene, const View& view,
+                     const RenderOptions& options) {
+    const std::vector<PinholeCamera> cameras = view.Cameras(options.HasEyes());
+    EyePictures eyes;
     eyes.left = Picture(view.shape.width, view.shape.height);
     if (cameras.size() == 1) {
         renderer.Draw(scene, cameras[0], eyes.left.Target(), view.style);
@@ -36,17 +37,22 @@ DrawnEyes DrawEyes(SplatRenderer& renderer, const GaussianScene& scene, const Vi
     return eyes;
 }
 
-std::vector<std::byte> EncodeEyes(const DrawnEyes& eyes, const View& view,
+std::vector<std::byte> EncodeEyes(const EyePictures& eyes, const View& view,
                                   const RenderOptions& options) {
-    const Picture whole =
-        options.layout == StereoLayout::None
-            ? eyes.left
-            : Combined(options.layout, eyes.left, eyes.right, view.width, view.height);
+    const auto whole = [&] {
+        return Combined(options.layout, eyes.left, eyes.right, view.width, view.height);
+    };
     switch (options.kind) {
         case OutputKind::Png:
-            return EncodePng(whole, {.stereo = PngStereoOf(options.layout)});
+            return EncodePng(whole(), {.stereo = PngStereoOf(options.layout)});
         case OutputKind::Jpeg:
-            return EncodeJpeg(whole, options.quality);
+            return EncodeJpeg(whole(), options.quality);
+        case OutputKind::Jps:
+            return EncodeJps(eyes, options.quality);
+        case OutputKind::Mpo:
+            return EncodeMpo(eyes, view.eyes.right.offset - view.eyes.left.offset, options.quality);
+        case OutputKind::Webp:
+            return EncodeWebp(whole(), options.quality);
     }
     throw std::runtime_error("nothing is made of this kind");
 }

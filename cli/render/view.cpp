@@ -68,8 +68,8 @@ View PhotographView(SplatRenderer& renderer, const SceneFile& file, const Render
     SetSize(view, options, WholeSizeOf(options.layout, usualWidth, usualHeight));
     const int square = (view.shape.height + view.shape.narrow - 1) / view.shape.narrow;
     view.camera = Narrowed(CameraOf(file, options, view.shape.width, square), view.shape);
-    if (options.layout == StereoLayout::None) return view;
-    const auto depths = SeenDepths(renderer, file.scene, view.camera).Range();
+    if (!options.HasEyes()) return view;
+    const auto depths = SeenDepths(renderer, file.scene, view.camera);
     if (!depths) return view;
     view.screen = depths->nearest;
     view.eyes = ComfortableEyes(view.camera, *depths, static_cast<float>(options.parallax));
@@ -78,8 +78,8 @@ View PhotographView(SplatRenderer& renderer, const SceneFile& file, const Render
 
 }  // namespace
 
-std::vector<PinholeCamera> View::Cameras(StereoLayout layout) const {
-    if (layout == StereoLayout::None) return {camera};
+std::vector<PinholeCamera> View::Cameras(bool hasEyes) const {
+    if (!hasEyes) return {camera};
     return {EyeAt(camera, eyes.left), EyeAt(camera, eyes.right)};
 }
 

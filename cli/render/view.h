@@ -24,8 +24,8 @@ struct View {
     SplatStyle style;
     float screen = 1.0F;  // depth of what lies on the screen
 
-    // Those that the picture is made of: `camera` alone, or left and right.
-    [[nodiscard]] std::vector<PinholeCamera> Cameras(StereoLayout layout) const;
+    // Those that the picture is made of: left and right, or without eyes `camera` alone.
+    [[nodiscard]] std::vector<PinholeCamera> Cameras(bool hasEyes) const;
 };
 
 // The view that the options ask for, not yet moved in. Where it is to be cropped, it is no larger
