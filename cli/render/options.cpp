@@ -21,6 +21,7 @@ struct Arguments {
     std::string sizeText;
     std::string folder;
     std::string ending;
+    bool crop = false;
     std::vector<std::string> files;
 };
 
@@ -58,7 +59,7 @@ void AddViewOptions(CLI::App& app, RenderOptions& options, Arguments& arguments)
                    "In the photograph's view: by how much the eyes' pictures differ at most, as a "
                    "share of their width; 0: not at all [1/30]")
         ->type_name("NUMBER");
-    app.add_flag("--crop,!--no-crop", options.crop,
+    app.add_flag("--crop,!--no-crop", arguments.crop,
                  "Move in until no edge of the picture is empty; usual where a photograph's camera "
                  "is known and asked for");
     app.add_flag("--general", options.window.general,
@@ -175,6 +176,7 @@ void CheckOutputs(const RenderOptions& options) {
 void Take(const CLI::App& app, const Arguments& arguments, RenderOptions& options) {
     options.layout = LayoutOf(arguments.stereo);
     options.isWindow = arguments.view == "window";
+    if (app.count("--crop") > 0) options.crop = arguments.crop;
     CheckView(app, options);
     if (!arguments.sizeText.empty()) {
         const std::string wrong =
