@@ -82,8 +82,11 @@ HWY_INLINE void ProjectVector(const GaussianPlanes& planes, const PinholeCamera&
     Ints blueAndOpacity = blueOpacity;
     if (planes.degree > 0) {
         const Vector3 color = HarmonicsColor(planes, from, offset);
-        redGreen = Pair(PackedColor(color.x), PackedColor(color.y));
-        blueAndOpacity = Pair(PackedColor(color.z), opacity);
+        const auto packed = [&](Floats channel) HWY_ATTR {
+            return PackedColor(hn::Min(Set(style.brightest), channel));
+        };
+        redGreen = Pair(packed(color.x), packed(color.y));
+        blueAndOpacity = Pair(packed(color.z), opacity);
     } else if (style.keepsArea) {
         blueAndOpacity = Pair(blueOpacity, opacity);
     }

@@ -7,6 +7,7 @@
 #include <set>
 #include <system_error>
 
+#include "base/scene_kind.h"
 #include "cli/command.h"
 #include "render/splat_renderer.h"
 
@@ -73,7 +74,7 @@ void AddViewOptions(CLI::App& app, RenderOptions& options, Arguments& arguments)
 }
 
 void AddOutputOptions(CLI::App& app, RenderOptions& options, Arguments& arguments) {
-    app.add_option("--quality", options.quality, "Of .jpg: 1 to 100")
+    app.add_option("--quality", options.quality, "Of all but .png: 1 to 100")
         ->check(CLI::Range(1, kBestQuality))
         ->type_name("NUMBER")
         ->capture_default_str();
@@ -130,9 +131,23 @@ void TakeFile(const Arguments& arguments, RenderOptions& options) {
     options.kind = KindOf(arguments.files[1]);
 }
 
+// Two of the kinds hold both eyes in a way of their own.
+void CheckLayout(const CLI::App& app, RenderOptions& options) {
+    if (options.kind == OutputKind::Mpo && app.count("--stereo") > 0) {
+        Refuse("--stereo", "does not go with .mpo, which holds a picture of each eye");
+    }
+    if (options.kind != OutputKind::Jps) return;
+    if (app.count("--stereo") == 0) options.layout = StereoLayout::SideBySide;
+    if (options.layout != StereoLayout::SideBySide && options.layout != StereoLayout::Crossed) {
+        Refuse("--stereo", "is sbs or crossed in .jps, which has an order of its own");
+    }
+    if (options.size.width % 2 != 0) Refuse("--size", "has an even width in .jps");
+}
+
 // Scenes into files of a folder.
 void TakeFolder(const Arguments& arguments, RenderOptions& options) {
-    const std::string ending = (arguments.ending.starts_with('.') ? "" : ".") + arguments.ending;
+    const std::string ending = SmallEnding(
+        "picture" + std::string(arguments.ending.starts_with('.') ? "" : ".") + arguments.ending);
     options.kind = KindOf("picture" + ending);
     options.hasFolder = true;
     std::set<std::filesystem::path> outputs;
@@ -171,6 +186,7 @@ void Take(const CLI::App& app, const Arguments& arguments, RenderOptions& option
     } else {
         TakeFolder(arguments, options);
     }
+    CheckLayout(app, options);
     CheckOutputs(options);
 }
 

@@ -35,6 +35,11 @@ struct RenderOptions {
     int quality = kUsualQuality;
     bool hasFolder = false;  // a failure does not keep the others from being made
     std::vector<RenderJob> jobs;
+
+    // Whether both eyes' pictures are drawn.
+    [[nodiscard]] bool HasEyes() const {
+        return layout != StereoLayout::None || kind == OutputKind::Mpo;
+    }
 };
 
 struct ParsedOptions {

@@ -6,6 +6,14 @@
 #include "base/scene_kind.h"
 
 namespace vistrel {
+namespace {
+
+std::string_view SuffixOf(StereoLayout layout, std::string_view ending) {
+    if (ending == ".jps" || ending == ".mpo") return "";
+    return layout == StereoLayout::None ? "_view" : NameOf(layout).suffix;
+}
+
+}  // namespace
 
 std::optional<OutputKind> OutputKindOf(const std::filesystem::path& file) {
     const auto* const found =
@@ -27,7 +35,7 @@ std::filesystem::path OutputIn(const std::filesystem::path& folder,
                                const std::filesystem::path& scene, StereoLayout layout,
                                std::string_view ending) {
     std::filesystem::path name = scene.stem();
-    name += layout == StereoLayout::None ? "_view" : NameOf(layout).suffix;
+    name += SuffixOf(layout, ending);
     name += ending;
     return folder / name;
 }

@@ -30,6 +30,7 @@ View WindowsView(const RenderOptions& options) {
     SetSize(view, options, {kWindowWidth, kWindowHeight});
     view.camera = WindowCamera(options.window, view.shape, view.width, view.height);
     view.eyes = WindowEyes(options.window, view.shape, view.width, view.height);
+    view.style = kWindowStyle;
     return view;
 }
 
@@ -40,10 +41,11 @@ PinholeCamera WithinPhotograph(const PinholeCamera& camera, const PhotographCame
     return Zoomed(camera, std::max(across, down) / std::min(across, down));
 }
 
-PinholeCamera Narrowed(PinholeCamera camera, int narrow) {
-    camera.focalY *= static_cast<float>(narrow);
-    camera.centreY *= static_cast<float>(narrow);
-    camera.height *= narrow;
+// A camera with square pixels in an eye's picture of `shape`.
+PinholeCamera Narrowed(PinholeCamera camera, const EyeShape& shape) {
+    camera.focalY *= static_cast<float>(shape.narrow);
+    camera.centreY *= static_cast<float>(shape.narrow);
+    camera.height = shape.height;
     return camera;
 }
 
@@ -64,12 +66,10 @@ View PhotographView(SplatRenderer& renderer, const SceneFile& file, const Render
     const int usualWidth = file.camera ? side(file.camera->width) : kWindowWidth;
     const int usualHeight = file.camera ? side(file.camera->height) : kWindowHeight;
     SetSize(view, options, WholeSizeOf(options.layout, usualWidth, usualHeight));
-    const int narrow = view.shape.narrow;
-    view.shape.height = std::max(1, view.shape.height / narrow) * narrow;
-    view.camera =
-        Narrowed(CameraOf(file, options, view.shape.width, view.shape.height / narrow), narrow);
-    if (options.layout == StereoLayout::None) return view;
-    const auto depths = SeenDepths(renderer, file.scene, view.camera).Range();
+    const int square = (view.shape.height + view.shape.narrow - 1) / view.shape.narrow;
+    view.camera = Narrowed(CameraOf(file, options, view.shape.width, square), view.shape);
+    if (!options.HasEyes()) return view;
+    const auto depths = SeenDepths(renderer, file.scene, view.camera);
     if (!depths) return view;
     view.screen = depths->nearest;
     view.eyes = ComfortableEyes(view.camera, *depths, static_cast<float>(options.parallax));
@@ -78,8 +78,8 @@ View PhotographView(SplatRenderer& renderer, const SceneFile& file, const Render
 
 }  // namespace
 
-std::vector<PinholeCamera> View::Cameras(StereoLayout layout) const {
-    if (layout == StereoLayout::None) return {camera};
+std::vector<PinholeCamera> View::Cameras(bool hasEyes) const {
+    if (!hasEyes) return {camera};
     return {EyeAt(camera, eyes.left), EyeAt(camera, eyes.right)};
 }
 

@@ -10,6 +10,7 @@
 #include "render/pinhole_camera.h"
 #include "render/scene_ply.h"
 #include "render/splat_renderer.h"
+#include "render/splat_style.h"
 #include "render/stereo_layout.h"
 
 namespace vistrel {
@@ -20,10 +21,11 @@ struct View {
     EyeShape shape;
     PinholeCamera camera;  // in the middle of the eyes or near it; pictures of `shape`
     EyePlaces eyes;
+    SplatStyle style;
     float screen = 1.0F;  // depth of what lies on the screen
 
-    // Those that the picture is made of: `camera` alone, or left and right.
-    [[nodiscard]] std::vector<PinholeCamera> Cameras(StereoLayout layout) const;
+    // Those that the picture is made of: left and right, or without eyes `camera` alone.
+    [[nodiscard]] std::vector<PinholeCamera> Cameras(bool hasEyes) const;
 };
 
 // The view that the options ask for, not yet moved in. Where it is to be cropped, it is no larger

@@ -33,14 +33,12 @@ ARROWS = {
     "cli/render": (["cli/", "render/", "base/"], ["cli11"]),
     # The page's own picture needs the browser, and so Qt.
     "cli/snapshot": (["cli/", "viewer/", "base/", "shell/start/extraction.h"], ["cli11", "qt"]),
-    "cli/splat_picture": (["cli/", "render/", "base/"], ["cli11", "stb"]),
     # Stands between the program and libcurl for pictures of a download.
     "tools": ([], ["curl"]),
     "tests": (["tests/", "base/", "engine/", "render/", "download/", "batch/", "viewer/", "ui/",
                "shell/", "cli/"],
               ["gtest", "gmock", "eigen", "stb", "hwy", "qt", "curl", "onnxruntime"]),
-    "benchmarks": (["benchmarks/", "tests/support/", "base/", "engine/", "render/", "batch/",
-                    "cli/splat_picture/"],
+    "benchmarks": (["benchmarks/", "tests/support/", "base/", "engine/", "render/", "batch/"],
                    ["benchmark", "eigen", "stb", "hwy", "onnxruntime"]),
     # The program as a whole, driven by a user who answers at once.
     "benchmarks/responsiveness": (["benchmarks/responsiveness/", "base/text_encoding.h",
@@ -120,9 +118,7 @@ LINKS = {
     "vistrel_snapshot": ["vistrel_warnings", "vistrel_cli", "vistrel_viewer"],
     "vistrel-snapshot": ["vistrel_warnings", "vistrel_resources", "vistrel_snapshot",
                          "CLI11::CLI11"],
-    "vistrel_splat_drawing": ["vistrel_warnings", "vistrel_base", "vistrel_render", "Stb::stb"],
     "local_model": ["vistrel_warnings", "${CMAKE_DL_LIBS}"],
-    "splat-picture": ["vistrel_warnings", "vistrel_cli", "vistrel_splat_drawing", "CLI11::CLI11"],
 }
 
 # Put together here so that this file does not hold them itself.

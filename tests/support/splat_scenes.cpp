@@ -81,6 +81,14 @@ PinholeCamera SceneCamera(int width, int height) {
     return FitCamera({1600, 1600, 800, 600, 1600, 1200}, width, height);
 }
 
+void ShiftSideways(PinholeCamera& camera, float offset, float distance) {
+    const float length = std::hypot(offset, distance);
+    const float sine = offset / length;
+    const float cosine = distance / length;
+    camera.position[0] += offset;
+    camera.rows = {{{cosine, 0, sine}, {0, 1, 0}, {-sine, 0, cosine}}};
+}
+
 std::vector<RawGaussian> ReliefGaussians(int side) {
     std::vector<RawGaussian> gaussians;
     const float spacing = 2.0F / static_cast<float>(side);

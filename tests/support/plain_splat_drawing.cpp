@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "cli/splat_picture/splat_raster.h"
+#include "tests/support/plain_splat_drawing.h"
 
 #include <algorithm>
 #include <cmath>
 #include <optional>
 #include <utility>
 
-namespace vistrel {
+namespace vistrel::test {
 namespace {
 
 using Vector3 = std::array<float, 3>;
@@ -39,8 +39,8 @@ struct Splat {
 };
 
 // The columns of the rotation, each times its scale: covariance = sum of their outer products.
-Matrix3 ScaledAxes(const SplatVertex& vertex) {
-    const auto& q = vertex.rotation;
+Matrix3 ScaledAxes(const RawGaussian& gaussian) {
+    const auto& q = gaussian.rotation;
     const float norm = std::sqrt(q[0] * q[0] + q[1] * q[1] + q[2] * q[2] + q[3] * q[3]);
     const float inverse = norm > 0.0F ? 1.0F / norm : 0.0F;
     const float w = q[0] * inverse;
@@ -51,7 +51,7 @@ Matrix3 ScaledAxes(const SplatVertex& vertex) {
                      {2 * (x * y - w * z), 1 - 2 * (x * x + z * z), 2 * (y * z + w * x)},
                      {2 * (x * z + w * y), 2 * (y * z - w * x), 1 - 2 * (x * x + y * y)}}};
     for (std::size_t axis = 0; axis < 3; ++axis) {
-        const float scale = std::exp(vertex.logScale[axis]);
+        const float scale = std::exp(gaussian.logScale[axis]);
         for (float& value : axes[axis]) value *= scale;
     }
     return axes;
@@ -73,7 +73,7 @@ float LimitedSlope(float slope, float centre, float focal, int size) {
 }
 
 // The covariance on the picture: xx, xy, yy in pixels squared.
-Vector3 ProjectCovariance(const SplatVertex& vertex, const PinholeCamera& camera,
+Vector3 ProjectCovariance(const RawGaussian& gaussian, const PinholeCamera& camera,
                           const Vector3& point) {
     const float slopeX =
         LimitedSlope(point[0] / point[2], camera.centreX, camera.focalX, camera.width);
@@ -86,7 +86,7 @@ Vector3 ProjectCovariance(const SplatVertex& vertex, const PinholeCamera& camera
         towardsY[i] = (camera.rows[1][i] - slopeY * camera.rows[2][i]) * camera.focalY / point[2];
     }
     Vector3 covariance = {kLowPass, 0.0F, kLowPass};
-    for (const Vector3& axis : ScaledAxes(vertex)) {
+    for (const Vector3& axis : ScaledAxes(gaussian)) {
         const float u = Dot(towardsX, axis);
         const float v = Dot(towardsY, axis);
         covariance[0] += u * u;
@@ -97,11 +97,11 @@ Vector3 ProjectCovariance(const SplatVertex& vertex, const PinholeCamera& camera
 }
 
 // Nothing for a Gaussian that does not show.
-std::optional<Splat> Project(const SplatVertex& vertex, const PinholeCamera& camera,
+std::optional<Splat> Project(const RawGaussian& gaussian, const PinholeCamera& camera,
                              const Vector3& point) {
-    const float opacity = 1.0F / (1.0F + std::exp(-vertex.opacityLogit));
+    const float opacity = 1.0F / (1.0F + std::exp(-gaussian.opacityLogit));
     if (!(opacity >= kFaintest)) return std::nullopt;
-    const Vector3 covariance = ProjectCovariance(vertex, camera, point);
+    const Vector3 covariance = ProjectCovariance(gaussian, camera, point);
     const float determinant = covariance[0] * covariance[2] - covariance[1] * covariance[1];
     if (!(determinant > 0.0F) || !std::isfinite(determinant)) return std::nullopt;
 
@@ -116,7 +116,7 @@ std::optional<Splat> Project(const SplatVertex& vertex, const PinholeCamera& cam
     splat.reach = 2.0F * std::log(opacity / kFaintest);
     bool finite = std::isfinite(splat.x) && std::isfinite(splat.y);
     for (std::size_t i = 0; i < 3; ++i) {
-        const float value = 0.5F + kDcToValue * vertex.colorDc[i];
+        const float value = 0.5F + kDcToValue * gaussian.colorDc[i];
         finite = finite && std::isfinite(value);
         splat.color[i] = std::max(0.0F, value);
     }
@@ -132,7 +132,7 @@ std::pair<int, int> PixelRange(float middle, float half, int size) {
     return {static_cast<int>(first), static_cast<int>(last)};
 }
 
-void BlendRow(const Splat& splat, int row, SplatPicture& picture) {
+void BlendRow(const Splat& splat, int row, PlainPicture& picture) {
     const float dy = static_cast<float>(row) + 0.5F - splat.y;
     // Columns where a dx^2 + 2 b dx dy + c dy^2 <= reach: the two roots of a quadratic.
     const float root = splat.b * splat.b * dy * dy - splat.a * (splat.c * dy * dy - splat.reach);
@@ -154,7 +154,7 @@ void BlendRow(const Splat& splat, int row, SplatPicture& picture) {
     }
 }
 
-void Blend(const Splat& splat, SplatPicture& picture) {
+void Blend(const Splat& splat, PlainPicture& picture) {
     const auto [first, last] =
         PixelRange(splat.y, std::sqrt(splat.reach * splat.varianceY), picture.height);
     for (int row = first; row < last; ++row) BlendRow(splat, row, picture);
@@ -162,52 +162,16 @@ void Blend(const Splat& splat, SplatPicture& picture) {
 
 }  // namespace
 
-PinholeCamera CameraOfFile(const SplatFile& file, int width, int height) {
-    const auto fileWidth = static_cast<float>(file.width);
-    const auto fileHeight = static_cast<float>(file.height);
-    PinholeCamera camera;
-    camera.width = width > 0 ? width : static_cast<int>(file.width);
-    camera.height = height > 0 ? height : static_cast<int>(file.height);
-    const auto toWidth = static_cast<float>(camera.width);
-    const auto toHeight = static_cast<float>(camera.height);
-    const float zoom = std::min(toWidth / fileWidth, toHeight / fileHeight);
-    camera.focalX = file.focalX * zoom;
-    camera.focalY = file.focalY * zoom;
-    camera.centreX = file.centreX * zoom + 0.5F * (toWidth - fileWidth * zoom);
-    camera.centreY = file.centreY * zoom + 0.5F * (toHeight - fileHeight * zoom);
-    return camera;
-}
-
-float MedianDepth(std::span<const SplatVertex> vertices) {
-    std::vector<float> depths;
-    depths.reserve(vertices.size());
-    for (const SplatVertex& vertex : vertices) {
-        if (vertex.position[2] > kNearest) depths.push_back(vertex.position[2]);
-    }
-    if (depths.empty()) return 1.0F;
-    const auto middle = depths.begin() + static_cast<std::ptrdiff_t>(depths.size() / 2);
-    std::nth_element(depths.begin(), middle, depths.end());
-    return *middle;
-}
-
-void ShiftSideways(PinholeCamera& camera, float offset, float distance) {
-    const float length = std::hypot(offset, distance);
-    const float sine = offset / length;
-    const float cosine = distance / length;
-    camera.position[0] += offset;
-    camera.rows = {{{cosine, 0, sine}, {0, 1, 0}, {-sine, 0, cosine}}};
-}
-
-SplatPicture DrawSplats(std::span<const SplatVertex> vertices, const PinholeCamera& camera) {
+PlainPicture DrawPlainly(std::span<const RawGaussian> gaussians, const PinholeCamera& camera) {
     std::vector<std::pair<float, std::uint32_t>> order;  // depth, index
-    order.reserve(vertices.size());
-    for (std::size_t i = 0; i < vertices.size(); ++i) {
-        const float depth = ToCamera(camera, vertices[i].position)[2];
+    order.reserve(gaussians.size());
+    for (std::size_t i = 0; i < gaussians.size(); ++i) {
+        const float depth = ToCamera(camera, gaussians[i].position)[2];
         if (depth > kNearest) order.emplace_back(depth, static_cast<std::uint32_t>(i));
     }
     std::sort(order.begin(), order.end());
 
-    SplatPicture picture;
+    PlainPicture picture;
     picture.width = camera.width;
     picture.height = camera.height;
     const std::size_t pixels =
@@ -215,11 +179,11 @@ SplatPicture DrawSplats(std::span<const SplatVertex> vertices, const PinholeCame
     picture.rgb.assign(3 * pixels, 0.0F);
     picture.through.assign(pixels, 1.0F);
     for (const auto& [depth, index] : order) {
-        const SplatVertex& vertex = vertices[index];
-        const auto splat = Project(vertex, camera, ToCamera(camera, vertex.position));
+        const RawGaussian& gaussian = gaussians[index];
+        const auto splat = Project(gaussian, camera, ToCamera(camera, gaussian.position));
         if (splat) Blend(*splat, picture);
     }
     return picture;
 }
 
-}  // namespace vistrel
+}  // namespace vistrel::test

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "cli/splat_picture/splat_raster.h"
+#include "tests/support/plain_splat_drawing.h"
 
 #include <gtest/gtest.h>
 
@@ -9,10 +9,12 @@
 #include <vector>
 
 #include "tests/support/splat_scene_bytes.h"
+#include "tests/support/splat_scenes.h"
 
 namespace vistrel {
 namespace {
 
+using test::DrawPlainly;
 using test::WhiteVertex;
 
 constexpr float kTiny = 1e-6F;    // a standard deviation far below a pixel
@@ -27,20 +29,20 @@ PinholeCamera SquareCamera() {
     return camera;
 }
 
-float Red(const SplatPicture& picture, int column, int row) {
+float Red(const test::PlainPicture& picture, int column, int row) {
     return picture.rgb[static_cast<std::size_t>(3 * (row * picture.width + column))];
 }
 
-float Green(const SplatPicture& picture, int column, int row) {
+float Green(const test::PlainPicture& picture, int column, int row) {
     return picture.rgb[static_cast<std::size_t>(3 * (row * picture.width + column) + 1)];
 }
 
-float Through(const SplatPicture& picture, int column, int row) {
+float Through(const test::PlainPicture& picture, int column, int row) {
     return picture.through[static_cast<std::size_t>(row * picture.width + column)];
 }
 
 // The column of the brightest pixel in a row.
-int BrightestColumn(const SplatPicture& picture, int row) {
+int BrightestColumn(const test::PlainPicture& picture, int row) {
     int best = 0;
     for (int column = 1; column < picture.width; ++column) {
         if (Red(picture, column, row) > Red(picture, best, row)) best = column;
@@ -48,21 +50,10 @@ int BrightestColumn(const SplatPicture& picture, int row) {
     return best;
 }
 
-// A scene without Gaussians whose camera has the focal length that the engine assumes.
-SplatFile PhotographOf400x300() {
-    SplatFile file;
-    file.focalX = file.focalY = 400.0F;
-    file.centreX = 200.0F;
-    file.centreY = 150.0F;
-    file.width = 400;
-    file.height = 300;
-    return file;
-}
-
-TEST(SplatRaster, GaussianFallsOnThePredictedPixel) {
+TEST(PlainSplatDrawing, GaussianFallsOnThePredictedPixel) {
     // 100 * 0.21 / 2 + 50 = 60.5 and 100 * -0.39 / 2 + 50 = 30.5, the centre of pixel 60, 30.
-    const SplatPicture picture =
-        DrawSplats(std::vector{WhiteVertex({0.21F, -0.39F, 2}, kTiny, 0.5F)}, SquareCamera());
+    const test::PlainPicture picture =
+        DrawPlainly(std::vector{WhiteVertex({0.21F, -0.39F, 2}, kTiny, 0.5F)}, SquareCamera());
     EXPECT_NEAR(Red(picture, 60, 30), 0.5F, 1e-4F);
     const float neighbour = 0.5F * std::exp(-0.5F / kLowPass);
     EXPECT_NEAR(Red(picture, 61, 30), neighbour, 1e-4F);
@@ -72,70 +63,70 @@ TEST(SplatRaster, GaussianFallsOnThePredictedPixel) {
     EXPECT_EQ(Red(picture, 63, 30), 0.0F);
 }
 
-TEST(SplatRaster, NothingLetsAllThrough) {
-    const SplatPicture picture = DrawSplats({}, SquareCamera());
+TEST(PlainSplatDrawing, NothingLetsAllThrough) {
+    const test::PlainPicture picture = DrawPlainly({}, SquareCamera());
     EXPECT_TRUE(std::all_of(picture.through.begin(), picture.through.end(),
                             [](float value) { return value == 1.0F; }));
 }
 
-TEST(SplatRaster, DirectionOfOneIsThePicturesEdge) {
+TEST(PlainSplatDrawing, DirectionOfOneIsThePicturesEdge) {
     // A photograph of 400 x 300: the square's direction u, v lies at 0.5 u z, 0.5 * 0.75 v z.
-    const PinholeCamera camera = CameraOfFile(PhotographOf400x300(), 0, 0);
+    const PinholeCamera camera = FitCamera({400, 400, 200, 150, 400, 300}, 0, 0);
     const float depth = 3.0F;
-    const SplatPicture picture = DrawSplats(
+    const test::PlainPicture picture = DrawPlainly(
         std::vector{WhiteVertex({0.5F * depth, 0.375F * depth, depth}, kTiny, 0.5F)}, camera);
     // The corner is half a pixel away from the last pixel's centre on both axes.
     EXPECT_NEAR(Red(picture, 399, 299), 0.5F * std::exp(-0.5F * 0.5F / kLowPass), 1e-3F);
 }
 
-TEST(SplatRaster, NearerOneCoversWhateverTheOrderInTheFile) {
-    SplatVertex red = WhiteVertex({0.01F, 0.01F, 2}, kTiny, 0.6F);
+TEST(PlainSplatDrawing, NearerOneCoversWhateverTheOrderInTheFile) {
+    RawGaussian red = WhiteVertex({0.01F, 0.01F, 2}, kTiny, 0.6F);
     red.colorDc[1] = red.colorDc[2] = kBlack;
-    SplatVertex green = WhiteVertex({0.02F, 0.02F, 4}, kTiny, 0.5F);
+    RawGaussian green = WhiteVertex({0.02F, 0.02F, 4}, kTiny, 0.5F);
     green.colorDc[0] = green.colorDc[2] = kBlack;
     for (const auto& scene : {std::vector{red, green}, std::vector{green, red}}) {
-        const SplatPicture picture = DrawSplats(scene, SquareCamera());
+        const test::PlainPicture picture = DrawPlainly(scene, SquareCamera());
         EXPECT_NEAR(Red(picture, 50, 50), 0.6F, 1e-4F);
         EXPECT_NEAR(Green(picture, 50, 50), 0.4F * 0.5F, 1e-4F);
         EXPECT_NEAR(Through(picture, 50, 50), 0.4F * 0.5F, 1e-4F);
     }
 }
 
-TEST(SplatRaster, WidthOnThePictureIsScaleTimesFocalOverDepth) {
+TEST(PlainSplatDrawing, WidthOnThePictureIsScaleTimesFocalOverDepth) {
     // 100 * 0.2 / 2 = 10 pixels of standard deviation.
-    const SplatPicture picture =
-        DrawSplats(std::vector{WhiteVertex({0.01F, 0.01F, 2}, 0.2F, 0.9F)}, SquareCamera());
+    const test::PlainPicture picture =
+        DrawPlainly(std::vector{WhiteVertex({0.01F, 0.01F, 2}, 0.2F, 0.9F)}, SquareCamera());
     EXPECT_NEAR(Red(picture, 60, 50), 0.9F * std::exp(-0.5F * 100.0F / (100.0F + kLowPass)), 2e-3F);
     EXPECT_NEAR(Red(picture, 50, 40), 0.9F * std::exp(-0.5F * 100.0F / (100.0F + kLowPass)), 2e-3F);
 }
 
-TEST(SplatRaster, RotationTurnsTheLongAxis) {
-    SplatVertex needle = WhiteVertex({0.01F, 0.01F, 2}, kTiny, 0.9F);
+TEST(PlainSplatDrawing, RotationTurnsTheLongAxis) {
+    RawGaussian needle = WhiteVertex({0.01F, 0.01F, 2}, kTiny, 0.9F);
     needle.logScale[0] = std::log(0.2F);
     const float half = std::sqrt(0.5F);
     needle.rotation = {half, 0, 0, half};  // x becomes y
-    const SplatPicture picture = DrawSplats(std::vector{needle}, SquareCamera());
+    const test::PlainPicture picture = DrawPlainly(std::vector{needle}, SquareCamera());
     EXPECT_GT(Red(picture, 50, 60), 0.5F);
     EXPECT_LT(Red(picture, 53, 50), 0.01F);
 }
 
-TEST(SplatRaster, QuaternionNeedNotBeNormalised) {
-    SplatVertex needle = WhiteVertex({0.01F, 0.01F, 2}, kTiny, 0.9F);
+TEST(PlainSplatDrawing, QuaternionNeedNotBeNormalised) {
+    RawGaussian needle = WhiteVertex({0.01F, 0.01F, 2}, kTiny, 0.9F);
     needle.logScale[0] = std::log(0.2F);
     needle.rotation = {3, 0, 0, 3};
-    const SplatPicture picture = DrawSplats(std::vector{needle}, SquareCamera());
+    const test::PlainPicture picture = DrawPlainly(std::vector{needle}, SquareCamera());
     EXPECT_NEAR(Red(picture, 50, 60), 0.9F * std::exp(-0.5F * 100.0F / (100.0F + kLowPass)), 2e-3F);
 }
 
-TEST(SplatRaster, WhatIsBehindTheCameraOrNotFiniteIsLeftOut) {
-    SplatVertex noColour = WhiteVertex({0, 0, 2}, 0.1F, 0.9F);
+TEST(PlainSplatDrawing, WhatIsBehindTheCameraOrNotFiniteIsLeftOut) {
+    RawGaussian noColour = WhiteVertex({0, 0, 2}, 0.1F, 0.9F);
     noColour.colorDc[1] = std::numeric_limits<float>::quiet_NaN();
-    SplatVertex endless = WhiteVertex({0, 0, 2}, 0.1F, 0.9F);
+    RawGaussian endless = WhiteVertex({0, 0, 2}, 0.1F, 0.9F);
     endless.logScale[2] = 1000.0F;
     endless.logScale[0] = 1000.0F;
     const float nan = std::numeric_limits<float>::quiet_NaN();
     const float infinity = std::numeric_limits<float>::infinity();
-    const SplatPicture picture = DrawSplats(
+    const test::PlainPicture picture = DrawPlainly(
         std::vector{WhiteVertex({0, 0, -2}, 0.1F, 0.9F), noColour, endless,
                     WhiteVertex({nan, 0, 2}, 0.1F, 0.9F), WhiteVertex({0, 0, nan}, 0.1F, 0.9F),
                     WhiteVertex({0, infinity, 2}, 0.1F, 0.9F)},
@@ -144,35 +135,18 @@ TEST(SplatRaster, WhatIsBehindTheCameraOrNotFiniteIsLeftOut) {
                             [](float value) { return value == 0.0F; }));
 }
 
-TEST(SplatRaster, CameraOnTheRightSeesNearThingsToTheLeft) {
+TEST(PlainSplatDrawing, CameraOnTheRightSeesNearThingsToTheLeft) {
     PinholeCamera camera = SquareCamera();
-    ShiftSideways(camera, 0.5F, 4.0F);
+    test::ShiftSideways(camera, 0.5F, 4.0F);
     const std::vector scene = {WhiteVertex({0.005F, -0.59F, 2}, 0.01F, 0.9F),
                                WhiteVertex({0.01F, 0.02F, 4}, 0.02F, 0.9F),
                                WhiteVertex({0.02F, 2.37F, 8}, 0.04F, 0.9F)};
-    const SplatPicture picture = DrawSplats(scene, camera);
+    const test::PlainPicture picture = DrawPlainly(scene, camera);
     // A point straight ahead at depth z lands at focal * o (z - d) / (o^2 + d z) off the middle:
     // -12.1 pixels at 2, 0 at 4, 6.2 at 8. Rows: the depth before the turned camera is close to z.
     EXPECT_NEAR(BrightestColumn(picture, 20), 38, 1);
     EXPECT_NEAR(BrightestColumn(picture, 50), 50, 1);
     EXPECT_NEAR(BrightestColumn(picture, 79), 56, 1);
-}
-
-TEST(SplatRaster, CameraOfAnotherSizeShowsTheWholePhotograph) {
-    const PinholeCamera camera = CameraOfFile(PhotographOf400x300(), 1000, 600);
-    EXPECT_FLOAT_EQ(camera.focalX, 800.0F);  // 600 / 300, the smaller of the two
-    EXPECT_FLOAT_EQ(camera.focalY, 800.0F);
-    EXPECT_FLOAT_EQ(camera.centreX, 500.0F);
-    EXPECT_FLOAT_EQ(camera.centreY, 300.0F);
-}
-
-TEST(SplatRaster, MedianDepthCountsWhatIsBeforeTheCamera) {
-    std::vector<SplatVertex> scene;
-    for (const float depth : {-1.0F, 5.0F, 2.0F, -3.0F, 9.0F}) {
-        scene.push_back(WhiteVertex({0, 0, depth}, 0.1F, 0.9F));
-    }
-    EXPECT_EQ(MedianDepth(scene), 5.0F);
-    EXPECT_EQ(MedianDepth({}), 1.0F);
 }
 
 }  // namespace
