@@ -59,7 +59,8 @@ void AddViewOptions(CLI::App& app, RenderOptions& options, Arguments& arguments)
                    "share of their width; 0: not at all [1/30]")
         ->type_name("NUMBER");
     app.add_flag("--crop,!--no-crop", options.crop,
-                 "Move in until no edge of the picture is empty; usual in the photograph's view");
+                 "Move in until no edge of the picture is empty; usual where a photograph's camera "
+                 "is known and asked for");
     app.add_flag("--general", options.window.general,
                  "In the window's view: for scenes that Vistrel has not made");
     app.add_option("--focus", options.window.focus, "In the window's view: -100 to 100 [0]")
@@ -174,7 +175,6 @@ void CheckOutputs(const RenderOptions& options) {
 void Take(const CLI::App& app, const Arguments& arguments, RenderOptions& options) {
     options.layout = LayoutOf(arguments.stereo);
     options.isWindow = arguments.view == "window";
-    if (app.count("--crop") == 0) options.crop = !options.isWindow;
     CheckView(app, options);
     if (!arguments.sizeText.empty()) {
         const std::string wrong =

@@ -30,7 +30,7 @@ struct RenderOptions {
     WindowView window;
     bool swap = false;
     double parallax = kUsualParallax;  // 0..1, of an eye's width
-    bool crop = true;
+    std::optional<bool> crop;
     PictureSize size;  // of the whole picture; 0 x 0: what suits the view
     int quality = kUsualQuality;
     bool hasFolder = false;  // a failure does not keep the others from being made

@@ -53,7 +53,7 @@ PinholeCamera Narrowed(PinholeCamera camera, const EyeShape& shape) {
 PinholeCamera CameraOf(const SceneFile& file, const RenderOptions& options, int width, int height) {
     if (file.camera) {
         const PinholeCamera camera = FitCamera(*file.camera, width, height);
-        return options.crop ? WithinPhotograph(camera, *file.camera) : camera;
+        return IsCropped(file, options) ? WithinPhotograph(camera, *file.camera) : camera;
     }
     return WindowCamera({.general = true}, {.width = width, .height = height}, width, height);
 }
@@ -81,6 +81,10 @@ View PhotographView(SplatRenderer& renderer, const SceneFile& file, const Render
 std::vector<PinholeCamera> View::Cameras(bool hasEyes) const {
     if (!hasEyes) return {camera};
     return {EyeAt(camera, eyes.left), EyeAt(camera, eyes.right)};
+}
+
+bool IsCropped(const SceneFile& file, const RenderOptions& options) {
+    return options.crop.value_or(!options.isWindow && file.camera.has_value());
 }
 
 View ViewOf(SplatRenderer& renderer, const SceneFile& file, const RenderOptions& options) {

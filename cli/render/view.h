@@ -28,6 +28,9 @@ struct View {
     [[nodiscard]] std::vector<PinholeCamera> Cameras(bool hasEyes) const;
 };
 
+// Whether the view moves in: where nothing else is asked for, in that of a photograph.
+[[nodiscard]] bool IsCropped(const SceneFile& file, const RenderOptions& options);
+
 // The view that the options ask for, not yet moved in. Where it is to be cropped, it is no larger
 // than the photograph in any direction. Tells on standard error when the file has no camera. Throws
 // std::runtime_error with the text for the user, and std::bad_alloc.

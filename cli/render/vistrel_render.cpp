@@ -36,7 +36,8 @@ class SceneRendering {
         const SceneFile file = Read(job.scene);
         step_.Begin("Drawing the picture\u2026");
         View view = ViewOf(renderer_, file, options_);
-        if (options_.crop) Crop(renderer_, file.scene, view.Cameras(options_.HasEyes()), view);
+        if (IsCropped(file, options_))
+            Crop(renderer_, file.scene, view.Cameras(options_.HasEyes()), view);
         const EyePictures eyes = DrawEyes(renderer_, file.scene, view, options_);
         step_.Begin("Writing the picture\u2026");
         WriteOutput(job.output, EncodeEyes(eyes, view, options_));

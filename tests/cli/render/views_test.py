@@ -176,7 +176,7 @@ class Window(RenderTest):
 
     def test_scene_without_a_camera_is_seen_from_the_windows(self):
         self.scene.write_bytes(ply([self.ORIGIN], size=None))
-        drawn = self.draw("--size", "320x240", "--no-crop", notes=NO_CAMERA)
+        drawn = self.draw("--size", "320x240", notes=NO_CAMERA)
         column, row = middle_of(drawn, 0)
         self.assertAlmostEqual(column, 160, delta=0.05)
         self.assertAlmostEqual(row, 120, delta=0.05)
