@@ -9,6 +9,7 @@
 
 #include "base/scene_kind.h"
 #include "cli/command.h"
+#include "cli/render/special_options.h"
 #include "render/splat_renderer.h"
 
 namespace vistrel {
@@ -71,7 +72,7 @@ void AddViewOptions(CLI::App& app, RenderOptions& options, Arguments& arguments)
     app.add_option(
            "--size", arguments.sizeText,
            "Width and height of the whole picture in pixels; if not given, each eye has the "
-           "photograph's size, or the window 1280x720")
+           "photograph's size, or the window 1280x720; in movies at most 1920 (.gif 640) on a side")
         ->type_name("WxH");
 }
 
@@ -154,7 +155,9 @@ void TakeFolder(const Arguments& arguments, RenderOptions& options) {
     options.hasFolder = true;
     std::set<std::filesystem::path> outputs;
     for (const std::string& scene : arguments.files) {
-        options.jobs.push_back({scene, OutputIn(arguments.folder, scene, options.layout, ending)});
+        std::filesystem::path name = std::filesystem::path(scene).stem();
+        name += OutputSuffix(options, ending) + ending;
+        options.jobs.push_back({scene, std::filesystem::path(arguments.folder) / name});
         if (!outputs.insert(options.jobs.back().output).second) {
             Refuse(scene, "and a scene before it would both become " +
                               options.jobs.back().output.native());
@@ -189,6 +192,7 @@ void Take(const CLI::App& app, const Arguments& arguments, RenderOptions& option
         TakeFolder(arguments, options);
     }
     CheckLayout(app, options);
+    CheckSpecialOptions(app, options);
     CheckOutputs(options);
 }
 
@@ -197,10 +201,11 @@ void Take(const CLI::App& app, const Arguments& arguments, RenderOptions& option
 ParsedOptions ParseOptions(int argc, char** argv) {
     ParsedOptions parsed;
     Arguments arguments;
-    CLI::App app("Draws 3D Gaussian Splat scenes as pictures, for one eye or two.",
+    CLI::App app("Draws 3D Gaussian Splat scenes as pictures and movies, for one eye or two.",
                  "vistrel-render");
     app.set_version_flag("--version", "vistrel-render " VISTREL_VERSION);
     AddViewOptions(app, parsed.options, arguments);
+    AddSpecialOptions(app, parsed.options);
     AddOutputOptions(app, parsed.options, arguments);
     try {
         app.parse(argc, argv);

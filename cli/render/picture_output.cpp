@@ -37,24 +37,33 @@ EyePictures DrawEyes(SplatRenderer& renderer, const GaussianScene& scene, const 
     return eyes;
 }
 
-std::vector<std::byte> EncodeEyes(const EyePictures& eyes, const View& view,
-                                  const RenderOptions& options) {
-    const auto whole = [&] {
-        return Combined(options.layout, eyes.left, eyes.right, view.width, view.height);
-    };
+Picture WholeOf(const EyePictures& eyes, const View& view, const RenderOptions& options) {
+    return Combined(options.layout, eyes.left, eyes.right, view.width, view.height);
+}
+
+std::vector<std::byte> EncodePicture(const Picture& whole, const RenderOptions& options) {
     switch (options.kind) {
         case OutputKind::Png:
-            return EncodePng(whole(), {.stereo = PngStereoOf(options.layout)});
+            return EncodePng(whole, {.stereo = PngStereoOf(options.layout)});
         case OutputKind::Jpeg:
-            return EncodeJpeg(whole(), options.quality);
+            return EncodeJpeg(whole, options.quality);
+        case OutputKind::Webp:
+            return EncodeWebp(whole, options.quality);
+        default:
+            throw std::runtime_error("nothing is made of this kind");
+    }
+}
+
+std::vector<std::byte> EncodeEyes(const EyePictures& eyes, const View& view,
+                                  const RenderOptions& options) {
+    switch (options.kind) {
         case OutputKind::Jps:
             return EncodeJps(eyes, options.quality);
         case OutputKind::Mpo:
             return EncodeMpo(eyes, view.eyes.right.offset - view.eyes.left.offset, options.quality);
-        case OutputKind::Webp:
-            return EncodeWebp(whole(), options.quality);
+        default:
+            return EncodePicture(WholeOf(eyes, view, options), options);
     }
-    throw std::runtime_error("nothing is made of this kind");
 }
 
 void WriteOutput(const std::filesystem::path& output, std::span<const std::byte> bytes) {

@@ -17,6 +17,14 @@ namespace vistrel {
 [[nodiscard]] EyePictures DrawEyes(SplatRenderer& renderer, const GaussianScene& scene,
                                    const View& view, const RenderOptions& options);
 
+// Both in one, in the layout that is asked for.
+[[nodiscard]] Picture WholeOf(const EyePictures& eyes, const View& view,
+                              const RenderOptions& options);
+
+// A file of the kind that is asked for, which is one for any picture. Throws like the next.
+[[nodiscard]] std::vector<std::byte> EncodePicture(const Picture& whole,
+                                                   const RenderOptions& options);
+
 // The file of the kind that is asked for. Throws std::runtime_error with the text for the user, and
 // std::bad_alloc.
 [[nodiscard]] std::vector<std::byte> EncodeEyes(const EyePictures& eyes, const View& view,

@@ -15,6 +15,20 @@ namespace {
 constexpr int kWindowWidth = 1280;
 constexpr int kWindowHeight = 720;
 
+// `width` x `height` pixels, or less where that is too much for a movie to play well.
+WholeSize UsualEye(const RenderOptions& options, int width, int height) {
+    constexpr float kMostOfGif = 640.0F;
+    constexpr float kMostOfMovie = 1920.0F;
+    if (!options.IsMovie()) return {width, height};
+    const float most = options.kind == OutputKind::Gif ? kMostOfGif : kMostOfMovie;
+    const float scale = std::min(1.0F, most / static_cast<float>(std::max(width, height)));
+    // Even, as movies want it.
+    const auto side = [scale](int pixels) {
+        return 2 * std::max(1, static_cast<int>(0.5F * scale * static_cast<float>(pixels)));
+    };
+    return {side(width), side(height)};
+}
+
 void SetSize(View& view, const RenderOptions& options, WholeSize usual) {
     const bool isGiven = options.size.width > 0;
     view.width = isGiven ? options.size.width : usual.width;
@@ -27,7 +41,7 @@ void SetSize(View& view, const RenderOptions& options, WholeSize usual) {
 
 View WindowsView(const RenderOptions& options) {
     View view;
-    SetSize(view, options, {kWindowWidth, kWindowHeight});
+    SetSize(view, options, UsualEye(options, kWindowWidth, kWindowHeight));
     view.camera = WindowCamera(options.window, view.shape, view.width, view.height);
     view.eyes = WindowEyes(options.window, view.shape, view.width, view.height);
     view.style = kWindowStyle;
@@ -65,7 +79,8 @@ View PhotographView(SplatRenderer& renderer, const SceneFile& file, const Render
     };
     const int usualWidth = file.camera ? side(file.camera->width) : kWindowWidth;
     const int usualHeight = file.camera ? side(file.camera->height) : kWindowHeight;
-    SetSize(view, options, WholeSizeOf(options.layout, usualWidth, usualHeight));
+    const WholeSize usual = UsualEye(options, usualWidth, usualHeight);
+    SetSize(view, options, WholeSizeOf(options.layout, usual.width, usual.height));
     const int square = (view.shape.height + view.shape.narrow - 1) / view.shape.narrow;
     view.camera = Narrowed(CameraOf(file, options, view.shape.width, square), view.shape);
     if (!options.HasEyes()) return view;
@@ -94,6 +109,11 @@ View ViewOf(SplatRenderer& renderer, const SceneFile& file, const RenderOptions&
             "Note: the scene does not tell its photograph's camera; it is seen from the window's.");
     }
     return PhotographView(renderer, file, options);
+}
+
+float MiddleDepth(SplatRenderer& renderer, const GaussianScene& scene, const View& view) {
+    const auto depths = SeenDepths(renderer, scene, view.camera);
+    return depths ? 2.0F / (1.0F / depths->nearest + 1.0F / depths->farthest) : 1.0F;
 }
 
 void MoveIn(View& view, float zoom) {

@@ -37,6 +37,11 @@ struct View {
 [[nodiscard]] View ViewOf(SplatRenderer& renderer, const SceneFile& file,
                           const RenderOptions& options);
 
+// The depth between the nearest and the farthest that the view shows from which both move as far in
+// the picture.
+[[nodiscard]] float MiddleDepth(SplatRenderer& renderer, const GaussianScene& scene,
+                                const View& view);
+
 // Moves in by `zoom`, at least 1; the eyes come nearer to each other, so that their pictures differ
 // by no larger a share than before.
 void MoveIn(View& view, float zoom);

@@ -2,13 +2,16 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <stdexcept>
 #include <vector>
 
 #include "render/splat_renderer.h"
 #include "tests/render/canvas.h"
+#include "tests/support/simd_targets.h"
 #include "tests/support/splat_scene_bytes.h"
 #include "tests/support/splat_scenes.h"
 
@@ -86,6 +89,19 @@ TEST(InverseDepths, AgreeWithAPictureInShadesOfThem) {
         }
     }
     EXPECT_GT(compared, 5000);
+}
+
+TEST(InverseDepths, DoNotDependOnTheProcessor) {
+    const auto gaussians = test::OverlappingGaussians(60);
+    const PinholeCamera camera = test::SceneCamera(133, 101);
+    const std::vector<float> depths = DepthsOf(gaussians, camera);
+    for (const std::int64_t target : test::SimdTargets()) {
+        const test::ForcedSimdTarget forced(target);
+        const std::vector<float> others = DepthsOf(gaussians, camera);
+        for (std::size_t i = 0; i < depths.size(); ++i) {
+            ASSERT_NEAR(others[i], depths[i], 1e-3F) << test::SimdTargetName(target) << ' ' << i;
+        }
+    }
 }
 
 TEST(InverseDepths, DoNotDependOnTheNumberOfThreads) {
