@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "render/gaussian_scene.h"
 
-#include <stdexcept>
+#include "render/failures.h"
 
 namespace vistrel {
 
 GaussianScene::GaussianScene(std::size_t count, int degree) : count_(count) {
     constexpr std::size_t kLineOfHalves = 32;
-    if (count > kMostGaussians) throw std::length_error("the scene has too many Gaussians");
+    if (count > kMostGaussians) FailForLength("the scene has too many Gaussians");
     planes_.stride = (count + kLineOfHalves - 1) / kLineOfHalves * kLineOfHalves;
     planes_.degree = degree;
     words_ = AlignedArray<float>(kPlanes * planes_.stride);

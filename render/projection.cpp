@@ -8,6 +8,7 @@
 
 #include "render/harmonics-inl.h"
 #include "render/projection_geometry-inl.h"
+#include "render/vector_math-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace vistrel {
@@ -39,9 +40,19 @@ HWY_INLINE void StoreRange(Ints packed, FloatMask shows, TileRange* to) {
     hn::StoreU(range, IntTag(), reinterpret_cast<std::int32_t*>(to));
 }
 
+// The opacity in its units when it is spread over what the low-pass filter makes of a Gaussian.
+HWY_INLINE Ints FadedOpacity(Ints opacity, const Footprint& footprint) {
+    const Tag d;
+    // One that hides nothing at all is no number.
+    const Floats kept = hn::Max(hn::Div(footprint.area, footprint.determinant), Set(1e-30F));
+    const Floats units =
+        hn::MulAdd(Log2(d, kept), Set(0.5F / kOpacityUnit), hn::ConvertTo(d, opacity));
+    return hn::NearestInt(Clamped(units, 0.0F, 65535.0F));
+}
+
 HWY_INLINE void ProjectVector(const GaussianPlanes& planes, const PinholeCamera& camera,
-                              const Projection& projection, std::size_t from,
-                              const ProjectedPiece& piece, std::size_t to) {
+                              const SplatStyle& style, const Projection& projection,
+                              std::size_t from, const ProjectedPiece& piece, std::size_t to) {
     const Tag d;
     const Vector3 offset = {hn::Sub(Load(planes, Plane::X, from), Set(camera.position[0])),
                             hn::Sub(Load(planes, Plane::Y, from), Set(camera.position[1])),
@@ -50,11 +61,12 @@ HWY_INLINE void ProjectVector(const GaussianPlanes& planes, const PinholeCamera&
     const Footprint footprint = ProjectCovariance(planes, camera, projection, from, point);
 
     const Ints blueOpacity = LoadInts(planes, Plane::BlueOpacity, from);
-    const Ints opacity = HighHalf(blueOpacity);
+    Ints opacity = HighHalf(blueOpacity);
+    if (style.keepsArea) opacity = FadedOpacity(opacity, footprint);
     const Floats reach = hn::MulAdd(hn::ConvertTo(d, opacity), Set(kOpacityUnit),
                                     Set(kFaintestLog + kReachAboveOne));
     // Comparisons with what is not a number fail. An opacity of 0 stands for nothing, not 1/256.
-    FloatMask shows = hn::And(hn::Gt(point.z, Set(kNearest)), hn::Ge(reach, Set(0.0F)));
+    FloatMask shows = hn::And(hn::Gt(point.z, Set(style.nearest)), hn::Ge(reach, Set(0.0F)));
     shows = hn::And(shows, hn::And(hn::Lt(footprint.determinant, Set(kInfinity)),
                                    hn::Lt(point.z, Set(kInfinity))));
     constexpr float kFarthest = 1e9F;  // pixels
@@ -72,6 +84,8 @@ HWY_INLINE void ProjectVector(const GaussianPlanes& planes, const PinholeCamera&
         const Vector3 color = HarmonicsColor(planes, from, offset);
         redGreen = Pair(PackedColor(color.x), PackedColor(color.y));
         blueAndOpacity = Pair(PackedColor(color.z), opacity);
+    } else if (style.keepsArea) {
+        blueAndOpacity = Pair(blueOpacity, opacity);
     }
     const Floats across = hn::Mul(Set(kHalfLog2e), hn::Div(footprint.yy, footprint.determinant));
     const Floats perYy = hn::Div(Set(1.0F), footprint.yy);
@@ -84,12 +98,12 @@ HWY_INLINE void ProjectVector(const GaussianPlanes& planes, const PinholeCamera&
     StoreRange(rows, shows, piece.rows + to);
 }
 
-void ProjectAll(const GaussianPlanes& planes, const PinholeCamera& camera, std::size_t first,
-                std::size_t count, const ProjectedPiece& piece) {
-    const Projection projection = ProjectionOf(camera);
+void ProjectAll(const GaussianPlanes& planes, const PinholeCamera& camera, const SplatStyle& style,
+                std::size_t first, std::size_t count, const ProjectedPiece& piece) {
+    const Projection projection = ProjectionOf(camera, style.enlargement);
     const std::size_t lanes = hn::Lanes(Tag());
     for (std::size_t i = 0; i < count; i += lanes) {
-        ProjectVector(planes, camera, projection, first + i, piece, i);
+        ProjectVector(planes, camera, style, projection, first + i, piece, i);
     }
 }
 
@@ -102,9 +116,10 @@ namespace vistrel {
 
 HWY_EXPORT(ProjectAll);
 
-void ProjectGaussians(const GaussianPlanes& planes, const PinholeCamera& camera, std::size_t first,
-                      std::size_t count, const ProjectedPiece& piece) {
-    HWY_DYNAMIC_DISPATCH(ProjectAll)(planes, camera, first, count, piece);
+void ProjectGaussians(const GaussianPlanes& planes, const PinholeCamera& camera,
+                      const SplatStyle& style, std::size_t first, std::size_t count,
+                      const ProjectedPiece& piece) {
+    HWY_DYNAMIC_DISPATCH(ProjectAll)(planes, camera, style, first, count, piece);
 }
 
 }  // namespace vistrel

@@ -7,6 +7,7 @@
 
 #include "render/gaussian_scene.h"
 #include "render/pinhole_camera.h"
+#include "render/splat_style.h"
 
 namespace vistrel {
 
@@ -55,9 +56,11 @@ struct ProjectedPiece {
 // van Baar, Gross, "EWA Volume Splatting", IEEE Visualization 2001); low-pass filter of 0.3 pixels
 // squared, opacity threshold of 1/255 and colours from spherical harmonics as in Kerbl, Kopanas,
 // Leimkuehler, Drettakis, "3D Gaussian Splatting for Real-Time Radiance Field Rendering", ACM
-// Transactions on Graphics 42(4), 2023. What is nearer than 0.01, or not finite when projected,
-// does not show. Runs on the best instructions that the processor has. Any thread.
-void ProjectGaussians(const GaussianPlanes& planes, const PinholeCamera& camera, std::size_t first,
-                      std::size_t count, const ProjectedPiece& piece);
+// Transactions on Graphics 42(4), 2023. What is nearer than the style says, or not finite when
+// projected, does not show. The style's share is the caller's business. Runs on the best
+// instructions that the processor has. Any thread.
+void ProjectGaussians(const GaussianPlanes& planes, const PinholeCamera& camera,
+                      const SplatStyle& style, std::size_t first, std::size_t count,
+                      const ProjectedPiece& piece);
 
 }  // namespace vistrel

@@ -22,7 +22,6 @@ HWY_BEFORE_NAMESPACE();
 namespace vistrel {
 namespace HWY_NAMESPACE {
 
-constexpr float kNearest = 0.01F;          // depth below which nothing is drawn
 constexpr float kLowPass = 0.3F;           // pixels squared, added to each projected covariance
 constexpr float kHalfLog2e = 0.72134752F;  // e^(-v / 2) = 2^(-kHalfLog2e v)
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
@@ -34,16 +33,21 @@ struct Projection {
     float mostX;
     float leastY;
     float mostY;
+    // Focal lengths times the enlargement.
+    float scaleX;
+    float scaleY;
 };
 
-HWY_INLINE Projection ProjectionOf(const PinholeCamera& camera) {
+HWY_INLINE Projection ProjectionOf(const PinholeCamera& camera, float enlargement) {
     constexpr float kMargin = 0.15F;  // of the picture's width or height, on each side
     const auto width = static_cast<float>(camera.width);
     const auto height = static_cast<float>(camera.height);
     return {(-camera.centreX - kMargin * width) / camera.focalX,
             ((1.0F + kMargin) * width - camera.centreX) / camera.focalX,
             (-camera.centreY - kMargin * height) / camera.focalY,
-            ((1.0F + kMargin) * height - camera.centreY) / camera.focalY};
+            ((1.0F + kMargin) * height - camera.centreY) / camera.focalY,
+            camera.focalX * enlargement,
+            camera.focalY * enlargement};
 }
 
 HWY_INLINE Vector3 Turned(const PinholeCamera& camera, const Vector3& v) {
@@ -86,6 +90,7 @@ struct Footprint {
     Floats x, y;
     Floats xx, xy, yy;
     Floats determinant;
+    Floats area;  // the determinant without the low-pass filter
 };
 
 // Squares of the lengths of two vectors of three, their product, and how much of an area they span.
@@ -116,9 +121,9 @@ HWY_INLINE Footprint ProjectCovariance(const GaussianPlanes& planes, const Pinho
                        hn::Mul(hn::NegMulAdd(slope, Set(ahead[2]), Set(row[2])), scale)};
     };
     const Vector3 right = towards(
-        camera.rows[0], Clamped(slopeX, projection.leastX, projection.mostX), camera.focalX);
+        camera.rows[0], Clamped(slopeX, projection.leastX, projection.mostX), projection.scaleX);
     const Vector3 down = towards(
-        camera.rows[1], Clamped(slopeY, projection.leastY, projection.mostY), camera.focalY);
+        camera.rows[1], Clamped(slopeY, projection.leastY, projection.mostY), projection.scaleY);
 
     const Axes axes = LoadAxes(planes, i);
     const Vector3 scale = {Load(planes, Plane::ScaleX, i), Load(planes, Plane::ScaleY, i),
@@ -137,6 +142,7 @@ HWY_INLINE Footprint ProjectCovariance(const GaussianPlanes& planes, const Pinho
     footprint.yy = hn::Add(spread.vv, lowPass);
     footprint.determinant =
         hn::MulAdd(hn::Add(hn::Add(spread.uu, spread.vv), lowPass), lowPass, spread.area);
+    footprint.area = spread.area;
     return footprint;
 }
 

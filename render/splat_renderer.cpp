@@ -5,11 +5,11 @@
 #include <array>
 #include <cmath>
 #include <span>
-#include <stdexcept>
 #include <vector>
 
 #include "render/aligned_array.h"
 #include "render/depth_order.h"
+#include "render/failures.h"
 #include "render/projection.h"
 #include "render/row_lists.h"
 #include "render/tile_blending.h"
@@ -22,6 +22,7 @@ namespace {
 struct View {
     PinholeCamera camera;
     PixelTarget target;
+    float* inverseDepths = nullptr;  // in place of the target
 };
 
 // A scene as one eye sees it.
@@ -70,6 +71,30 @@ std::size_t TilesAlong(int pixels) {
     return static_cast<std::size_t>((pixels + kTileSide - 1) / kTileSide);
 }
 
+// Of neighbouring Gaussians that begin at a multiple of kShareBlock; a multiple of 32.
+std::size_t ShareOf(std::size_t count, float share) {
+    constexpr std::size_t kRound = 32;
+    if (!(share < 1.0F)) return count;
+    const auto wanted = static_cast<std::size_t>(std::max(share, 0.0F) * static_cast<float>(count));
+    return std::min(count, (wanted / kRound + 1) * kRound);
+}
+
+// Projects those of a piece of the scene that are drawn, to places that follow each other. Returns
+// how many they are.
+std::size_t ProjectShare(const GaussianPlanes& planes, const PinholeCamera& camera,
+                         const SplatStyle& style, std::size_t first, const ProjectedPiece& piece) {
+    const std::size_t end = std::min(first + kPieceSize, planes.stride);
+    std::size_t done = 0;
+    for (std::size_t block = first; block < end; block += kShareBlock) {
+        const std::size_t count = ShareOf(std::min(kShareBlock, end - block), style.share);
+        ProjectGaussians(
+            planes, camera, style, block, count,
+            {piece.shapes + done, piece.looks + done, piece.columns + done, piece.rows + done});
+        done += count;
+    }
+    return done;
+}
+
 bool AreEyes(const PinholeCamera& a, const PinholeCamera& b) {
     std::array<float, 3> moved{};  // along each row
     for (std::size_t row = 0; row < 3; ++row) {
@@ -86,7 +111,7 @@ bool AreEyes(const PinholeCamera& a, const PinholeCamera& b) {
 void CheckSize(const PinholeCamera& camera) {
     const auto fits = [](int side) { return side > 0 && side <= kLargestPictureSide; };
     if (!fits(camera.width) || !fits(camera.height)) {
-        throw std::invalid_argument("a picture has 1 to 32768 pixels on each side");
+        FailForArgument("a picture has 1 to 32768 pixels on each side");
     }
 }
 
@@ -97,15 +122,16 @@ class SplatRenderer::Buffers {
     explicit Buffers(int threads)
         : workers_(threads), spaces_(static_cast<std::size_t>(workers_.Count())) {}
 
-    void Draw(const GaussianScene& scene, std::span<const View> views) {
+    void Draw(const GaussianScene& scene, const SplatStyle& style, std::span<const View> views) {
         const std::size_t places = scene.Planes().stride;
         for (std::size_t eye = 0; eye < views.size(); ++eye) {
             eyes_[eye].Reserve(places, HasOwnLooks(scene, eye));
         }
         lists_.resize((places + kPieceSize - 1) / kPieceSize);
         workers_.Run(lists_.size(), [&](std::size_t piece, int worker) {
-            Project(scene, views, piece, spaces_[static_cast<std::size_t>(worker)]);
+            Project(scene, style, views, piece, spaces_[static_cast<std::size_t>(worker)]);
         });
+        if (views[0].inverseDepths != nullptr) ColorByDepth(places);
         workers_.Run(TilesAlong(views[0].camera.height), [&](std::size_t row, int worker) {
             DrawRow(scene, views, static_cast<int>(row), spaces_[static_cast<std::size_t>(worker)]);
         });
@@ -128,19 +154,30 @@ class SplatRenderer::Buffers {
         return eyes_[HasOwnLooks(scene, eye) ? eye : 0].Looks();
     }
 
-    void Project(const GaussianScene& scene, std::span<const View> views, std::size_t piece,
-                 WorkSpace& space) {
+    void Project(const GaussianScene& scene, const SplatStyle& style, std::span<const View> views,
+                 std::size_t piece, WorkSpace& space) {
         const std::size_t first = piece * kPieceSize;
-        const std::size_t count = std::min(kPieceSize, scene.Planes().stride - first);
-        const std::span<TileRange> rows(space.rows.data(), count);
+        std::size_t count = 0;
         for (std::size_t eye = 0; eye < views.size(); ++eye) {
-            const std::span<TileRange> own(eye == 0 ? space.rows.data() : space.otherRows.data(),
-                                           count);
-            ProjectGaussians(scene.Planes(), views[eye].camera, first, count,
-                             eyes_[eye].PieceAt(first, LooksOf(scene, eye), own.data()));
-            if (eye > 0) std::ranges::transform(rows, own, rows.begin(), Joined);
+            TileRange* const own = eye == 0 ? space.rows.data() : space.otherRows.data();
+            count = ProjectShare(scene.Planes(), views[eye].camera, style, first,
+                                 eyes_[eye].PieceAt(first, LooksOf(scene, eye), own));
+            if (eye > 0)
+                std::transform(own, own + count, space.rows.data(), space.rows.data(), Joined);
         }
+        const std::span<const TileRange> rows(space.rows.data(), count);
         lists_[piece].Fill(rows, TilesAlong(views[0].camera.height));
+    }
+
+    // Of what does not show it may be anything.
+    void ColorByDepth(std::size_t places) {
+        workers_.Run(lists_.size(), [&](std::size_t piece, int) {
+            const std::size_t end = std::min((piece + 1) * kPieceSize, places);
+            for (std::size_t i = piece * kPieceSize; i < end; ++i) {
+                SplatLook& look = eyes_[0].Looks()[i];
+                look.redGreen = look.depth > 0.0F ? InverseDepthAsColor(look.depth) : 0;
+            }
+        });
     }
 
     void DrawRow(const GaussianScene& scene, std::span<const View> views, int row,
@@ -174,8 +211,14 @@ class SplatRenderer::Buffers {
         part.width = std::min(kTileSide, view.camera.width - part.left);
         part.height = std::min(kTileSide, view.camera.height - part.top);
         part.rowBytes = view.target.rowBytes;
-        part.pixels = view.target.pixels + static_cast<std::size_t>(part.top) * part.rowBytes +
-                      4 * static_cast<std::size_t>(part.left);
+        const auto top = static_cast<std::size_t>(part.top);
+        const auto left = static_cast<std::size_t>(part.left);
+        if (view.inverseDepths != nullptr) {
+            part.rowDepths = static_cast<std::size_t>(view.camera.width);
+            part.inverseDepths = view.inverseDepths + top * part.rowDepths + left;
+        } else {
+            part.pixels = view.target.pixels + top * part.rowBytes + 4 * left;
+        }
         const std::span<const std::uint32_t> order =
             space.tiles.Of(static_cast<std::size_t>(column));
         DrawTile({projected.shapes, projected.looks, order.data(), order.size()}, part,
@@ -193,20 +236,29 @@ SplatRenderer::SplatRenderer(int threads) : buffers_(std::make_unique<Buffers>(t
 SplatRenderer::~SplatRenderer() = default;
 
 void SplatRenderer::Draw(const GaussianScene& scene, const PinholeCamera& camera,
-                         const PixelTarget& target) {
+                         const PixelTarget& target, const SplatStyle& style) {
     CheckSize(camera);
-    buffers_->Draw(scene, std::array{View{camera, target}});
+    buffers_->Draw(scene, style, std::array{View{camera, target}});
 }
 
 void SplatRenderer::DrawPair(const GaussianScene& scene, const PinholeCamera& leftCamera,
                              const PixelTarget& left, const PinholeCamera& rightCamera,
-                             const PixelTarget& right) {
+                             const PixelTarget& right, const SplatStyle& style) {
     CheckSize(leftCamera);
     CheckSize(rightCamera);
     if (!AreEyes(leftCamera, rightCamera)) {
-        throw std::invalid_argument("the cameras are not those of a pair of eyes");
+        FailForArgument("the cameras are not those of a pair of eyes");
     }
-    buffers_->Draw(scene, std::array{View{leftCamera, left}, View{rightCamera, right}});
+    buffers_->Draw(scene, style, std::array{View{leftCamera, left}, View{rightCamera, right}});
+}
+
+void SplatRenderer::DrawInverseDepths(const GaussianScene& scene, const PinholeCamera& camera,
+                                      std::span<float> inverseDepths) {
+    CheckSize(camera);
+    const std::size_t pixels =
+        static_cast<std::size_t>(camera.width) * static_cast<std::size_t>(camera.height);
+    if (inverseDepths.size() != pixels) FailForArgument("each pixel has room for one depth");
+    buffers_->Draw(scene, {}, std::array{View{camera, {}, inverseDepths.data()}});
 }
 
 std::size_t SplatRenderer::Bytes() const {

@@ -5,9 +5,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <span>
 
 #include "render/gaussian_scene.h"
 #include "render/pinhole_camera.h"
+#include "render/splat_style.h"
 
 namespace vistrel {
 
@@ -36,14 +38,21 @@ class SplatRenderer {
     // centres and, of equal depth, those first in the scene first. For formulas and their sources
     // see projection.h and tile_blending.h. The bytes do not depend on the number of threads.
     // Throws std::invalid_argument for a picture of no or too large a size, and std::bad_alloc.
-    void Draw(const GaussianScene& scene, const PinholeCamera& camera, const PixelTarget& target);
+    void Draw(const GaussianScene& scene, const PinholeCamera& camera, const PixelTarget& target,
+              const SplatStyle& style = {});
 
     // Both eyes of a pair in nine tenths of the time of two pictures: both are sorted at once. The
     // cameras differ in where they stand along their common row 0, in `centreX` and in the
     // picture's width only; otherwise throws std::invalid_argument.
     void DrawPair(const GaussianScene& scene, const PinholeCamera& leftCamera,
                   const PixelTarget& left, const PinholeCamera& rightCamera,
-                  const PixelTarget& right);
+                  const PixelTarget& right, const SplatStyle& style = {});
+
+    // How far away is what is seen: 1 / depth of the Gaussians' centres, blended as colours are,
+    // for each pixel of the camera's picture, rows from the top; 0 where less than 1/255 is
+    // covered. Throws std::invalid_argument also where there is not a number for each pixel.
+    void DrawInverseDepths(const GaussianScene& scene, const PinholeCamera& camera,
+                           std::span<float> inverseDepths);
 
     // What the object keeps, but for some hundred kilobytes for each thread.
     [[nodiscard]] std::size_t Bytes() const;

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 /**
- * Builds the viewer page: node web/build.js FOLDER [--source-maps]. The folder then holds exactly
- * the files that the program carries; they work side by side from file:// without a server.
+ * Builds the viewer page: node web/build.js FOLDER PAINTER [--source-maps]. The folder then holds
+ * exactly the files that the program carries; they work side by side from file:// without a server.
+ * PAINTER is the WebAssembly of the painter for machines without a graphics card.
  */
 import { build } from "esbuild";
 import { mkdir, readFile, writeFile } from "node:fs/promises";
@@ -13,16 +14,21 @@ import { avoidReservedWord, readRecordsWithoutEval } from "./spark_text.js";
 
 /** The oldest browser to run in, that of QtWebEngine 6.4. */
 const kTarget = "chrome102";
+const kSpark = "@sparkjsdev/spark";
+/** What Spark's file exports besides, for where it cannot draw itself. */
+const kDelivery = "softwarePainter";
 /** Files beside the page, by the name under which its sources import them. */
 const kBeside = new Map([
     ["three", "three"],
-    ["@sparkjsdev/spark", "./spark.module.js"],
+    [kSpark, "./spark.module.js"],
     ["./OrbitControls3d.js", "./OrbitControls3d.js"],
 ]);
 const kScriptPlace = "/* the page's bundle */";
 
-const [, , folder, option] = process.argv;
-if (folder === undefined) throw new Error("Usage: node web/build.js FOLDER [--source-maps]");
+const [, , folder, painter, option] = process.argv;
+if (painter === undefined) {
+    throw new Error("Usage: node web/build.js FOLDER PAINTER [--source-maps]");
+}
 const withSourceMaps = option === "--source-maps";
 const source = path.join(path.dirname(fileURLToPath(import.meta.url)), "src");
 const require = createRequire(import.meta.url);
@@ -52,6 +58,7 @@ const lazyBesidePlugin = {
         });
         onLoad({ filter: /.*/, namespace: "lazy" }, async ({ path: name }) => {
             const names = await exportsOf(name);
+            if (name === kSpark) names.push(kDelivery);
             return {
                 contents: `export const { ${names.join(", ")} } = await import("${name}");`,
                 resolveDir: source,
@@ -108,10 +115,26 @@ async function page() {
     return withViewerPolicy(template.replace(kScriptPlace, () => `\n${script}`));
 }
 
-/** @returns {Promise<string>} Spark without what keeps it from running everywhere */
+/** @returns {Promise<string>} Spark without what keeps it from running everywhere, and the painter */
 async function spark() {
     const file = path.join(path.dirname(require.resolve("@sparkjsdev/spark")), "spark.module.js");
-    return readRecordsWithoutEval(avoidReservedWord(await readFile(file, "utf8")));
+    const text = readRecordsWithoutEval(avoidReservedWord(await readFile(file, "utf8")));
+    const delivery = { worker: await worker(), wasm: await readFile(painter, "base64") };
+    return `${text}\nexport const ${kDelivery} = ${JSON.stringify(delivery)};\n`;
+}
+
+/** @returns {Promise<string>} the text of a painter's worker */
+async function worker() {
+    const { outputFiles } = await build({
+        entryPoints: [path.join(source, "painter", "eye_worker.js")],
+        bundle: true,
+        minify: true,
+        format: "iife",
+        target: kTarget,
+        legalComments: "none",
+        write: false,
+    });
+    return outputFiles[0].text;
 }
 
 /**

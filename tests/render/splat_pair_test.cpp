@@ -9,29 +9,29 @@
 #include <vector>
 
 #include "render/splat_renderer.h"
-#include "tests/render/picture.h"
+#include "tests/render/canvas.h"
 #include "tests/support/splat_scenes.h"
 
 namespace vistrel {
 namespace {
 
+using test::Canvas;
 using test::Drawn;
 using test::PackedScene;
-using test::Picture;
 
 struct Pair {
-    Picture left;
-    Picture right;
+    Canvas left;
+    Canvas right;
 };
 
 Pair DrawnPair(const GaussianScene& scene, const PinholeCamera& left, const PinholeCamera& right,
                int threads = 1) {
-    Pair pair = {Picture(left.width, left.height), Picture(right.width, right.height)};
+    Pair pair = {Canvas(left.width, left.height), Canvas(right.width, right.height)};
     SplatRenderer(threads).DrawPair(scene, left, pair.left.Target(), right, pair.right.Target());
     return pair;
 }
 
-int LargestDifference(const Picture& a, const Picture& b) {
+int LargestDifference(const Canvas& a, const Canvas& b) {
     int largest = 0;
     for (std::size_t i = 0; i < a.Bytes().size(); ++i) {
         largest = std::max(largest, std::abs(a.Bytes()[i] - b.Bytes()[i]));

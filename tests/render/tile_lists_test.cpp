@@ -32,7 +32,7 @@ class Filed {
           columns_(shapes_.size()),
           rows_(shapes_.size()),
           lists_(kRows) {
-        ProjectGaussians(scene_.Planes(), test::SceneCamera(kWidth, kHeight), 0, shapes_.size(),
+        ProjectGaussians(scene_.Planes(), test::SceneCamera(kWidth, kHeight), {}, 0, shapes_.size(),
                          {shapes_.data(), looks_.data(), columns_.data(), rows_.data()});
         for (std::size_t row = 0; row < kRows; ++row) {
             std::vector<std::uint32_t> order;

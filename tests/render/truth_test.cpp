@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/render/picture.h"
+#include "tests/render/canvas.h"
 #include "tests/support/plain_splat_drawing.h"
 #include "tests/support/simd_targets.h"
 #include "tests/support/splat_scenes.h"
@@ -32,7 +32,7 @@ int ToByte(float value) {
     return static_cast<int>(std::lround(std::clamp(value, 0.0F, 1.0F) * 255.0F));
 }
 
-Difference DifferenceOf(const test::PlainPicture& plain, const test::Picture& picture) {
+Difference DifferenceOf(const test::PlainPicture& plain, const test::Canvas& picture) {
     double squares = 0.0;
     Difference difference;
     for (int row = 0; row < plain.height; ++row) {

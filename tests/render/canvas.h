@@ -12,9 +12,9 @@
 
 namespace vistrel::test {
 
-class Picture {
+class Canvas {
   public:
-    Picture(int width, int height)
+    Canvas(int width, int height)
         : rowBytes_(4 * static_cast<std::size_t>(width)),
           pixels_(rowBytes_ * static_cast<std::size_t>(height), kUntouched) {}
 
@@ -34,9 +34,9 @@ class Picture {
     std::vector<std::uint8_t> pixels_;
 };
 
-[[nodiscard]] inline Picture Drawn(const GaussianScene& scene, const PinholeCamera& camera,
-                                   int threads = 1) {
-    Picture picture(camera.width, camera.height);
+[[nodiscard]] inline Canvas Drawn(const GaussianScene& scene, const PinholeCamera& camera,
+                                  int threads = 1) {
+    Canvas picture(camera.width, camera.height);
     SplatRenderer(threads).Draw(scene, camera, picture.Target());
     return picture;
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "cli/convert/output_check.h"
+#include "cli/output_check.h"
 
 #include <stdexcept>
 #include <system_error>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Whether a scene can be written, found out before the network runs for a minute.
+// Whether a file can be written, found out before the work for it.
 #pragma once
 
 #include <filesystem>

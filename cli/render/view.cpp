@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "cli/render/view.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+#include "cli/command.h"
+#include "render/framing.h"
+#include "render/seen_depths.h"
+#include "render/window_view.h"
+
+namespace vistrel {
+namespace {
+
+constexpr int kWindowWidth = 1280;
+constexpr int kWindowHeight = 720;
+
+void SetSize(View& view, const RenderOptions& options, WholeSize usual) {
+    const bool isGiven = options.size.width > 0;
+    view.width = isGiven ? options.size.width : usual.width;
+    view.height = isGiven ? options.size.height : usual.height;
+    if (std::max(view.width, view.height) > kLargestPictureSide) {
+        throw std::runtime_error("the photograph's own size is too large, give a --size");
+    }
+    view.shape = EyeShapeOf(options.layout, view.width, view.height);
+}
+
+View WindowsView(const RenderOptions& options) {
+    View view;
+    SetSize(view, options, {kWindowWidth, kWindowHeight});
+    view.camera = WindowCamera(options.window, view.shape, view.width, view.height);
+    view.eyes = WindowEyes(options.window, view.shape, view.width, view.height);
+    return view;
+}
+
+// Moved in as far as the picture has parts that lie beside the photograph.
+PinholeCamera WithinPhotograph(const PinholeCamera& camera, const PhotographCamera& photograph) {
+    const float across = static_cast<float>(camera.width) / static_cast<float>(photograph.width);
+    const float down = static_cast<float>(camera.height) / static_cast<float>(photograph.height);
+    return Zoomed(camera, std::max(across, down) / std::min(across, down));
+}
+
+PinholeCamera Narrowed(PinholeCamera camera, int narrow) {
+    camera.focalY *= static_cast<float>(narrow);
+    camera.centreY *= static_cast<float>(narrow);
+    camera.height *= narrow;
+    return camera;
+}
+
+// A scene without a photograph has no camera of its own: it is seen as the window shows it first.
+PinholeCamera CameraOf(const SceneFile& file, const RenderOptions& options, int width, int height) {
+    if (file.camera) {
+        const PinholeCamera camera = FitCamera(*file.camera, width, height);
+        return options.crop ? WithinPhotograph(camera, *file.camera) : camera;
+    }
+    return WindowCamera({.general = true}, {.width = width, .height = height}, width, height);
+}
+
+View PhotographView(SplatRenderer& renderer, const SceneFile& file, const RenderOptions& options) {
+    View view;
+    const auto side = [](std::uint32_t pixels) {
+        return static_cast<int>(std::min<std::uint32_t>(pixels, kLargestPictureSide + 1));
+    };
+    const int usualWidth = file.camera ? side(file.camera->width) : kWindowWidth;
+    const int usualHeight = file.camera ? side(file.camera->height) : kWindowHeight;
+    SetSize(view, options, WholeSizeOf(options.layout, usualWidth, usualHeight));
+    const int narrow = view.shape.narrow;
+    view.shape.height = std::max(1, view.shape.height / narrow) * narrow;
+    view.camera =
+        Narrowed(CameraOf(file, options, view.shape.width, view.shape.height / narrow), narrow);
+    if (options.layout == StereoLayout::None) return view;
+    const auto depths = SeenDepths(renderer, file.scene, view.camera).Range();
+    if (!depths) return view;
+    view.screen = depths->nearest;
+    view.eyes = ComfortableEyes(view.camera, *depths, static_cast<float>(options.parallax));
+    return view;
+}
+
+}  // namespace
+
+std::vector<PinholeCamera> View::Cameras(StereoLayout layout) const {
+    if (layout == StereoLayout::None) return {camera};
+    return {EyeAt(camera, eyes.left), EyeAt(camera, eyes.right)};
+}
+
+View ViewOf(SplatRenderer& renderer, const SceneFile& file, const RenderOptions& options) {
+    if (options.isWindow) return WindowsView(options);
+    if (!file.camera) {
+        Tell(
+            "Note: the scene does not tell its photograph's camera; it is seen from the window's.");
+    }
+    return PhotographView(renderer, file, options);
+}
+
+void MoveIn(View& view, float zoom) {
+    view.camera = Zoomed(view.camera, zoom);
+    // The offsets shrink, and what they shift the pictures by grows with the zoom again.
+    for (EyePlace* const eye : {&view.eyes.left, &view.eyes.right}) eye->offset /= zoom;
+}
+
+void Crop(SplatRenderer& renderer, const GaussianScene& scene,
+          const std::vector<PinholeCamera>& cameras, View& view) {
+    const std::optional<float> zoom = FillingZoom(renderer, scene, cameras);
+    if (zoom) {
+        MoveIn(view, *zoom);
+    } else {
+        Tell("Note: the scene does not fill the picture, which is therefore not cropped.");
+    }
+}
+
+}  // namespace vistrel
