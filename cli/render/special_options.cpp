@@ -26,6 +26,7 @@ std::string MotionHelp() {
 
 std::vector<std::string> MotionNames() {
     std::vector<std::string> names;
+    names.reserve(kCameraMotions.size());
     for (const CameraMotionName& motion : kCameraMotions) names.emplace_back(motion.name);
     return names;
 }
