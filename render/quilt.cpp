@@ -25,7 +25,7 @@ std::vector<PinholeCamera> QuiltCameras(const PinholeCamera& camera, const Quilt
 }
 
 Picture DrawQuilt(SplatRenderer& renderer, const GaussianScene& scene, const QuiltShape& shape,
-                  std::span<const PinholeCamera> cameras) {
+                  std::span<const PinholeCamera> cameras, const SplatStyle& style) {
     if (cameras.empty() || std::ssize(cameras) != shape.Views()) {
         throw std::invalid_argument("a quilt has a camera for each view");
     }
@@ -48,9 +48,9 @@ Picture DrawQuilt(SplatRenderer& renderer, const GaussianScene& scene, const Qui
     std::size_t view = 0;
     for (; view + 1 < cameras.size(); view += 2) {
         renderer.DrawPair(scene, cameras[view], targetOf(view), cameras[view + 1],
-                          targetOf(view + 1));
+                          targetOf(view + 1), style);
     }
-    if (view < cameras.size()) renderer.Draw(scene, cameras[view], targetOf(view));
+    if (view < cameras.size()) renderer.Draw(scene, cameras[view], targetOf(view), style);
     return quilt;
 }
 

@@ -35,7 +35,8 @@ inline constexpr double kWidestConeAngle = 120.0;
 // std::invalid_argument where the cameras are not those of such a quilt or the picture would be
 // larger than one may be, and std::bad_alloc.
 [[nodiscard]] Picture DrawQuilt(SplatRenderer& renderer, const GaussianScene& scene,
-                                const QuiltShape& shape, std::span<const PinholeCamera> cameras);
+                                const QuiltShape& shape, std::span<const PinholeCamera> cameras,
+                                const SplatStyle& style = {});
 
 // What tells players how a quilt lies, at the end of its name: "_qs8x6a0.75", where 0.75 is how
 // many times as wide as high a view is.

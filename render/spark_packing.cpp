@@ -183,14 +183,4 @@ void SparkUnpacker::UnpackHarmonics(const SparkWords& words, std::size_t i,
     }
 }
 
-void SparkUnpacker::Clear(const GaussianPlanes& planes, std::size_t first, std::size_t count) {
-    for (std::size_t plane = 0; plane < kPlanes; ++plane) {
-        std::fill_n(planes.words + plane * planes.stride + first, count, 0.0F);
-    }
-    if (planes.degree == 0) return;
-    for (std::size_t row = 0; row < 3 * HarmonicsCount(planes.degree); ++row) {
-        std::fill_n(planes.harmonics + row * planes.stride + first, count, std::uint16_t{0});
-    }
-}
-
 }  // namespace vistrel

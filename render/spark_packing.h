@@ -54,9 +54,6 @@ class SparkUnpacker {
     void Unpack(const SparkWords& words, std::span<const std::uint16_t> order,
                 const GaussianPlanes& planes, std::size_t first) const;
 
-    // Makes `count` places from `first` on hold Gaussians that are not drawn.
-    static void Clear(const GaussianPlanes& planes, std::size_t first, std::size_t count);
-
   private:
     static constexpr std::size_t kBytes = 256;
     void UnpackOne(const SparkWords& words, std::size_t i, const GaussianPlanes& planes,

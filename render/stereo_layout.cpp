@@ -239,6 +239,7 @@ WholeSize WholeSizeOf(StereoLayout layout, int width, int height) {
 
 Picture Combined(StereoLayout layout, const Picture& left, const Picture& right, int width,
                  int height) {
+    if (layout == StereoLayout::None) return left;
     const EyeShape shape = EyeShapeOf(layout, width, height);
     for (const Picture* const eye : {&left, &right}) {
         if (eye->width != shape.width || eye->height != shape.height) {
@@ -247,7 +248,7 @@ Picture Combined(StereoLayout layout, const Picture& left, const Picture& right,
     }
     switch (layout) {
         case StereoLayout::None:
-            return left;
+            break;
         case StereoLayout::SideBySide:
             return BesideEachOther(left, right, width, height);
         case StereoLayout::HalfSideBySide:

@@ -9,12 +9,12 @@
 namespace vistrel {
 namespace {
 
-using Vector = std::array<double, 3>;
+using Position = std::array<double, 3>;
 
 constexpr double kPerDegree = std::numbers::pi / 180.0;
 
 struct StartCamera {
-    Vector position;
+    Position position;
     double viewAngle;  // vertical, degrees
 };
 constexpr StartCamera kOwnScenes = {{-0.3, 0.5, -3.0}, 30.0};
@@ -24,7 +24,7 @@ const StartCamera& StartOf(const WindowView& view) {
     return view.general ? kGeneralScenes : kOwnScenes;
 }
 
-double Length(const Vector& v) {
+double DistanceFromOrigin(const Position& v) {
     return std::hypot(v[0], v[1], v[2]);
 }
 
@@ -58,13 +58,13 @@ double EyeOffset(double distance, double depth, int side) {
 
 PinholeCamera WindowCamera(const WindowView& view, const EyeShape& shape, int width, int height) {
     const StartCamera& start = StartOf(view);
-    const Vector& from = start.position;
-    const double distance = Length(from);
-    const Vector forward = {-from[0] / distance, -from[1] / distance, -from[2] / distance};
+    const Position& from = start.position;
+    const double distance = DistanceFromOrigin(from);
+    const Position forward = {-from[0] / distance, -from[1] / distance, -from[2] / distance};
     // Up is -y.
     const double level = std::hypot(forward[0], forward[2]);
-    const Vector right = {forward[2] / level, 0.0, -forward[0] / level};
-    const Vector down = {forward[1] * right[2] - forward[2] * right[1],
+    const Position right = {forward[2] / level, 0.0, -forward[0] / level};
+    const Position down = {forward[1] * right[2] - forward[2] * right[1],
                          forward[2] * right[0] - forward[0] * right[2],
                          forward[0] * right[1] - forward[1] * right[0]};
     PinholeCamera camera;
@@ -87,7 +87,7 @@ PinholeCamera WindowCamera(const WindowView& view, const EyeShape& shape, int wi
 EyePlaces WindowEyes(const WindowView& view, const EyeShape& shape, int width, int height) {
     const StartCamera& start = StartOf(view);
     const EyeSettings settings = SettingsOf(view);
-    const double distance = Length(start.position);
+    const double distance = DistanceFromOrigin(start.position);
     // What the whole picture shows at the origin, in units of the scene.
     const double across = 2.0 * distance * TanOfHalf(start) * width / height;
     const double eyeShift = settings.focus * (view.general ? 0.01 : 0.001);

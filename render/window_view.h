@@ -4,6 +4,7 @@
 
 #include "render/eye_pair.h"
 #include "render/pinhole_camera.h"
+#include "render/splat_style.h"
 #include "render/stereo_layout.h"
 
 namespace vistrel {
@@ -14,6 +15,10 @@ struct WindowView {
     double focus = 0.0;    // -100..100
     double depth = 30.0;   // 0..200, 30 is neutral
 };
+
+// The page's way to show Gaussians.
+inline constexpr SplatStyle kWindowStyle = {
+    .nearest = 0.1F, .byDistance = true, .keepsArea = true, .brightest = 1.0F};
 
 // The start camera: y is down in scenes, and it looks at the origin. For an eye's picture of
 // `shape` within a whole one of `width` x `height` pixels. Any thread, like the next.

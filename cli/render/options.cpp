@@ -7,7 +7,9 @@
 #include <set>
 #include <system_error>
 
+#include "base/scene_kind.h"
 #include "cli/command.h"
+#include "cli/render/special_options.h"
 #include "render/splat_renderer.h"
 
 namespace vistrel {
@@ -20,6 +22,7 @@ struct Arguments {
     std::string sizeText;
     std::string folder;
     std::string ending;
+    bool crop = false;
     std::vector<std::string> files;
 };
 
@@ -57,8 +60,9 @@ void AddViewOptions(CLI::App& app, RenderOptions& options, Arguments& arguments)
                    "In the photograph's view: by how much the eyes' pictures differ at most, as a "
                    "share of their width; 0: not at all [1/30]")
         ->type_name("NUMBER");
-    app.add_flag("--crop,!--no-crop", options.crop,
-                 "Move in until no edge of the picture is empty; usual in the photograph's view");
+    app.add_flag("--crop,!--no-crop", arguments.crop,
+                 "Move in until no edge of the picture is empty; usual where a photograph's camera "
+                 "is known and asked for");
     app.add_flag("--general", options.window.general,
                  "In the window's view: for scenes that Vistrel has not made");
     app.add_option("--focus", options.window.focus, "In the window's view: -100 to 100 [0]")
@@ -68,12 +72,12 @@ void AddViewOptions(CLI::App& app, RenderOptions& options, Arguments& arguments)
     app.add_option(
            "--size", arguments.sizeText,
            "Width and height of the whole picture in pixels; if not given, each eye has the "
-           "photograph's size, or the window 1280x720")
+           "photograph's size, or the window 1280x720; in movies at most 1920 (.gif 640) on a side")
         ->type_name("WxH");
 }
 
 void AddOutputOptions(CLI::App& app, RenderOptions& options, Arguments& arguments) {
-    app.add_option("--quality", options.quality, "Of .jpg: 1 to 100")
+    app.add_option("--quality", options.quality, "Of all but .png: 1 to 100")
         ->check(CLI::Range(1, kBestQuality))
         ->type_name("NUMBER")
         ->capture_default_str();
@@ -130,14 +134,30 @@ void TakeFile(const Arguments& arguments, RenderOptions& options) {
     options.kind = KindOf(arguments.files[1]);
 }
 
+// Two of the kinds hold both eyes in a way of their own.
+void CheckLayout(const CLI::App& app, RenderOptions& options) {
+    if (options.kind == OutputKind::Mpo && app.count("--stereo") > 0) {
+        Refuse("--stereo", "does not go with .mpo, which holds a picture of each eye");
+    }
+    if (options.kind != OutputKind::Jps) return;
+    if (app.count("--stereo") == 0) options.layout = StereoLayout::SideBySide;
+    if (options.layout != StereoLayout::SideBySide && options.layout != StereoLayout::Crossed) {
+        Refuse("--stereo", "is sbs or crossed in .jps, which has an order of its own");
+    }
+    if (options.size.width % 2 != 0) Refuse("--size", "has an even width in .jps");
+}
+
 // Scenes into files of a folder.
 void TakeFolder(const Arguments& arguments, RenderOptions& options) {
-    const std::string ending = (arguments.ending.starts_with('.') ? "" : ".") + arguments.ending;
+    const std::string ending = SmallEnding(
+        "picture" + std::string(arguments.ending.starts_with('.') ? "" : ".") + arguments.ending);
     options.kind = KindOf("picture" + ending);
     options.hasFolder = true;
     std::set<std::filesystem::path> outputs;
     for (const std::string& scene : arguments.files) {
-        options.jobs.push_back({scene, OutputIn(arguments.folder, scene, options.layout, ending)});
+        std::filesystem::path name = std::filesystem::path(scene).stem();
+        name += OutputSuffix(options, ending) + ending;
+        options.jobs.push_back({scene, std::filesystem::path(arguments.folder) / name});
         if (!outputs.insert(options.jobs.back().output).second) {
             Refuse(scene, "and a scene before it would both become " +
                               options.jobs.back().output.native());
@@ -159,7 +179,7 @@ void CheckOutputs(const RenderOptions& options) {
 void Take(const CLI::App& app, const Arguments& arguments, RenderOptions& options) {
     options.layout = LayoutOf(arguments.stereo);
     options.isWindow = arguments.view == "window";
-    if (app.count("--crop") == 0) options.crop = !options.isWindow;
+    if (app.count("--crop") > 0) options.crop = arguments.crop;
     CheckView(app, options);
     if (!arguments.sizeText.empty()) {
         const std::string wrong =
@@ -171,6 +191,8 @@ void Take(const CLI::App& app, const Arguments& arguments, RenderOptions& option
     } else {
         TakeFolder(arguments, options);
     }
+    CheckLayout(app, options);
+    CheckSpecialOptions(app, options);
     CheckOutputs(options);
 }
 
@@ -179,10 +201,11 @@ void Take(const CLI::App& app, const Arguments& arguments, RenderOptions& option
 ParsedOptions ParseOptions(int argc, char** argv) {
     ParsedOptions parsed;
     Arguments arguments;
-    CLI::App app("Draws 3D Gaussian Splat scenes as pictures, for one eye or two.",
+    CLI::App app("Draws 3D Gaussian Splat scenes as pictures and movies, for one eye or two.",
                  "vistrel-render");
     app.set_version_flag("--version", "vistrel-render " VISTREL_VERSION);
     AddViewOptions(app, parsed.options, arguments);
+    AddSpecialOptions(app, parsed.options);
     AddOutputOptions(app, parsed.options, arguments);
     try {
         app.parse(argc, argv);

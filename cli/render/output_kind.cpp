@@ -6,7 +6,6 @@
 #include "base/scene_kind.h"
 
 namespace vistrel {
-
 std::optional<OutputKind> OutputKindOf(const std::filesystem::path& file) {
     const auto* const found =
         std::ranges::find(kOutputEndings, SmallEnding(file), &OutputEnding::ending);
@@ -23,13 +22,9 @@ std::string OutputEndings() {
     return all;
 }
 
-std::filesystem::path OutputIn(const std::filesystem::path& folder,
-                               const std::filesystem::path& scene, StereoLayout layout,
-                               std::string_view ending) {
-    std::filesystem::path name = scene.stem();
-    name += layout == StereoLayout::None ? "_view" : NameOf(layout).suffix;
-    name += ending;
-    return folder / name;
+std::string_view LayoutSuffix(StereoLayout layout, std::string_view ending) {
+    if (ending == ".jps" || ending == ".mpo") return "";
+    return layout == StereoLayout::None ? "_view" : NameOf(layout).suffix;
 }
 
 }  // namespace vistrel

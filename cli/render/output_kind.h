@@ -13,17 +13,23 @@
 
 namespace vistrel {
 
-enum class OutputKind : std::uint8_t { Png, Jpeg };
+enum class OutputKind : std::uint8_t { Png, Jpeg, Jps, Mpo, Webp, Mp4, Webm, Gif };
 
 struct OutputEnding {
     std::string_view ending;  // in small letters, with its dot
     OutputKind kind;
 };
 
-inline constexpr std::array<OutputEnding, 3> kOutputEndings = {{
+inline constexpr std::array<OutputEnding, 9> kOutputEndings = {{
     {".png", OutputKind::Png},
     {".jpg", OutputKind::Jpeg},
     {".jpeg", OutputKind::Jpeg},
+    {".jps", OutputKind::Jps},
+    {".mpo", OutputKind::Mpo},
+    {".webp", OutputKind::Webp},
+    {".mp4", OutputKind::Mp4},
+    {".webm", OutputKind::Webm},
+    {".gif", OutputKind::Gif},
 }};
 
 // Any thread, like all below. Nothing for a name with another ending.
@@ -32,11 +38,9 @@ inline constexpr std::array<OutputEnding, 3> kOutputEndings = {{
 // All endings in words: ".png, .jpg".
 [[nodiscard]] std::string OutputEndings();
 
-// Where the picture of `scene` goes in `folder`: its name with what tells players the layout. One
-// that has no layout to tell is called "_view", so that it never takes the place of the photograph
-// that the scene was made from.
-[[nodiscard]] std::filesystem::path OutputIn(const std::filesystem::path& folder,
-                                             const std::filesystem::path& scene,
-                                             StereoLayout layout, std::string_view ending);
+// What tells players the layout in the name of a file, unless `ending` itself does. A picture for
+// one eye is called "_view", so that it never takes the place of the photograph that the scene was
+// made from. `ending` is one of kOutputEndings.
+[[nodiscard]] std::string_view LayoutSuffix(StereoLayout layout, std::string_view ending);
 
 }  // namespace vistrel

@@ -8,6 +8,7 @@
 #include "base/new_file.h"
 #include "render/pictures/jpeg_encoding.h"
 #include "render/pictures/png_encoding.h"
+#include "render/pictures/webp_encoding.h"
 
 namespace vistrel {
 namespace {
@@ -20,34 +21,49 @@ std::optional<PngStereo> PngStereoOf(StereoLayout layout) {
 
 }  // namespace
 
-DrawnEyes DrawEyes(SplatRenderer& renderer, const GaussianScene& scene, const View& view,
-                   const RenderOptions& options) {
-    const std::vector<PinholeCamera> cameras = view.Cameras(options.layout);
-    DrawnEyes eyes;
+EyePictures DrawEyes(SplatRenderer& renderer, const GaussianScene& scene, const View& view,
+                     const RenderOptions& options) {
+    const std::vector<PinholeCamera> cameras = view.Cameras(options.HasEyes());
+    EyePictures eyes;
     eyes.left = Picture(view.shape.width, view.shape.height);
     if (cameras.size() == 1) {
-        renderer.Draw(scene, cameras[0], eyes.left.Target());
+        renderer.Draw(scene, cameras[0], eyes.left.Target(), view.style);
         return eyes;
     }
     eyes.right = Picture(view.shape.width, view.shape.height);
-    renderer.DrawPair(scene, cameras[0], eyes.left.Target(), cameras[1], eyes.right.Target());
+    renderer.DrawPair(scene, cameras[0], eyes.left.Target(), cameras[1], eyes.right.Target(),
+                      view.style);
     if (options.swap) std::swap(eyes.left, eyes.right);
     return eyes;
 }
 
-std::vector<std::byte> EncodeEyes(const DrawnEyes& eyes, const View& view,
-                                  const RenderOptions& options) {
-    const Picture whole =
-        options.layout == StereoLayout::None
-            ? eyes.left
-            : Combined(options.layout, eyes.left, eyes.right, view.width, view.height);
+Picture WholeOf(const EyePictures& eyes, const View& view, const RenderOptions& options) {
+    return Combined(options.layout, eyes.left, eyes.right, view.width, view.height);
+}
+
+std::vector<std::byte> EncodePicture(const Picture& whole, const RenderOptions& options) {
     switch (options.kind) {
         case OutputKind::Png:
             return EncodePng(whole, {.stereo = PngStereoOf(options.layout)});
         case OutputKind::Jpeg:
             return EncodeJpeg(whole, options.quality);
+        case OutputKind::Webp:
+            return EncodeWebp(whole, options.quality);
+        default:
+            throw std::runtime_error("nothing is made of this kind");
     }
-    throw std::runtime_error("nothing is made of this kind");
+}
+
+std::vector<std::byte> EncodeEyes(const EyePictures& eyes, const View& view,
+                                  const RenderOptions& options) {
+    switch (options.kind) {
+        case OutputKind::Jps:
+            return EncodeJps(eyes, options.quality);
+        case OutputKind::Mpo:
+            return EncodeMpo(eyes, view.eyes.right.offset - view.eyes.left.offset, options.quality);
+        default:
+            return EncodePicture(WholeOf(eyes, view, options), options);
+    }
 }
 
 void WriteOutput(const std::filesystem::path& output, std::span<const std::byte> bytes) {

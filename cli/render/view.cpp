@@ -15,6 +15,20 @@ namespace {
 constexpr int kWindowWidth = 1280;
 constexpr int kWindowHeight = 720;
 
+// `width` x `height` pixels, or less where that is too much for a movie to play well.
+WholeSize UsualEye(const RenderOptions& options, int width, int height) {
+    constexpr float kMostOfGif = 640.0F;
+    constexpr float kMostOfMovie = 1920.0F;
+    if (!options.IsMovie()) return {width, height};
+    const float most = options.kind == OutputKind::Gif ? kMostOfGif : kMostOfMovie;
+    const float scale = std::min(1.0F, most / static_cast<float>(std::max(width, height)));
+    // Even, as movies want it.
+    const auto side = [scale](int pixels) {
+        return 2 * std::max(1, static_cast<int>(0.5F * scale * static_cast<float>(pixels)));
+    };
+    return {side(width), side(height)};
+}
+
 void SetSize(View& view, const RenderOptions& options, WholeSize usual) {
     const bool isGiven = options.size.width > 0;
     view.width = isGiven ? options.size.width : usual.width;
@@ -27,9 +41,10 @@ void SetSize(View& view, const RenderOptions& options, WholeSize usual) {
 
 View WindowsView(const RenderOptions& options) {
     View view;
-    SetSize(view, options, {kWindowWidth, kWindowHeight});
+    SetSize(view, options, UsualEye(options, kWindowWidth, kWindowHeight));
     view.camera = WindowCamera(options.window, view.shape, view.width, view.height);
     view.eyes = WindowEyes(options.window, view.shape, view.width, view.height);
+    view.style = kWindowStyle;
     return view;
 }
 
@@ -40,10 +55,11 @@ PinholeCamera WithinPhotograph(const PinholeCamera& camera, const PhotographCame
     return Zoomed(camera, std::max(across, down) / std::min(across, down));
 }
 
-PinholeCamera Narrowed(PinholeCamera camera, int narrow) {
-    camera.focalY *= static_cast<float>(narrow);
-    camera.centreY *= static_cast<float>(narrow);
-    camera.height *= narrow;
+// A camera with square pixels in an eye's picture of `shape`.
+PinholeCamera Narrowed(PinholeCamera camera, const EyeShape& shape) {
+    camera.focalY *= static_cast<float>(shape.narrow);
+    camera.centreY *= static_cast<float>(shape.narrow);
+    camera.height = shape.height;
     return camera;
 }
 
@@ -51,7 +67,7 @@ PinholeCamera Narrowed(PinholeCamera camera, int narrow) {
 PinholeCamera CameraOf(const SceneFile& file, const RenderOptions& options, int width, int height) {
     if (file.camera) {
         const PinholeCamera camera = FitCamera(*file.camera, width, height);
-        return options.crop ? WithinPhotograph(camera, *file.camera) : camera;
+        return IsCropped(file, options) ? WithinPhotograph(camera, *file.camera) : camera;
     }
     return WindowCamera({.general = true}, {.width = width, .height = height}, width, height);
 }
@@ -63,13 +79,12 @@ View PhotographView(SplatRenderer& renderer, const SceneFile& file, const Render
     };
     const int usualWidth = file.camera ? side(file.camera->width) : kWindowWidth;
     const int usualHeight = file.camera ? side(file.camera->height) : kWindowHeight;
-    SetSize(view, options, WholeSizeOf(options.layout, usualWidth, usualHeight));
-    const int narrow = view.shape.narrow;
-    view.shape.height = std::max(1, view.shape.height / narrow) * narrow;
-    view.camera =
-        Narrowed(CameraOf(file, options, view.shape.width, view.shape.height / narrow), narrow);
-    if (options.layout == StereoLayout::None) return view;
-    const auto depths = SeenDepths(renderer, file.scene, view.camera).Range();
+    const WholeSize usual = UsualEye(options, usualWidth, usualHeight);
+    SetSize(view, options, WholeSizeOf(options.layout, usual.width, usual.height));
+    const int square = (view.shape.height + view.shape.narrow - 1) / view.shape.narrow;
+    view.camera = Narrowed(CameraOf(file, options, view.shape.width, square), view.shape);
+    if (!options.HasEyes()) return view;
+    const auto depths = SeenDepths(renderer, file.scene, view.camera);
     if (!depths) return view;
     view.screen = depths->nearest;
     view.eyes = ComfortableEyes(view.camera, *depths, static_cast<float>(options.parallax));
@@ -78,9 +93,13 @@ View PhotographView(SplatRenderer& renderer, const SceneFile& file, const Render
 
 }  // namespace
 
-std::vector<PinholeCamera> View::Cameras(StereoLayout layout) const {
-    if (layout == StereoLayout::None) return {camera};
+std::vector<PinholeCamera> View::Cameras(bool hasEyes) const {
+    if (!hasEyes) return {camera};
     return {EyeAt(camera, eyes.left), EyeAt(camera, eyes.right)};
+}
+
+bool IsCropped(const SceneFile& file, const RenderOptions& options) {
+    return options.crop.value_or(!options.isWindow && file.camera.has_value());
 }
 
 View ViewOf(SplatRenderer& renderer, const SceneFile& file, const RenderOptions& options) {
@@ -90,6 +109,11 @@ View ViewOf(SplatRenderer& renderer, const SceneFile& file, const RenderOptions&
             "Note: the scene does not tell its photograph's camera; it is seen from the window's.");
     }
     return PhotographView(renderer, file, options);
+}
+
+float MiddleDepth(SplatRenderer& renderer, const GaussianScene& scene, const View& view) {
+    const auto depths = SeenDepths(renderer, scene, view.camera);
+    return depths ? 2.0F / (1.0F / depths->nearest + 1.0F / depths->farthest) : 1.0F;
 }
 
 void MoveIn(View& view, float zoom) {

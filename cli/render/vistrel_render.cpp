@@ -3,22 +3,28 @@
 //
 // Errors and notes go to standard error. Exit status 0: everything was written; 1: something was
 // not, standard error says why; 2: wrong usage.
+#include <cstddef>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "base/new_file.h"
 #include "cli/command.h"
 #include "cli/interrupts.h"
 #include "cli/long_step.h"
 #include "cli/output_check.h"
+#include "cli/render/movie_output.h"
+#include "cli/render/movie_progress.h"
 #include "cli/render/options.h"
 #include "cli/render/picture_output.h"
 #include "cli/render/scene_input.h"
+#include "cli/render/special_pictures.h"
 #include "cli/render/view.h"
+#include "render/pictures/ffmpeg_process.h"
 #include "render/splat_renderer.h"
 
 namespace vistrel {
@@ -35,14 +41,25 @@ class SceneRendering {
         step_.Begin("Reading the scene\u2026");
         const SceneFile file = Read(job.scene);
         step_.Begin("Drawing the picture\u2026");
-        View view = ViewOf(renderer_, file, options_);
-        if (options_.crop) Crop(renderer_, file.scene, view.Cameras(options_.layout), view);
-        const DrawnEyes eyes = DrawEyes(renderer_, file.scene, view, options_);
-        step_.Begin("Writing the picture\u2026");
-        WriteOutput(job.output, EncodeEyes(eyes, view, options_));
+        if (options_.IsMovie()) {
+            WriteMovie(renderer_, file, options_, job.output, step_);
+        } else {
+            WriteOutput(job.output, PictureFile(file));
+        }
     }
 
   private:
+    [[nodiscard]] std::vector<std::byte> PictureFile(const SceneFile& file) {
+        if (options_.isDepthMap) return DepthMapFile(renderer_, file, options_);
+        if (options_.quilt) return QuiltFile(renderer_, file, options_);
+        View view = ViewOf(renderer_, file, options_);
+        if (IsCropped(file, options_))
+            Crop(renderer_, file.scene, view.Cameras(options_.HasEyes()), view);
+        const EyePictures eyes = DrawEyes(renderer_, file.scene, view, options_);
+        step_.Begin("Writing the picture\u2026");
+        return EncodeEyes(eyes, view, options_);
+    }
+
     static void PrepareOutput(const std::filesystem::path& output) {
         if (output.has_parent_path()) {
             std::error_code ignored;  // a folder that is missing is told by the check
@@ -99,7 +116,9 @@ int Render(const RenderOptions& options) {
     });
     while (const int event = interrupts.Wait(LongStep::kTick)) {
         if (event != Interrupts::kTimeout) {
+            EndFfmpegProcesses();
             DiscardUnfinishedFiles();
+            EraseProgress();
             Tell("Error: interrupted");
             std::_Exit(EXIT_FAILURE);
         }

@@ -11,14 +11,14 @@ namespace vistrel {
 namespace {
 
 // The picture that libwebp works on, and what it has written.
-struct Encoder {
-    Encoder() { WebPMemoryWriterInit(&writer); }
-    ~Encoder() {
+struct WebpEncoder {
+    WebpEncoder() { WebPMemoryWriterInit(&writer); }
+    ~WebpEncoder() {
         WebPPictureFree(&picture);
         WebPMemoryWriterClear(&writer);
     }
-    Encoder(const Encoder&) = delete;
-    Encoder& operator=(const Encoder&) = delete;
+    WebpEncoder(const WebpEncoder&) = delete;
+    WebpEncoder& operator=(const WebpEncoder&) = delete;
 
     WebPPicture picture = {};
     WebPMemoryWriter writer = {};
@@ -44,7 +44,7 @@ void CheckSize(const Picture& picture) {
 std::vector<std::byte> EncodeWebp(const Picture& picture, int quality) {
     CheckSize(picture);
     WebPConfig config;
-    Encoder encoder;
+    WebpEncoder encoder;
     if (WebPConfigPreset(&config, WEBP_PRESET_PHOTO, static_cast<float>(quality)) == 0 ||
         WebPPictureInit(&encoder.picture) == 0) {
         throw std::runtime_error("the WebP picture cannot be made: another libwebp is installed");

@@ -61,15 +61,18 @@ View view;
 
 class Painter {
   public:
-    Painter(std::size_t count, int degree) : unpacker_(encoding), scene_(count, degree) {}
+    Painter(std::size_t count, int degree) : unpacker_(encoding), scene_(count, degree) {
+        // What never comes is not drawn.
+        std::fill_n(scene_.Planes().Of(Plane::BlueOpacity), scene_.Planes().stride, 0.0F);
+    }
 
     void Append(std::size_t count) {
         SparkWords words = {gaussianWords.data(), {}};
         for (std::size_t i = 0; i < kDegrees; ++i) words.harmonics[i] = harmonicsWords[i].data();
-        unpacker_.Unpack(words, Spread(count), scene_.Planes(), filled_);
-        filled_ += count;
-        if (filled_ < scene_.Count()) return;
-        SparkUnpacker::Clear(scene_.Planes(), filled_, scene_.Planes().stride - filled_);
+        const std::span<const std::uint16_t> order =
+            Spread(std::min(count, scene_.Count() - filled_));
+        unpacker_.Unpack(words, order, scene_.Planes(), filled_);
+        filled_ += order.size();
     }
 
     const std::uint8_t* Paint(int width, int height) {
@@ -79,7 +82,9 @@ class Painter {
         pixels_.Reserve(rowBytes * static_cast<std::size_t>(height));
         SplatStyle style;
         style.nearest = view.nearest;
+        style.byDistance = true;
         style.keepsArea = true;
+        style.brightest = 1.0F;
         style.share = view.share;
         // The same area as that of all.
         style.enlargement = 1.0F / std::sqrt(std::clamp(view.share, 0.01F, 1.0F));

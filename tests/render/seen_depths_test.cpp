@@ -38,7 +38,7 @@ void AddWall(std::vector<RawGaussian>& scene, float depth, int side) {
 
 std::optional<DepthRange> RangeOf(const std::vector<RawGaussian>& gaussians) {
     SplatRenderer renderer(1);
-    return SeenDepths(renderer, test::PackedScene(gaussians), test::SceneCamera(400, 300)).Range();
+    return SeenDepths(renderer, test::PackedScene(gaussians), test::SceneCamera(400, 300));
 }
 
 TEST(SeenDepths, WallHasOneDepth) {
