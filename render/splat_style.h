@@ -13,6 +13,8 @@ inline constexpr std::size_t kShareBlock = 1024;
 struct SplatStyle {
     // Depth below which nothing shows; positive.
     float nearest = 0.01F;
+    // Whether the order of drawing goes by how far centres are from the camera, not by their depth.
+    bool byDistance = false;
     // Whether Gaussians that the low-pass filter widens get fainter by as much, so that those
     // smaller than a pixel cover no more than their own area.
     bool keepsArea = false;

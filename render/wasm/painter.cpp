@@ -82,6 +82,7 @@ class Painter {
         pixels_.Reserve(rowBytes * static_cast<std::size_t>(height));
         SplatStyle style;
         style.nearest = view.nearest;
+        style.byDistance = true;
         style.keepsArea = true;
         style.brightest = 1.0F;
         style.share = view.share;

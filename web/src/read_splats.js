@@ -1,24 +1,22 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-import { SplatMesh } from "@sparkjsdev/spark";
+import { PackedSplats } from "@sparkjsdev/spark";
 import { isAnyPlaced } from "./packed_splats.js";
 import { checkedFormat } from "./splat_file.js";
 
 /**
  * @param {ArrayBuffer} bytes of a file, which Spark takes over
  * @param {string} name of the file
- * @returns {Promise<SplatMesh>} with the file's Gaussians
+ * @returns {Promise<PackedSplats>} the file's Gaussians
  * @throws {Error} when the file cannot be read, or holds nothing to be seen
  */
 export async function readSplats(bytes, name) {
     const fileType = await checkedFormat(bytes, name);
-    const mesh = await new SplatMesh({
+    const splats = await new PackedSplats({
         fileBytes: bytes,
         fileName: name,
         fileType: /** @type {import("@sparkjsdev/spark").SplatFileType} */ (fileType),
     }).initialized;
-    const { packedArray } = mesh.packedSplats;
-    if (packedArray && isAnyPlaced(packedArray, mesh.numSplats)) return mesh;
-    const isEmpty = mesh.numSplats <= 0;
-    mesh.dispose();
-    throw new Error(isEmpty ? "It has no Gaussians" : "None of its Gaussians has a place");
+    const { packedArray, numSplats } = splats;
+    if (packedArray && isAnyPlaced(packedArray, numSplats)) return splats;
+    throw new Error(numSplats <= 0 ? "It has no Gaussians" : "None of its Gaussians has a place");
 }

@@ -75,7 +75,7 @@ export class SplatScene {
      */
     async show(bytes, name) {
         const nothing = this.#replace(new SplatMesh());
-        const mesh = await readSplats(bytes, name);
+        const mesh = new SplatMesh({ packedSplats: await readSplats(bytes, name) });
         if (this.#mesh !== nothing) {
             release(mesh);
             return false;

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 import { Matrix4 } from "three";
+import { sameView } from "./same_view.js";
 
 /**
  * What a sort needs from the scene.
@@ -7,21 +8,6 @@ import { Matrix4 } from "three";
  * @param {Matrix4} viewToWorld the view to sort for
  * @returns {Promise<void>} settled when the order can be drawn
  */
-
-/** Part of its size by which a view's number may differ without being another view's. */
-const kRounding = 1e-9;
-
-/**
- * The controls compute the camera's position anew for every frame, so its last bits differ.
- * @param {Matrix4} a
- * @param {Matrix4} b
- */
-function sameView(a, b) {
-    return a.elements.every((value, i) => {
-        const other = b.elements[i];
-        return Math.abs(value - other) <= kRounding * Math.max(1, Math.abs(other));
-    });
-}
 
 /**
  * Keeps the drawing order of the Gaussians in step with the view. One sort runs at a time; views
@@ -60,7 +46,7 @@ export class SplatSorter {
      * @param {Matrix4} viewToWorld
      */
     request(viewToWorld) {
-        if (!this.#stale && sameView(viewToWorld, this.#newest)) return;
+        if (!this.#stale && sameView(viewToWorld.elements, this.#newest.elements)) return;
         this.#newest.copy(viewToWorld);
         this.#stale = true;
         this.isSorted = false;

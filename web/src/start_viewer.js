@@ -10,7 +10,7 @@ import { Viewer } from "./viewer.js";
 export function startViewer(query) {
     const container = /** @type {HTMLElement} */ (document.getElementById("container"));
     const rateBox = /** @type {HTMLElement} */ (document.getElementById("fps"));
-    const viewer = new Viewer(container, query.bsharp, (framesPerSecond) => {
+    const viewer = new Viewer(container, query, (framesPerSecond) => {
         rateBox.textContent = framesPerSecond.toFixed(1);
     });
 

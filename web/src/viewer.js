@@ -1,17 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-import { Matrix4, PerspectiveCamera, WebGLRenderer } from "three";
+import { PerspectiveCamera } from "three";
 import { OrbitControls } from "./OrbitControls3d.js";
 import { addressToComeBack, mayComeBack } from "./context_loss.js";
 import { DrawLoop, FrameRate } from "./draw_loop.js";
-import { createEffect } from "./effects/stereo_modes.js";
+import { stereoMode } from "./effects/stereo_modes.js";
 import { fileNameOf } from "./file_name.js";
 import { readFile } from "./read_file.js";
 import { loadSavedView, storeSavedView } from "./saved_view.js";
 import { reportSceneFailure } from "./scene_failure.js";
 import { SceneState } from "./scene_state.js";
-import { SplatScene } from "./splat_scene.js";
-import { SplatSorter } from "./splat_sorter.js";
-import { middleView } from "./stereo_camera2.js";
+import { createStage } from "./stage.js";
 import { defaultSettings, kSharpStartFocus } from "./view_settings.js";
 
 /** Frames drawn after a change of the view or of a setting. */
@@ -35,15 +33,12 @@ export class Viewer {
     stereoMode = 0;
     /** @type {OrbitControls} */
     controls;
-    /** @type {import("./effects/eye_pair_effect.js").EyePairEffect | null} */
+    /** @type {import("./effects/eye_pair_effect.js").Effect | null} */
     #effect = null;
-    #renderer = new WebGLRenderer({ antialias: true });
+    #stage;
     /** @type {PerspectiveCamera} */
     #camera;
-    #splats;
     #loop;
-    #sorter;
-    #middleView = new Matrix4();
     #state = new SceneState();
     /** Numbers the files in the order in which they were asked for. */
     #lastAsked = 0;
@@ -55,54 +50,53 @@ export class Viewer {
 
     /**
      * @param {HTMLElement} container receives the canvas
-     * @param {boolean} bsharp SHARP mode; otherwise general mode
+     * @param {import("./query.js").Query} query
      * @param {(framesPerSecond: number) => void} onRate about once a second while drawing
      */
-    constructor(container, bsharp, onRate) {
+    constructor(container, { bsharp, painter }, onRate) {
         this.settings = defaultSettings(bsharp);
-        this.#renderer.setPixelRatio(window.devicePixelRatio);
-        this.#renderer.setSize(window.innerWidth, window.innerHeight);
-        container.appendChild(this.#renderer.domElement);
-        this.#renderer.domElement.addEventListener("webglcontextlost", () => this.#comeBack());
+        this.#stage = createStage(painter, {
+            onSorted: () => this.#loop.wake(),
+            onPainted: () => this.#loop.drawFrames(kFramesAfterChange),
+            onFailure: (reason) => this.#fail(this.#lastAsked, reason),
+        });
+        this.#fitStage();
+        const { element } = this.#stage;
+        container.appendChild(element);
+        element.addEventListener("webglcontextlost", () => this.#comeBack());
         this.#camera = createCamera(bsharp);
-        this.#splats = new SplatScene(this.#renderer);
         const rate = new FrameRate(performance.now());
         this.#loop = new DrawLoop({
             update: () => this.controls.update(),
             draw: () => {
-                if (!this.#draw()) return false;
-                const perSecond = rate.count(performance.now());
+                if (this.#effect === null) return false;
+                const perSecond = this.#draw(this.#effect) ? rate.count(performance.now()) : null;
                 if (perSecond !== null) onRate(perSecond);
                 return true;
             },
             request: (step) => requestAnimationFrame(step),
         });
-        this.#sorter = new SplatSorter(
-            (viewToWorld) => this.#splats.sort(viewToWorld),
-            () => this.#loop.wake(),
-        );
-        this.controls = createControls(this.#camera, this.#renderer.domElement, bsharp);
+        this.controls = createControls(this.#camera, element, bsharp);
         this.controls.addEventListener("change", () => {
             if (!this.#loop.isUpdating) this.redraw();
         });
     }
 
-    /** @returns {boolean} false when there is no effect to draw with */
-    #draw() {
-        if (this.#effect === null) return false;
-        const wasSorted = this.#sorter.isSorted;
-        this.#effect.render(this.#splats.scene, this.#camera, this.settings.swap);
-        middleView(this.#camera, this.settings, this.#middleView);
-        this.#sorter.request(this.#middleView);
-        this.#state.drawn(wasSorted && this.#sorter.isSorted);
-        return true;
+    /**
+     * @param {import("./effects/eye_pair_effect.js").Effect} effect
+     * @returns {boolean} whether the screen was drawn anew
+     */
+    #draw(effect) {
+        const isDrawn = effect.render(this.#camera, this.settings.swap);
+        this.#state.drawn(this.#stage.painter.drawn(this.#camera, this.settings));
+        return isDrawn;
     }
 
     /** @returns {import("./scene_state.js").SceneStateName} */
     get sceneState() {
         if (this.#isLeaving) return "busy";
         const isIdle = this.#loop.requestID === null;
-        return this.#renderer.getContext().isContextLost() ? "failed" : this.#state.name(isIdle);
+        return this.#stage.isLost() ? "failed" : this.#state.name(isIdle);
     }
 
     /** The graphics context is gone with all that it held, and only a new page gets another one. */
@@ -124,12 +118,15 @@ export class Viewer {
         this.#loop.drawFrames(kFramesAfterChange);
     }
 
+    #fitStage() {
+        this.#stage.setSize(window.innerWidth, window.innerHeight, window.devicePixelRatio);
+    }
+
     /** Fits everything to the window and its device pixel ratio. */
     resize() {
         this.#camera.aspect = window.innerWidth / window.innerHeight;
         this.#camera.updateProjectionMatrix();
-        this.#renderer.setPixelRatio(window.devicePixelRatio);
-        this.#renderer.setSize(window.innerWidth, window.innerHeight);
+        this.#fitStage();
         this.#effect?.setSize(window.innerWidth, window.innerHeight);
         this.#state.changed();
         this.#loop.drawFrames(kFramesAfterResize);
@@ -140,10 +137,9 @@ export class Viewer {
      * @param {number} number of a stereo mode
      */
     setStereoMode(number) {
-        this.#effect?.end();
         this.#effect?.dispose();
         this.stereoMode = number;
-        this.#effect = createEffect(this.#renderer, this.settings, number);
+        this.#effect = this.#stage.createEffect(this.settings, stereoMode(number));
         this.#effect.setSize(window.innerWidth, window.innerHeight);
     }
 
@@ -184,16 +180,13 @@ export class Viewer {
      */
     async #show(bytes, name) {
         const number = this.#lastShown;
-        const shown = this.#splats.show(bytes, name);
-        this.#sorter.invalidate();
         try {
-            if (!(await shown)) return;
+            if (!(await this.#stage.painter.show(bytes, name))) return;
         } catch (error) {
             this.#fail(number, error);
             return;
         }
         if (number === this.#lastAsked) this.#state.parsed();
-        this.#sorter.invalidate();
         this.#loop.wake();
     }
 

@@ -2,7 +2,7 @@
 /**
  * @typedef {object} Watch
  * @property {number} frames pictures put together on the screen
- * @property {number} eyes pictures of one eye with Gaussians in them
+ * @property {number} eyes pictures of one eye with Gaussians in them, or asked for from a painter
  * @property {number} sorts
  * @property {number} pending pieces of work that will go on by themselves
  * @property {Record<string, number>} objects created and not deleted, by kind
@@ -50,6 +50,10 @@ export function installWatch() {
             return original.apply(self, args);
         });
     }
+    wrap(CanvasRenderingContext2D.prototype, "putImageData", (original, self, args) => {
+        watch.frames += 1;
+        return original.apply(self, args);
+    });
     wrap(gl, "drawElementsInstanced", (original, self, args) => {
         if (args[4] > 0) watch.eyes += 1;
         return original.apply(self, args);
@@ -104,6 +108,7 @@ export function installWatch() {
         if (typeof args[0]?.id === "number") {
             watch.pending += 1;
             if (/^sort/.test(args[0].name)) watch.sorts += 1;
+            if (args[0].request === "paint") watch.eyes += 1;
             const done = (/** @type {MessageEvent} */ { data }) => {
                 if (data.id !== args[0].id) return;
                 self.removeEventListener("message", done);

@@ -34,5 +34,5 @@ test("PageComesBackWithItsSceneInTheSavedView", () => {
     const address = addressToComeBack("file:///t/gaus3d.html?nreso=1&mode=1&nst=1", path);
     assert.ok(address.startsWith("file:///t/gaus3d.html?"));
     const query = parseQuery(new URL(address).search);
-    assert.deepEqual(query, { bsharp: false, filepath: path, freshView: false });
+    assert.deepEqual(query, { bsharp: false, filepath: path, freshView: false, painter: null });
 });

@@ -2,7 +2,9 @@
 import assert from "node:assert/strict";
 import { test } from "node:test";
 import { Mesh, PerspectiveCamera, Scene, Vector2, WebGLRenderTarget } from "three";
-import { createEffect, kStereoModes } from "../../../web/src/effects/stereo_modes.js";
+import { EyePairEffect } from "../../../web/src/effects/eye_pair_effect.js";
+import { kStereoModes, stereoMode } from "../../../web/src/effects/stereo_modes.js";
+import { EyeTargets } from "../../../web/src/painter/eye_targets.js";
 import { defaultSettings } from "../../../web/src/view_settings.js";
 
 /**
@@ -71,6 +73,17 @@ class FakeRenderer {
     }
 }
 
+/**
+ * @param {FakeRenderer} renderer
+ * @param {boolean} bsharp
+ * @param {number} number of a stereo mode, or any other
+ */
+function createEffect(renderer, bsharp, number) {
+    const mode = stereoMode(number);
+    const targets = new EyeTargets(renderer.real, new Scene(), mode.targetSize);
+    return new EyePairEffect(renderer.real, defaultSettings(bsharp), mode, targets);
+}
+
 function frontCamera() {
     const camera = new PerspectiveCamera(90, 2, 0.1, 500);
     camera.position.set(0, 0, 2);
@@ -91,8 +104,8 @@ function targetSizes(renderer) {
  */
 function frameOf(number) {
     const renderer = new FakeRenderer();
-    const effect = createEffect(renderer.real, defaultSettings(true), number);
-    effect.render(new Scene(), frontCamera(), false);
+    const effect = createEffect(renderer, true, number);
+    effect.render(frontCamera(), false);
     return renderer;
 }
 
@@ -134,9 +147,9 @@ test("TargetsFollowTheScreenInDevicePixels", () => {
     for (const [number, { name, columns }] of kModes.entries()) {
         const renderer = new FakeRenderer();
         renderer.ratio = 1.5;
-        const effect = createEffect(renderer.real, defaultSettings(true), number);
+        const effect = createEffect(renderer, true, number);
         effect.setSize(201, 101);
-        effect.render(new Scene(), frontCamera(), false);
+        effect.render(frontCamera(), false);
         assert.deepEqual(targetSizes(renderer), [[columns, 151], [columns, 151]], name);
     }
 });
@@ -161,15 +174,15 @@ test("NumberBetweenTwoModesShowsTheGrid", () => {
 
 test("WindowWithoutAreaStillHasTargets", () => {
     const renderer = new FakeRenderer();
-    const effect = createEffect(renderer.real, defaultSettings(true), 0);
+    const effect = createEffect(renderer, true, 0);
     effect.setSize(0, 0);
-    effect.render(new Scene(), frontCamera(), false);
+    effect.render(frontCamera(), false);
     assert.deepEqual(targetSizes(renderer), [[1, 1], [1, 1]]);
 });
 
 test("RendererIsResizedOnlyToAnotherSize", () => {
     const renderer = new FakeRenderer();
-    const effect = createEffect(renderer.real, defaultSettings(true), 0);
+    const effect = createEffect(renderer, true, 0);
     effect.setSize(200, 100);
     effect.setSize(200, 100);
     assert.equal(renderer.resizes, 1);
@@ -181,8 +194,8 @@ test("RendererIsResizedOnlyToAnotherSize", () => {
 test("LeftEyeIsDrawnFirstAndRightEyeFirstWhenSwapped", () => {
     for (const swap of [false, true]) {
         const renderer = new FakeRenderer();
-        const effect = createEffect(renderer.real, defaultSettings(false), 0);
-        effect.render(new Scene(), frontCamera(), swap);
+        const effect = createEffect(renderer, false, 0);
+        effect.render(frontCamera(), swap);
         const [first, second, screen] = renderer.renders;
         // At the neutral depth the left eye is where the camera is.
         assert.equal(first.x === 0, !swap);
@@ -197,29 +210,27 @@ test("RememberedTargetIsRestored", () => {
     const renderer = new FakeRenderer();
     const remembered = new WebGLRenderTarget(8, 8);
     renderer.target = remembered;
-    const effect = createEffect(renderer.real, defaultSettings(true), 0);
-    effect.render(new Scene(), frontCamera(), false);
+    const effect = createEffect(renderer, true, 0);
+    effect.render(frontCamera(), false);
     assert.equal(renderer.target, remembered);
 });
 
 test("RememberedTargetIsRestoredAfterAFailure", () => {
     const renderer = new FakeRenderer();
     renderer.failing = true;
-    const effect = createEffect(renderer.real, defaultSettings(true), 0);
-    assert.throws(() => effect.render(new Scene(), frontCamera(), false), /lost/);
+    const effect = createEffect(renderer, true, 0);
+    assert.throws(() => effect.render(frontCamera(), false), /lost/);
     assert.equal(renderer.target, null);
 });
 
 test("DisposeFreesBothTargets", () => {
     const renderer = new FakeRenderer();
-    const effect = createEffect(renderer.real, defaultSettings(true), 0);
-    effect.render(new Scene(), frontCamera(), false);
+    const effect = createEffect(renderer, true, 0);
+    effect.render(frontCamera(), false);
     let freed = 0;
     for (const { target } of renderer.renders.slice(0, 2)) {
         target?.addEventListener("dispose", () => (freed += 1));
     }
-    effect.end();
-    assert.equal(freed, 0);
     effect.dispose();
     assert.equal(freed, 2);
 });

@@ -4,7 +4,12 @@ import { test } from "node:test";
 import { parseQuery } from "../../../web/src/query.js";
 
 test("EmptyQueryIsSharpModeWithoutFile", () => {
-    assert.deepEqual(parseQuery(""), { bsharp: true, filepath: null, freshView: false });
+    assert.deepEqual(parseQuery(""), {
+        bsharp: true,
+        filepath: null,
+        freshView: false,
+        painter: null,
+    });
 });
 
 test("ModeOneIsGeneral", () => {
@@ -34,4 +39,12 @@ test("EmptyFileNameIsNoFile", () => {
 test("OnlyOneAsksForAFreshView", () => {
     assert.equal(parseQuery("?nst=0").freshView, false);
     assert.equal(parseQuery("?nst=true").freshView, false);
+});
+
+test("PainterIsOneOfTwoOrNone", () => {
+    assert.equal(parseQuery("?painter=gpu").painter, "gpu");
+    assert.equal(parseQuery("?painter=cpu").painter, "cpu");
+    for (const painter of ["", "GPU", "spark"]) {
+        assert.equal(parseQuery(`?painter=${painter}`).painter, null, painter);
+    }
 });

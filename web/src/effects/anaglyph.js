@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 import { Matrix3 } from "three";
+import { EyeRows } from "./eye_pixels.js";
 
 /** @typedef {import("./eye_pair_effect.js").StereoMode} StereoMode */
 
@@ -15,6 +16,33 @@ void main() {
 `;
 
 /**
+ * @param {Matrix3} leftMatrix
+ * @param {Matrix3} rightMatrix
+ * @returns {import("./eye_pixels.js").CombinePixels}
+ */
+function combineBy({ elements: l }, { elements: r }) {
+    return (left, right, { words, width, height }) => {
+        const bytes = new Uint8ClampedArray(words.buffer, words.byteOffset, 4 * words.length);
+        const [rowsOfLeft, rowsOfRight] = [left, right].map((eye) => new EyeRows(eye, width));
+        for (let y = 0, at = 0; y < height; ++y) {
+            const ofLeft = rowsOfLeft.row((y + 0.5) / height);
+            const ofRight = rowsOfRight.row((y + 0.5) / height);
+            for (let x = 0; x < width; ++x, at += 4) {
+                const a = ofLeft[x];
+                const b = ofRight[x];
+                for (let c = 0; c < 3; ++c) {
+                    bytes[at + c] =
+                        l[c] * (a & 255) + l[c + 3] * ((a >> 8) & 255) +
+                        l[c + 6] * ((a >> 16) & 255) +
+                        r[c] * (b & 255) + r[c + 3] * ((b >> 8) & 255) +
+                        r[c + 6] * ((b >> 16) & 255);
+                }
+            }
+        }
+    };
+}
+
+/**
  * Both eyes in one picture, told apart by coloured glasses.
  * @param {string} name
  * @param {Matrix3} leftMatrix output red, green, blue from the left eye's red, green, blue
@@ -25,6 +53,7 @@ function anaglyph(name, leftMatrix, rightMatrix) {
     return {
         name,
         combine: kCombine,
+        combinePixels: combineBy(leftMatrix, rightMatrix),
         uniforms: { leftMatrix: { value: leftMatrix }, rightMatrix: { value: rightMatrix } },
         targetSize: 512,
         widthShare: 1,

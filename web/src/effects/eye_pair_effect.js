@@ -1,18 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-import {
-    LinearFilter,
-    Mesh,
-    NearestFilter,
-    OrthographicCamera,
-    PlaneGeometry,
-    RGBAFormat,
-    ShaderMaterial,
-    Vector2,
-    WebGLRenderTarget,
-} from "three";
+import { Mesh, OrthographicCamera, PlaneGeometry, ShaderMaterial, Vector2 } from "three";
 import { StereoCamera2 } from "../stereo_camera2.js";
 
 /** @typedef {import("three").WebGLRenderer} WebGLRenderer */
+/** @typedef {import("../painter/eye_pictures.js").EyePictures} EyePictures */
 /** @typedef {import("../view_settings.js").ViewSettings} ViewSettings */
 
 const kVertexShader = /* glsl */ `
@@ -37,13 +28,43 @@ in vec2 vUv;
  *     `left` and `right` at `vUv`. It reads both before it chooses: a texture read inside a branch
  *     has no defined level
  * @property {Record<string, import("three").IUniform>} [uniforms] of that shader but its textures
- * @property {number} targetSize of the targets before the first setSize, pixels
- * @property {number} widthShare of the screen that a target is wide
- * @property {number} eyeStretch factor on the width of an eye's picture, of which its target shows
+ * @property {import("./eye_pixels.js").CombinePixels} combinePixels does what the shader does, where
+ *     there is no WebGL
+ * @property {number} targetSize of the eyes' pictures before the first setSize, pixels
+ * @property {number} widthShare of the screen that an eye's picture is wide
+ * @property {number} eyeStretch factor on the width of what an eye sees, of which its picture shows
  *     the middle
  */
 
-/** Draws both eyes into a target each and combines the two on the screen as a stereo mode says. */
+/**
+ * Shows both eyes' pictures on the screen as a stereo mode says.
+ * @typedef {object} Effect
+ * @property {(width: number, height: number) => void} setSize of the screen, CSS pixels
+ * @property {(camera: import("three").PerspectiveCamera, swap: boolean) => boolean} render one
+ *     frame. The camera keeps its position and projection; a swap gives each eye the other's
+ *     picture. Whether something was drawn: it is not where the screen already shows all that can
+ *     be shown
+ * @property {() => void} dispose
+ */
+
+/**
+ * @param {StereoMode} mode
+ * @param {number} width of the screen, CSS pixels
+ * @param {number} height
+ * @param {number} ratio device pixels for a CSS pixel
+ * @returns {[number, number]} columns and rows of an eye's picture
+ */
+export function pictureSize({ widthShare }, width, height, ratio) {
+    return [
+        Math.max(1, Math.floor(width * widthShare * ratio)),
+        Math.max(1, Math.floor(height * ratio)),
+    ];
+}
+
+/**
+ * An effect whose pictures are combined by WebGL.
+ * @implements {Effect}
+ */
 export class EyePairEffect {
     /** @type {WebGLRenderer} */
     #renderer;
@@ -51,12 +72,10 @@ export class EyePairEffect {
     #settings;
     /** @type {StereoMode} */
     #mode;
+    /** @type {EyePictures} */
+    #pictures;
     #eyes = new StereoCamera2();
     #quadCamera = new OrthographicCamera(-1, 1, 1, -1, 0, 1);
-    /** @type {WebGLRenderTarget} */
-    #left;
-    /** @type {WebGLRenderTarget} */
-    #right;
     /** @type {Mesh<PlaneGeometry, ShaderMaterial>} */
     #quad;
 
@@ -64,25 +83,18 @@ export class EyePairEffect {
      * @param {WebGLRenderer} renderer
      * @param {ViewSettings} settings read at every render
      * @param {StereoMode} mode
+     * @param {EyePictures} pictures which the effect disposes
      */
-    constructor(renderer, settings, mode) {
+    constructor(renderer, settings, mode, pictures) {
         this.#renderer = renderer;
         this.#settings = settings;
         this.#mode = mode;
-        // Nearest when a target's pixel meets one of the screen, so that each eye stays exact;
-        // linear where the screen shows less of a target than it holds.
-        const options = {
-            minFilter: LinearFilter,
-            magFilter: NearestFilter,
-            format: RGBAFormat,
-        };
-        this.#left = new WebGLRenderTarget(mode.targetSize, mode.targetSize, options);
-        this.#right = new WebGLRenderTarget(mode.targetSize, mode.targetSize, options);
+        this.#pictures = pictures;
         const material = new ShaderMaterial({
             name: mode.name, // shown when its shader does not compile
             uniforms: {
-                left: { value: this.#left.texture },
-                right: { value: this.#right.texture },
+                left: { value: pictures.left },
+                right: { value: pictures.right },
                 ...mode.uniforms,
             },
             vertexShader: kVertexShader,
@@ -95,8 +107,8 @@ export class EyePairEffect {
     }
 
     /**
-     * @param {number} width of the screen, CSS pixels
-     * @param {number} height of the screen, CSS pixels
+     * @param {number} width
+     * @param {number} height
      */
     setSize(width, height) {
         // Sizing the canvas empties it, even to the size that it has; a picture that is still shown
@@ -104,44 +116,34 @@ export class EyePairEffect {
         const current = this.#renderer.getSize(new Vector2());
         if (current.x !== width || current.y !== height) this.#renderer.setSize(width, height);
         const ratio = this.#renderer.getPixelRatio();
-        const columns = Math.max(1, Math.floor(width * this.#mode.widthShare * ratio));
-        const rows = Math.max(1, Math.floor(height * ratio));
-        this.#left.setSize(columns, rows);
-        this.#right.setSize(columns, rows);
+        this.#pictures.setSize(...pictureSize(this.#mode, width, height, ratio));
     }
 
     /**
-     * Draws one frame to the screen. The renderer clears each target before it draws into it.
-     * @param {import("three").Scene} scene
-     * @param {import("three").PerspectiveCamera} camera keeps its position and projection
-     * @param {boolean} swap each eye goes to the other's target
+     * @param {import("three").PerspectiveCamera} camera
+     * @param {boolean} swap
      */
-    render(scene, camera, swap) {
+    render(camera, swap) {
         const renderer = this.#renderer;
         const remembered = renderer.getRenderTarget();
         if (camera.parent === null) camera.updateMatrixWorld();
-        scene.updateMatrixWorld();
         this.#eyes.update(camera, this.#settings, this.#mode.eyeStretch);
-        const { left, right } = this.#eyes;
         try {
-            renderer.setRenderTarget(this.#left);
-            renderer.render(scene, swap ? right : left);
-            renderer.setRenderTarget(this.#right);
-            renderer.render(scene, swap ? left : right);
+            if (!this.#pictures.paint(this.#eyes, swap)) return false;
+            const { left, right } = this.#quad.material.uniforms;
+            left.value = this.#pictures.left;
+            right.value = this.#pictures.right;
             renderer.setRenderTarget(null);
             renderer.render(this.#quad, this.#quadCamera);
+            return true;
         } finally {
             renderer.setRenderTarget(remembered);
         }
     }
 
-    /** Called before dispose when another effect takes over; nothing to do. */
-    end() {}
-
-    /** Frees the targets and the quad. */
+    /** Frees the pictures and the quad. */
     dispose() {
-        this.#left.dispose();
-        this.#right.dispose();
+        this.#pictures.dispose();
         this.#quad.geometry.dispose();
         this.#quad.material.dispose();
     }

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 import { kColorAnaglyph, kDubois, kGrayAnaglyph } from "./anaglyph.js";
-import { EyePairEffect } from "./eye_pair_effect.js";
 import { kGrid } from "./grid.js";
 import { kInterlaced } from "./interlaced.js";
 import { kSideBySide } from "./side_by_side.js";
@@ -33,11 +32,9 @@ function substitute(number) {
 }
 
 /**
- * @param {import("three").WebGLRenderer} renderer
- * @param {import("../view_settings.js").ViewSettings} settings
  * @param {number} number of a stereo mode, or any other
- * @returns {EyePairEffect}
+ * @returns {StereoMode}
  */
-export function createEffect(renderer, settings, number) {
-    return new EyePairEffect(renderer, settings, kStereoModes[number] ?? substitute(number));
+export function stereoMode(number) {
+    return kStereoModes[number] ?? substitute(number);
 }
