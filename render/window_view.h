@@ -17,7 +17,8 @@ struct WindowView {
 };
 
 // The page's way to show Gaussians.
-inline constexpr SplatStyle kWindowStyle = {.nearest = 0.1F, .keepsArea = true, .brightest = 1.0F};
+inline constexpr SplatStyle kWindowStyle = {
+    .nearest = 0.1F, .byDistance = true, .keepsArea = true, .brightest = 1.0F};
 
 // The start camera: y is down in scenes, and it looks at the origin. For an eye's picture of
 // `shape` within a whole one of `width` x `height` pixels. Any thread, like the next.

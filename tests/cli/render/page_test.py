@@ -16,8 +16,7 @@ from program import RenderTest
 SNAPSHOT = Path(os.environ["VISTREL_BIN"]) / "vistrel-snapshot"
 MODES = ["sbs", "grid", "dubois", "color", "gray", "rows"]
 LEAST_DECIBELS = 38
-# Neighbours hide little of each other: the page has another order, that of the distances.
-RELIEF = render_scenes.ply(render_scenes.hills(spread=0.5))
+RELIEF = render_scenes.ply(render_scenes.hills())
 
 
 class Page(RenderTest):

@@ -30,10 +30,9 @@ def ball(position, scale, colour=(1.0, 1.0, 1.0), logit=8.0):
     return [*position, *colour, logit, *[numpy.log(scale)] * 3, 1, 0, 0, 0]
 
 
-def surface(depth, colour, columns=100, rows=75, reach=1.0, spread=0.75):
+def surface(depth, colour, columns=100, rows=75, reach=1.0):
     """A sheet that fills `reach` times the photograph's width and height. `depth` and `colour` are functions of
-    u and v, -1 to 1 from the left and from the top; `spread` is a standard deviation over the distance of
-    neighbours."""
+    u and v, -1 to 1 from the left and from the top."""
     found = []
     for row in range(rows):
         for column in range(columns):
@@ -41,7 +40,7 @@ def surface(depth, colour, columns=100, rows=75, reach=1.0, spread=0.75):
             v = ((row + 0.5) / rows * 2 - 1) * reach
             z = depth(u, v)
             half = z * WIDTH / FOCAL / 2
-            size = numpy.log(spread * reach * 2 * half / columns)
+            size = numpy.log(0.75 * reach * 2 * half / columns)
             found.append([u * half, v * half * HEIGHT / WIDTH, z, *colour(u, v), 5.0,
                           size, size, size - 2, 1, 0, 0, 0])
     return found
