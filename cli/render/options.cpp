@@ -9,6 +9,7 @@
 
 #include "base/scene_kind.h"
 #include "cli/command.h"
+#include "cli/render/refusal.h"
 #include "cli/render/special_options.h"
 #include "render/splat_renderer.h"
 
@@ -96,10 +97,6 @@ void AddOutputOptions(CLI::App& app, RenderOptions& options, Arguments& argument
                        "), the folder of which is created; with --output-dir any number of scenes")
         ->type_name("")
         ->required();
-}
-
-[[noreturn]] void Refuse(const std::string& option, const std::string& reason) {
-    throw CLI::ValidationError(option, reason);
 }
 
 void CheckNumber(const char* name, double value, double least, double most) {

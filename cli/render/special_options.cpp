@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "cli/command.h"
+#include "cli/render/refusal.h"
 
 namespace vistrel {
 namespace {
@@ -47,10 +48,6 @@ std::string ParseQuilt(const std::string& text, std::optional<QuiltShape>& shape
     }
     shape = parsed;
     return "";
-}
-
-[[noreturn]] void Refuse(const std::string& option, const std::string& reason) {
-    throw CLI::ValidationError(option, reason);
 }
 
 void CheckMovie(const CLI::App& app, const RenderOptions& options) {
