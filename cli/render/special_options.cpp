@@ -14,8 +14,8 @@ namespace {
 
 constexpr double kLongestMovie = 600.0;  // seconds
 constexpr int kMostFramesPerSecond = 120;
-constexpr int kMostOfGif = 50;  // frames per second; its players take no shorter time
-constexpr int kMostViews = 32;  // along a side of a quilt
+constexpr int kMostFramesOfGif = 50;  // frames per second; its players take no shorter time
+constexpr int kMostViews = 32;        // along a side of a quilt
 
 std::string MotionHelp() {
     std::string help = "How the camera of a movie moves, so that the end leads into the beginning:";
@@ -62,7 +62,7 @@ void CheckMovie(const CLI::App& app, const RenderOptions& options) {
         Refuse("--amount", "is a number from 0 to 0.5");
     }
     if (options.kind == OutputKind::Gif) {
-        if (motion.framesPerSecond > kMostOfGif) Refuse("--fps", "is at most 50 in .gif");
+        if (motion.framesPerSecond > kMostFramesOfGif) Refuse("--fps", "is at most 50 in .gif");
     } else if (options.IsMovie() && (options.size.width % 2 != 0 || options.size.height % 2 != 0)) {
         Refuse("--size", "has even sides in movies");
     }
