@@ -78,7 +78,7 @@ void AddViewOptions(CLI::App& app, RenderOptions& options, Arguments& arguments)
 }
 
 void AddOutputOptions(CLI::App& app, RenderOptions& options, Arguments& arguments) {
-    app.add_option("--quality", options.quality, "Of all but .png: 1 to 100")
+    app.add_option("--quality", options.quality, "Of all but .png and .gif: 1 to 100")
         ->check(CLI::Range(1, kBestQuality))
         ->type_name("NUMBER")
         ->capture_default_str();
