@@ -57,13 +57,17 @@ HWY_INLINE std::int32_t StripStart(std::int32_t first, std::int32_t last) {
 void BlendBatch(const Batch& batch, std::size_t count, float* values) {
     constexpr std::int32_t kNarrow = 8;
     constexpr std::int32_t kWide = 2 * kNarrow;
+    // Worth while where vectors are that short.
+    constexpr std::int32_t kNarrowest = kVectorColumns == kNarrow / 2 ? kNarrow / 2 : 0;
     static_assert(static_cast<float>(kWide) == kWidestStrip);
     for (std::size_t i = 0; i < count; ++i) {
         const std::int32_t first = batch.firstColumn[i];
         const std::int32_t last = batch.lastColumn[i];
         const RowRange all = {batch.firstRow[i], batch.lastRow[i]};
         if (all.first > all.last || first > last) continue;
-        if (last - first < kNarrow) {
+        if (last - first < kNarrowest) {
+            if constexpr (kNarrowest > 0) BlendStrip<kNarrowest>(batch, i, first, all, values);
+        } else if (last - first < kNarrow) {
             BlendStrip<kNarrow>(batch, i, StripStart<kNarrow>(first, last), all, values);
         } else if (last - first < kWide) {
             BlendStrip<kWide>(batch, i, StripStart<kWide>(first, last), all, values);
@@ -159,6 +163,10 @@ void PrefetchBatch(const TileSplats& splats, std::size_t first) {
     }
 }
 
+// How many Gaussians are blended from one look for covered pixels to the next. A look takes as long
+// as some ten Gaussians do, or more where vectors are short.
+constexpr std::size_t kBetweenChecks = HWY_TARGET == HWY_WASM ? 4 * kBatch : kBatch;
+
 void DrawWholeTile(const TileSplats& splats, const TileTarget& target, float* values) {
     PrefetchBatch(splats, 0);
     BeginTile(values);
@@ -166,12 +174,13 @@ void DrawWholeTile(const TileSplats& splats, const TileTarget& target, float* va
     const std::size_t lanes = hn::Lanes(Tag());
     for (std::size_t i = 0; i < splats.count; i += kBatch) {
         const std::size_t count = std::min(kBatch, splats.count - i);
+        const BatchSplats near(splats, i);
         for (std::size_t j = 0; j < count; j += lanes) {
-            PrepareVector(splats, target, splats.order + i, batch, j);
+            PrepareVector(near.At(j), target, batch, j);
         }
         PrefetchBatch(splats, i + kBatch);
         BlendBatch(batch, count, values);
-        if (CloseCovered(target, values)) break;
+        if (i % kBetweenChecks == 0 && CloseCovered(target, values)) break;
     }
     if (target.inverseDepths != nullptr) {
         StoreInverseDepths(target, values);

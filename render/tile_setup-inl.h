@@ -4,6 +4,7 @@
 // Compiled once for every instruction set: include only from a file that uses foreach_target.h.
 #include <hwy/highway.h>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -68,23 +69,82 @@ HWY_INLINE void StoreRange(Floats middle, Floats half, std::int32_t* first, std:
     hn::StoreU(hn::ConvertTo(IntTag(), hn::Max(end, Set(-1.0F))), IntTag(), last);
 }
 
-HWY_INLINE void PrepareVector(const TileSplats& splats, const TileTarget& target,
-                              const std::uint32_t* order, Batch& batch, std::size_t i) {
+// The values of as many splats as a vector has lanes.
+struct SplatLanes {
+    Floats x, y, across, lean, down;
+    Ints redGreen, blueOpacity;
+};
+
+// The splats of a batch, which begins at place `first` of the order.
+#if HWY_TARGET == HWY_WASM
+// Nothing gathers here, and nothing fetches ahead: a load that waits for memory would hold up all
+// that is computed behind it. So they are copied first, by loads that do not wait for each other.
+class BatchSplats {
+  public:
+    HWY_INLINE BatchSplats(const TileSplats& splats, std::size_t first) {
+        const std::size_t lanes = hn::Lanes(Tag());
+        const std::size_t count = std::min(kBatch, splats.count - first);
+        for (std::size_t i = 0; i < hwy::RoundUpTo(count, lanes); ++i) {
+            shapes_[i] = splats.shapes[splats.order[first + i]];
+            looks_[i] = splats.looks[splats.order[first + i]];
+        }
+    }
+
+    HWY_INLINE SplatLanes At(std::size_t i) const {
+        const Tag d;
+        SplatLanes lanes;
+        Floats redGreen;
+        Floats blueOpacity;
+        Floats depth;
+        hn::LoadInterleaved4(d, &shapes_[i].x, lanes.x, lanes.y, lanes.across, lanes.lean);
+        hn::LoadInterleaved4(d, &looks_[i].down, lanes.down, redGreen, blueOpacity, depth);
+        lanes.redGreen = hn::BitCast(IntTag(), redGreen);
+        lanes.blueOpacity = hn::BitCast(IntTag(), blueOpacity);
+        return lanes;
+    }
+
+  private:
+    BatchOf<SplatShape> shapes_;
+    BatchOf<SplatLook> looks_;
+};
+#else
+class BatchSplats {
+  public:
+    HWY_INLINE BatchSplats(const TileSplats& splats, std::size_t first)
+        : shapes_(reinterpret_cast<const float*>(splats.shapes)),
+          looks_(reinterpret_cast<const float*>(splats.looks)),
+          order_(splats.order + first) {}
+
+    HWY_INLINE SplatLanes At(std::size_t i) const {
+        const Tag d;
+        const IntTag di;
+        const auto indices = hn::LoadU(hn::RebindToUnsigned<IntTag>(), order_ + i);
+        const Ints place = hn::ShiftLeft<2>(hn::BitCast(di, indices));
+        const auto gather = [&](const float* base, std::int32_t part)
+                                HWY_ATTR { return hn::GatherIndex(d, base + part, place); };
+        return {gather(shapes_, 0),
+                gather(shapes_, 1),
+                gather(shapes_, 2),
+                gather(shapes_, 3),
+                gather(looks_, 0),
+                hn::BitCast(di, gather(looks_, 1)),
+                hn::BitCast(di, gather(looks_, 2))};
+    }
+
+  private:
+    const float* shapes_;
+    const float* looks_;
+    const std::uint32_t* order_;
+};
+#endif
+
+HWY_INLINE void PrepareVector(const SplatLanes& splats, const TileTarget& target, Batch& batch,
+                              std::size_t i) {
     const Tag d;
     const IntTag di;
-    const Ints place =
-        hn::ShiftLeft<2>(hn::BitCast(di, hn::LoadU(hn::RebindToUnsigned<IntTag>(), order + i)));
-    const auto gather = [&](const float* base, std::int32_t part)
-                            HWY_ATTR { return hn::GatherIndex(d, base + part, place); };
-    const auto* const shapes = reinterpret_cast<const float*>(splats.shapes);
-    const auto* const looks = reinterpret_cast<const float*>(splats.looks);
-    const Floats dx = hn::Sub(Set(static_cast<float>(target.left) + 0.5F), gather(shapes, 0));
-    const Floats dy = hn::Sub(Set(static_cast<float>(target.top) + 0.5F), gather(shapes, 1));
-    const Floats across = gather(shapes, 2);
-    const Floats lean = gather(shapes, 3);
-    const Floats down = gather(looks, 0);
-    const Ints redGreen = hn::BitCast(di, gather(looks, 1));
-    const Ints blueOpacity = hn::BitCast(di, gather(looks, 2));
+    const auto& [x, y, across, lean, down, redGreen, blueOpacity] = splats;
+    const Floats dx = hn::Sub(Set(static_cast<float>(target.left) + 0.5F), x);
+    const Floats dy = hn::Sub(Set(static_cast<float>(target.top) + 0.5F), y);
     const auto color = [&](Ints units)
                            HWY_ATTR { return hn::Mul(hn::ConvertTo(d, units), Set(kColorUnit)); };
     const Floats logOpacity =

@@ -10,7 +10,10 @@ import { gzipSync } from "node:zlib";
  * @property {number | [number, number, number]} scale standard deviations, world units
  * @property {[number, number, number]} color sRGB, 0..1
  * @property {number} [opacity] 0..1, 1 when absent
+ * @property {number[]} [harmonics] of the file's degree: red's coefficients, green's, blue's
  */
+
+/** @typedef {[number, number, number]} Three */
 
 const kShDc = 0.28209478;
 
@@ -31,6 +34,48 @@ function logit({ opacity = 1 }) {
     return Math.log(o / (1 - o));
 }
 
+/**
+ * A hilly surface of many small Gaussians, as the program makes them of a photograph, with a fainter
+ * one behind it.
+ * @param {number} side columns and rows of each surface
+ * @returns {Gaussian[]}
+ */
+export function relief(side) {
+    return Array.from({ length: 2 * side * side }, (_, i) => {
+        const layer = Math.floor(i / (side * side));
+        const u = ((i % side) + 0.5) / side - 0.5;
+        const v = ((Math.floor(i / side) % side) + 0.5) / side - 0.5;
+        const depth = 3 + layer + 0.6 * Math.sin(9 * u) * Math.cos(7 * v);
+        const size = (0.7 * depth) / side;
+        return {
+            center: [u * depth * 0.9, v * depth * 0.9, depth - 3],
+            scale: [size, size, size / 3],
+            color: [
+                0.5 + 0.28 * Math.sin(20 * u),
+                0.5 + 0.28 * Math.cos(15 * v),
+                0.5 + 0.28 * Math.sin(30 * (u + v)),
+            ],
+            opacity: layer === 0 ? 0.92 : 0.6,
+        };
+    });
+}
+
+/**
+ * Gaussians of all sizes around the origin, whose colours depend on where they are seen from.
+ * @param {number} count
+ * @returns {Gaussian[]} with harmonics of degree 3
+ */
+export function cloud(count) {
+    const wave = (/** @type {number} */ i, /** @type {number} */ k) => Math.sin(i * k + k * k);
+    return Array.from({ length: count }, (_, i) => ({
+        center: [1.1 * wave(i, 1.7), 0.9 * wave(i, 2.9), 1.1 * wave(i, 0.61)],
+        scale: /** @type {Three} */ ([3, 5, 7].map((k) => 0.02 * Math.exp(1.2 * wave(i, k)))),
+        color: /** @type {Three} */ ([11, 13, 19].map((k) => 0.5 + 0.4 * wave(i, k))),
+        opacity: 0.55 + 0.44 * wave(i, 2.3),
+        harmonics: Array.from({ length: 45 }, (_, k) => 0.15 * wave(i, 1 + k / 7)),
+    }));
+}
+
 /** The elements that the program's own files carry beside the Gaussians. */
 const kCameraElements = /** @type {const} */ ([
     ["extrinsic", 16, "float"],
@@ -44,13 +89,14 @@ const kCameraElements = /** @type {const} */ ([
 
 /**
  * @param {Gaussian[]} gaussians
- * @param {{ camera?: boolean, count?: number, degree?: 0 | 1 }} [options] camera: with the seven
- *     camera elements; count: what the header claims, if not the truth; degree: with spherical
- *     harmonics of that degree, which make the red depend on the viewing direction's y
+ * @param {{ camera?: boolean, count?: number, degree?: 0 | 1 | 2 | 3 }} [options] camera: with the
+ *     seven camera elements; count: what the header claims, if not the truth; degree: with
+ *     spherical harmonics of that degree; Gaussians without any have a red that depends on the
+ *     viewing direction's y
  * @returns {Buffer}
  */
 export function plyFile(gaussians, { camera = false, count = gaussians.length, degree = 0 } = {}) {
-    const rest = degree === 1 ? 9 : 0;
+    const rest = 3 * ((degree + 1) ** 2 - 1);
     const names = ["x", "y", "z", "f_dc_0", "f_dc_1", "f_dc_2"];
     for (let i = 0; i < rest; ++i) names.push(`f_rest_${i}`);
     names.push("opacity", "scale_0", "scale_1", "scale_2", "rot_0", "rot_1", "rot_2", "rot_3");
@@ -64,12 +110,10 @@ export function plyFile(gaussians, { camera = false, count = gaussians.length, d
     const header = Buffer.from(lines.join("\n") + "\nend_header\n");
     const vertices = new Float32Array(gaussians.length * names.length);
     gaussians.forEach((gaussian, index) => {
-        const harmonics = new Array(rest).fill(0);
-        if (rest > 0) harmonics[0] = 0.5;
         const record = [
             ...gaussian.center,
             ...gaussian.color.map((c) => (c - 0.5) / kShDc),
-            ...harmonics,
+            ...(gaussian.harmonics ?? [0.5, ...new Array(rest).fill(0)]).slice(0, rest),
             logit(gaussian),
             ...scales(gaussian).map((s) => Math.log(s)),
             1, 0, 0, 0,

@@ -59,6 +59,7 @@ export async function startBrowser() {
  * @property {number} [scale] device pixels for a CSS pixel
  * @property {boolean} [touch]
  * @property {string} [saved] text of the saved view
+ * @property {boolean} [withoutWebGL] as in a browser that has none
  */
 
 class Browser {
@@ -104,11 +105,21 @@ class Browser {
                 }
             }, options.saved);
         }
+        if (options.withoutWebGL) await context.addInitScript(takeWebGLAway);
         const page = new ViewerPage(await context.newPage());
         await startCounting(page.page);
         await page.go(query);
         return page;
     }
+}
+
+/** Runs in the page before its own scripts. */
+function takeWebGLAway() {
+    const prototype = /** @type {any} */ (HTMLCanvasElement.prototype);
+    const { getContext } = prototype;
+    prototype.getContext = function (/** @type {string} */ kind, /** @type {any[]} */ ...rest) {
+        return kind.startsWith("webgl") ? null : getContext.call(this, kind, ...rest);
+    };
 }
 
 /** The built page in Chromium. */

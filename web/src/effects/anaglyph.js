@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 import { Matrix3 } from "three";
-import { columnsFor, rowFor } from "./eye_pixels.js";
+import { EyeRows } from "./eye_pixels.js";
 
 /** @typedef {import("./eye_pair_effect.js").StereoMode} StereoMode */
 
@@ -23,12 +23,13 @@ void main() {
 function combineBy({ elements: l }, { elements: r }) {
     return (left, right, { words, width, height }) => {
         const bytes = new Uint8ClampedArray(words.buffer, words.byteOffset, 4 * words.length);
-        const columns = columnsFor(width, left.width);
+        const [rowsOfLeft, rowsOfRight] = [left, right].map((eye) => new EyeRows(eye, width));
         for (let y = 0, at = 0; y < height; ++y) {
-            const [ofLeft, ofRight] = [rowFor(left, y, height), rowFor(right, y, height)];
+            const ofLeft = rowsOfLeft.row((y + 0.5) / height);
+            const ofRight = rowsOfRight.row((y + 0.5) / height);
             for (let x = 0; x < width; ++x, at += 4) {
-                const a = ofLeft[columns[x]];
-                const b = ofRight[columns[x]];
+                const a = ofLeft[x];
+                const b = ofRight[x];
                 for (let c = 0; c < 3; ++c) {
                     bytes[at + c] =
                         l[c] * (a & 255) + l[c + 3] * ((a >> 8) & 255) +

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-import { linear } from "./eye_pixels.js";
+import { EyeRows } from "./eye_pixels.js";
 
 const kCombine = /* glsl */ `
 bool between(float low, float value, float high) {
@@ -31,50 +31,25 @@ function halfOf(at) {
 }
 
 /**
- * @param {number} count of the screen's pixels, in one direction
- * @param {number} size of a picture in this direction
+ * @param {number} at place on the screen
+ * @returns {number} of a picture that fills a half
  */
-function placesFor(count, size) {
-    return Array.from({ length: count }, (_, i) => {
-        const at = (i + 0.5) / count;
-        const half = halfOf(at);
-        return { half, ...linear(half < 0 ? 2 * at : 2 * (at - 0.5), size) };
-    });
-}
-
-/**
- * @param {number} a
- * @param {number} b
- * @param {number} share of b
- */
-function mix(a, b, share) {
-    return a + share * (b - a);
+function inHalf(at) {
+    return halfOf(at) < 0 ? 2 * at : 2 * (at - 0.5);
 }
 
 /** @type {import("./eye_pixels.js").CombinePixels} */
 function combinePixels(left, right, { words, width, height }) {
-    const bytes = new Uint8ClampedArray(words.buffer, words.byteOffset, 4 * words.length);
-    const columns = placesFor(width, left.width);
-    const rows = placesFor(height, left.height);
+    const [ofLeft, ofRight] = [left, right].map((eye) => new EyeRows(eye, width, inHalf));
+    const columns = Int8Array.from({ length: width }, (_, x) => halfOf((x + 0.5) / width));
     words.fill(0);
     for (let y = 0; y < height; ++y) {
-        const row = rows[y];
-        if (row.half === 0) continue;
+        const at = (y + 0.5) / height;
+        const half = halfOf(at);
+        if (half === 0) continue;
+        const [l, r] = [ofLeft.row(inHalf(at)), ofRight.row(inHalf(at))];
         for (let x = 0; x < width; ++x) {
-            const column = columns[x];
-            if (column.half === 0) continue;
-            const eye = column.half === row.half ? right : left;
-            const low = row.low * eye.width;
-            const high = row.high * eye.width;
-            const a = eye.words[low + column.low];
-            const b = eye.words[low + column.high];
-            const c = eye.words[high + column.low];
-            const d = eye.words[high + column.high];
-            for (let shift = 0, at = 4 * (y * width + x); shift < 24; shift += 8, ++at) {
-                const e = mix((a >> shift) & 255, (b >> shift) & 255, column.share);
-                const f = mix((c >> shift) & 255, (d >> shift) & 255, column.share);
-                bytes[at] = mix(e, f, row.share);
-            }
+            if (columns[x] !== 0) words[y * width + x] = columns[x] === half ? r[x] : l[x];
         }
     }
 }

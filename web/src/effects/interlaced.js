@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-import { columnsFor, rowFor } from "./eye_pixels.js";
+import { EyeRows } from "./eye_pixels.js";
 
 const kCombine = /* glsl */ `
 void main() {
@@ -11,10 +11,10 @@ void main() {
 
 /** @type {import("./eye_pixels.js").CombinePixels} */
 function combinePixels(left, right, { words, width, height }) {
-    const columns = columnsFor(width, left.width); // both pictures are of one size
-    for (let y = 0, at = 0; y < height; ++y) {
-        const row = rowFor(y % 2 === 1 ? left : right, y, height);
-        for (let x = 0; x < width; ++x, ++at) words[at] = row[columns[x]];
+    const [ofLeft, ofRight] = [left, right].map((picture) => new EyeRows(picture, width));
+    for (let y = 0; y < height; ++y) {
+        const shown = y % 2 === 1 ? ofLeft : ofRight;
+        words.set(shown.row((y + 0.5) / height), y * width);
     }
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-import { columnsFor, rowFor } from "./eye_pixels.js";
+import { EyeRows } from "./eye_pixels.js";
 
 const kCombine = /* glsl */ `
 void main() {
@@ -11,13 +11,13 @@ void main() {
 
 /** @type {import("./eye_pixels.js").CombinePixels} */
 function combinePixels(left, right, { words, width, height }) {
-    const ofLeft = columnsFor(width, left.width, (at) => 2 * at);
-    const ofRight = columnsFor(width, right.width, (at) => 2 * (at - 0.5));
+    const ofLeft = new EyeRows(left, width, (at) => 2 * at);
+    const ofRight = new EyeRows(right, width, (at) => 2 * (at - 0.5));
     const half = Math.floor(width / 2);
-    for (let y = 0, at = 0; y < height; ++y) {
-        const [l, r] = [rowFor(left, y, height), rowFor(right, y, height)];
-        for (let x = 0; x < half; ++x, ++at) words[at] = l[ofLeft[x]];
-        for (let x = half; x < width; ++x, ++at) words[at] = r[ofRight[x]];
+    for (let y = 0; y < height; ++y) {
+        const at = (y + 0.5) / height;
+        words.set(ofLeft.row(at).subarray(0, half), y * width);
+        words.set(ofRight.row(at).subarray(half), y * width + half);
     }
 }
 
