@@ -169,6 +169,7 @@ void Take(const CLI::App& app, const Arguments& arguments, RenderOptions& option
     CheckLayout(app, options);
     CheckSpecialOptions(app, options);
     CheckOutputs(options);
+    NoteQuiltNames(options);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 
+#include "cli/command.h"
 #include "cli/render/choices.h"
 #include "cli/render/wrong_usage.h"
 
@@ -117,6 +118,17 @@ void CheckSpecialOptions(const CLI::App& app, const RenderOptions& options) {
     CheckMovie(app, options);
     CheckDepthMap(app, options);
     CheckQuilt(app, options);
+}
+
+void NoteQuiltNames(const RenderOptions& options) {
+    if (!options.quilt) return;
+    const PictureSize view = options.QuiltViewSize();
+    const std::string suffix = QuiltSuffix(*options.quilt, view.width, view.height);
+    for (const RenderJob& job : options.jobs) {
+        if (job.output.stem().native().ends_with(suffix)) continue;
+        Tell("Note: players read from the name how a quilt lies; this one's should end in " +
+             suffix + job.output.extension().native() + ".");
+    }
 }
 
 std::string OutputSuffix(const RenderOptions& options, std::string_view ending) {

@@ -179,6 +179,23 @@ TEST(CameraMotion, CircleGoesAroundTheCamera) {
     }
 }
 
+// As far as the camera goes in the picture's directions.
+TEST(CameraMotion, FarthestPhasesReachAsFarAsAnyOther) {
+    for (const CameraMotion motion :
+         {CameraMotion::Sway, CameraMotion::Circle, CameraMotion::Orbit}) {
+        for (const float side : {-1.0F, 1.0F}) {
+            const auto reach = [&](float phase) { return side * Way(motion, phase)[0]; };
+            float farthest = 0.0F;
+            for (const float phase : FarthestPhases(motion)) {
+                farthest = std::max(farthest, reach(phase));
+            }
+            for (int step = 0; step < 100; ++step) {
+                EXPECT_LE(reach(static_cast<float>(step) / 100.0F), farthest + 1e-5F);
+            }
+        }
+    }
+}
+
 TEST(CameraMotion, DollyGoesForwardsAndTheSameWayBack) {
     EXPECT_NEAR(Way(CameraMotion::Dolly, 0.5F)[2], kAmount * kDepth, 1e-5F);
     for (const float phase : {0.1F, 0.3F, 0.45F}) {
