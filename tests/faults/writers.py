@@ -113,8 +113,8 @@ class FirstPictureWithoutUnnamedFiles(FirstPicture):
 
 class DrawnScene(Operation):
     """By vistrel-render."""
-    message = (r"^Error: .*scene\.ply: "
-               r"(the file cannot be (opened|read)|the picture cannot be written)")
+    message = (r"^Error: .*(scene\.ply: the file cannot be (opened|read)"
+               r"|picture\.png: Cannot open output file: .+|picture\.png could not be written: .+)$")
 
     def __init__(self, programs):
         super().__init__(programs)
