@@ -57,4 +57,17 @@ PinholeCamera MovedCamera(const PinholeCamera& camera, float depth, CameraMotion
     return camera;
 }
 
+std::vector<float> FarthestPhases(CameraMotion motion) {
+    switch (motion) {
+        case CameraMotion::Sway:
+        case CameraMotion::Orbit:
+            return {0.25F, 0.75F};
+        case CameraMotion::Dolly:
+            return {0.0F};
+        case CameraMotion::Circle:
+            break;
+    }
+    return {0.0F, 0.125F, 0.25F, 0.375F, 0.5F, 0.625F, 0.75F, 0.875F};
+}
+
 }  // namespace vistrel

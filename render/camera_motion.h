@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdint>
 #include <string_view>
+#include <vector>
 
 #include "render/pinhole_camera.h"
 
@@ -40,5 +41,9 @@ inline constexpr std::array<CameraMotionName, 4> kCameraMotions = {{
                                         CameraMotion motion, float amount, float phase);
 
 inline constexpr float kMostMotion = 0.5F;
+
+// Phases at which the camera is farthest away: what lies beside the scene comes into the picture
+// at none of the others unless it does at one of these.
+[[nodiscard]] std::vector<float> FarthestPhases(CameraMotion motion);
 
 }  // namespace vistrel

@@ -103,9 +103,13 @@ bool AreEyes(const PinholeCamera& a, const PinholeCamera& b) {
         }
     }
     constexpr float kRounding = 1e-4F;
+    constexpr float kRoundingOfPlaces = 5e-7F;
+    const float rounding =
+        kRounding * std::abs(moved[0]) +
+        kRoundingOfPlaces * std::hypot(a.position[0], a.position[1], a.position[2]);
     return a.rows == b.rows && a.focalX == b.focalX && a.focalY == b.focalY &&
            a.centreY == b.centreY && a.height == b.height &&
-           std::hypot(moved[1], moved[2]) <= kRounding * std::abs(moved[0]);
+           std::hypot(moved[1], moved[2]) <= rounding;
 }
 
 void CheckSize(const PinholeCamera& camera) {

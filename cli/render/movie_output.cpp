@@ -34,10 +34,8 @@ class MovingView {
 
     // The cameras of where it goes farthest.
     [[nodiscard]] std::vector<PinholeCamera> FarthestCameras(bool hasEyes) const {
-        constexpr int kPhases = 8;
         std::vector<PinholeCamera> all;
-        for (int i = 0; i < kPhases; ++i) {
-            const float phase = static_cast<float>(i) / kPhases;
+        for (const float phase : FarthestPhases(motion_.kind)) {
             for (const PinholeCamera& camera : At(phase).Cameras(hasEyes)) all.push_back(camera);
         }
         return all;

@@ -2,14 +2,15 @@
 #include "cli/render/options.h"
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <cstdlib>
 #include <set>
 #include <system_error>
 
 #include "base/scene_kind.h"
 #include "cli/command.h"
+#include "cli/render/choices.h"
 #include "cli/render/special_options.h"
+#include "cli/render/wrong_usage.h"
 #include "render/splat_renderer.h"
 
 namespace vistrel {
@@ -26,32 +27,15 @@ struct Arguments {
     std::vector<std::string> files;
 };
 
-std::vector<std::string> LayoutNames() {
-    std::vector<std::string> names;
-    for (const StereoLayoutName& layout : kStereoLayouts) names.emplace_back(layout.name);
-    return names;
-}
-
-std::string LayoutHelp() {
-    std::string help = "How the two eyes come into the picture:";
-    for (const StereoLayoutName& layout : kStereoLayouts) {
-        help.append("\n  ").append(layout.name).append(": ").append(layout.help);
-    }
-    return help;
-}
-
-StereoLayout LayoutOf(const std::string& name) {
-    const auto* const found = std::ranges::find(kStereoLayouts, name, &StereoLayoutName::name);
-    return static_cast<StereoLayout>(found - kStereoLayouts.begin());
-}
-
 void AddViewOptions(CLI::App& app, RenderOptions& options, Arguments& arguments) {
-    app.add_option("--stereo", arguments.stereo, LayoutHelp())
-        ->check(CLI::IsMember(LayoutNames()))
+    app.add_option("--stereo", arguments.stereo,
+                   HelpOf("How the two eyes come into the picture:", kStereoLayouts))
+        ->check(CLI::IsMember(NamesOf(kStereoLayouts)))
         ->type_name("LAYOUT")
         ->capture_default_str();
     app.add_option("--view", arguments.view,
-                   "photograph: the camera that took it; window: what the window shows at first")
+                   "photograph: the camera that took it, each eye whole; window: what the window "
+                   "shows at first, sbs, crossed and over-under the middle of it")
         ->check(CLI::IsMember({"photograph", "window"}))
         ->type_name("VIEW")
         ->capture_default_str();
@@ -77,7 +61,7 @@ void AddViewOptions(CLI::App& app, RenderOptions& options, Arguments& arguments)
 }
 
 void AddOutputOptions(CLI::App& app, RenderOptions& options, Arguments& arguments) {
-    app.add_option("--quality", options.quality, "Of all but .png: 1 to 100")
+    app.add_option("--quality", options.quality, "Of all but .png and .gif: 1 to 100")
         ->check(CLI::Range(1, kBestQuality))
         ->type_name("NUMBER")
         ->capture_default_str();
@@ -96,16 +80,6 @@ void AddOutputOptions(CLI::App& app, RenderOptions& options, Arguments& argument
                        "), the folder of which is created; with --output-dir any number of scenes")
         ->type_name("")
         ->required();
-}
-
-[[noreturn]] void Refuse(const std::string& option, const std::string& reason) {
-    throw CLI::ValidationError(option, reason);
-}
-
-void CheckNumber(const char* name, double value, double least, double most) {
-    if (value >= least && value <= most) return;  // not a number is neither
-    Refuse(name, "is a number from " + std::to_string(std::lround(least)) + " to " +
-                     std::to_string(std::lround(most)));
 }
 
 // Options that say nothing in the view that is asked for.
@@ -167,8 +141,9 @@ void TakeFolder(const Arguments& arguments, RenderOptions& options) {
 
 void CheckOutputs(const RenderOptions& options) {
     for (const RenderJob& written : options.jobs) {
+        std::error_code ignored;
+        if (!std::filesystem::exists(written.output, ignored)) continue;
         for (const RenderJob& read : options.jobs) {
-            std::error_code ignored;
             if (std::filesystem::equivalent(written.output, read.scene, ignored)) {
                 Refuse(written.output.native(), "is a scene itself and would be lost");
             }
@@ -177,7 +152,7 @@ void CheckOutputs(const RenderOptions& options) {
 }
 
 void Take(const CLI::App& app, const Arguments& arguments, RenderOptions& options) {
-    options.layout = LayoutOf(arguments.stereo);
+    options.layout = ChoiceOf<StereoLayout>(arguments.stereo, kStereoLayouts);
     options.isWindow = arguments.view == "window";
     if (app.count("--crop") > 0) options.crop = arguments.crop;
     CheckView(app, options);
@@ -194,6 +169,7 @@ void Take(const CLI::App& app, const Arguments& arguments, RenderOptions& option
     CheckLayout(app, options);
     CheckSpecialOptions(app, options);
     CheckOutputs(options);
+    NoteQuiltNames(options);
 }
 
 }  // namespace
@@ -203,6 +179,10 @@ ParsedOptions ParseOptions(int argc, char** argv) {
     Arguments arguments;
     CLI::App app("Draws 3D Gaussian Splat scenes as pictures and movies, for one eye or two.",
                  "vistrel-render");
+    app.footer(
+        "vistrel-render scene.ply picture.png\n"
+        "vistrel-render --stereo half-sbs --size 1920x1080 scene.ply television.jpg\n"
+        "vistrel-render --stereo sbs one.ply two.ply --output-dir pairs --as jpg");
     app.set_version_flag("--version", "vistrel-render " VISTREL_VERSION);
     AddViewOptions(app, parsed.options, arguments);
     AddSpecialOptions(app, parsed.options);

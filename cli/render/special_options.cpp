@@ -2,38 +2,19 @@
 #include "cli/render/special_options.h"
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <cstdio>
-#include <vector>
 
-#include "cli/render/view.h"
+#include "cli/command.h"
+#include "cli/render/choices.h"
+#include "cli/render/wrong_usage.h"
 
 namespace vistrel {
 namespace {
 
 constexpr double kLongestMovie = 600.0;  // seconds
 constexpr int kMostFramesPerSecond = 120;
-constexpr int kMostOfGif = 50;  // frames per second; its players take no shorter time
-constexpr int kMostViews = 32;  // along a side of a quilt
-
-std::string MotionHelp() {
-    std::string help = "How the camera of a movie moves, so that the end leads into the beginning:";
-    for (const CameraMotionName& motion : kCameraMotions) {
-        help.append("\n  ").append(motion.name).append(": ").append(motion.help);
-    }
-    return help;
-}
-
-std::vector<std::string> MotionNames() {
-    std::vector<std::string> names;
-    for (const CameraMotionName& motion : kCameraMotions) names.emplace_back(motion.name);
-    return names;
-}
-
-CameraMotion MotionOf(const std::string& name) {
-    const auto* const found = std::ranges::find(kCameraMotions, name, &CameraMotionName::name);
-    return static_cast<CameraMotion>(found - kCameraMotions.begin());
-}
+constexpr int kMostGifFrames = 50;  // frames per second; its players take no shorter time
+constexpr int kMostViews = 32;      // along a side of a quilt
 
 // What is wrong with it; nothing if it is fine.
 std::string ParseQuilt(const std::string& text, std::optional<QuiltShape>& shape) {
@@ -48,10 +29,6 @@ std::string ParseQuilt(const std::string& text, std::optional<QuiltShape>& shape
     return "";
 }
 
-[[noreturn]] void Refuse(const std::string& option, const std::string& reason) {
-    throw CLI::ValidationError(option, reason);
-}
-
 void CheckMovie(const CLI::App& app, const RenderOptions& options) {
     for (const char* const name : {"--motion", "--seconds", "--fps", "--amount"}) {
         if (!options.IsMovie() && app.count(name) > 0) Refuse(name, "goes with .mp4, .webm, .gif");
@@ -64,7 +41,7 @@ void CheckMovie(const CLI::App& app, const RenderOptions& options) {
         Refuse("--amount", "is a number from 0 to 0.5");
     }
     if (options.kind == OutputKind::Gif) {
-        if (motion.framesPerSecond > kMostOfGif) Refuse("--fps", "is at most 50 in .gif");
+        if (motion.framesPerSecond > kMostGifFrames) Refuse("--fps", "is at most 50 in .gif");
     } else if (options.IsMovie() && (options.size.width % 2 != 0 || options.size.height % 2 != 0)) {
         Refuse("--size", "has even sides in movies");
     }
@@ -101,9 +78,12 @@ void CheckQuilt(const CLI::App& app, const RenderOptions& options) {
 void AddSpecialOptions(CLI::App& app, RenderOptions& options) {
     app.add_option_function<std::string>(
            "--motion",
-           [&options](const std::string& name) { options.motion.kind = MotionOf(name); },
-           MotionHelp())
-        ->check(CLI::IsMember(MotionNames()))
+           [&options](const std::string& name) {
+               options.motion.kind = ChoiceOf<CameraMotion>(name, kCameraMotions);
+           },
+           HelpOf("How the camera of a movie moves, so that the end leads into the beginning:",
+                  kCameraMotions))
+        ->check(CLI::IsMember(NamesOf(kCameraMotions)))
         ->type_name("MOTION")
         ->default_str("sway");
     app.add_option("--seconds", options.motion.seconds, "How long a movie is")
@@ -138,6 +118,17 @@ void CheckSpecialOptions(const CLI::App& app, const RenderOptions& options) {
     CheckMovie(app, options);
     CheckDepthMap(app, options);
     CheckQuilt(app, options);
+}
+
+void NoteQuiltNames(const RenderOptions& options) {
+    if (!options.quilt) return;
+    const PictureSize view = options.QuiltViewSize();
+    const std::string suffix = QuiltSuffix(*options.quilt, view.width, view.height);
+    for (const RenderJob& job : options.jobs) {
+        if (job.output.stem().native().ends_with(suffix)) continue;
+        Tell("Note: players read from the name how a quilt lies; this one's should end in " +
+             suffix + job.output.extension().native() + ".");
+    }
 }
 
 std::string OutputSuffix(const RenderOptions& options, std::string_view ending) {

@@ -20,6 +20,9 @@ void AddSpecialOptions(CLI::App& app, RenderOptions& options);
 // Throws CLI::ValidationError for what does not go together. All other options are in `options`.
 void CheckSpecialOptions(const CLI::App& app, const RenderOptions& options);
 
+// Tells on standard error when the name of a quilt does not tell how it lies.
+void NoteQuiltNames(const RenderOptions& options);
+
 // What stands behind a scene's name in that of a file with `ending`.
 [[nodiscard]] std::string OutputSuffix(const RenderOptions& options, std::string_view ending);
 

@@ -15,10 +15,15 @@ namespace {
 constexpr int kWindowWidth = 1280;
 constexpr int kWindowHeight = 720;
 
-// `width` x `height` pixels, or less where that is too much for a movie to play well.
+// Nearly `width` x `height` pixels, or less where that is too much for a movie to play well.
 WholeSize UsualEye(const RenderOptions& options, int width, int height) {
     constexpr float kMostOfGif = 640.0F;
     constexpr float kMostOfMovie = 1920.0F;
+    constexpr int kPngColumns = 8;  // what PNG tells of pairs is for multiples of it
+    const bool isPair =
+        options.layout == StereoLayout::SideBySide || options.layout == StereoLayout::Crossed;
+    if (options.kind == OutputKind::Png && isPair && width > kPngColumns)
+        width -= width % kPngColumns;
     if (!options.IsMovie()) return {width, height};
     const float most = options.kind == OutputKind::Gif ? kMostOfGif : kMostOfMovie;
     const float scale = std::min(1.0F, most / static_cast<float>(std::max(width, height)));

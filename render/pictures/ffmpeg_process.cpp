@@ -81,6 +81,7 @@ class SpawnOptions {
 
 std::vector<char*> Pointers(const std::vector<std::string>& arguments) {
     std::vector<char*> pointers;
+    pointers.reserve(arguments.size() + 1);
     // They are only read.
     for (const std::string& argument : arguments) {
         pointers.push_back(const_cast<char*>(argument.c_str()));

@@ -13,8 +13,8 @@
 namespace vistrel {
 namespace {
 
-constexpr float kDepth = 4.0F;
-constexpr float kAmount = 0.1F;
+constexpr float kMiddleDepth = 4.0F;
+constexpr float kMotionAmount = 0.1F;
 
 // Looks to the left and down from somewhere.
 PinholeCamera Base() {
@@ -49,14 +49,14 @@ std::array<float, 3> PointBefore(const PinholeCamera& camera, const std::array<f
     return point;
 }
 
-std::array<float, 2> Seen(const PinholeCamera& camera, const std::array<float, 3>& point) {
+std::array<float, 2> PixelOf(const PinholeCamera& camera, const std::array<float, 3>& point) {
     const auto [x, y, z] = Before(camera, point);
     return {camera.focalX * x / z + camera.centreX, camera.focalY * y / z + camera.centreY};
 }
 
 // Where the camera stands, seen from the base.
 std::array<float, 3> Way(CameraMotion motion, float phase) {
-    return Before(Base(), MovedCamera(Base(), kDepth, motion, kAmount, phase).position);
+    return Before(Base(), MovedCamera(Base(), kMiddleDepth, motion, kMotionAmount, phase).position);
 }
 
 // All that a motion changes.
@@ -71,7 +71,7 @@ std::vector<float> Numbers(const PinholeCamera& camera) {
 class CameraMotions : public testing::TestWithParam<CameraMotion> {
   protected:
     [[nodiscard]] static PinholeCamera At(float phase) {
-        return MovedCamera(Base(), kDepth, GetParam(), kAmount, phase);
+        return MovedCamera(Base(), kMiddleDepth, GetParam(), kMotionAmount, phase);
     }
 };
 
@@ -81,7 +81,7 @@ TEST_P(CameraMotions, EndIsTheBeginning) {
 
 TEST_P(CameraMotions, NoAmountIsNoMotion) {
     for (const float phase : {0.0F, 0.25F, 0.6F}) {
-        const auto moved = Numbers(MovedCamera(Base(), kDepth, GetParam(), 0.0F, phase));
+        const auto moved = Numbers(MovedCamera(Base(), kMiddleDepth, GetParam(), 0.0F, phase));
         const auto base = Numbers(Base());
         for (std::size_t i = 0; i < base.size(); ++i) EXPECT_NEAR(moved[i], base[i], 1e-6F) << i;
     }
@@ -93,7 +93,7 @@ TEST_P(CameraMotions, GoesTheGivenWayAtMost) {
         const auto [x, y, z] = Way(GetParam(), static_cast<float>(step) / 100.0F);
         farthest = std::max(farthest, std::hypot(x, y, z));
     }
-    EXPECT_NEAR(farthest, kAmount * kDepth, 0.001F);
+    EXPECT_NEAR(farthest, kMotionAmount * kMiddleDepth, 0.001F);
 }
 
 // Steps from frame to frame change by a small part of the largest one, also over the end.
@@ -105,7 +105,8 @@ TEST_P(CameraMotions, StepsChangeSmoothly) {
         for (std::size_t i = 0; i < to.size(); ++i) to[i] -= from[i];
         return to;
     };
-    const float bound = 0.5F * kAmount * kDepth * std::pow(2 * 3.1416F / kFrames, 2.0F) * 2.1F;
+    const float bound =
+        0.5F * kMotionAmount * kMiddleDepth * std::pow(2 * 3.1416F / kFrames, 2.0F) * 2.1F;
     for (int frame = 0; frame < kFrames; ++frame) {
         const auto one = step(frame);
         const auto next = step((frame + 1) % kFrames);
@@ -135,11 +136,12 @@ INSTANTIATE_TEST_SUITE_P(All, CameraMotions,
                          });
 
 TEST(CameraMotion, WhatLiesAtTheDepthStaysWhileTheCameraSwaysOrCircles) {
-    const auto point = PointBefore(Base(), {0.7F, -0.5F, kDepth});
-    const auto still = Seen(Base(), point);
+    const auto point = PointBefore(Base(), {0.7F, -0.5F, kMiddleDepth});
+    const auto still = PixelOf(Base(), point);
     for (const CameraMotion motion : {CameraMotion::Sway, CameraMotion::Circle}) {
         for (const float phase : {0.1F, 0.25F, 0.7F}) {
-            const auto seen = Seen(MovedCamera(Base(), kDepth, motion, kAmount, phase), point);
+            const auto seen =
+                PixelOf(MovedCamera(Base(), kMiddleDepth, motion, kMotionAmount, phase), point);
             EXPECT_NEAR(seen[0], still[0], 1e-2F);
             EXPECT_NEAR(seen[1], still[1], 1e-2F);
         }
@@ -147,14 +149,14 @@ TEST(CameraMotion, WhatLiesAtTheDepthStaysWhileTheCameraSwaysOrCircles) {
 }
 
 TEST(CameraMotion, OrbitLooksAtThePointOnTheAxis) {
-    const auto point = PointBefore(Base(), {0.0F, 0.0F, kDepth});
+    const auto point = PointBefore(Base(), {0.0F, 0.0F, kMiddleDepth});
     for (const float phase : {0.1F, 0.25F, 0.7F}) {
         const PinholeCamera camera =
-            MovedCamera(Base(), kDepth, CameraMotion::Orbit, kAmount, phase);
+            MovedCamera(Base(), kMiddleDepth, CameraMotion::Orbit, kMotionAmount, phase);
         const auto [x, y, z] = Before(camera, point);
         EXPECT_NEAR(x, 0.0F, 1e-5F);
         EXPECT_NEAR(y, 0.0F, 1e-5F);
-        EXPECT_NEAR(z, kDepth, 1e-5F);
+        EXPECT_NEAR(z, kMiddleDepth, 1e-5F);
     }
 }
 
@@ -162,7 +164,7 @@ TEST(CameraMotion, SwayAndOrbitGoAsFarToEitherSide) {
     for (const CameraMotion motion : {CameraMotion::Sway, CameraMotion::Orbit}) {
         const auto right = Way(motion, 0.25F);
         const auto left = Way(motion, 0.75F);
-        EXPECT_GT(right[0], 0.9F * kAmount * kDepth);
+        EXPECT_GT(right[0], 0.9F * kMotionAmount * kMiddleDepth);
         EXPECT_NEAR(right[0], -left[0], 1e-5F);
         EXPECT_NEAR(right[1], left[1], 1e-5F);
         EXPECT_NEAR(right[2], left[2], 1e-5F);
@@ -170,7 +172,7 @@ TEST(CameraMotion, SwayAndOrbitGoAsFarToEitherSide) {
 }
 
 TEST(CameraMotion, CircleGoesAroundTheCamera) {
-    const float way = kAmount * kDepth;
+    const float way = kMotionAmount * kMiddleDepth;
     const std::array<std::array<float, 3>, 4> places = {
         {{way, 0, 0}, {0, -way, 0}, {-way, 0, 0}, {0, way, 0}}};
     for (std::size_t quarter = 0; quarter < places.size(); ++quarter) {
@@ -179,8 +181,25 @@ TEST(CameraMotion, CircleGoesAroundTheCamera) {
     }
 }
 
+// As far as the camera goes in the picture's directions.
+TEST(CameraMotion, FarthestPhasesReachAsFarAsAnyOther) {
+    for (const CameraMotion motion :
+         {CameraMotion::Sway, CameraMotion::Circle, CameraMotion::Orbit}) {
+        for (const float side : {-1.0F, 1.0F}) {
+            const auto reach = [&](float phase) { return side * Way(motion, phase)[0]; };
+            float farthest = 0.0F;
+            for (const float phase : FarthestPhases(motion)) {
+                farthest = std::max(farthest, reach(phase));
+            }
+            for (int step = 0; step < 100; ++step) {
+                EXPECT_LE(reach(static_cast<float>(step) / 100.0F), farthest + 1e-5F);
+            }
+        }
+    }
+}
+
 TEST(CameraMotion, DollyGoesForwardsAndTheSameWayBack) {
-    EXPECT_NEAR(Way(CameraMotion::Dolly, 0.5F)[2], kAmount * kDepth, 1e-5F);
+    EXPECT_NEAR(Way(CameraMotion::Dolly, 0.5F)[2], kMotionAmount * kMiddleDepth, 1e-5F);
     for (const float phase : {0.1F, 0.3F, 0.45F}) {
         const float there = Way(CameraMotion::Dolly, phase)[2];
         EXPECT_GT(there, 0.0F);

@@ -21,7 +21,7 @@ namespace {
 using test::PackedScene;
 using test::WhiteVertex;
 
-PinholeCamera SquareCamera() {
+PinholeCamera CentredCamera() {
     PinholeCamera camera;
     camera.focalX = camera.focalY = 100.0F;
     camera.centreX = camera.centreY = 50.0F;
@@ -41,11 +41,11 @@ float At(const std::vector<float>& depths, std::size_t column, std::size_t row) 
 }
 
 TEST(InverseDepths, NothingIsZero) {
-    EXPECT_EQ(DepthsOf({}, SquareCamera()), std::vector<float>(10000, 0.0F));
+    EXPECT_EQ(DepthsOf({}, CentredCamera()), std::vector<float>(10000, 0.0F));
 }
 
 TEST(InverseDepths, OneGaussianHasItsOwnWhereverItCovers) {
-    const auto depths = DepthsOf({WhiteVertex({0.01F, 0.01F, 2.5F}, 0.2F, 0.9F)}, SquareCamera());
+    const auto depths = DepthsOf({WhiteVertex({0.01F, 0.01F, 2.5F}, 0.2F, 0.9F)}, CentredCamera());
     EXPECT_NEAR(At(depths, 50, 50), 0.4F, 1e-6F);
     EXPECT_NEAR(At(depths, 60, 57), 0.4F, 1e-6F);
     EXPECT_EQ(At(depths, 5, 5), 0.0F);
@@ -53,14 +53,14 @@ TEST(InverseDepths, OneGaussianHasItsOwnWhereverItCovers) {
 
 TEST(InverseDepths, BothEndsOfWhatShows) {
     for (const float depth : {0.0101F, 30000.0F}) {
-        const auto depths = DepthsOf({WhiteVertex({0, 0, depth}, depth, 0.9F)}, SquareCamera());
+        const auto depths = DepthsOf({WhiteVertex({0, 0, depth}, depth, 0.9F)}, CentredCamera());
         EXPECT_NEAR(At(depths, 50, 50) * depth, 1.0F, 2e-3F) << depth;
     }
 }
 
 TEST(InverseDepths, FartherOnesCountByWhatIsSeenOfThem) {
     const auto depths = DepthsOf(
-        {WhiteVertex({0, 0, 5}, 2.0F, 0.5F), WhiteVertex({0, 0, 2}, 1.0F, 0.75F)}, SquareCamera());
+        {WhiteVertex({0, 0, 5}, 2.0F, 0.5F), WhiteVertex({0, 0, 2}, 1.0F, 0.75F)}, CentredCamera());
     constexpr float kFarther = 0.25F * 0.5F;
     const float expected = (0.75F * 0.5F + kFarther * 0.2F) / (0.75F + kFarther);
     EXPECT_NEAR(At(depths, 50, 50), expected, 1e-4F);
@@ -112,7 +112,7 @@ TEST(InverseDepths, DoNotDependOnTheNumberOfThreads) {
 
 TEST(InverseDepths, PicturesAreTheSameBeforeAndAfter) {
     const GaussianScene scene = PackedScene(test::ReliefGaussians(40));
-    const PinholeCamera camera = SquareCamera();
+    const PinholeCamera camera = CentredCamera();
     SplatRenderer renderer(2);
     test::Canvas before(100, 100);
     test::Canvas after(100, 100);
@@ -125,7 +125,7 @@ TEST(InverseDepths, PicturesAreTheSameBeforeAndAfter) {
 
 TEST(InverseDepths, EveryPixelNeedsItsPlace) {
     std::vector<float> depths(9999);
-    EXPECT_THROW(SplatRenderer(1).DrawInverseDepths(PackedScene({}), SquareCamera(), depths),
+    EXPECT_THROW(SplatRenderer(1).DrawInverseDepths(PackedScene({}), CentredCamera(), depths),
                  std::invalid_argument);
 }
 

@@ -16,16 +16,16 @@
 namespace vistrel {
 namespace {
 
-constexpr QuiltShape kShape = {3, 2};
-constexpr double kAngle = 40.0;
-constexpr double kDepth = 4.0;
+constexpr QuiltShape kQuiltShape = {3, 2};
+constexpr double kCone = 40.0;
+constexpr double kQuiltDepth = 4.0;
 
 PinholeCamera ViewCamera() {
     return test::SceneCamera(40, 30);
 }
 
 std::vector<PinholeCamera> Cameras() {
-    return QuiltCameras(ViewCamera(), kShape, kAngle, kDepth);
+    return QuiltCameras(ViewCamera(), kQuiltShape, kCone, kQuiltDepth);
 }
 
 // The part of the quilt that a view is drawn to.
@@ -51,7 +51,7 @@ std::vector<std::uint8_t> ViewOf(const GaussianScene& scene, const PinholeCamera
 TEST(Quilt, CamerasStandWithinTheCone) {
     const auto cameras = Cameras();
     ASSERT_EQ(cameras.size(), 6U);
-    const double widest = kDepth * std::tan(kAngle / 2 * std::numbers::pi / 180.0);
+    const double widest = kQuiltDepth * std::tan(kCone / 2 * std::numbers::pi / 180.0);
     EXPECT_NEAR(cameras.front().position[0], -widest, 1e-5);
     EXPECT_NEAR(cameras.back().position[0], widest, 1e-5);
 }
@@ -59,27 +59,29 @@ TEST(Quilt, CamerasStandWithinTheCone) {
 TEST(Quilt, CamerasAreEqualAnglesApart) {
     const auto cameras = Cameras();
     const auto angle = [&cameras](std::size_t view) {
-        return std::atan2(static_cast<double>(cameras[view].position[0]), kDepth) * 180.0 /
+        return std::atan2(static_cast<double>(cameras[view].position[0]), kQuiltDepth) * 180.0 /
                std::numbers::pi;
     };
     for (std::size_t view = 1; view < cameras.size(); ++view) {
-        EXPECT_NEAR(angle(view) - angle(view - 1), kAngle / 5, 1e-3);
+        EXPECT_NEAR(angle(view) - angle(view - 1), kCone / 5, 1e-3);
     }
 }
 
 TEST(Quilt, ViewsAgreeAtTheDepthInTheMiddle) {
     for (const PinholeCamera& camera : Cameras()) {
-        const float x = camera.focalX * (0.3F - camera.position[0]) / static_cast<float>(kDepth) +
-                        camera.centreX;
+        const float x =
+            camera.focalX * (0.3F - camera.position[0]) / static_cast<float>(kQuiltDepth) +
+            camera.centreX;
         const PinholeCamera middle = ViewCamera();
-        EXPECT_NEAR(x, middle.focalX * 0.3F / static_cast<float>(kDepth) + middle.centreX, 1e-3F);
+        EXPECT_NEAR(x, middle.focalX * 0.3F / static_cast<float>(kQuiltDepth) + middle.centreX,
+                    1e-3F);
         EXPECT_EQ(camera.rows, middle.rows);
         EXPECT_EQ(camera.centreY, middle.centreY);
     }
 }
 
 TEST(Quilt, OneViewIsTheCamerasOwn) {
-    const auto cameras = QuiltCameras(ViewCamera(), {1, 1}, kAngle, kDepth);
+    const auto cameras = QuiltCameras(ViewCamera(), {1, 1}, kCone, kQuiltDepth);
     ASSERT_EQ(cameras.size(), 1U);
     EXPECT_EQ(cameras[0].position, ViewCamera().position);
 }
@@ -88,7 +90,7 @@ TEST(Quilt, ViewsLieInRowsFromTheLowerLeft) {
     const GaussianScene scene = test::PackedScene(test::ReliefGaussians(40));
     const auto cameras = Cameras();
     SplatRenderer renderer(2);
-    const Picture quilt = DrawQuilt(renderer, scene, kShape, cameras);
+    const Picture quilt = DrawQuilt(renderer, scene, kQuiltShape, cameras);
     ASSERT_EQ(quilt.width, 120);
     ASSERT_EQ(quilt.height, 60);
     const std::array<std::array<int, 2>, 6> places = {
@@ -109,7 +111,7 @@ TEST(Quilt, ViewsLieInRowsFromTheLowerLeft) {
 TEST(Quilt, OddNumberOfViewsIsDrawnToTheLast) {
     const GaussianScene scene = test::PackedScene(test::ReliefGaussians(40));
     const QuiltShape shape = {3, 1};
-    const auto cameras = QuiltCameras(ViewCamera(), shape, kAngle, kDepth);
+    const auto cameras = QuiltCameras(ViewCamera(), shape, kCone, kQuiltDepth);
     SplatRenderer renderer(1);
     EXPECT_EQ(PartOf(DrawQuilt(renderer, scene, shape, cameras), 2, 0), ViewOf(scene, cameras[2]));
 }

@@ -63,6 +63,16 @@ TEST_F(SplatPair, EyesOfATurnedCameraAreThePicturesDrawnAlone) {
     EXPECT_LE(LargestDifference(pair.right, Drawn(scene_, right_)), 1);
 }
 
+TEST_F(SplatPair, EyesOfATurnedCameraMayBeCloseTogetherFarFromTheOrigin) {
+    // Rounding of their places is as large as the distance between them.
+    camera_.rows = {{{0.96F, 0, 0.28F}, {0, 1, 0}, {-0.28F, 0, 0.96F}}};
+    camera_.position = {-31.7F, 5.3F, -70.1F};
+    for (const float offset : {1e-6F, 1e-5F, 1e-4F}) {
+        EXPECT_NO_THROW(
+            DrawnPair(scene_, EyeOf(camera_, -offset, 3.0F), EyeOf(camera_, offset, 3.0F)));
+    }
+}
+
 TEST_F(SplatPair, EyesMayBeOfDifferentWidth) {
     right_.width = 100;
     const Pair pair = DrawnPair(scene_, left_, right_);

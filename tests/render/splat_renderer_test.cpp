@@ -22,12 +22,12 @@ using test::Drawn;
 using test::PackedScene;
 using test::WhiteVertex;
 
-constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
-constexpr float kInfinity = std::numeric_limits<float>::infinity();
+constexpr float kNoNumber = std::numeric_limits<float>::quiet_NaN();
+constexpr float kEndless = std::numeric_limits<float>::infinity();
 constexpr float kTiny = 1e-6F;    // a standard deviation far below a pixel
 constexpr float kLowPass = 0.3F;  // what remains of such a Gaussian: its variance in pixels
 
-PinholeCamera SquareCamera() {
+PinholeCamera LevelCamera() {
     PinholeCamera camera;
     camera.focalX = camera.focalY = 100.0F;
     camera.centreX = camera.centreY = 50.0F;
@@ -36,7 +36,7 @@ PinholeCamera SquareCamera() {
 }
 
 Canvas DrawnOf(const std::vector<RawGaussian>& gaussians) {
-    return Drawn(PackedScene(gaussians), SquareCamera());
+    return Drawn(PackedScene(gaussians), LevelCamera());
 }
 
 bool IsBlack(const Canvas& picture) {
@@ -71,11 +71,11 @@ TEST(SplatRenderer, TinyGaussianIsAsWideAsTheLowPassFilter) {
 }
 
 TEST(SplatRenderer, NearerOneCoversWhateverTheOrderInTheScene) {
-    constexpr float kBlack = -0.5F / 0.28209478F;
+    constexpr float kDark = -0.5F / 0.28209478F;
     RawGaussian red = WhiteVertex({0.01F, 0.01F, 2}, kTiny, 0.6F);
-    red.colorDc[1] = red.colorDc[2] = kBlack;
+    red.colorDc[1] = red.colorDc[2] = kDark;
     RawGaussian green = WhiteVertex({0.02F, 0.02F, 4}, kTiny, 0.5F);
-    green.colorDc[0] = green.colorDc[2] = kBlack;
+    green.colorDc[0] = green.colorDc[2] = kDark;
     for (const auto& scene : {std::vector{red, green}, std::vector{green, red}}) {
         const std::array<int, 4> pixel = DrawnOf(scene).At(50, 50);
         EXPECT_NEAR(pixel[0], 0.6 * 255, 1);
@@ -137,24 +137,24 @@ TEST(SplatRenderer, NothingIsWrittenBesideRowsOfALargerPicture) {
 
 TEST(SplatRenderer, WhatIsBehindTheCameraOrNotFiniteIsLeftOut) {
     RawGaussian noColour = WhiteVertex({0, 0, 2}, 0.1F, 0.9F);
-    noColour.colorDc[1] = kNan;
+    noColour.colorDc[1] = kNoNumber;
     RawGaussian endless = WhiteVertex({0, 0, 2}, 0.1F, 0.9F);
     endless.logScale = {1000.0F, 0.0F, 1000.0F};
     RawGaussian noOpacity = WhiteVertex({0, 0, 2}, 0.1F, 0.9F);
-    noOpacity.opacityLogit = kNan;
+    noOpacity.opacityLogit = kNoNumber;
     RawGaussian noScale = WhiteVertex({0, 0, 2}, 0.1F, 0.9F);
-    noScale.logScale[1] = kNan;
+    noScale.logScale[1] = kNoNumber;
     RawGaussian noRotation = WhiteVertex({0, 0, 2}, 0.1F, 0.9F);
-    noRotation.rotation[3] = kInfinity;
-    EXPECT_TRUE(IsBlack(
-        DrawnOf({WhiteVertex({0, 0, -2}, 0.1F, 0.9F), WhiteVertex({0, 0, 0}, 0.1F, 0.9F), noColour,
-                 endless, noOpacity, noScale, noRotation, WhiteVertex({kNan, 0, 2}, 0.1F, 0.9F),
-                 WhiteVertex({0, 0, kNan}, 0.1F, 0.9F), WhiteVertex({0, kInfinity, 2}, 0.1F, 0.9F),
-                 WhiteVertex({0, 0, kInfinity}, 0.1F, 0.9F)})));
+    noRotation.rotation[3] = kEndless;
+    EXPECT_TRUE(IsBlack(DrawnOf(
+        {WhiteVertex({0, 0, -2}, 0.1F, 0.9F), WhiteVertex({0, 0, 0}, 0.1F, 0.9F), noColour, endless,
+         noOpacity, noScale, noRotation, WhiteVertex({kNoNumber, 0, 2}, 0.1F, 0.9F),
+         WhiteVertex({0, 0, kNoNumber}, 0.1F, 0.9F), WhiteVertex({0, kEndless, 2}, 0.1F, 0.9F),
+         WhiteVertex({0, 0, kEndless}, 0.1F, 0.9F)})));
 }
 
 TEST(SplatRenderer, WhatOverflowsOnItsWayToThePictureIsLeftOut) {
-    PinholeCamera camera = SquareCamera();
+    PinholeCamera camera = LevelCamera();
     camera.rows = {{{0.96F, 0, 0.28F}, {0, 1, 0}, {-0.28F, 0, 0.96F}}};
     std::vector<RawGaussian> gaussians;
     for (const float x : {3e38F, -3e38F}) {
@@ -178,7 +178,7 @@ TEST(SplatRenderer, FarAsideOneDoesNotStreakAcrossThePicture) {
 
 TEST(SplatRenderer, FlatOneSeenFromTheSideStaysAPixelWide) {
     RawGaussian flat = WhiteVertex({0.01F, 0.01F, 2}, 0.2F, 0.9F);
-    flat.logScale[0] = -kInfinity;
+    flat.logScale[0] = -kEndless;
     const Canvas picture = DrawnOf({flat});
     EXPECT_GT(picture.At(50, 60)[0], 100);
     EXPECT_EQ(picture.At(53, 50)[0], 0);
@@ -199,10 +199,10 @@ TEST(SplatRenderer, NeedleThroughManyTilesIsWhole) {
 TEST(SplatRenderer, HiddenOnesChangeNothing) {
     std::vector<RawGaussian> wall(300, WhiteVertex({0, 0, 1}, 10.0F, 0.999F));
     const Canvas before = DrawnOf(wall);
-    constexpr float kBlack = -0.5F / 0.28209478F;
+    constexpr float kDark = -0.5F / 0.28209478F;
     for (int i = 0; i < 300; ++i) {
         wall.push_back(WhiteVertex({0, 0, 2}, 10.0F, 0.999F));
-        wall.back().colorDc.fill(kBlack);
+        wall.back().colorDc.fill(kDark);
     }
     EXPECT_EQ(DrawnOf(wall).Bytes(), before.Bytes());
 }
@@ -210,7 +210,7 @@ TEST(SplatRenderer, HiddenOnesChangeNothing) {
 TEST(SplatRenderer, PictureWithoutPixelsIsRefused) {
     SplatRenderer renderer(1);
     for (const int side : {0, -1, kLargestPictureSide + 1}) {
-        PinholeCamera camera = SquareCamera();
+        PinholeCamera camera = LevelCamera();
         camera.width = side;
         EXPECT_THROW(renderer.Draw(PackedScene({}), camera, {}), std::invalid_argument) << side;
     }

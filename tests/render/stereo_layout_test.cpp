@@ -245,10 +245,12 @@ TEST(StereoLayout, WholeSizeGivesEachEyeItsOwn) {
 }
 
 TEST(StereoLayout, EyesOfAnotherSizeAreRefused) {
-    EXPECT_THROW(Combined(StereoLayout::Dubois, Picture(4, 4), Picture(4, 3), 4, 4),
-                 std::invalid_argument);
-    EXPECT_THROW(Combined(StereoLayout::SideBySide, Picture(4, 4), Picture(4, 4), 4, 4),
-                 std::invalid_argument);
+    EXPECT_THROW(
+        static_cast<void>(Combined(StereoLayout::Dubois, Picture(4, 4), Picture(4, 3), 4, 4)),
+        std::invalid_argument);
+    EXPECT_THROW(
+        static_cast<void>(Combined(StereoLayout::SideBySide, Picture(4, 4), Picture(4, 4), 4, 4)),
+        std::invalid_argument);
 }
 
 }  // namespace

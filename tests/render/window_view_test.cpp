@@ -16,7 +16,7 @@ constexpr double kDistance = 3.0561413579872255;  // of (-0.3, 0.5, -3)
 constexpr double kTanOf15Degrees = 0.2679491924311227;
 
 // Where a point falls, in pixels.
-std::array<double, 2> Seen(const PinholeCamera& camera, const std::array<float, 3>& point) {
+std::array<double, 2> SeenAt(const PinholeCamera& camera, const std::array<float, 3>& point) {
     std::array<double, 3> at{};
     for (std::size_t row = 0; row < 3; ++row) {
         for (std::size_t i = 0; i < 3; ++i) {
@@ -31,7 +31,7 @@ std::array<double, 2> Seen(const PinholeCamera& camera, const std::array<float, 
 
 TEST(WindowView, OriginIsInTheMiddle) {
     for (const bool general : {false, true}) {
-        const auto seen = Seen(WindowCamera({.general = general}, kWhole, 1200, 700), {0, 0, 0});
+        const auto seen = SeenAt(WindowCamera({.general = general}, kWhole, 1200, 700), {0, 0, 0});
         EXPECT_NEAR(seen[0], 600, 1e-3);
         EXPECT_NEAR(seen[1], 350, 1e-3);
     }
@@ -40,10 +40,10 @@ TEST(WindowView, OriginIsInTheMiddle) {
 TEST(WindowView, DownInTheSceneIsDownInThePicture) {
     for (const bool general : {false, true}) {
         const PinholeCamera camera = WindowCamera({.general = general}, kWhole, 1200, 700);
-        const auto seen = Seen(camera, {0, 0.1F, 0});
+        const auto seen = SeenAt(camera, {0, 0.1F, 0});
         EXPECT_GT(seen[1], 355);
         EXPECT_NEAR(seen[0], 600, 1e-3);
-        EXPECT_GT(Seen(camera, {0.1F, 0, 0})[0], 605);
+        EXPECT_GT(SeenAt(camera, {0.1F, 0, 0})[0], 605);
     }
 }
 

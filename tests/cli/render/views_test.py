@@ -49,6 +49,18 @@ class OneGaussian(RenderTest):
         self.assertAlmostEqual(row, 300, delta=0.05)
 
 
+class Mirror(RenderTest):
+    def test_mirrored_scene_has_the_mirrored_pair(self):
+        hills = numpy.array(render_scenes.hills(columns=60, rows=45))
+        self.scene.write_bytes(ply(hills))
+        pair = self.draw("--stereo", "sbs")
+        hills[:, 0] *= -1
+        self.scene.write_bytes(ply(hills))
+        # What hides what among equally deep neighbours is up to their order in the file.
+        self.assertLess(abs(self.draw("--stereo", "sbs") - pair[:, ::-1]).mean(), 1)
+        self.assertGreater(abs(self.draw("--stereo", "crossed") - pair[:, ::-1]).mean(), 2)
+
+
 class Comfort(RenderTest):
     """Three small balls in pure colours before a grey wall, the farthest at the wall."""
     NEAR, MIDDLE, WALL = 2.0, 4.0, 8.0
