@@ -65,8 +65,8 @@ PinholeCamera WindowCamera(const WindowView& view, const EyeShape& shape, int wi
     const double level = std::hypot(forward[0], forward[2]);
     const Position right = {forward[2] / level, 0.0, -forward[0] / level};
     const Position down = {forward[1] * right[2] - forward[2] * right[1],
-                         forward[2] * right[0] - forward[0] * right[2],
-                         forward[0] * right[1] - forward[1] * right[0]};
+                           forward[2] * right[0] - forward[0] * right[2],
+                           forward[0] * right[1] - forward[1] * right[0]};
     PinholeCamera camera;
     for (std::size_t i = 0; i < 3; ++i) {
         camera.position[i] = static_cast<float>(from[i]);
