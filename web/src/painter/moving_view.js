@@ -4,13 +4,13 @@ const kLongestFull = 120;
 /** What a pair of a part may take: ten a second, with what it takes to show them. */
 const kLongestPart = 85;
 /** A larger share is taken only where this part of the time would do, so that two do not alternate. */
-const kMargin = 0.8;
+const kMargin = 0.7;
 /** Parts of the Gaussians that a moving view is painted with. */
 const kShares = [1, 0.5, 0.3, 0.2, 0.1, 0.05];
 /** What a picture costs however few Gaussians are painted, as a part of what all of them cost. */
 const kFixedCost = 0.2;
 /** How much a newer time counts. */
-const kWeight = 0.5;
+const kWeight = 0.3;
 
 /**
  * @param {number} share of the Gaussians
