@@ -76,8 +76,8 @@ class Painter {
     }
 
     const std::uint8_t* Paint(int width, int height) {
-        PinholeCamera camera = {view.position, view.rows,    view.focalX, view.focalY,
-                                view.centreX,  view.centreY, width,       height};
+        const PinholeCamera camera = {view.position, view.rows,    view.focalX, view.focalY,
+                                      view.centreX,  view.centreY, width,       height};
         const std::size_t rowBytes = 4 * static_cast<std::size_t>(width);
         pixels_.Reserve(rowBytes * static_cast<std::size_t>(height));
         SplatStyle style;
@@ -85,9 +85,9 @@ class Painter {
         style.byDistance = true;
         style.keepsArea = true;
         style.brightest = 1.0F;
-        style.share = view.share;
-        // The same area as that of all.
-        style.enlargement = 1.0F / std::sqrt(std::clamp(view.share, 0.01F, 1.0F));
+        constexpr float kLeastShare = 0.01F;
+        style.share = view.share < 1.0F ? std::max(view.share, kLeastShare) : 1.0F;
+        style.enlargement = 1.0F / std::sqrt(style.share);  // the same area as that of all
         renderer_.Draw(scene_, camera, {pixels_.data(), rowBytes}, style);
         return pixels_.data();
     }
