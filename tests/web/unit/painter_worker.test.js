@@ -234,10 +234,12 @@ test("ShareIsAboutAsBright", async () => {
 
 test("SceneWithoutRoomIsRefusedAndTheNextOneIsNot", async () => {
     const painter = new PainterWorker();
-    painter.tell("begin", { count: 2 ** 28, encoding: {}, shDegree: 3 });
-    painter.tell("append", { words: Uint32Array.from(packed()), harmonics: [] });
-    await assert.rejects(painter.ask("finish"), /^Error: There is not enough memory$/);
-    await assert.rejects(painter.ask("paint", view()), /not enough memory/);
+    for (const count of [2 ** 25, 2 ** 25 + 1, 2 ** 27, 2 ** 28, 2 ** 29 + 1, 2 ** 32 - 1]) {
+        painter.tell("begin", { count, encoding: {}, shDegree: 3 });
+        painter.tell("append", { words: Uint32Array.from(packed()), harmonics: [] });
+        await assert.rejects(painter.ask("finish"), /^Error: There is not enough memory$/);
+        await assert.rejects(painter.ask("paint", view()), /not enough memory/);
+    }
     await painter.show(Uint32Array.from(packed()));
     assert.ok(!isBlack(await painter.ask("paint", view())));
 });
