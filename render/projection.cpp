@@ -50,10 +50,6 @@ HWY_INLINE Ints FadedOpacity(Ints opacity, const Footprint& footprint) {
     return hn::NearestInt(Clamped(units, 0.0F, 65535.0F));
 }
 
-HWY_INLINE Floats Length(const Vector3& v) {
-    return hn::Sqrt(hn::MulAdd(v.x, v.x, hn::MulAdd(v.y, v.y, hn::Mul(v.z, v.z))));
-}
-
 HWY_INLINE void ProjectVector(const GaussianPlanes& planes, const PinholeCamera& camera,
                               const SplatStyle& style, const Projection& projection,
                               std::size_t from, const ProjectedPiece& piece, std::size_t to) {
@@ -94,7 +90,7 @@ HWY_INLINE void ProjectVector(const GaussianPlanes& planes, const PinholeCamera&
     } else if (style.keepsArea) {
         blueAndOpacity = Pair(blueOpacity, opacity);
     }
-    const Floats farness = style.byDistance ? Length(point) : point.z;
+    const Floats farness = style.byDistance ? hn::Sqrt(Dot(point, point)) : point.z;
     const Floats across = hn::Mul(Set(kHalfLog2e), hn::Div(footprint.yy, footprint.determinant));
     const Floats perYy = hn::Div(Set(1.0F), footprint.yy);
     hn::StoreInterleaved4(footprint.x, footprint.y, across, hn::Neg(hn::Mul(footprint.xy, perYy)),

@@ -29,7 +29,7 @@ struct SplatLook {
     float down;              // per pixel squared; positive
     std::uint32_t redGreen;  // as in Plane::RedGreen
     std::uint32_t blueOpacity;
-    float depth;  // positive
+    float depth;  // or the distance from the camera, as the style says; positive
 };
 
 // Neighbouring tiles of a row or a column of tiles, the last one included.

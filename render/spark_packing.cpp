@@ -19,7 +19,7 @@ std::uint32_t ByteOf(std::uint32_t word, int place) {
 std::uint16_t Units(float value, float unit) {
     constexpr float kMost = 65535.0F;
     const float units = value / unit;
-    return units > 0.0F ? static_cast<std::uint16_t>(std::min(units, kMost) + 0.5F) : 0;
+    return units > 0.0F ? static_cast<std::uint16_t>(std::lround(std::min(units, kMost))) : 0;
 }
 
 // From the 15 bits below the sign.
@@ -124,12 +124,13 @@ SparkUnpacker::SparkUnpacker(const SparkEncoding& encoding) {
     }
     for (std::size_t degree = 0; degree < harmonics_.size(); ++degree) {
         const auto [least, most] = encoding.harmonics[degree];
-        const std::int32_t end = std::int32_t{1} << kHarmonicsBits[degree];
-        const float half = 0.5F * (most - least) / static_cast<float>(end / 2 - 1);
-        for (std::int32_t i = 0; i < end; ++i) {
-            const std::int32_t number = i < end / 2 ? i : i - end;
-            harmonics_[degree][static_cast<std::size_t>(i)] =
-                HalfOfFloat(0.5F * (most + least) + static_cast<float>(number) * half);
+        const std::int32_t largest = (std::int32_t{1} << (kHarmonicsBits[degree] - 1U)) - 1;
+        const float middle = 0.5F * (most + least);
+        const float unit = 0.5F * (most - least) / static_cast<float>(largest);
+        for (std::int32_t number = -largest - 1; number <= largest; ++number) {
+            const auto bits = static_cast<std::uint32_t>(number) &
+                              (2U * static_cast<std::uint32_t>(largest) + 1U);
+            harmonics_[degree][bits] = HalfOfFloat(middle + static_cast<float>(number) * unit);
         }
     }
 }

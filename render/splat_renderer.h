@@ -35,7 +35,8 @@ class SplatRenderer {
     SplatRenderer& operator=(const SplatRenderer&) = delete;
 
     // Draws `scene` as `camera` sees it, nearer Gaussians before farther ones by the depth of their
-    // centres and, of equal depth, those first in the scene first. For formulas and their sources
+    // centres (or their distance, see SplatStyle) and, of equal depth, those first in the scene
+    // first. For formulas and their sources
     // see projection.h and tile_blending.h. The bytes do not depend on the number of threads.
     // Throws std::invalid_argument for a picture of no or too large a size, and std::bad_alloc.
     void Draw(const GaussianScene& scene, const PinholeCamera& camera, const PixelTarget& target,

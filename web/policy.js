@@ -40,10 +40,10 @@ const kNowhereElse = { "base-uri": ["'none'"], "form-action": ["'none'"] };
 export function withViewerPolicy(page) {
     return filledIn(page, {
         "default-src": ["'none'"],
-        // The files beside the page, and what Spark sorts with.
+        // The files beside the page, and what Spark sorts with and our painters paint with.
         "script-src": ["file:", ...hashes(page, "script"), "'wasm-unsafe-eval'"],
         "style-src": hashes(page, "style"),
-        // Spark has its workers' text in its own.
+        // Spark has its workers' text, and our painters', in its own.
         "worker-src": ["blob:"],
         // The scenes, and the bytes of Spark's WebAssembly, which are in its text, too.
         "connect-src": ["file:", "data:"],

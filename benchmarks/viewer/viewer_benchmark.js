@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 /**
- * Measures the viewer page: node benchmarks/viewer/viewer_benchmark.js FOLDER [FRAMES] [SIDE]
+ * Measures the viewer page with Spark as its painter:
+ * node benchmarks/viewer/viewer_benchmark.js FOLDER [FRAMES] [SIDE]
  * FOLDER holds the five built files; FRAMES is how many frames each figure is the median of; SIDE
  * makes the scene smaller than the program's own (768) for a machine without a graphics card.
  * Both sides of a comparison run alternately in one process, so a busy machine slows both.
@@ -188,7 +189,7 @@ const browser = await chromium.launch({
 try {
     await writeScene(sceneFile, side);
     console.log(`${countOf(side)} Gaussians, ${kSize.width} x ${kSize.height}, ${frames} frames`);
-    const page = await open(browser, `${folderUrl}/gaus3d.html?mode=0&nst=1&openFile=${sceneFile}`);
+    const page = await open(browser, `${folderUrl}/gaus3d.html?painter=gpu&mode=0&nst=1&openFile=${sceneFile}`);
     await settle(page);
     await tellLoad(page);
     await tellMemory(page, "first file");

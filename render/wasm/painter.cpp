@@ -8,6 +8,7 @@
 #include <span>
 
 #include "render/aligned_array.h"
+#include "render/failures.h"
 #include "render/gaussian_scene.h"
 #include "render/pinhole_camera.h"
 #include "render/spark_packing.h"
@@ -20,6 +21,11 @@ namespace vistrel {
 namespace {
 
 constexpr std::size_t kDegrees = kMostHarmonicsDegree;
+
+// Addresses have 32 bits. Of larger scenes the harmonics alone would take all of them, and of
+// larger pictures the pixels a quarter.
+constexpr std::size_t kMostAddressable = std::size_t{1} << 25U;
+constexpr std::int64_t kMostPixels = std::int64_t{1} << 28U;
 
 // Words of the next Gaussians, as many as a share is taken of.
 using GaussianWords = std::array<std::uint32_t, kSparkWords * kShareBlock>;
@@ -76,8 +82,9 @@ class Painter {
     }
 
     const std::uint8_t* Paint(int width, int height) {
-        PinholeCamera camera = {view.position, view.rows,    view.focalX, view.focalY,
-                                view.centreX,  view.centreY, width,       height};
+        const PinholeCamera camera = {view.position, view.rows,    view.focalX, view.focalY,
+                                      view.centreX,  view.centreY, width,       height};
+        if (std::int64_t{width} * height > kMostPixels) FailForMemory();
         const std::size_t rowBytes = 4 * static_cast<std::size_t>(width);
         pixels_.Reserve(rowBytes * static_cast<std::size_t>(height));
         SplatStyle style;
@@ -85,9 +92,9 @@ class Painter {
         style.byDistance = true;
         style.keepsArea = true;
         style.brightest = 1.0F;
-        style.share = view.share;
-        // The same area as that of all.
-        style.enlargement = 1.0F / std::sqrt(std::clamp(view.share, 0.01F, 1.0F));
+        constexpr float kLeastShare = 0.01F;
+        style.share = view.share < 1.0F ? std::max(view.share, kLeastShare) : 1.0F;
+        style.enlargement = 1.0F / std::sqrt(style.share);  // the same area as that of all
         renderer_.Draw(scene_, camera, {pixels_.data(), rowBytes}, style);
         return pixels_.data();
     }
@@ -137,6 +144,7 @@ VISTREL_EXPORT(view) View* ViewPlace() {
 
 // Makes room for a scene, once for each instance of the module.
 VISTREL_EXPORT(begin) void Begin(std::size_t count, int degree) {
+    if (count > kMostAddressable) FailForMemory();
     painter = new Painter(count, degree);
 }
 

@@ -27,19 +27,21 @@ async function loseAndComeBack(page) {
     await page.rest();
 }
 
-test("SceneComesBackInItsViewAfterALostContext", async () => {
-    const page = await browser.open({ query: kQuery });
-    await page.call("ChgstFromNative", 3);
-    await page.call("SetFocusFromNative", 20, 60);
-    await page.call("PanmoveFromNative", 0, 0, 0);
-    await page.call("PanmoveFromNative", 30, 10, 1);
-    const [view, picture] = [await page.currentView(), await page.screenshot()];
-    await loseAndComeBack(page);
-    assert.deepEqual(await page.currentView(), view);
-    assert.ok((await page.screenshot()).equals(picture));
-    assert.deepEqual(page.reports.filter((report) => report.startsWith("Cannot")), []);
-    await page.close();
-});
+for (const painter of /** @type {const} */ (["gpu", "cpu"])) {
+    test(`SceneComesBackInItsViewAfterALostContext ${painter}`, async () => {
+        const page = await browser.open({ query: `painter=${painter}&${kQuery}` });
+        await page.call("ChgstFromNative", 3);
+        await page.call("SetFocusFromNative", 20, 60);
+        await page.call("PanmoveFromNative", 0, 0, 0);
+        await page.call("PanmoveFromNative", 30, 10, 1);
+        const [view, picture] = [await page.currentView(), await page.screenshot()];
+        await loseAndComeBack(page);
+        assert.deepEqual(await page.currentView(), view);
+        assert.ok((await page.screenshot()).equals(picture));
+        assert.deepEqual(page.reports.filter((report) => report.startsWith("Cannot")), []);
+        await page.close();
+    });
+}
 
 test("ContextThatIsLostAgainAndAgainIsGivenUp", async () => {
     const page = await browser.open({ query: kQuery });

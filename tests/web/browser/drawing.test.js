@@ -30,6 +30,9 @@ const scene = await browser.file(
     ]),
 );
 const kQuery = `mode=0&nst=1&openFile=${scene}`;
+/** Where the test is about what Spark is asked for. */
+const kSparkQuery = `painter=gpu&${kQuery}`;
+const kPainters = /** @type {const} */ (["gpu", "cpu"]);
 
 /**
  * Turns the view by a drag.
@@ -42,14 +45,16 @@ async function drag(page, points) {
     }
 }
 
-test("NothingIsDrawnOrSortedWhileNothingChanges", async () => {
-    const page = await browser.open({ query: kQuery });
-    const before = await page.watch();
-    // Each makes the display show frames, whether or not the page draws any.
-    for (let i = 0; i < 5; ++i) await page.screenshot();
-    assert.deepEqual(await page.watch(), before);
-    await page.close();
-});
+for (const painter of kPainters) {
+    test(`NothingIsDrawnOrSortedWhileNothingChanges ${painter}`, async () => {
+        const page = await browser.open({ query: `painter=${painter}&${kQuery}` });
+        const before = await page.watch();
+        // Each makes the display show frames, whether or not the page draws any.
+        for (let i = 0; i < 5; ++i) await page.screenshot();
+        assert.deepEqual(await page.watch(), before);
+        await page.close();
+    });
+}
 
 // The controls compute the camera anew for every frame, from angles, and round.
 test("StillViewIsSortedForOnceHoweverItIsRounded", async () => {
@@ -60,7 +65,7 @@ test("StillViewIsSortedForOnceHoweverItIsRounded", async () => {
         [0.1, 0.3, 0.7],
     ]) {
         const saved = JSON.stringify({ position, target: [0.1, 0.2, 0.3], fov: 30 });
-        const query = `mode=1&openFile=${scene}`;
+        const query = `painter=gpu&mode=1&openFile=${scene}`;
         const page = await browser.open({ query, saved, width: 64, height: 48 });
         assert.equal((await page.watch()).sorts, 1, `${position}`);
         await page.close();
@@ -68,7 +73,7 @@ test("StillViewIsSortedForOnceHoweverItIsRounded", async () => {
 });
 
 test("LoadDrawsItsBudgetAndRests", async () => {
-    const page = await browser.open({ query: kQuery });
+    const page = await browser.open({ query: kSparkQuery });
     const { frames, eyes } = await page.watch();
     // 300, the frame that finds the budget spent, and up to two for Gaussians that come later.
     assert.ok(frames >= 301 && frames <= 303, `${frames}`);
@@ -77,7 +82,7 @@ test("LoadDrawsItsBudgetAndRests", async () => {
 });
 
 test("ChangesDrawTenFramesOfTwoEyes", async () => {
-    const page = await browser.open({ query: kQuery });
+    const page = await browser.open({ query: kSparkQuery });
     const calls = /** @type {const} */ ([
         ["ChgstFromNative", 2],
         ["SwapFromNative", true],
@@ -94,7 +99,7 @@ test("ChangesDrawTenFramesOfTwoEyes", async () => {
 });
 
 test("ResizeDrawsAHundredFrames", async () => {
-    const page = await browser.open({ query: kQuery });
+    const page = await browser.open({ query: kSparkQuery });
     const before = await page.watch();
     await page.page.evaluate(() => void window.dispatchEvent(new Event("resize")));
     await page.rest();
@@ -103,7 +108,7 @@ test("ResizeDrawsAHundredFrames", async () => {
 });
 
 test("FocusSwapAndModeNeedNoSort", async () => {
-    const page = await browser.open({ query: kQuery });
+    const page = await browser.open({ query: kSparkQuery });
     const { sorts } = await page.watch();
     await page.call("SetFocusFromNative", 20, 30);
     await page.call("SwapFromNative", true);
@@ -113,7 +118,7 @@ test("FocusSwapAndModeNeedNoSort", async () => {
 });
 
 test("MovedViewIsSortedAndShownWithItsOwnOrder", async () => {
-    const page = await browser.open({ query: kQuery });
+    const page = await browser.open({ query: kSparkQuery });
     const before = await page.watch();
     await drag(page, [[100, 75], [140, 80]]);
     const after = await page.watch();
@@ -121,76 +126,86 @@ test("MovedViewIsSortedAndShownWithItsOwnOrder", async () => {
     await page.close();
 });
 
-test("PictureAtRestIsTheSameTwice", async () => {
-    const page = await browser.open({ query: kQuery });
-    await drag(page, [[100, 75], [160, 90]]);
-    const first = await page.page.screenshot();
-    await page.call("SwapFromNative", false);
-    assert.deepEqual(await page.page.screenshot(), first);
-    await page.close();
-});
+for (const painter of kPainters) {
+    test(`PictureAtRestIsTheSameTwice ${painter}`, async () => {
+        const page = await browser.open({ query: `painter=${painter}&${kQuery}` });
+        await drag(page, [[100, 75], [160, 90]]);
+        const first = await page.page.screenshot();
+        await page.call("SwapFromNative", false);
+        assert.deepEqual(await page.page.screenshot(), first);
+        await page.close();
+    });
+}
 
-test("OrderDependsOnTheViewAndNotOnTheWayToIt", async () => {
-    const saved = JSON.stringify({ position: [-2.4, 0.3, 1.9], target: [0, 0, 0], fov: 30 });
-    const query = `mode=0&openFile=${scene}`;
-    const straight = await browser.open({ query, saved });
-    const expected = await straight.page.screenshot();
-    await straight.close();
-    // Round about by steps so small that each by itself could keep the old order.
-    const page = await browser.open({ query, saved });
-    const steps = [0, 150, 149.5, 149, 80, 79.5, 30, 0.5, 0].map((x) => [x, 75]);
-    await drag(page, steps);
-    const found = await page.page.screenshot();
-    assert.ok(found.equals(expected));
-    await page.close();
-});
+for (const painter of kPainters) {
+    test(`OrderDependsOnTheViewAndNotOnTheWayToIt ${painter}`, async () => {
+        const saved = JSON.stringify({ position: [-2.4, 0.3, 1.9], target: [0, 0, 0], fov: 30 });
+        const query = `painter=${painter}&mode=0&openFile=${scene}`;
+        const straight = await browser.open({ query, saved });
+        const expected = await straight.page.screenshot();
+        await straight.close();
+        // Round about by steps so small that each by itself could keep the old order.
+        const page = await browser.open({ query, saved });
+        const steps = [0, 150, 149.5, 149, 80, 79.5, 30, 0.5, 0].map((x) => [x, 75]);
+        await drag(page, steps);
+        const found = await page.page.screenshot();
+        assert.ok(found.equals(expected));
+        await page.close();
+    });
+}
 
-test("FrontGaussianHidesTheOtherInBothEyes", async () => {
-    for (const [z, front, back] of [
-        [-3, 0, 2],
-        [3, 2, 0],
-    ]) {
-        const saved = JSON.stringify({ position: [0, 0.01, z], target: [0, 0, 0], fov: 30 });
+for (const painter of kPainters) {
+    test(`FrontGaussianHidesTheOtherInBothEyes ${painter}`, async () => {
+        for (const [z, front, back] of [
+            [-3, 0, 2],
+            [3, 2, 0],
+        ]) {
+            const saved = JSON.stringify({ position: [0, 0.01, z], target: [0, 0, 0], fov: 30 });
+            const plain = await browser.file(
+                "two.ply",
+                plyFile([
+                    { center: [0, 0, 0.8], scale: 0.3, color: [0, 0, 1] },
+                    { center: [0, 0, -0.8], scale: 0.3, color: [1, 0, 0] },
+                ]),
+            );
+            const query = `painter=${painter}&mode=0&openFile=${plain}`;
+            const page = await browser.open({ query, saved });
+            await page.call("SetFocusFromNative", 0, 0);
+            const picture = await page.picture();
+            for (const x of [50, 150]) {
+                const pixel = picture.at(x, 75);
+                assert.ok(pixel[front] > 200, `${z}: ${pixel}`);
+                assert.ok(pixel[back] < 50, `${z}: ${pixel}`);
+            }
+            await page.close();
+        }
+    });
+}
+
+for (const painter of kPainters) {
+    test(`OrderForBothEyesFollowsTheView ${painter}`, async () => {
+        // The view is turned from one side to the other by the page's own controls.
         const plain = await browser.file(
-            "two.ply",
+            "turn.ply",
             plyFile([
                 { center: [0, 0, 0.8], scale: 0.3, color: [0, 0, 1] },
                 { center: [0, 0, -0.8], scale: 0.3, color: [1, 0, 0] },
             ]),
         );
-        const page = await browser.open({ query: `mode=0&openFile=${plain}`, saved });
+        const query = `painter=${painter}&mode=1&nst=1&openFile=${plain}`;
+        const page = await browser.open({ query });
         await page.call("SetFocusFromNative", 0, 0);
+        assert.ok((await page.picture()).at(50, 75)[0] > 150);
+        await drag(page, [[0, 75], [150, 75]]); // half a turn is the height over the rotate speed
         const picture = await page.picture();
-        for (const x of [50, 150]) {
-            const pixel = picture.at(x, 75);
-            assert.ok(pixel[front] > 200, `${z}: ${pixel}`);
-            assert.ok(pixel[back] < 50, `${z}: ${pixel}`);
-        }
+        assert.ok(picture.at(50, 75)[2] > 150);
+        assert.ok(picture.at(150, 75)[2] > 150);
         await page.close();
-    }
-});
-
-test("OrderForBothEyesFollowsTheView", async () => {
-    // The view is turned from one side to the other by the page's own controls.
-    const plain = await browser.file(
-        "turn.ply",
-        plyFile([
-            { center: [0, 0, 0.8], scale: 0.3, color: [0, 0, 1] },
-            { center: [0, 0, -0.8], scale: 0.3, color: [1, 0, 0] },
-        ]),
-    );
-    const page = await browser.open({ query: `mode=1&nst=1&openFile=${plain}` });
-    await page.call("SetFocusFromNative", 0, 0);
-    assert.ok((await page.picture()).at(50, 75)[0] > 150);
-    await drag(page, [[0, 75], [150, 75]]); // half a turn is the height over the rotate speed
-    const picture = await page.picture();
-    assert.ok(picture.at(50, 75)[2] > 150);
-    assert.ok(picture.at(150, 75)[2] > 150);
-    await page.close();
-});
+    });
+}
 
 test("ThousandModeChangesHoldNoMoreThanTwoRounds", async () => {
-    const page = await browser.open({ query: kQuery, width: 64, height: 48 });
+    const page = await browser.open({ query: kSparkQuery, width: 64, height: 48 });
     const modes = kStereoModes.length;
     const change = (/** @type {number} */ rounds) =>
         page.page.evaluate(async ([times, modes]) => {
@@ -217,22 +232,24 @@ test("ThousandModeChangesHoldNoMoreThanTwoRounds", async () => {
     await page.close();
 });
 
-test("ViewDependentColoursFollowTheView", async () => {
-    const file = await browser.file(
-        "harmonics.ply",
-        plyFile([{ center: [0, 0, 0], scale: 0.4, color: [0.5, 0.5, 0.5] }], { degree: 1 }),
-    );
-    /** @type {number[]} */
-    const reds = [];
-    for (const y of [-2, 2]) {
-        const saved = JSON.stringify({ position: [0, y, -2], target: [0, 0, 0], zoom: 1 });
-        const query = `mode=1&openFile=${file}`;
-        const page = await browser.open({ query, saved, width: 64, height: 48 });
-        const picture = await page.picture();
-        const [left, right] = [picture.at(16, 24)[0], picture.at(48, 24)[0]];
-        reds.push(left);
-        assert.ok(Math.abs(left - right) < 12, `${left} ${right}`);
-        await page.close();
-    }
-    assert.ok(Math.abs(reds[0] - reds[1]) > 40, `${reds}`);
-});
+for (const painter of kPainters) {
+    test(`ViewDependentColoursFollowTheView ${painter}`, async () => {
+        const file = await browser.file(
+            "harmonics.ply",
+            plyFile([{ center: [0, 0, 0], scale: 0.4, color: [0.5, 0.5, 0.5] }], { degree: 1 }),
+        );
+        /** @type {number[]} */
+        const reds = [];
+        for (const y of [-2, 2]) {
+            const saved = JSON.stringify({ position: [0, y, -2], target: [0, 0, 0], zoom: 1 });
+            const query = `painter=${painter}&mode=1&openFile=${file}`;
+            const page = await browser.open({ query, saved, width: 64, height: 48 });
+            const picture = await page.picture();
+            const [left, right] = [picture.at(16, 24)[0], picture.at(48, 24)[0]];
+            reds.push(left);
+            assert.ok(Math.abs(left - right) < 12, `${left} ${right}`);
+            await page.close();
+        }
+        assert.ok(Math.abs(reds[0] - reds[1]) > 40, `${reds}`);
+    });
+}

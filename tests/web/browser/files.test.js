@@ -163,18 +163,20 @@ test("FileWithoutGaussiansShowsNothing", async () => {
     await page.close();
 });
 
-test("SecondFileTakesThePlaceOfTheFirst", async () => {
-    const second = await browser.file(
-        "second.ply",
-        plyFile([{ center: [0, 0, 0], scale: 0.1, color: [0, 1, 0] }]),
-    );
-    const page = await browser.open({ query: `${kQuery}&openFile=${good}` });
-    await page.call("FileFromNative", second);
-    const picture = await page.picture();
-    assert.equal(centreOf(picture, 0).sum, 0);
-    assert.ok(centreOf(picture, 1).sum > 0);
-    await page.close();
-});
+for (const painter of /** @type {const} */ (["gpu", "cpu"])) {
+    test(`SecondFileTakesThePlaceOfTheFirst ${painter}`, async () => {
+        const second = await browser.file(
+            "second.ply",
+            plyFile([{ center: [0, 0, 0], scale: 0.1, color: [0, 1, 0] }]),
+        );
+        const page = await browser.open({ query: `painter=${painter}&${kQuery}&openFile=${good}` });
+        await page.call("FileFromNative", second);
+        const picture = await page.picture();
+        assert.equal(centreOf(picture, 0).sum, 0);
+        assert.ok(centreOf(picture, 1).sum > 0);
+        await page.close();
+    });
+}
 
 test("LaterOfTwoFilesIsShown", async () => {
     const second = await browser.file(
@@ -195,26 +197,32 @@ test("LaterOfTwoFilesIsShown", async () => {
     await page.close();
 });
 
-test("ManyFilesHoldNoMoreThanAFew", async () => {
-    const page = await browser.open({ query: `${kQuery}&openFile=${good}`, width: 64, height: 48 });
-    for (let i = 0; i < 3; ++i) await page.call("FileFromNative", good);
-    const { objects } = await page.watch();
-    for (let i = 0; i < 12; ++i) await page.call("FileFromNative", good);
-    assert.deepEqual((await page.watch()).objects, objects);
-    assert.ok(centreOf(await page.picture(), 0).sum > 0);
-    await page.close();
-});
+for (const painter of /** @type {const} */ (["gpu", "cpu"])) {
+    test(`ManyFilesHoldNoMoreThanAFew ${painter}`, async () => {
+        const query = `painter=${painter}&${kQuery}&openFile=${good}`;
+        const page = await browser.open({ query, width: 64, height: 48 });
+        for (let i = 0; i < 3; ++i) await page.call("FileFromNative", good);
+        const { objects } = await page.watch();
+        for (let i = 0; i < 12; ++i) await page.call("FileFromNative", good);
+        assert.deepEqual((await page.watch()).objects, objects);
+        assert.ok(centreOf(await page.picture(), 0).sum > 0);
+        await page.close();
+    });
+}
 
-test("ReplacedFilesAreLetGo", async () => {
-    const page = await browser.open({ query: `${kQuery}&openFile=${good}`, width: 64, height: 48 });
-    for (let i = 0; i < 2; ++i) await page.call("FileFromNative", good);
-    const before = await heldBytes(page.page);
-    for (let i = 0; i < 12; ++i) await page.call("FileFromNative", good);
-    // The least that Spark holds for a file is 2048 Gaussians of 16 bytes.
-    const growth = (await heldBytes(page.page)) - before;
-    assert.ok(growth < 2 * 2048 * 16, `${growth}`);
-    await page.close();
-});
+for (const painter of /** @type {const} */ (["gpu", "cpu"])) {
+    test(`ReplacedFilesAreLetGo ${painter}`, async () => {
+        const query = `painter=${painter}&${kQuery}&openFile=${good}`;
+        const page = await browser.open({ query, width: 64, height: 48 });
+        for (let i = 0; i < 2; ++i) await page.call("FileFromNative", good);
+        const before = await heldBytes(page.page);
+        for (let i = 0; i < 12; ++i) await page.call("FileFromNative", good);
+        // The least that Spark holds for a file is 2048 Gaussians of 16 bytes.
+        const growth = (await heldBytes(page.page)) - before;
+        assert.ok(growth < 2 * 2048 * 16, `${growth}`);
+        await page.close();
+    });
+}
 
 test("MissingFileIsReported", async () => {
     const page = await browser.open({ query: `${kQuery}&openFile=/nowhere/a.ply` });

@@ -40,12 +40,17 @@ test("NothingThatThePageDoesIsRefused", async () => {
         ["a.spz", spzFile(gaussians)],
         ["a.ksplat", ksplatFile(gaussians)],
     ]);
-    for (const [name, bytes] of files) {
-        await page.go(`mode=0&nst=1&openFile=${await browser.file(name, bytes)}`);
+    const painters = /** @type {const} */ (["gpu", "cpu"]);
+    for (const [name, bytes, painter] of files.flatMap((file) =>
+        painters.map((painter) => /** @type {const} */ ([...file, painter])),
+    )) {
+        const file = await browser.file(name, bytes);
+        await page.go(`painter=${painter}&mode=0&nst=1&openFile=${file}`);
         for (const mode of kStereoModes.keys()) {
             await page.call("ChgstFromNative", mode);
             await page.call("SetFocusFromNative", mode, 30);
-            assert.equal(await page.evaluate("SceneStateFromNative()"), "shown", `${name} ${mode}`);
+            const state = await page.evaluate("SceneStateFromNative()");
+            assert.equal(state, "shown", `${name} ${painter} ${mode}`);
         }
         assert.deepEqual((await page.watch()).refused, [], name);
     }

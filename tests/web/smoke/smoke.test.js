@@ -57,36 +57,42 @@ function assertPoints(picture, view = {}) {
     }
 }
 
-test("EveryFormatIsShownWhereItBelongs", async () => {
-    const files = /** @type {const} */ ([
-        ["a.ply", plyFile(kGaussians, { camera: true })],
-        ["A.PLY", plyFile(kGaussians)],
-        ["a.splat", splatFile(kGaussians)],
-        ["a.spz", spzFile(kGaussians)],
-        ["a.ksplat", ksplatFile(kGaussians)],
-    ]);
-    for (const [name, bytes] of files) {
-        const file = await browser.file(name, bytes);
-        const page = await browser.open({ query: `nreso=1&mode=0&nst=1&openFile=${file}` });
-        assert.deepEqual(page.reports, [], name);
-        assertPoints(await page.picture());
-        await page.close();
-    }
-});
+for (const painter of /** @type {const} */ (["gpu", "cpu"])) {
+    test(`EveryFormatIsShownWhereItBelongs ${painter}`, async () => {
+        const files = /** @type {const} */ ([
+            ["a.ply", plyFile(kGaussians, { camera: true })],
+            ["A.PLY", plyFile(kGaussians)],
+            ["a.splat", splatFile(kGaussians)],
+            ["a.spz", spzFile(kGaussians)],
+            ["a.ksplat", ksplatFile(kGaussians)],
+        ]);
+        for (const [name, bytes] of files) {
+            const file = await browser.file(name, bytes);
+            const query = `painter=${painter}&mode=0&nst=1&openFile=${file}`;
+            const page = await browser.open({ query });
+            assert.deepEqual(page.reports, [], name);
+            assertPoints(await page.picture());
+            await page.close();
+        }
+    });
+}
 
-test("ModesAreComputedFromBothEyes", async () => {
-    const page = await browser.open({ query: `mode=0&nst=1&openFile=${good}` });
-    const { left, right } = await eyesOf(page);
-    await page.call("ChgstFromNative", kMode.dubois);
-    assertPicture(await page.picture(), combined(kMatrices.dubois, left, right), 1);
-    await page.call("ChgstFromNative", kMode.grey);
-    assertPicture(await page.picture(), combined(kMatrices.grey, left, right), 1);
-    await page.call("ChgstFromNative", kMode.interlaced);
-    assertPicture(await page.picture(), alternating(left, right, 150), 0);
-    await page.call("SwapFromNative", true);
-    assertPicture(await page.picture(), alternating(right, left, 150), 0);
-    await page.close();
-});
+for (const painter of /** @type {const} */ (["gpu", "cpu"])) {
+    test(`ModesAreComputedFromBothEyes ${painter}`, async () => {
+        const query = `painter=${painter}&mode=0&nst=1&openFile=${good}`;
+        const page = await browser.open({ query });
+        const { left, right } = await eyesOf(page);
+        await page.call("ChgstFromNative", kMode.dubois);
+        assertPicture(await page.picture(), combined(kMatrices.dubois, left, right), 1);
+        await page.call("ChgstFromNative", kMode.grey);
+        assertPicture(await page.picture(), combined(kMatrices.grey, left, right), 1);
+        await page.call("ChgstFromNative", kMode.interlaced);
+        assertPicture(await page.picture(), alternating(left, right, 150), 0);
+        await page.call("SwapFromNative", true);
+        assertPicture(await page.picture(), alternating(right, left, 150), 0);
+        await page.close();
+    });
+}
 
 test("FocusAndDepthMoveTheEyes", async () => {
     const page = await browser.open({ query: `mode=0&nst=1&openFile=${good}` });
@@ -96,7 +102,7 @@ test("FocusAndDepthMoveTheEyes", async () => {
 });
 
 test("NothingIsDrawnAtRest", async () => {
-    const page = await browser.open({ query: `mode=0&nst=1&openFile=${good}` });
+    const page = await browser.open({ query: `painter=gpu&mode=0&nst=1&openFile=${good}` });
     const before = await page.watch();
     await page.screenshot();
     assert.deepEqual(await page.watch(), before);
@@ -114,15 +120,19 @@ test("ViewSurvivesTheNextStart", async () => {
     await page.close();
 });
 
-test("BrokenFileLeavesThePageAlive", async () => {
-    const page = await browser.open({ query: `mode=0&nst=1&openFile=${good}` });
-    await page.call("FileFromNative", await browser.file("bad.ply", "ply, but no more than that"));
-    assert.equal(page.reports.length, 1);
-    assert.equal(centreOf(await page.picture(), 0).sum, 0);
-    await page.call("FileFromNative", good);
-    assertPoints(await page.picture());
-    await page.close();
-});
+for (const painter of /** @type {const} */ (["gpu", "cpu"])) {
+    test(`BrokenFileLeavesThePageAlive ${painter}`, async () => {
+        const query = `painter=${painter}&mode=0&nst=1&openFile=${good}`;
+        const page = await browser.open({ query });
+        const bad = await browser.file("bad.ply", "ply, but no more than that");
+        await page.call("FileFromNative", bad);
+        assert.equal(page.reports.length, 1);
+        assert.equal(centreOf(await page.picture(), 0).sum, 0);
+        await page.call("FileFromNative", good);
+        assertPoints(await page.picture());
+        await page.close();
+    });
+}
 
 test("OtherNamesAreRefused", async () => {
     const page = await browser.open({ query: "mode=0" });
@@ -131,20 +141,22 @@ test("OtherNamesAreRefused", async () => {
     await page.close();
 });
 
-test("PageTellsWhenTheSceneIsShown", async () => {
-    const state = "SceneStateFromNative()";
-    const page = await browser.open({ query: "mode=0" });
-    assert.equal(await page.evaluate(state), "empty");
-    await page.go(`mode=0&nst=1&openFile=${good}`);
-    assert.equal(await page.evaluate(state), "shown");
-    const afterChange = "SetFocusFromNative(20, 36), SwapFromNative(true), SceneStateFromNative()";
-    assert.match(await page.evaluate(afterChange), /^(busy|shown)$/);
-    await page.rest();
-    assert.equal(await page.evaluate(state), "shown");
-    await page.go(`mode=0&nst=1&openFile=${good}.none.ply`);
-    assert.equal(await page.evaluate(state), "failed");
-    const bad = await browser.file("worse.ply", "ply, but no more than that");
-    await page.go(`mode=0&nst=1&openFile=${bad}`);
-    assert.equal(await page.evaluate(state), "failed");
-    await page.close();
-});
+for (const painter of /** @type {const} */ (["gpu", "cpu"])) {
+    test(`PageTellsWhenTheSceneIsShown ${painter}`, async () => {
+        const state = "SceneStateFromNative()";
+        const page = await browser.open({ query: "mode=0" });
+        assert.equal(await page.evaluate(state), "empty");
+        await page.go(`painter=${painter}&mode=0&nst=1&openFile=${good}`);
+        assert.equal(await page.evaluate(state), "shown");
+        const change = "SetFocusFromNative(20, 36), SwapFromNative(true)";
+        assert.match(await page.evaluate(`${change}, ${state}`), /^(busy|shown)$/);
+        await page.rest();
+        assert.equal(await page.evaluate(state), "shown");
+        await page.go(`painter=${painter}&mode=0&nst=1&openFile=${good}.none.ply`);
+        assert.equal(await page.evaluate(state), "failed");
+        const bad = await browser.file("worse.ply", "ply, but no more than that");
+        await page.go(`painter=${painter}&mode=0&nst=1&openFile=${bad}`);
+        assert.equal(await page.evaluate(state), "failed");
+        await page.close();
+    });
+}

@@ -36,7 +36,7 @@ export async function startQt() {
     return browser;
 }
 
-class QtBrowser {
+export class QtBrowser {
     #folder;
     /** @type {QtPage[]} */
     #pages = [];
@@ -63,11 +63,20 @@ class QtBrowser {
      * @returns {Promise<QtPage>}
      */
     async open({ query = "", width = 200, height = 150 } = {}) {
+        const page = await this.prepare(`(${installWatch})();`, { width, height });
+        await page.go(query);
+        return page;
+    }
+
+    /**
+     * @param {string} script that runs before those of whatever the page loads
+     * @param {{ width: number, height: number }} size
+     * @returns {Promise<QtPage>} with nothing in it, and storage of its own
+     */
+    async prepare(script, size) {
         const page = new QtPage();
         this.#pages.push(page);
-        const script = `(${installWatch})();`;
-        await page.send("prepare", { script, width, height });
-        await page.go(query);
+        await page.send("prepare", { script, ...size });
         return page;
     }
 

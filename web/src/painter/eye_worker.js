@@ -19,6 +19,9 @@ import { kPartMultiple, kWords } from "./eye_painter.js";
  * @property {(width: number, height: number) => number} paint
  */
 
+/** On each side of a picture. */
+const kMostPixels = 32768;
+
 /** @type {Promise<WebAssembly.Module>} */
 let compiled;
 /** @type {Promise<unknown>} settled when all that was asked before is done */
@@ -107,6 +110,9 @@ function cameraOf(m, p, width, height) {
  */
 function paint({ viewMatrix, projection, width, height, near, share, spare }) {
     if (painter === null) throw new Error(failure);
+    if (![width, height].every((side) => side >= 1 && side <= kMostPixels)) {
+        throw new Error(`A picture has 1 to ${kMostPixels} pixels on each side`);
+    }
     const began = performance.now();
     const view = [...cameraOf(viewMatrix, projection, width, height), near, share];
     new Float32Array(painter.memory.buffer, painter.view(), view.length).set(view);

@@ -6,11 +6,12 @@ const kLongestPart = 85;
 /** A larger share is taken only where this part of the time would do, so that two do not alternate. */
 const kMargin = 0.8;
 /** Parts of the Gaussians that a moving view is painted with. */
-const kShares = [1, 0.5, 0.3, 0.2, 0.1, 0.05];
+const kShares = [1, 0.5, 0.3, 0.2, 0.1];
 /** What a picture costs however few Gaussians are painted, as a part of what all of them cost. */
 const kFixedCost = 0.2;
-/** How much a newer time counts. */
-const kWeight = 0.5;
+/** How much a newer time counts, of all Gaussians and of a part of them, which come more often. */
+const kFullWeight = 0.5;
+const kPartWeight = 0.3;
 
 /**
  * @param {number} share of the Gaussians
@@ -23,9 +24,10 @@ function cost(share) {
 /**
  * @param {number | null} before
  * @param {number} now
+ * @param {number} weight of the newer
  */
-function smoothed(before, now) {
-    return before === null ? now : before + kWeight * (now - before);
+function smoothed(before, now, weight) {
+    return before === null ? now : before + weight * (now - before);
 }
 
 /**
@@ -51,8 +53,8 @@ export class MovingView {
      * @param {number} milliseconds that it took
      */
     painted(share, milliseconds) {
-        if (share === 1) this.#full = smoothed(this.#full, milliseconds);
-        else this.#scaled = smoothed(this.#scaled, milliseconds / cost(share));
+        if (share === 1) this.#full = smoothed(this.#full, milliseconds, kFullWeight);
+        else this.#scaled = smoothed(this.#scaled, milliseconds / cost(share), kPartWeight);
     }
 
     /** @returns {number} share of the Gaussians for the next picture of a moving view */

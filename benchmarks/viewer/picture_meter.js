@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+/**
+ * Runs in a page before its own scripts: notes when pictures of the scene are on the screen, drawn to
+ * their end, and when they were begun, whoever paints them. All times are in milliseconds since the
+ * navigation.
+ */
+export function installPictureMeter() {
+    /** @type {{ share: number, begun: number, shown: number }[]} */
+    const pictures = [];
+    Object.assign(window, { pictures });
+    /** Of the Gaussians, in the pictures that the screen gets next; 0 when it gets none. */
+    let share = 0;
+    let begun = 0;
+
+    const post = Worker.prototype.postMessage;
+    Worker.prototype.postMessage = function (/** @type {any[]} */ ...args) {
+        const { request, id, share: asked } = args[0] ?? {};
+        if (request === "paint") {
+            const began = performance.now();
+            this.addEventListener("message", ({ data }) => {
+                if (data.id !== id) return;
+                share = asked;
+                begun = began;
+            });
+        }
+        return Reflect.apply(post, this, args);
+    };
+
+    const gl = WebGL2RenderingContext.prototype;
+    const { bindFramebuffer, drawElements, drawElementsInstanced } = gl;
+    /** @type {unknown} */
+    let framebuffer = null;
+    gl.bindFramebuffer = function (target, buffer) {
+        if (target !== this.READ_FRAMEBUFFER) framebuffer = buffer;
+        bindFramebuffer.call(this, target, buffer);
+    };
+    gl.drawElementsInstanced = function (mode, count, type, offset, instances) {
+        if (instances > 0 && share === 0) {
+            share = 1;
+            begun = performance.now();
+        }
+        drawElementsInstanced.call(this, mode, count, type, offset, instances);
+    };
+    gl.drawElements = function (...args) {
+        drawElements.apply(this, args);
+        if (framebuffer !== null || share === 0) return;
+        this.readPixels(0, 0, 1, 1, this.RGBA, this.UNSIGNED_BYTE, new Uint8Array(4));
+        pictures.push({ share, begun, shown: performance.now() });
+        share = 0;
+    };
+}
