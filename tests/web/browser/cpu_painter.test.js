@@ -2,8 +2,9 @@
 /** What a page asks of the painters on the processor, and when. */
 import assert from "node:assert/strict";
 import { test } from "node:test";
+import { heldBytes } from "../support/memory.js";
+import { plyFile, relief } from "../support/splat_files.js";
 import { kMode } from "../support/stereo_checks.js";
-import { plyFile } from "../support/splat_files.js";
 import { startBrowser } from "../support/viewer_page.js";
 
 /** @typedef {import("../support/viewer_page.js").ViewerPage} ViewerPage */
@@ -175,5 +176,17 @@ test("SparkIsNotToBeHadWithoutWebGL", async () => {
     await page.load(`${page.page.url()}&painter=gpu`);
     await page.becomes(`${kState} === "failed"`);
     assert.ok(page.reports.some((report) => report.startsWith("Cannot show the scene: ")));
+    await page.close();
+});
+
+test("GaussiansAreHeldByThePaintersAlone", async () => {
+    const kSide = 64;
+    const large = await browser.file("large.ply", plyFile(relief(kSide)));
+    const page = await browser.open({ query: kQuery, width: 64, height: 48 });
+    const before = await heldBytes(page.page);
+    await page.call("FileFromNative", large);
+    const growth = (await heldBytes(page.page)) - before;
+    // Spark packs a Gaussian into 16 bytes.
+    assert.ok(growth < (16 * 2 * kSide ** 2) / 2, `${growth}`);
     await page.close();
 });
