@@ -2,6 +2,7 @@
 """What every test of vistrel-render does."""
 
 import os
+import re
 import resource
 import subprocess
 import tempfile
@@ -12,6 +13,11 @@ import numpy
 from PIL import Image
 
 PROGRAM = Path(os.environ["VISTREL_BIN"]) / "vistrel-render"
+
+
+def without_steps(said):
+    """What was said but for what tells, on a slow machine, that something takes long."""
+    return re.sub("^[A-Z][a-z ]+… [0-9]+ s\n".encode(), b"", said, flags=re.MULTILINE)
 
 
 class RenderTest(unittest.TestCase):
@@ -27,10 +33,12 @@ class RenderTest(unittest.TestCase):
         def limit():
             resource.setrlimit(resource.RLIMIT_FSIZE, (largest_file, largest_file))
 
-        return subprocess.run(
+        result = subprocess.run(
             [PROGRAM, *map(os.fsencode, arguments)], capture_output=True, timeout=300, check=False,
             preexec_fn=limit if largest_file is not None else None,
             restore_signals=largest_file is None, **options)
+        result.stderr = without_steps(result.stderr)
+        return result
 
     def draw(self, *options, scene=None, notes=b""):
         """The picture's pixels as numbers: rows, columns, red, green and blue."""
