@@ -19,8 +19,8 @@
 namespace vistrel {
 namespace {
 
-using test::PackedScene;
 using test::Canvas;
+using test::PackedScene;
 using test::WhiteVertex;
 
 constexpr float kBlackDc = -0.5F / 0.28209478F;
