@@ -241,6 +241,11 @@ void NewFile::Append(std::string_view bytes) {
     Append(std::as_bytes(std::span(bytes)));
 }
 
+int NewFile::Descriptor() {
+    WriteOut({});
+    return file_;
+}
+
 void NewFile::Flush() {
     WriteOut({buffer_.get(), std::exchange(used_, 0)});
 }

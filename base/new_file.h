@@ -62,6 +62,10 @@ class NewFile {
     void Append(std::span<const std::byte> bytes);
     void Append(std::string_view bytes);
 
+    // The file itself, empty, for what fills it in place of this object: open for writing, and to
+    // be opened anew through /proc. Nothing may have been written before.
+    [[nodiscard]] int Descriptor();
+
     // Ends the writing: every byte has reached the file. Commit does so by itself; this is for
     // callers that tell a failure to write from one to take its place.
     void Finish();

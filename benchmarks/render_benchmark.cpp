@@ -16,9 +16,9 @@
 
 #include "benchmarks/interleaved.h"
 #include "benchmarks/raw_write.h"
-#include "cli/splat_picture/splat_raster.h"
 #include "render/scene_ply.h"
 #include "render/splat_renderer.h"
+#include "tests/support/plain_splat_drawing.h"
 #include "tests/support/splat_scene_bytes.h"
 #include "tests/support/splat_scenes.h"
 #include "tests/support/temporary_folder.h"
@@ -71,7 +71,8 @@ void Drawing(benchmark::State& state, MakeGaussians make) {
         double plain = 0.0;
         double both = 0.0;
         const double elapsedPlain = ElapsedSeconds([&] {
-            plain = Seconds([&] { benchmark::DoNotOptimize(DrawSplats(gaussians, camera)); });
+            plain =
+                Seconds([&] { benchmark::DoNotOptimize(test::DrawPlainly(gaussians, camera)); });
         });
         const double fast = Seconds([&] { one.Draw(scene, camera, picture.Target()); });
         const double elapsedTwo = ElapsedSeconds([&] {

@@ -6,3 +6,7 @@ add_library(vistrel_warnings INTERFACE)
 target_compile_options(
   vistrel_warnings INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion
                              -Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual)
+# To GCC the files that are compiled as one are headers, which should have no unnamed namespaces.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND (VISTREL_JOIN_PRODUCT OR VISTREL_JOIN_TESTS))
+  target_compile_options(vistrel_warnings INTERFACE -Wno-subobject-linkage)
+endif()

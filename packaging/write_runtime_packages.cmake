@@ -18,7 +18,7 @@ set(_packages
 get_filename_component(_prefix "${CMAKE_INSTALL_PREFIX}" ABSOLUTE)
 set(_folder "$ENV{DESTDIR}${_prefix}")
 set(_patterns)
-foreach(_name vistrel vistrel-convert vistrel-snapshot WebView2Loader.dll libonnxruntime.so.1)
+foreach(_name vistrel vistrel-convert vistrel-render vistrel-snapshot WebView2Loader.dll libonnxruntime.so.1)
   execute_process(COMMAND "${_readelf}" -W -d "${_folder}/${_name}" OUTPUT_VARIABLE _told
                   COMMAND_ERROR_IS_FATAL ANY)
   string(REGEX MATCHALL "\\(NEEDED\\)[^\n]*" _lines "${_told}")

@@ -16,9 +16,10 @@ InputFile::InputFile(const std::filesystem::path& path) {
     } while (descriptor_ < 0 && errno == EINTR);
     if (descriptor_ < 0) throw std::runtime_error("the file cannot be opened");
     struct stat found = {};
-    if (fstat(descriptor_, &found) != 0 || !S_ISREG(found.st_mode)) {
+    const bool isKnown = fstat(descriptor_, &found) == 0;
+    if (!isKnown || !S_ISREG(found.st_mode)) {
         close(descriptor_);
-        throw std::runtime_error("it is not a regular file");
+        throw std::runtime_error(isKnown ? "it is not a regular file" : "the file cannot be read");
     }
     size_ = static_cast<std::uint64_t>(found.st_size);
 }

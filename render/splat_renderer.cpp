@@ -22,6 +22,7 @@ namespace {
 struct View {
     PinholeCamera camera;
     PixelTarget target;
+    float* inverseDepths = nullptr;  // in place of the target
 };
 
 // A scene as one eye sees it.
@@ -102,9 +103,13 @@ bool AreEyes(const PinholeCamera& a, const PinholeCamera& b) {
         }
     }
     constexpr float kRounding = 1e-4F;
+    constexpr float kRoundingOfPlaces = 5e-7F;
+    const float rounding =
+        kRounding * std::abs(moved[0]) +
+        kRoundingOfPlaces * std::hypot(a.position[0], a.position[1], a.position[2]);
     return a.rows == b.rows && a.focalX == b.focalX && a.focalY == b.focalY &&
            a.centreY == b.centreY && a.height == b.height &&
-           std::hypot(moved[1], moved[2]) <= kRounding * std::abs(moved[0]);
+           std::hypot(moved[1], moved[2]) <= rounding;
 }
 
 void CheckSize(const PinholeCamera& camera) {
@@ -130,6 +135,7 @@ class SplatRenderer::Buffers {
         workers_.Run(lists_.size(), [&](std::size_t piece, int worker) {
             Project(scene, style, views, piece, spaces_[static_cast<std::size_t>(worker)]);
         });
+        if (views[0].inverseDepths != nullptr) ColorByDepth(places);
         workers_.Run(TilesAlong(views[0].camera.height), [&](std::size_t row, int worker) {
             DrawRow(scene, views, static_cast<int>(row), spaces_[static_cast<std::size_t>(worker)]);
         });
@@ -167,6 +173,17 @@ class SplatRenderer::Buffers {
         lists_[piece].Fill(rows, TilesAlong(views[0].camera.height));
     }
 
+    // Of what does not show it may be anything.
+    void ColorByDepth(std::size_t places) {
+        workers_.Run(lists_.size(), [&](std::size_t piece, int) {
+            const std::size_t end = std::min((piece + 1) * kPieceSize, places);
+            for (std::size_t i = piece * kPieceSize; i < end; ++i) {
+                SplatLook& look = eyes_[0].Looks()[i];
+                look.redGreen = look.depth > 0.0F ? InverseDepthAsColor(look.depth) : 0;
+            }
+        });
+    }
+
     void DrawRow(const GaussianScene& scene, std::span<const View> views, int row,
                  WorkSpace& space) {
         const auto listOf = [row](const RowLists& lists) {
@@ -198,8 +215,14 @@ class SplatRenderer::Buffers {
         part.width = std::min(kTileSide, view.camera.width - part.left);
         part.height = std::min(kTileSide, view.camera.height - part.top);
         part.rowBytes = view.target.rowBytes;
-        part.pixels = view.target.pixels + static_cast<std::size_t>(part.top) * part.rowBytes +
-                      4 * static_cast<std::size_t>(part.left);
+        const auto top = static_cast<std::size_t>(part.top);
+        const auto left = static_cast<std::size_t>(part.left);
+        if (view.inverseDepths != nullptr) {
+            part.rowDepths = static_cast<std::size_t>(view.camera.width);
+            part.inverseDepths = view.inverseDepths + top * part.rowDepths + left;
+        } else {
+            part.pixels = view.target.pixels + top * part.rowBytes + 4 * left;
+        }
         const std::span<const std::uint32_t> order =
             space.tiles.Of(static_cast<std::size_t>(column));
         DrawTile({projected.shapes, projected.looks, order.data(), order.size()}, part,
@@ -231,6 +254,15 @@ void SplatRenderer::DrawPair(const GaussianScene& scene, const PinholeCamera& le
         FailForArgument("the cameras are not those of a pair of eyes");
     }
     buffers_->Draw(scene, style, std::array{View{leftCamera, left}, View{rightCamera, right}});
+}
+
+void SplatRenderer::DrawInverseDepths(const GaussianScene& scene, const PinholeCamera& camera,
+                                      std::span<float> inverseDepths) {
+    CheckSize(camera);
+    const std::size_t pixels =
+        static_cast<std::size_t>(camera.width) * static_cast<std::size_t>(camera.height);
+    if (inverseDepths.size() != pixels) FailForArgument("each pixel has room for one depth");
+    buffers_->Draw(scene, {}, std::array{View{camera, {}, inverseDepths.data()}});
 }
 
 std::size_t SplatRenderer::Bytes() const {

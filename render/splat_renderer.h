@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <span>
 
 #include "render/gaussian_scene.h"
 #include "render/pinhole_camera.h"
@@ -47,6 +48,12 @@ class SplatRenderer {
     void DrawPair(const GaussianScene& scene, const PinholeCamera& leftCamera,
                   const PixelTarget& left, const PinholeCamera& rightCamera,
                   const PixelTarget& right, const SplatStyle& style = {});
+
+    // How far away is what is seen: 1 / depth of the Gaussians' centres, blended as colours are,
+    // for each pixel of the camera's picture, rows from the top; 0 where less than 1/255 is
+    // covered. Throws std::invalid_argument also where there is not a number for each pixel.
+    void DrawInverseDepths(const GaussianScene& scene, const PinholeCamera& camera,
+                           std::span<float> inverseDepths);
 
     // What the object keeps, but for some hundred kilobytes for each thread.
     [[nodiscard]] std::size_t Bytes() const;

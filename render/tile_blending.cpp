@@ -137,6 +137,23 @@ void StoreTile(const TileTarget& target, const float* values) {
     }
 }
 
+// Once for a picture of depths, and so in no hurry.
+void StoreInverseDepths(const TileTarget& target, const float* values) {
+    constexpr float kUpperHalf = 65536.0F;
+    constexpr float kUnit = kInverseDepthUnit / kColorUnit;
+    for (int row = 0; row < target.height; ++row) {
+        const float* const rows =
+            RowsFrom(values, row) + static_cast<std::size_t>(row) % kRowsAtOnce;
+        float* const to = target.inverseDepths + static_cast<std::size_t>(row) * target.rowDepths;
+        for (std::size_t column = 0; column < static_cast<std::size_t>(target.width); ++column) {
+            const float* const red = rows + kRowsAtOnce * column;
+            const float covered = 1.0F - red[kThrough];
+            const float sum = kUnit * (kUpperHalf * red[0] + red[kChannelValues]);
+            to[column] = covered < kFaintest ? 0.0F : sum / covered;
+        }
+    }
+}
+
 // Tells the processor's cache what the batch that begins at `first` will read.
 void PrefetchBatch(const TileSplats& splats, std::size_t first) {
     const std::size_t end = std::min(first + kBatch, splats.count);
@@ -165,7 +182,11 @@ void DrawWholeTile(const TileSplats& splats, const TileTarget& target, float* va
         BlendBatch(batch, count, values);
         if (i % kBetweenChecks == 0 && CloseCovered(target, values)) break;
     }
-    StoreTile(target, values);
+    if (target.inverseDepths != nullptr) {
+        StoreInverseDepths(target, values);
+    } else {
+        StoreTile(target, values);
+    }
 }
 
 }  // namespace HWY_NAMESPACE

@@ -17,8 +17,8 @@
 #include "base/new_file.h"
 #include "base/text_encoding.h"
 #include "cli/convert/batch_display.h"
-#include "cli/convert/output_check.h"
 #include "cli/interrupts.h"
+#include "cli/output_check.h"
 #include "engine/conversion_engine.h"
 
 namespace vistrel {

@@ -19,10 +19,10 @@
 #include "base/text_encoding.h"
 #include "cli/command.h"
 #include "cli/convert/batch_conversion.h"
-#include "cli/convert/output_check.h"
 #include "cli/convert/piped_photograph.h"
 #include "cli/interrupts.h"
 #include "cli/long_step.h"
+#include "cli/output_check.h"
 #include "engine/conversion_engine.h"
 
 namespace vistrel {

@@ -56,7 +56,7 @@ void CheckSandbox() {
         "for scenes that you trust, with QTWEBENGINE_DISABLE_SANDBOX=1.");
 }
 
-void CheckOutput(const std::filesystem::path& output) {
+void RefuseFolder(const std::filesystem::path& output) {
     if (std::filesystem::is_directory(output)) {
         throw std::runtime_error(output.native() + " is a folder");
     }

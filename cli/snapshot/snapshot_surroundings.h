@@ -14,7 +14,7 @@ namespace vistrel {
 void CheckSandbox();
 
 // Throws std::runtime_error when `output` is a folder.
-void CheckOutput(const std::filesystem::path& output);
+void RefuseFolder(const std::filesystem::path& output);
 
 // Before the application object. A pixel of a window becomes a pixel of the display. The browser
 // keeps its profile in `folder`, and the user's own one is left alone. A display that cannot be

@@ -109,7 +109,7 @@ int TakeUnlessInterrupted(Interrupts& interrupts, QApplication& application, Opt
 // Everything that it makes is gone when it returns.
 int RunInSurroundings(char* program, Options& options) {
     CheckScene(options.scene);
-    CheckOutput(options.output);
+    RefuseFolder(options.output);
     CheckSandbox();
     std::optional<VirtualDisplay> display;
     if (!HasDisplay()) display.emplace(options.request.size);

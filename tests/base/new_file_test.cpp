@@ -227,6 +227,19 @@ TEST_P(NewFileOf, NameWithoutAFolderLiesInTheCurrentOne) {
     EXPECT_EQ(ReadFile(folder_ / "file"), "content");
 }
 
+TEST_P(NewFileOf, AnotherWriterFillsIt) {
+    for (const char* content : {"a first one", "another"}) {
+        Run([&] {
+            NewFile file(folder_ / "file");
+            const std::string name = "/proc/self/fd/" + std::to_string(file.Descriptor());
+            std::ofstream(name) << content;
+            file.Commit();
+        });
+        EXPECT_EQ(ReadFile(folder_ / "file"), content);
+    }
+    EXPECT_EQ(Entries(), 1);
+}
+
 TEST_P(NewFileOf, AllBytesAtOnceAreAFile) {
     const std::string content = Megabyte();
     Run([&] { EXPECT_TRUE(WriteNewFile(folder_ / "file", std::as_bytes(std::span(content)))); });

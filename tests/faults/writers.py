@@ -112,9 +112,9 @@ class FirstPictureWithoutUnnamedFiles(FirstPicture):
 
 
 class DrawnScene(Operation):
-    """By splat-picture."""
-    message = (r"^Error: .*scene\.ply: "
-               r"(the file cannot be (opened|read)|the picture cannot be written)")
+    """By vistrel-render."""
+    message = (r"^Error: .*(scene\.ply: the file cannot be (opened|read)"
+               r"|picture\.png: Cannot open output file: .+|picture\.png could not be written: .+)$")
 
     def __init__(self, programs):
         super().__init__(programs)
@@ -136,7 +136,7 @@ class DrawnScene(Operation):
         return (folder / "scene.ply").read_bytes()
 
     def command(self, folder):
-        return [self.programs / "splat-picture", "--size", "200x200", folder / "scene.ply",
+        return [self.programs / "vistrel-render", "--size", "200x200", folder / "scene.ply",
                 folder / "picture.png"]
 
 

@@ -9,7 +9,7 @@ import unittest
 from pathlib import Path
 
 BINARIES = Path(os.environ["VISTREL_BIN"])
-PROGRAMS = ("vistrel", "vistrel-convert", "vistrel-snapshot")
+PROGRAMS = ("vistrel", "vistrel-convert", "vistrel-render", "vistrel-snapshot")
 LOADER = "WebView2Loader.dll"
 ENDBR64 = b"\xf3\x0f\x1e\xfa"
 BUILD_TYPE = re.search(r"^CMAKE_BUILD_TYPE:\w+=(.*)$",

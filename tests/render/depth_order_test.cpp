@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <numeric>
 #include <random>
+#include <utility>
 #include <vector>
 
 namespace vistrel {
@@ -28,7 +29,7 @@ std::vector<std::uint32_t> Sorted(const std::vector<float>& depths) {
 std::vector<std::uint32_t> PlainlySorted(const std::vector<float>& depths) {
     std::vector<std::uint32_t> indices(depths.size());
     std::iota(indices.begin(), indices.end(), 0U);
-    std::ranges::stable_sort(indices, {}, [&](std::uint32_t i) { return depths[i]; });
+    std::ranges::sort(indices, {}, [&](std::uint32_t i) { return std::pair(depths[i], i); });
     return indices;
 }
 

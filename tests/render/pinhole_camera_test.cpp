@@ -11,7 +11,7 @@ namespace {
 
 constexpr PhotographCamera kPhotograph = {400, 410, 200, 150, 400, 300};
 
-std::array<float, 2> Seen(const PinholeCamera& camera, const std::array<float, 3>& point) {
+std::array<float, 2> PlaceOf(const PinholeCamera& camera, const std::array<float, 3>& point) {
     std::array<float, 3> before{};
     for (std::size_t row = 0; row < 3; ++row) {
         for (std::size_t i = 0; i < 3; ++i) {
@@ -42,9 +42,9 @@ TEST(PinholeCamera, EyesAgreeAtTheirDistance) {
     const PinholeCamera camera = FitCamera(kPhotograph, 0, 0);
     const std::array<float, 3> point = {0.5F, -0.25F, 4.0F};
     for (const float offset : {-0.3F, 0.3F}) {
-        const auto seen = Seen(EyeOf(camera, offset, 4.0F), point);
-        EXPECT_NEAR(seen[0], Seen(camera, point)[0], 1e-3F);
-        EXPECT_NEAR(seen[1], Seen(camera, point)[1], 1e-3F);
+        const auto seen = PlaceOf(EyeOf(camera, offset, 4.0F), point);
+        EXPECT_NEAR(seen[0], PlaceOf(camera, point)[0], 1e-3F);
+        EXPECT_NEAR(seen[1], PlaceOf(camera, point)[1], 1e-3F);
     }
 }
 
@@ -52,14 +52,14 @@ TEST(PinholeCamera, NearThingsLieToTheLeftForTheRightEye) {
     const PinholeCamera camera = FitCamera(kPhotograph, 0, 0);
     const std::array<float, 3> point = {0.0F, 0.0F, 2.0F};
     // 400 * 0.3 / 4 - 400 * 0.3 / 2
-    EXPECT_NEAR(Seen(EyeOf(camera, 0.3F, 4.0F), point)[0], 200.0F - 30.0F, 1e-3F);
+    EXPECT_NEAR(PlaceOf(EyeOf(camera, 0.3F, 4.0F), point)[0], 200.0F - 30.0F, 1e-3F);
 }
 
 TEST(PinholeCamera, EyesHaveNoVerticalDisparity) {
     const PinholeCamera camera = FitCamera(kPhotograph, 0, 0);
     const std::array<float, 3> point = {1.0F, 0.7F, 2.0F};
-    EXPECT_EQ(Seen(EyeOf(camera, 0.3F, 4.0F), point)[1],
-              Seen(EyeOf(camera, -0.3F, 4.0F), point)[1]);
+    EXPECT_EQ(PlaceOf(EyeOf(camera, 0.3F, 4.0F), point)[1],
+              PlaceOf(EyeOf(camera, -0.3F, 4.0F), point)[1]);
 }
 
 TEST(PinholeCamera, EyeOfATurnedCameraMovesAlongItsOwnRight) {

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/render/picture.h"
+#include "tests/render/canvas.h"
 #include "tests/support/splat_scene_bytes.h"
 #include "tests/support/splat_scenes.h"
 #include "tests/support/temporary_folder.h"

@@ -9,29 +9,29 @@
 #include <vector>
 
 #include "render/splat_renderer.h"
-#include "tests/render/picture.h"
+#include "tests/render/canvas.h"
 #include "tests/support/splat_scenes.h"
 
 namespace vistrel {
 namespace {
 
+using test::Canvas;
 using test::Drawn;
 using test::PackedScene;
-using test::Picture;
 
 struct Pair {
-    Picture left;
-    Picture right;
+    Canvas left;
+    Canvas right;
 };
 
 Pair DrawnPair(const GaussianScene& scene, const PinholeCamera& left, const PinholeCamera& right,
                int threads = 1) {
-    Pair pair = {Picture(left.width, left.height), Picture(right.width, right.height)};
+    Pair pair = {Canvas(left.width, left.height), Canvas(right.width, right.height)};
     SplatRenderer(threads).DrawPair(scene, left, pair.left.Target(), right, pair.right.Target());
     return pair;
 }
 
-int LargestDifference(const Picture& a, const Picture& b) {
+int LargestDifference(const Canvas& a, const Canvas& b) {
     int largest = 0;
     for (std::size_t i = 0; i < a.Bytes().size(); ++i) {
         largest = std::max(largest, std::abs(a.Bytes()[i] - b.Bytes()[i]));
@@ -61,6 +61,16 @@ TEST_F(SplatPair, EyesOfATurnedCameraAreThePicturesDrawnAlone) {
     const Pair pair = DrawnPair(scene_, left_, right_);
     EXPECT_LE(LargestDifference(pair.left, Drawn(scene_, left_)), 1);
     EXPECT_LE(LargestDifference(pair.right, Drawn(scene_, right_)), 1);
+}
+
+TEST_F(SplatPair, EyesOfATurnedCameraMayBeCloseTogetherFarFromTheOrigin) {
+    // Rounding of their places is as large as the distance between them.
+    camera_.rows = {{{0.96F, 0, 0.28F}, {0, 1, 0}, {-0.28F, 0, 0.96F}}};
+    camera_.position = {-31.7F, 5.3F, -70.1F};
+    for (const float offset : {1e-6F, 1e-5F, 1e-4F}) {
+        EXPECT_NO_THROW(
+            DrawnPair(scene_, EyeOf(camera_, -offset, 3.0F), EyeOf(camera_, offset, 3.0F)));
+    }
 }
 
 TEST_F(SplatPair, EyesMayBeOfDifferentWidth) {

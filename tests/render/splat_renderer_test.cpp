@@ -10,24 +10,24 @@
 #include <stdexcept>
 #include <vector>
 
-#include "tests/render/picture.h"
+#include "tests/render/canvas.h"
 #include "tests/support/splat_scene_bytes.h"
 #include "tests/support/splat_scenes.h"
 
 namespace vistrel {
 namespace {
 
+using test::Canvas;
 using test::Drawn;
 using test::PackedScene;
-using test::Picture;
 using test::WhiteVertex;
 
-constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
-constexpr float kInfinity = std::numeric_limits<float>::infinity();
+constexpr float kNoNumber = std::numeric_limits<float>::quiet_NaN();
+constexpr float kEndless = std::numeric_limits<float>::infinity();
 constexpr float kTiny = 1e-6F;    // a standard deviation far below a pixel
 constexpr float kLowPass = 0.3F;  // what remains of such a Gaussian: its variance in pixels
 
-PinholeCamera SquareCamera() {
+PinholeCamera LevelCamera() {
     PinholeCamera camera;
     camera.focalX = camera.focalY = 100.0F;
     camera.centreX = camera.centreY = 50.0F;
@@ -35,11 +35,11 @@ PinholeCamera SquareCamera() {
     return camera;
 }
 
-Picture DrawnOf(const std::vector<RawGaussian>& gaussians) {
-    return Drawn(PackedScene(gaussians), SquareCamera());
+Canvas DrawnOf(const std::vector<RawGaussian>& gaussians) {
+    return Drawn(PackedScene(gaussians), LevelCamera());
 }
 
-bool IsBlack(const Picture& picture) {
+bool IsBlack(const Canvas& picture) {
     return std::ranges::all_of(picture.Bytes(), [](std::uint8_t value) { return value == 0; });
 }
 
@@ -49,7 +49,7 @@ TEST(SplatRenderer, NothingIsBlackAndUncovered) {
 
 TEST(SplatRenderer, OneGaussianHasTheClosedForm) {
     // 100 * 0.2 / 2 = 10 pixels of standard deviation around the centre of pixel 50, 50.
-    const Picture picture = DrawnOf({WhiteVertex({0.01F, 0.01F, 2}, 0.2F, 0.9F)});
+    const Canvas picture = DrawnOf({WhiteVertex({0.01F, 0.01F, 2}, 0.2F, 0.9F)});
     for (const int x : {30, 41, 50, 58, 70}) {
         for (const int y : {35, 50, 63}) {
             const float square = static_cast<float>((x - 50) * (x - 50) + (y - 50) * (y - 50));
@@ -62,7 +62,7 @@ TEST(SplatRenderer, OneGaussianHasTheClosedForm) {
 }
 
 TEST(SplatRenderer, TinyGaussianIsAsWideAsTheLowPassFilter) {
-    const Picture picture = DrawnOf({WhiteVertex({0.21F, -0.39F, 2}, kTiny, 0.5F)});
+    const Canvas picture = DrawnOf({WhiteVertex({0.21F, -0.39F, 2}, kTiny, 0.5F)});
     const float neighbour = 0.5F * std::exp(-0.5F / kLowPass);
     EXPECT_NEAR(static_cast<float>(picture.At(60, 30)[0]), 127.5F, 1.0F);
     EXPECT_NEAR(static_cast<float>(picture.At(61, 30)[0]), 255.0F * neighbour, 1.0F);
@@ -71,11 +71,11 @@ TEST(SplatRenderer, TinyGaussianIsAsWideAsTheLowPassFilter) {
 }
 
 TEST(SplatRenderer, NearerOneCoversWhateverTheOrderInTheScene) {
-    constexpr float kBlack = -0.5F / 0.28209478F;
+    constexpr float kDark = -0.5F / 0.28209478F;
     RawGaussian red = WhiteVertex({0.01F, 0.01F, 2}, kTiny, 0.6F);
-    red.colorDc[1] = red.colorDc[2] = kBlack;
+    red.colorDc[1] = red.colorDc[2] = kDark;
     RawGaussian green = WhiteVertex({0.02F, 0.02F, 4}, kTiny, 0.5F);
-    green.colorDc[0] = green.colorDc[2] = kBlack;
+    green.colorDc[0] = green.colorDc[2] = kDark;
     for (const auto& scene : {std::vector{red, green}, std::vector{green, red}}) {
         const std::array<int, 4> pixel = DrawnOf(scene).At(50, 50);
         EXPECT_NEAR(pixel[0], 0.6 * 255, 1);
@@ -88,7 +88,7 @@ TEST(SplatRenderer, NearerOneCoversWhateverTheOrderInTheScene) {
 TEST(SplatRenderer, BytesDoNotDependOnTheNumberOfThreads) {
     const GaussianScene scene = PackedScene(test::OverlappingGaussians(100));
     const PinholeCamera camera = test::SceneCamera(300, 200);
-    const Picture one = Drawn(scene, camera, 1);
+    const Canvas one = Drawn(scene, camera, 1);
     for (const int threads : {2, 3, 8}) {
         EXPECT_EQ(Drawn(scene, camera, threads).Bytes(), one.Bytes()) << threads;
     }
@@ -98,9 +98,9 @@ TEST(SplatRenderer, DrawingAgainGivesTheSameBytes) {
     const GaussianScene scene = PackedScene(test::ReliefGaussians(60));
     const PinholeCamera camera = test::SceneCamera(200, 150);
     SplatRenderer renderer(2);
-    Picture first(camera.width, camera.height);
-    Picture other(333, 77);
-    Picture second(camera.width, camera.height);
+    Canvas first(camera.width, camera.height);
+    Canvas other(333, 77);
+    Canvas second(camera.width, camera.height);
     renderer.Draw(scene, camera, first.Target());
     renderer.Draw(PackedScene(test::NeedleGaussians(100)), test::SceneCamera(333, 77),
                   other.Target());
@@ -111,7 +111,7 @@ TEST(SplatRenderer, DrawingAgainGivesTheSameBytes) {
 TEST(SplatRenderer, EveryPixelOfAnOddSizeIsWritten) {
     for (const int width : {1, 31, 33, 65}) {
         for (const int height : {1, 2, 47}) {
-            const Picture picture = Drawn(PackedScene({}), test::SceneCamera(width, height));
+            const Canvas picture = Drawn(PackedScene({}), test::SceneCamera(width, height));
             EXPECT_TRUE(IsBlack(picture)) << width << " x " << height;
         }
     }
@@ -119,7 +119,7 @@ TEST(SplatRenderer, EveryPixelOfAnOddSizeIsWritten) {
 
 TEST(SplatRenderer, NothingIsWrittenBesideRowsOfALargerPicture) {
     const PinholeCamera camera = test::SceneCamera(33, 20);
-    Picture larger(50, 30);
+    Canvas larger(50, 30);
     PixelTarget target = larger.Target();
     target.pixels += 4 * (50 * 5 + 7);
     SplatRenderer(1).Draw(PackedScene(test::ReliefGaussians(20)), camera, target);
@@ -127,8 +127,8 @@ TEST(SplatRenderer, NothingIsWrittenBesideRowsOfALargerPicture) {
     for (int row = 0; row < 30; ++row) {
         for (int column = 0; column < 50; ++column) {
             const bool within = column >= 7 && column < 40 && row >= 5 && row < 25;
-            const std::array<int, 4> untouched = {Picture::kUntouched, Picture::kUntouched,
-                                                  Picture::kUntouched, Picture::kUntouched};
+            const std::array<int, 4> untouched = {Canvas::kUntouched, Canvas::kUntouched,
+                                                  Canvas::kUntouched, Canvas::kUntouched};
             if (!within) touched += larger.At(column, row) == untouched ? 0 : 1;
         }
     }
@@ -137,24 +137,24 @@ TEST(SplatRenderer, NothingIsWrittenBesideRowsOfALargerPicture) {
 
 TEST(SplatRenderer, WhatIsBehindTheCameraOrNotFiniteIsLeftOut) {
     RawGaussian noColour = WhiteVertex({0, 0, 2}, 0.1F, 0.9F);
-    noColour.colorDc[1] = kNan;
+    noColour.colorDc[1] = kNoNumber;
     RawGaussian endless = WhiteVertex({0, 0, 2}, 0.1F, 0.9F);
     endless.logScale = {1000.0F, 0.0F, 1000.0F};
     RawGaussian noOpacity = WhiteVertex({0, 0, 2}, 0.1F, 0.9F);
-    noOpacity.opacityLogit = kNan;
+    noOpacity.opacityLogit = kNoNumber;
     RawGaussian noScale = WhiteVertex({0, 0, 2}, 0.1F, 0.9F);
-    noScale.logScale[1] = kNan;
+    noScale.logScale[1] = kNoNumber;
     RawGaussian noRotation = WhiteVertex({0, 0, 2}, 0.1F, 0.9F);
-    noRotation.rotation[3] = kInfinity;
-    EXPECT_TRUE(IsBlack(
-        DrawnOf({WhiteVertex({0, 0, -2}, 0.1F, 0.9F), WhiteVertex({0, 0, 0}, 0.1F, 0.9F), noColour,
-                 endless, noOpacity, noScale, noRotation, WhiteVertex({kNan, 0, 2}, 0.1F, 0.9F),
-                 WhiteVertex({0, 0, kNan}, 0.1F, 0.9F), WhiteVertex({0, kInfinity, 2}, 0.1F, 0.9F),
-                 WhiteVertex({0, 0, kInfinity}, 0.1F, 0.9F)})));
+    noRotation.rotation[3] = kEndless;
+    EXPECT_TRUE(IsBlack(DrawnOf(
+        {WhiteVertex({0, 0, -2}, 0.1F, 0.9F), WhiteVertex({0, 0, 0}, 0.1F, 0.9F), noColour, endless,
+         noOpacity, noScale, noRotation, WhiteVertex({kNoNumber, 0, 2}, 0.1F, 0.9F),
+         WhiteVertex({0, 0, kNoNumber}, 0.1F, 0.9F), WhiteVertex({0, kEndless, 2}, 0.1F, 0.9F),
+         WhiteVertex({0, 0, kEndless}, 0.1F, 0.9F)})));
 }
 
 TEST(SplatRenderer, WhatOverflowsOnItsWayToThePictureIsLeftOut) {
-    PinholeCamera camera = SquareCamera();
+    PinholeCamera camera = LevelCamera();
     camera.rows = {{{0.96F, 0, 0.28F}, {0, 1, 0}, {-0.28F, 0, 0.96F}}};
     std::vector<RawGaussian> gaussians;
     for (const float x : {3e38F, -3e38F}) {
@@ -167,7 +167,7 @@ TEST(SplatRenderer, WhatOverflowsOnItsWayToThePictureIsLeftOut) {
 }
 
 TEST(SplatRenderer, HugeOneCloseByCoversThePictureEvenly) {
-    const Picture picture = DrawnOf({WhiteVertex({0, 0, 0.02F}, 100.0F, 0.5F)});
+    const Canvas picture = DrawnOf({WhiteVertex({0, 0, 0.02F}, 100.0F, 0.5F)});
     for (const int x : {0, 50, 99}) EXPECT_NEAR(picture.At(x, x)[3], 127, 2);
 }
 
@@ -178,8 +178,8 @@ TEST(SplatRenderer, FarAsideOneDoesNotStreakAcrossThePicture) {
 
 TEST(SplatRenderer, FlatOneSeenFromTheSideStaysAPixelWide) {
     RawGaussian flat = WhiteVertex({0.01F, 0.01F, 2}, 0.2F, 0.9F);
-    flat.logScale[0] = -kInfinity;
-    const Picture picture = DrawnOf({flat});
+    flat.logScale[0] = -kEndless;
+    const Canvas picture = DrawnOf({flat});
     EXPECT_GT(picture.At(50, 60)[0], 100);
     EXPECT_EQ(picture.At(53, 50)[0], 0);
 }
@@ -189,7 +189,7 @@ TEST(SplatRenderer, NeedleThroughManyTilesIsWhole) {
     needle.logScale[0] = std::log(10.0F);  // 500 pixels
     const float turn = 0.5F * std::atan(1.0F);
     needle.rotation = {std::cos(turn), 0, 0, std::sin(turn)};
-    const Picture picture = DrawnOf({needle});
+    const Canvas picture = DrawnOf({needle});
     for (int i = 0; i < 100; ++i) {
         EXPECT_GT(picture.At(i, i)[0], 200) << i;
         EXPECT_EQ(picture.At((i + 6) % 100, i)[0], 0) << i;
@@ -198,11 +198,11 @@ TEST(SplatRenderer, NeedleThroughManyTilesIsWhole) {
 
 TEST(SplatRenderer, HiddenOnesChangeNothing) {
     std::vector<RawGaussian> wall(300, WhiteVertex({0, 0, 1}, 10.0F, 0.999F));
-    const Picture before = DrawnOf(wall);
-    constexpr float kBlack = -0.5F / 0.28209478F;
+    const Canvas before = DrawnOf(wall);
+    constexpr float kDark = -0.5F / 0.28209478F;
     for (int i = 0; i < 300; ++i) {
         wall.push_back(WhiteVertex({0, 0, 2}, 10.0F, 0.999F));
-        wall.back().colorDc.fill(kBlack);
+        wall.back().colorDc.fill(kDark);
     }
     EXPECT_EQ(DrawnOf(wall).Bytes(), before.Bytes());
 }
@@ -210,7 +210,7 @@ TEST(SplatRenderer, HiddenOnesChangeNothing) {
 TEST(SplatRenderer, PictureWithoutPixelsIsRefused) {
     SplatRenderer renderer(1);
     for (const int side : {0, -1, kLargestPictureSide + 1}) {
-        PinholeCamera camera = SquareCamera();
+        PinholeCamera camera = LevelCamera();
         camera.width = side;
         EXPECT_THROW(renderer.Draw(PackedScene({}), camera, {}), std::invalid_argument) << side;
     }

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "render/splat_renderer.h"
-#include "tests/render/picture.h"
+#include "tests/render/canvas.h"
 #include "tests/support/simd_targets.h"
 #include "tests/support/splat_scene_bytes.h"
 #include "tests/support/splat_scenes.h"
@@ -19,15 +19,15 @@
 namespace vistrel {
 namespace {
 
+using test::Canvas;
 using test::PackedScene;
-using test::Picture;
 using test::WhiteVertex;
 
 constexpr float kBlackDc = -0.5F / 0.28209478F;
 constexpr float kFilter = 0.3F;
 
 // The middle of the picture is that of pixel 50, 50.
-PinholeCamera CentredCamera() {
+PinholeCamera StyledCamera() {
     PinholeCamera camera;
     camera.focalX = camera.focalY = 100.0F;
     camera.centreX = camera.centreY = 50.5F;
@@ -37,13 +37,13 @@ PinholeCamera CentredCamera() {
 
 class SplatStyles : public testing::TestWithParam<std::int64_t> {
   protected:
-    Picture Drawn(const GaussianScene& scene) const {
-        const PinholeCamera camera = CentredCamera();
-        Picture picture(camera.width, camera.height);
+    Canvas Drawn(const GaussianScene& scene) const {
+        const PinholeCamera camera = StyledCamera();
+        Canvas picture(camera.width, camera.height);
         SplatRenderer(1).Draw(scene, camera, picture.Target(), style_);
         return picture;
     }
-    Picture Drawn(const std::vector<RawGaussian>& gaussians) const {
+    Canvas Drawn(const std::vector<RawGaussian>& gaussians) const {
         return Drawn(PackedScene(gaussians));
     }
 
@@ -83,7 +83,7 @@ TEST_P(SplatStyles, GaussianWithoutAreaDoesNotShowWhereAreaIsKept) {
 
 TEST_P(SplatStyles, EnlargementWidens) {
     style_.enlargement = 2.0F;
-    const Picture picture = Drawn({WhiteVertex({0, 0, 1}, 0.1F, 0.8F)});
+    const Canvas picture = Drawn({WhiteVertex({0, 0, 1}, 0.1F, 0.8F)});
     for (const int x : {50, 58, 70, 85}) {
         const double square = (x - 50) * (x - 50);
         const double covered = 0.8 * std::exp(-0.5 * square / (20.0 * 20.0 + kFilter));
@@ -138,7 +138,7 @@ std::vector<RawGaussian> TwoBlocks() {
 TEST_P(SplatStyles, ShareIsTheBeginningOfEachBlock) {
     const GaussianScene scene = PackedScene(TwoBlocks());
     style_.share = 0.25F;
-    const Picture picture = Drawn(scene);
+    const Canvas picture = Drawn(scene);
     const auto shows = [&](std::size_t i) {
         return picture.At(static_cast<int>(i % 32) + 34, static_cast<int>(i / 32) + 18)[0] > 200;
     };
@@ -154,7 +154,7 @@ TEST_P(SplatStyles, ShareIsTheBeginningOfEachBlock) {
 
 TEST_P(SplatStyles, ShareOfAllIsTheWholePicture) {
     const GaussianScene scene = PackedScene(test::OverlappingGaussians(60));
-    const Picture whole = Drawn(scene);
+    const Canvas whole = Drawn(scene);
     for (const float share : {0.9999F, 1.0F, 7.0F}) {
         style_.share = share;
         EXPECT_EQ(Drawn(scene).Bytes(), whole.Bytes()) << share;
@@ -165,7 +165,7 @@ TEST_P(SplatStyles, SmallestShareIsNotEmpty) {
     const GaussianScene scene = PackedScene(TwoBlocks());
     for (const float share : {0.0F, -1.0F, 1e-6F}) {
         style_.share = share;
-        const Picture picture = Drawn(scene);
+        const Canvas picture = Drawn(scene);
         EXPECT_TRUE(std::ranges::any_of(picture.Bytes(), [](int value) { return value > 0; }));
     }
 }
@@ -176,9 +176,9 @@ TEST_P(SplatStyles, BothEyesShowTheSameShare) {
     const PinholeCamera right = EyeOf(camera, 0.05F, 3.0F);
     style_.share = 0.3F;
     style_.enlargement = 1.8F;
-    Picture alone(camera.width, camera.height);
-    Picture left(camera.width, camera.height);
-    Picture other(camera.width, camera.height);
+    Canvas alone(camera.width, camera.height);
+    Canvas left(camera.width, camera.height);
+    Canvas other(camera.width, camera.height);
     SplatRenderer renderer(2);
     renderer.Draw(scene, right, alone.Target(), style_);
     renderer.DrawPair(scene, camera, left.Target(), right, other.Target(), style_);

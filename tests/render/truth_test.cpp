@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "cli/splat_picture/splat_raster.h"
-#include "tests/render/picture.h"
+#include "tests/render/canvas.h"
+#include "tests/support/plain_splat_drawing.h"
 #include "tests/support/simd_targets.h"
 #include "tests/support/splat_scenes.h"
 
@@ -32,7 +32,7 @@ int ToByte(float value) {
     return static_cast<int>(std::lround(std::clamp(value, 0.0F, 1.0F) * 255.0F));
 }
 
-Difference DifferenceOf(const SplatPicture& plain, const test::Picture& picture) {
+Difference DifferenceOf(const test::PlainPicture& plain, const test::Canvas& picture) {
     double squares = 0.0;
     Difference difference;
     for (int row = 0; row < plain.height; ++row) {
@@ -72,8 +72,9 @@ class Truth : public testing::TestWithParam<std::int64_t> {
 TEST_P(Truth, FiveScenesAreLikeThePlainOnes) {
     const PinholeCamera camera = test::SceneCamera(200, 150);
     for (const TruthCase& scene : Cases()) {
-        const Difference difference = DifferenceOf(
-            DrawSplats(scene.gaussians, camera), Drawn(test::PackedScene(scene.gaussians), camera));
+        const Difference difference =
+            DifferenceOf(test::DrawPlainly(scene.gaussians, camera),
+                         Drawn(test::PackedScene(scene.gaussians), camera));
         EXPECT_GE(difference.psnr, kLeastPsnr) << scene.name;
         EXPECT_LE(difference.largest, kLargestDifference) << scene.name;
     }
@@ -81,11 +82,11 @@ TEST_P(Truth, FiveScenesAreLikeThePlainOnes) {
 
 TEST_P(Truth, TurnedCameraOffTheMiddleSeesTheSame) {
     PinholeCamera camera = test::SceneCamera(150, 130);
-    ShiftSideways(camera, 0.5F, 4.0F);
+    test::ShiftSideways(camera, 0.5F, 4.0F);
     camera = EyeOf(camera, 0.1F, 3.0F);
     const std::vector<RawGaussian> gaussians = test::ReliefGaussians(60);
-    const Difference difference =
-        DifferenceOf(DrawSplats(gaussians, camera), Drawn(test::PackedScene(gaussians), camera));
+    const Difference difference = DifferenceOf(test::DrawPlainly(gaussians, camera),
+                                               Drawn(test::PackedScene(gaussians), camera));
     EXPECT_GE(difference.psnr, kLeastPsnr);
     EXPECT_LE(difference.largest, kLargestDifference);
 }

@@ -33,7 +33,7 @@ class Run(unittest.TestCase):
         for name, text in (("scripts/setup", NOTHING), ("scripts/build", NOTHING),
                            ("build/release/bin/vistrel", PROGRAM),
                            ("build/release/bin/vistrel-convert", PROGRAM),
-                           ("build/release/bin/vistrel-snapshot", PROGRAM),
+                           ("build/release/bin/vistrel-render", PROGRAM),
                            (RELIEF, ""), ("resources/sample/autumn_lake.jpg", "")):
             (self.root / name).parent.mkdir(parents=True, exist_ok=True)
             (self.root / name).write_text(text)
@@ -116,7 +116,7 @@ class Run(unittest.TestCase):
 
     # What is done
 
-    def test_a_photo_leaves_a_scene_and_a_picture_beside_it_with_and_without_a_display(self):
+    def test_a_photo_leaves_a_scene_and_two_pictures_beside_it_with_and_without_a_display(self):
         for display, stem in ((None, "my photo"), (":7", "my photo-2")):
             with self.subTest(display):
                 if display:
@@ -124,6 +124,7 @@ class Run(unittest.TestCase):
                 self.run_script(self.photo)
                 self.assertTrue((self.home / f"{stem}.ply").exists())
                 self.assertTrue((self.home / f"{stem}-scene.png").exists())
+                self.assertTrue((self.home / f"{stem}_sbs.jpg").exists())
 
     def test_without_a_display_the_sample_is_converted_by_the_chosen_network(self):
         network = self.chosen()

@@ -14,8 +14,8 @@ void Append(std::string& bytes, const Values& values) {
 
 }  // namespace
 
-SplatVertex WhiteVertex(std::array<float, 3> position, float sigma, float opacity) {
-    SplatVertex vertex{};
+RawGaussian WhiteVertex(std::array<float, 3> position, float sigma, float opacity) {
+    RawGaussian vertex{};
     vertex.position = position;
     vertex.colorDc.fill(0.5F / 0.28209478F);
     vertex.opacityLogit = std::log(opacity / (1.0F - opacity));

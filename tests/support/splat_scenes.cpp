@@ -18,10 +18,10 @@ float Logit(float opacity) {
 }
 
 std::array<float, 3> ColorOf(float u, float v, float layer) {
-    constexpr float kDcToValue = 0.28209478F;
+    constexpr float kPerUnit = 0.28209478F;
     const auto channel = [&](float phase) {
         const float value = 0.5F + 0.4F * std::sin(23.0F * u + phase) * std::cos(17.0F * v + layer);
-        return (value - 0.5F) / kDcToValue;
+        return (value - 0.5F) / kPerUnit;
     };
     return {channel(0.0F), channel(1.0F), channel(2.0F)};
 }
@@ -79,6 +79,14 @@ class Dice {
 
 PinholeCamera SceneCamera(int width, int height) {
     return FitCamera({1600, 1600, 800, 600, 1600, 1200}, width, height);
+}
+
+void ShiftSideways(PinholeCamera& camera, float offset, float distance) {
+    const float length = std::hypot(offset, distance);
+    const float sine = offset / length;
+    const float cosine = distance / length;
+    camera.position[0] += offset;
+    camera.rows = {{{cosine, 0, sine}, {0, 1, 0}, {-sine, 0, cosine}}};
 }
 
 std::vector<RawGaussian> ReliefGaussians(int side) {

@@ -15,6 +15,10 @@ namespace vistrel::test {
 // The camera, for a picture of `width` x `height` pixels.
 [[nodiscard]] PinholeCamera SceneCamera(int width, int height);
 
+// Moves the camera sideways by `offset` (to the right where positive) and turns it about the
+// vertical, so that it looks at the point `distance` straight ahead of where it was.
+void ShiftSideways(PinholeCamera& camera, float offset, float distance);
+
 // Two layers of `side` x `side` Gaussians: surfaces that are hilly, tilted and torn where one thing
 // stands before another. The Gaussians are flat and nearly opaque and touch their neighbours.
 [[nodiscard]] std::vector<RawGaussian> ReliefGaussians(int side);

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
-"""The relief demo at work: photograph -> vistrel-convert -> splat-picture."""
+"""The relief demo at work: photograph -> vistrel-convert -> what the renderer draws."""
 
 import os
 import subprocess
@@ -27,10 +27,11 @@ def convert(photograph, scene, *options, model=MODEL):
 
 def draw(scene, picture, shift=0.0):
     """The picture in 0..255 and the share of it that Gaussians cover."""
-    result = subprocess.run(
-        [BIN / "splat-picture", "--size", f"{WIDTH}x{HEIGHT}", "--shift", str(shift), scene, picture],
-        check=True, capture_output=True, text=True)
-    return pixels(Image.open(picture)), float(result.stdout.split("covered ")[1])
+    distance = numpy.median(vertices(scene)[:, 2])
+    view = [WIDTH, HEIGHT, shift * distance, distance]
+    result = subprocess.run([BIN.parent / "tests/draw_scene", scene, *map(str, view), picture],
+                            check=True, capture_output=True, text=True)
+    return pixels(Image.open(picture)), float(result.stdout)
 
 
 def pixels(image):
@@ -85,9 +86,9 @@ class ReliefSceneTest(unittest.TestCase):
         root = Path(cls.folder.name)
         cls.scene = root / "scene.ply"
         convert(SAMPLE, cls.scene)
-        cls.front, cls.front_covered = draw(cls.scene, root / "front.png")
-        cls.left, cls.left_covered = draw(cls.scene, root / "left.png", -SHIFT)
-        cls.right, cls.right_covered = draw(cls.scene, root / "right.png", SHIFT)
+        cls.front, cls.front_covered = draw(cls.scene, root / "front.ppm")
+        cls.left, cls.left_covered = draw(cls.scene, root / "left.ppm", -SHIFT)
+        cls.right, cls.right_covered = draw(cls.scene, root / "right.ppm", SHIFT)
         cls.photograph = pixels(Image.open(SAMPLE).resize((WIDTH, HEIGHT), Image.Resampling.LANCZOS))
 
     def convert_image(self, image):
@@ -171,7 +172,7 @@ class ReliefSceneTest(unittest.TestCase):
         with tempfile.TemporaryDirectory() as folder:
             scene = Path(folder) / "half.ply"
             convert(SAMPLE, scene, "--keep-ratio", "0.5")
-            half, covered = draw(scene, Path(folder) / "half.png")
+            half, covered = draw(scene, Path(folder) / "half.ppm")
         self.assertGreater(covered, 0.99)
         self.assertLess(numpy.abs(half - self.photograph).mean(), 9.0)
 

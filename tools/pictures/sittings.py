@@ -136,17 +136,12 @@ def batch(studio, language):
                      user.display.picture(user.display.frame_box(dialog.window)))
 
 
-def two_sides(studio, _):
-    """The sample's scene from two places beside the camera's."""
-    gap, (width, height) = 8, (616, 480)
-    both = Image.new("RGB", (2 * width + gap, height), "white")
-    for x, shift in (0, -0.04), (width + gap, 0.04):
-        side = studio.folder / "side.png"
-        studio.run("splat-picture", "--size", "720x540", "--shift", shift, studio.scene, side)
-        with Image.open(side) as picture:
-            left, top = (picture.width - width) // 2, (picture.height - height) // 2
-            both.paste(picture.crop((left, top, left + width, top + height)), (x, 0))
-    studio.album.add("sample_from_left_and_right.jpg", both)
+def stereo_pair(studio, _):
+    """The sample's scene for two eyes."""
+    pair = studio.folder / "pair.png"
+    studio.run("vistrel-render", "--stereo", "sbs", "--size", "1240x465", studio.scene, pair)
+    with Image.open(pair) as picture:
+        studio.album.add("sample_side_by_side.jpg", picture.convert("RGB"))
 
 
 # What is pictured where; {} is the language.
@@ -156,7 +151,7 @@ KINDS = [
     (batch, ["batch_running_{}.png"]),
     (photograph_to_scene, ["preview_{}.jpg", "scene_{}.jpg", "menu_controls_{}.png"]),
 ]
-SITTINGS = [(two_sides, "en", ["sample_from_left_and_right.jpg"]),
+SITTINGS = [(stereo_pair, "en", ["sample_side_by_side.jpg"]),
             (hidden_panel, "en", ["hidden_en.jpg"]),
             *((sitting, language, [kind.format(language) for kind in kinds])
               for language in LANGUAGES for sitting, kinds in KINDS)]
