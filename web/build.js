@@ -98,6 +98,8 @@ async function bundle(entry, plugins) {
         sourcemap: withSourceMaps && "inline",
         legalComments: "inline",
         charset: "utf8",
+        // Lines are for who looks at what ran; names stay as they are, for messages.
+        minifyWhitespace: !withSourceMaps,
         write: false,
         plugins,
     });

@@ -27,7 +27,7 @@ constexpr float kBlackDc = -0.5F / 0.28209478F;
 constexpr float kFilter = 0.3F;
 
 // The middle of the picture is that of pixel 50, 50.
-PinholeCamera CentredCamera() {
+PinholeCamera StyledCamera() {
     PinholeCamera camera;
     camera.focalX = camera.focalY = 100.0F;
     camera.centreX = camera.centreY = 50.5F;
@@ -38,7 +38,7 @@ PinholeCamera CentredCamera() {
 class SplatStyles : public testing::TestWithParam<std::int64_t> {
   protected:
     Canvas Drawn(const GaussianScene& scene) const {
-        const PinholeCamera camera = CentredCamera();
+        const PinholeCamera camera = StyledCamera();
         Canvas picture(camera.width, camera.height);
         SplatRenderer(1).Draw(scene, camera, picture.Target(), style_);
         return picture;
