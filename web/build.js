@@ -98,7 +98,7 @@ async function bundle(entry, plugins) {
         sourcemap: withSourceMaps && "inline",
         legalComments: "inline",
         charset: "utf8",
-        // Lines are for who looks at what ran; names stay as they are, for messages.
+        // The page is read at every start. Names stay, for what the console tells.
         minifyWhitespace: !withSourceMaps,
         write: false,
         plugins,
