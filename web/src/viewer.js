@@ -137,6 +137,7 @@ export class Viewer {
      * @param {number} number of a stereo mode
      */
     setStereoMode(number) {
+        this.#effect?.end();
         this.#effect?.dispose();
         this.stereoMode = number;
         this.#effect = this.#stage.createEffect(this.settings, stereoMode(number));

@@ -63,6 +63,9 @@ export class CanvasEffect {
         return true;
     }
 
+    /** Nothing is to be done before another effect takes over. */
+    end() {}
+
     /** Frees the pictures. */
     dispose() {
         this.#pictures.dispose();

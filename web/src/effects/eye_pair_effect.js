@@ -44,6 +44,7 @@ in vec2 vUv;
  *     frame. The camera keeps its position and projection; a swap gives each eye the other's
  *     picture. Whether something was drawn: it is not where the screen already shows all that can
  *     be shown
+ * @property {() => void} end called before dispose when another effect takes over
  * @property {() => void} dispose
  */
 
@@ -140,6 +141,9 @@ export class EyePairEffect {
             renderer.setRenderTarget(remembered);
         }
     }
+
+    /** Nothing is to be done before another effect takes over. */
+    end() {}
 
     /** Frees the pictures and the quad. */
     dispose() {
