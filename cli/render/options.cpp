@@ -35,7 +35,7 @@ void AddViewOptions(CLI::App& app, RenderOptions& options, Arguments& arguments)
         ->capture_default_str();
     app.add_option("--view", arguments.view,
                    "photograph: the camera that took it, each eye whole; window: what the window "
-                   "shows at first, sbs, crossed and over-under the middle of it")
+                   "shows at first; sbs, crossed and over-under show its middle")
         ->check(CLI::IsMember({"photograph", "window"}))
         ->type_name("VIEW")
         ->capture_default_str();
@@ -45,8 +45,8 @@ void AddViewOptions(CLI::App& app, RenderOptions& options, Arguments& arguments)
                    "share of their width; 0: not at all [1/30]")
         ->type_name("NUMBER");
     app.add_flag("--crop,!--no-crop", arguments.crop,
-                 "Move in until no edge of the picture is empty; usual where a photograph's camera "
-                 "is known and asked for");
+                 "Move in until no edge of the picture is empty; usual in the photograph's view, "
+                 "unless the file has no camera");
     app.add_flag("--general", options.window.general,
                  "In the window's view: for scenes that Vistrel has not made");
     app.add_option("--focus", options.window.focus, "In the window's view: -100 to 100 [0]")
