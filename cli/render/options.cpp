@@ -75,8 +75,8 @@ void AddOutputOptions(CLI::App& app, RenderOptions& options, Arguments& argument
             ->type_name("ENDING");
     folder->needs(ending);
     ending->needs(folder);
-    app.add_option("SCENE OUTPUT", arguments.files,
-                   "Scene to draw (.ply) and file to write (" + OutputEndings() +
+    app.add_option("FILE", arguments.files,
+                   "SCENE OUTPUT: scene to draw (.ply) and file to write (" + OutputEndings() +
                        "), the folder of which is created; with --output-dir any number of scenes")
         ->type_name("")
         ->required();
