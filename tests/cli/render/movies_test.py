@@ -25,8 +25,8 @@ def decoded(movie):
     told = subprocess.run(["ffprobe", "-v", "error", "-of", "json", "-show_streams", movie], check=True,
                           capture_output=True)
     stream = json.loads(told.stdout)["streams"][0]
-    raw = subprocess.run(["ffmpeg", "-v", "error", "-i", movie, "-f", "rawvideo", "-pix_fmt", "rgb24", "-"],
-                         check=True, capture_output=True).stdout
+    raw = subprocess.run(["ffmpeg", "-v", "error", "-i", movie, "-fps_mode", "passthrough", "-f", "rawvideo",
+                          "-pix_fmt", "rgb24", "-"], check=True, capture_output=True).stdout
     return numpy.frombuffer(raw, numpy.uint8).reshape(-1, stream["height"], stream["width"], 3).astype(int)
 
 
