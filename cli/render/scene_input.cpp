@@ -44,7 +44,7 @@ SceneFile ReadScene(const std::filesystem::path& path) {
     const std::string ending = SmallEnding(path);
     if (IsSceneName(path) && ending != ".ply") {
         throw std::runtime_error("scenes that end in " + ending +
-                                 " cannot be drawn yet, only those in .ply");
+                                 " cannot be drawn, only those in .ply");
     }
     if (IsPhotograph(InputFile(path))) {
         throw std::runtime_error("it is a photograph; vistrel-convert makes a scene of it first");
