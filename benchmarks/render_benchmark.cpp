@@ -16,6 +16,7 @@
 
 #include "benchmarks/interleaved.h"
 #include "benchmarks/raw_write.h"
+#include "render/picture.h"
 #include "render/scene_ply.h"
 #include "render/splat_renderer.h"
 #include "tests/support/plain_splat_drawing.h"
@@ -30,18 +31,6 @@ constexpr int kSide = 768;  // two layers of 768 x 768: 1,179,648 Gaussians
 constexpr int kWidth = 1920;
 constexpr int kHeight = 1080;
 constexpr double kMebibyte = 1024.0 * 1024.0;
-
-class Picture {
-  public:
-    Picture(int width, int height)
-        : rowBytes_(4 * static_cast<std::size_t>(width)),
-          pixels_(rowBytes_ * static_cast<std::size_t>(height)) {}
-    [[nodiscard]] PixelTarget Target() { return {pixels_.data(), rowBytes_}; }
-
-  private:
-    std::size_t rowBytes_;
-    std::vector<std::uint8_t> pixels_;
-};
 
 using MakeGaussians = std::vector<RawGaussian> (*)(int side);
 

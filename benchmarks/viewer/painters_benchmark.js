@@ -3,7 +3,7 @@
  * Measures the viewer page with each of its painters, in the browser that the program embeds:
  * node benchmarks/viewer/painters_benchmark.js FOLDER [SIDE]
  * FOLDER holds the five built files; SIDE makes the scene smaller than the program's own (768). The
- * goals are for two quiet cores and no graphics card; Spark takes minutes there.
+ * goals are for two quiet cores and no graphics card.
  */
 import { spawn } from "node:child_process";
 import { mkdtemp, rm } from "node:fs/promises";
