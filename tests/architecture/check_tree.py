@@ -186,10 +186,10 @@ def check_includes(root, names):
             finding = check_include(name, header)
             if finding:
                 findings.append(finding)
-            users.setdefault((name.split("/")[0], header), set()).add(name)
+            users.setdefault(header, set()).add(name)
     for folder, headers in ONE_FILE_ONLY.items():
         for header in headers:
-            files = sorted(users.get((folder, header), set()))
+            files = sorted(name for name in users.get(header, ()) if name.startswith(folder + "/"))
             if len(files) > 1:
                 findings.append(f"{header} is included by more than one file: {', '.join(files)}")
     return findings

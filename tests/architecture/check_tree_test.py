@@ -55,13 +55,15 @@ class BrokenTree(unittest.TestCase):
         self.assertEqual(self.findings("viewer/loader/a.cpp", "#include <QWebEngineView>\n"), [])
 
     def test_third_party_in_two_files(self):
-        with tempfile.TemporaryDirectory() as folder:
-            root = Path(folder)
-            subprocess.run(["git", "init", "-q", folder], check=True)
-            (root / "engine").mkdir()
-            for name in ("a.cpp", "b.cpp"):
-                (root / "engine" / name).write_text("#include <stb_image.h>\n")
-            self.assertTrue(check_tree.check_tree(root))
+        for place, header in (("engine", "exiv2/exiv2.hpp"), ("render/pictures", "png.h"),
+                              ("shell/start", "xcb/xcb.h")):
+            with self.subTest(place), tempfile.TemporaryDirectory() as folder:
+                root = Path(folder)
+                subprocess.run(["git", "init", "-q", folder], check=True)
+                (root / place).mkdir(parents=True)
+                for name in ("a.cpp", "b.cpp"):
+                    (root / place / name).write_text(f"// {check_tree.LICENCE}\n#include <{header}>\n")
+                self.assertEqual(len(check_tree.check_tree(root)), 1)
 
     def test_engine_linking_what_it_may_not(self):
         self.assertTrue(self.findings(
