@@ -40,7 +40,7 @@ bool IsPhotograph(const InputFile& file) {
 
 }  // namespace
 
-SceneFile ReadScene(const std::filesystem::path& path) {
+void CheckScene(const std::filesystem::path& path) {
     const std::string ending = SmallEnding(path);
     if (IsSceneName(path) && ending != ".ply") {
         throw std::runtime_error("scenes that end in " + ending +
@@ -49,6 +49,9 @@ SceneFile ReadScene(const std::filesystem::path& path) {
     if (IsPhotograph(InputFile(path))) {
         throw std::runtime_error("it is a photograph; vistrel-convert makes a scene of it first");
     }
+}
+
+SceneFile ReadScene(const std::filesystem::path& path) {
     SceneFile file = ReadScenePly(path);
     if (file.scene.Count() == 0) throw std::runtime_error("the scene has no Gaussians");
     return file;

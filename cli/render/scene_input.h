@@ -8,8 +8,12 @@
 
 namespace vistrel {
 
-// Reads a scene. What is none is told by what it is: a photograph, a format that is not read.
-// Throws std::runtime_error with the text for the user, and std::bad_alloc. Any thread.
+// Tells what is no scene by what it is: nothing, a photograph, a format that is not read. Of a
+// scene only the first bytes are looked at. Throws std::runtime_error with the text for the user.
+// Any thread, like the next.
+void CheckScene(const std::filesystem::path& path);
+
+// Throws std::runtime_error with the text for the user, and std::bad_alloc.
 [[nodiscard]] SceneFile ReadScene(const std::filesystem::path& path);
 
 }  // namespace vistrel

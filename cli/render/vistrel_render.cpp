@@ -30,6 +30,16 @@
 namespace vistrel {
 namespace {
 
+// What `work` throws is told with the file's name.
+template <typename Work>
+auto Naming(const std::filesystem::path& file, const Work& work) {
+    try {
+        return work();
+    } catch (const std::runtime_error& error) {
+        throw std::runtime_error(file.native() + ": " + error.what());
+    }
+}
+
 // One scene after the other.
 class SceneRendering {
   public:
@@ -37,9 +47,10 @@ class SceneRendering {
 
     // Throws std::exception with the text for the user.
     void Run(const RenderJob& job) {
+        Naming(job.scene, [&] { CheckScene(job.scene); });  // before a folder is made for it
         PrepareOutput(job.output);
         step_.Begin("Reading the scene\u2026");
-        const SceneFile file = Read(job.scene);
+        const SceneFile file = Naming(job.scene, [&] { return ReadScene(job.scene); });
         step_.Begin("Drawing the picture\u2026");
         if (options_.IsMovie()) {
             WriteMovie(renderer_, file, options_, job.output, step_);
@@ -65,19 +76,7 @@ class SceneRendering {
             std::error_code ignored;  // a folder that is missing is told by the check
             std::filesystem::create_directories(output.parent_path(), ignored);
         }
-        try {
-            CheckOutput(output);
-        } catch (const std::runtime_error& error) {
-            throw std::runtime_error(output.native() + ": " + error.what());
-        }
-    }
-
-    static SceneFile Read(const std::filesystem::path& scene) {
-        try {
-            return ReadScene(scene);
-        } catch (const std::runtime_error& error) {
-            throw std::runtime_error(scene.native() + ": " + error.what());
-        }
+        Naming(output, [&output] { CheckOutput(output); });
     }
 
     const RenderOptions& options_;

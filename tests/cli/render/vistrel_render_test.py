@@ -139,6 +139,13 @@ class Failures(RenderTest):
         self.scene.unlink()
         self.check_failure(self.run_program(self.scene, self.picture), str(self.scene))
 
+    def test_nothing_is_made_for_what_is_no_scene(self):
+        self.scene.unlink()
+        for _ in ("no file", "a photograph"):
+            self.check_failure(self.run_program(self.scene, self.folder / "new" / "a.png"), str(self.scene))
+            self.assertFalse((self.folder / "new").exists())
+            Image.new("RGB", (20, 20)).save(self.scene, "PNG")
+
     def test_photograph_in_place_of_the_scene(self):
         for kind in ("PNG", "JPEG", "BMP", "WEBP", "TIFF", "GIF"):
             Image.new("RGB", (20, 20)).save(self.scene, kind)
