@@ -126,6 +126,17 @@ class Run(unittest.TestCase):
                 self.assertTrue((self.home / f"{stem}-scene.png").exists())
                 self.assertTrue((self.home / f"{stem}_sbs.jpg").exists())
 
+    def test_no_file_of_the_users_is_overwritten(self):
+        for i, ending in enumerate((".ply", "-scene.png", "_sbs.jpg")):
+            with self.subTest(ending):
+                photo = self.home / f"photo {i}.jpg"
+                photo.touch()
+                taken = self.home / f"photo {i}{ending}"
+                taken.write_text("the user's")
+                self.run_script(photo)
+                self.assertEqual(taken.read_text(), "the user's")
+                self.assertTrue((self.home / f"photo {i}-2.ply").exists())
+
     def test_without_a_display_the_sample_is_converted_by_the_chosen_network(self):
         network = self.chosen()
         self.choose(json.dumps({"modelPath": network}))
