@@ -46,7 +46,7 @@ const char* FramePacking(StereoLayout layout) {
 }
 
 // How WebM names those that it has.
-const char* StereoMode(StereoLayout layout) {
+const char* WebmStereoMode(StereoLayout layout) {
     switch (layout) {
         case StereoLayout::SideBySide:
         case StereoLayout::HalfSideBySide:
@@ -104,7 +104,7 @@ Words WebmWords(const MovieOptions& options) {
                    "-cpu-used", "4",
                    "-row-mt",   "1"};
     Append(words, kVideoColors);
-    if (const char* mode = StereoMode(options.layout)) {
+    if (const char* mode = WebmStereoMode(options.layout)) {
         Append(words, {"-metadata:s:v:0", std::string("stereo_mode=") + mode});
     }
     Append(words, {"-f", "webm"});
