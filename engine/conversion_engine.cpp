@@ -52,7 +52,8 @@ void CreateOutputFolder(const std::wstring& outputPath) {
     if (code) throw CreateDirectoriesError(folder, code);
 }
 
-ConversionEngine::ConversionEngine(ProviderList providers) : providers_(std::move(providers)) {
+ConversionEngine::ConversionEngine(ProviderList providers, PhotographReader reader)
+    : providers_(std::move(providers)), reader_(std::move(reader)) {
     GiveBackLargeBuffers();
 }
 
@@ -62,12 +63,14 @@ void ConversionEngine::Convert(const ConversionJob& job,
         if (callbacks.onProgress) callbacks.onProgress(stage);
     };
     report(L"Preprocessing image\u2026");
-    PreprocessedImage image = LoadAndPreprocess(job.inputPath, ReadExifOrientation(job.inputPath));
+    PreprocessedImage image =
+        reader_ ? Preprocess(reader_(job.inputPath), job.inputPath)
+                : LoadAndPreprocess(job.inputPath, ReadExifOrientation(job.inputPath));
 
     const bool cuda = job.provider == ExecutionProvider::Cuda;
     report(std::wstring(L"Running ONNX inference (") + (cuda ? L"CUDA" : L"CPU") + L")\u2026");
-    constexpr float kDisparityFactor = 1.0F;
-    GaussianSet gaussians = RunSharpInference(job.modelPath, image, kDisparityFactor, job.provider,
+    const float disparityFactor = image.focalPx / static_cast<float>(image.width);
+    GaussianSet gaussians = RunSharpInference(job.modelPath, image, disparityFactor, job.provider,
                                               providers_, callbacks.onNetworkOpened);
     image.tensor = {};  // 28 MB that no later stage needs
 

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "engine/execution_provider.h"
+#include "engine/photograph.h"
 #include "engine/sharp_inference.h"
 
 namespace vistrel {
@@ -47,9 +48,12 @@ struct ConversionCallbacks {
 class ConversionEngine {
   public:
     // `providers` tells the session which execution providers there are; it is called on the
-    // threads that convert, maybe on several at a time. The first engine sets, for the whole
-    // process, that the memory of large buffers goes back to the system when they are freed.
-    explicit ConversionEngine(ProviderList providers = AvailableExecutionProviders);
+    // threads that convert, maybe on several at a time. `reader` takes the place of the engine's
+    // own reading of photographs, which is LoadAndPreprocess by the EXIF orientation. The first
+    // engine sets, for the whole process, that the memory of large buffers goes back to the system
+    // when they are freed.
+    explicit ConversionEngine(ProviderList providers = AvailableExecutionProviders,
+                              PhotographReader reader = {});
 
     // Atomic. True while a run of StartAsync goes on; a synchronous Run neither reads nor sets it.
     // Stays true when StartAsync could not create the output folder.
@@ -74,6 +78,7 @@ class ConversionEngine {
     void Convert(const ConversionJob& job, const ConversionCallbacks& callbacks) const;
 
     const ProviderList providers_;
+    const PhotographReader reader_;  // may be empty
 };
 
 }  // namespace vistrel

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 
 #include "base/log.h"
@@ -64,17 +65,21 @@ void LogLoadedImage(const std::wstring& path, const PreprocessedImage& image) {
 
 }  // namespace
 
-PreprocessedImage LoadAndPreprocess(const std::wstring& path, int orientation) {
-    const Picture picture = DecodeFile(path);
-    UprightRows rows(picture, orientation);
+PreprocessedImage Preprocess(const Photograph& photograph, const std::wstring& path) {
+    const Picture& picture = photograph.picture;
+    UprightRows rows(picture, photograph.orientation);
 
     PreprocessedImage image;
     image.tensor = MakeTensor(rows, picture.opaque);
     image.width = rows.Width();
     image.height = rows.Height();
-    image.focalPx = static_cast<float>(image.width);
+    image.focalPx = photograph.focalPx.value_or(static_cast<float>(image.width));
     LogLoadedImage(path, image);
     return image;
+}
+
+PreprocessedImage LoadAndPreprocess(const std::wstring& path, int orientation) {
+    return Preprocess({DecodeFile(path), orientation, std::nullopt}, path);
 }
 
 }  // namespace vistrel

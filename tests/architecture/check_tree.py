@@ -15,6 +15,9 @@ from pathlib import Path
 ARROWS = {
     "base": (["base/"], []),
     "engine": (["engine/", "base/"], ["stb", "onnxruntime", "exiv2", "hwy"]),
+    "photos": (["photos/", "engine/picture.h", "engine/photograph.h", "engine/image_decoding.h",
+                "base/"],
+               ["exiv2", "heif", "jxl", "lcms2", "raw", "tiff", "webp", "zlib"]),
     "render": (["render/", "base/"], ["hwy"]),
     "render/pictures": (["render/", "base/"], ["jpeg", "png", "webp"]),
     "download": (["download/", "base/"], ["curl"]),
@@ -29,16 +32,17 @@ ARROWS = {
                     ["qt", "xcb"]),
     "cli": (["cli/command.h", "cli/interrupts.h", "cli/long_step.h", "cli/output_check.h",
              "cli/picture_size.h", "base/new_file.h"], []),
-    "cli/convert": (["cli/", "batch/", "engine/", "base/"], ["cli11"]),
+    "cli/convert": (["cli/", "batch/", "photos/", "engine/", "base/"], ["cli11"]),
     "cli/render": (["cli/", "render/", "base/"], ["cli11"]),
     # The page's own picture needs the browser, and so Qt.
     "cli/snapshot": (["cli/", "viewer/", "base/", "shell/start/extraction.h"], ["cli11", "qt"]),
     # Stands between the program and libcurl for pictures of a download.
     "tools": ([], ["curl"]),
-    "tests": (["tests/", "base/", "engine/", "render/", "download/", "batch/", "viewer/", "ui/",
+    "tests": (["tests/", "base/", "engine/", "photos/", "render/", "download/", "batch/", "viewer/", "ui/",
                "shell/", "cli/"],
               ["gtest", "gmock", "eigen", "stb", "hwy", "qt", "curl", "onnxruntime"]),
-    "benchmarks": (["benchmarks/", "tests/support/", "base/", "engine/", "render/", "batch/"],
+    "benchmarks": (["benchmarks/", "tests/support/", "base/", "engine/", "photos/", "render/",
+                    "batch/"],
                    ["benchmark", "eigen", "stb", "hwy", "onnxruntime"]),
     # The program as a whole, driven by a user who answers at once.
     "benchmarks/responsiveness": (["benchmarks/responsiveness/", "base/text_encoding.h",
@@ -64,10 +68,16 @@ THIRD_PARTIES = {
     "hwy": r"hwy/.*",
     "eigen": r"Eigen/.*",
     "curl": r"curl/.*",
+    "heif": r"libheif/.*",
     "jpeg": r"jpeglib\.h",
+    "jxl": r"jxl/.*",
+    "lcms2": r"lcms2\.h",
     "png": r"png\.h",
+    "raw": r"libraw/.*",
+    "tiff": r"tiff\w*\.h",
     "webp": r"webp/.*",
     "xcb": r"xcb/.*",
+    "zlib": r"zlib\.h",
     "cli11": r"CLI/.*",
     "gtest": r"gtest/.*",
     "gmock": r"gmock/.*",
@@ -79,13 +89,15 @@ THIRD_PARTIES = {
 # Folder -> third parties that exactly one file of it may include.
 ONE_FILE_ONLY = {
     "engine": ["stb_image.h", "stb_image_resize2.h", "onnxruntime_cxx_api.h", "exiv2/exiv2.hpp"],
+    "photos": ["exiv2/exiv2.hpp", "lcms2.h", "libheif/heif.h", "libraw/libraw.h", "tiffio.h",
+               "webp/decode.h", "zlib.h"],
     "render": ["jpeglib.h", "png.h", "webp/encode.h"],
     "download": ["curl/curl.h"],
     "shell/start": ["xcb/xcb.h"],
 }
 
 # Folders whose headers show no third party.
-SHOWS_NO_PARTY = ("engine", "render", "render/pictures", "download")
+SHOWS_NO_PARTY = ("engine", "photos", "render", "render/pictures", "download")
 
 # CMake target -> what may stand behind it in target_link_libraries. Below tests/ and benchmarks/
 # targets link what they please.
@@ -93,6 +105,10 @@ LINKS = {
     "vistrel_base": ["vistrel_warnings"],
     "vistrel_engine": ["vistrel_warnings", "vistrel_base", "Threads::Threads", "Stb::stb",
                        "PkgConfig::exiv2", "PkgConfig::hwy", "OnnxRuntime::onnxruntime"],
+    "vistrel_photos": ["vistrel_warnings", "vistrel_engine", "${CMAKE_DL_LIBS}",
+                       "PkgConfig::exiv2", "PkgConfig::lcms2", "ZLIB::ZLIB"],
+    "vistrel_${name}_decoder": ["vistrel_warnings", "vistrel_photos", "${ARGN}"],
+    "vistrel_photo_${name}": ["vistrel_warnings", "vistrel_${name}_decoder"],
     "vistrel_render": ["vistrel_warnings", "vistrel_base", "PkgConfig::hwy", "Threads::Threads"],
     "vistrel_pictures": ["vistrel_warnings", "vistrel_render", "PkgConfig::jpeg",
                          "PkgConfig::png", "PkgConfig::webp"],
@@ -111,7 +127,7 @@ LINKS = {
     "vistrel": ["vistrel_warnings", "vistrel_program"],
     "vistrel_cli": ["vistrel_warnings", "vistrel_base"],
     "vistrel-convert": ["vistrel_warnings", "vistrel_batch", "vistrel_cli", "vistrel_engine",
-                        "CLI11::CLI11"],
+                        "vistrel_photos", "CLI11::CLI11"],
     "vistrel_render_command": ["vistrel_warnings", "vistrel_cli", "vistrel_pictures",
                                "CLI11::CLI11"],
     "vistrel-render": ["vistrel_warnings", "vistrel_render_command"],
