@@ -56,8 +56,10 @@ struct DecodedPhoto {
     ColourModel model = ColourModel::Rgba;
     bool opaque = false;  // every alpha is full; may be false although it is so
     PhotoColours colours;
-    // EXIF's, by which the samples are still to be turned; 1 where the decoder has turned them.
+    // The container's own tag, in EXIF's values, by which the samples are still to be turned; 1
+    // where there is none and where the decoder has turned them.
     int orientation = 1;
+    bool exifTurns = false;  // the orientation in `exif` is still to be applied, too
     // The EXIF block, beginning with the TIFF header; empty where there is none.
     std::vector<std::byte> exif;
     int reduction = 1;  // 2: decoded at half of its width and height
