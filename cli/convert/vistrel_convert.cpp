@@ -17,6 +17,7 @@
 
 #include "base/new_file.h"
 #include "base/text_encoding.h"
+#include "cli/chosen_model.h"
 #include "cli/command.h"
 #include "cli/convert/batch_conversion.h"
 #include "cli/convert/piped_photograph.h"
@@ -130,7 +131,8 @@ void Describe(CLI::App& app, Options& options) {
         {"rename", BatchConflictPolicy::RenameAll},
         {"cancel", BatchConflictPolicy::CancelBatch}};
     app.set_version_flag("--version", "vistrel-convert " VISTREL_VERSION);
-    app.add_option("--model", options.model, "ONNX file of the network")->required();
+    app.add_option("--model", options.model,
+                   "ONNX file of the network; if not given, the one that is chosen in the window");
     app.add_option("--provider", options.provider, "What the network runs on")
         ->check(CLI::IsMember({"cpu", "cuda"}))
         ->capture_default_str();
@@ -156,6 +158,22 @@ void Describe(CLI::App& app, Options& options) {
         ->required();
 }
 
+// Where no network is named, the one of the window. Throws std::runtime_error where its file is
+// missing; false: none is chosen.
+bool FindModel(Options& options) {
+    if (!options.model.empty()) return true;
+    options.model = ChosenModel();
+    if (options.model.empty()) {
+        Tell(
+            "No network is chosen: name one with --model, or choose one in the window of Vistrel.");
+        return false;
+    }
+    if (std::filesystem::exists(options.model)) return true;
+    throw std::runtime_error(options.model +
+                             ", the network that is chosen in the window, is missing: name another "
+                             "with --model, or choose one there.");
+}
+
 int Main(int argc, char** argv) {
     Options options;
     CLI::App app("Turns one photograph into a 3D Gaussian Splat scene (binary PLY).",
@@ -169,6 +187,7 @@ int Main(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? EXIT_SUCCESS : kWrongUsage;
     }
+    if (!FindModel(options)) return kWrongUsage;
     if (options.batch) return ConvertAll(options);
     if (OutputIsAnInput(options)) {
         Tell("OUTPUT would overwrite PHOTO or MODEL.");
