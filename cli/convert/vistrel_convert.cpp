@@ -6,9 +6,12 @@
 // 2: wrong usage.
 #include <CLI/CLI.hpp>
 #include <cstdlib>
+#include <filesystem>
 #include <map>
+#include <stdexcept>
 #include <string>
 
+#include "cli/chosen_model.h"
 #include "cli/command.h"
 #include "cli/convert/batch_conversion.h"
 #include "cli/convert/single_conversion.h"
@@ -64,7 +67,8 @@ void Describe(CLI::App& app, Options& options) {
         {"rename", BatchConflictPolicy::RenameAll},
         {"cancel", BatchConflictPolicy::CancelBatch}};
     app.set_version_flag("--version", "vistrel-convert " VISTREL_VERSION);
-    app.add_option("--model", options.model, "ONNX file of the network")->required();
+    app.add_option("--model", options.model,
+                   "ONNX file of the network; if not given, the one that is chosen in the window");
     app.add_option("--provider", options.provider, "What the network runs on")
         ->check(CLI::IsMember({"cpu", "cuda"}))
         ->capture_default_str();
@@ -105,6 +109,22 @@ void Describe(CLI::App& app, Options& options) {
         ->required();
 }
 
+// Where no network is named, the one of the window. Throws std::runtime_error where its file is
+// missing; false: none is chosen.
+bool FindModel(Options& options) {
+    if (!options.model.empty()) return true;
+    options.model = ChosenModel();
+    if (options.model.empty()) {
+        Tell(
+            "No network is chosen: name one with --model, or choose one in the window of Vistrel.");
+        return false;
+    }
+    if (std::filesystem::exists(options.model)) return true;
+    throw std::runtime_error(options.model +
+                             ", the network that is chosen in the window, is missing: name another "
+                             "with --model, or choose one there.");
+}
+
 int Main(int argc, char** argv) {
     Options options;
     CLI::App app("Turns one photograph into a 3D Gaussian Splat scene (binary PLY).",
@@ -118,6 +138,7 @@ int Main(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? EXIT_SUCCESS : kWrongUsage;
     }
+    if (!FindModel(options)) return kWrongUsage;
     if (options.batch) return ConvertAll(options);
     return ConvertOne(options);
 }

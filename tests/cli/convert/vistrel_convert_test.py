@@ -232,7 +232,7 @@ class LostLog(Convert):
 class WrongUsage(Convert):
     def test_is_told_with_status_2_and_touches_nothing(self):
         good = [*self.model(), PHOTO, self.output]
-        for arguments in ([], [PHOTO, self.output], [*self.model(), PHOTO], [*good, "more"],
+        for arguments in ([], [*self.model(), PHOTO], [*good, "more"],
                           ["--unknown", *good], ["--provider", "gpu", *good],
                           ["--keep-ratio", "2", *good], ["--keep-ratio", "many", *good],
                           ["--keep-ratio", "nan", *good]):
