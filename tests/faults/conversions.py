@@ -88,7 +88,7 @@ class Conversion(Operation):
 
 
 WHY = (r"(create_directories: .*|.*cannot look at files?: .*|Cannot open output file(: .*)?"
-       r"|Failed to open file for stb_image|stb_image failed to load \(.*\)|.*net\.onnx.*"
+       r"|(.*/)?[1-3a-z]+\.jpg: It (cannot be read: .*|changed while it was read)\.|.*net\.onnx.*"
        r"|Cannot write output file: .*)")
 
 
