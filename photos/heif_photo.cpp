@@ -81,13 +81,17 @@ class Reader {
             error.subcode != heif_suberror_Security_limit_exceeded) {
             throw PhotoError("There is not enough memory for its pixels.");
         }
-        if (error.subcode == heif_suberror_No_meta_box) {
-            throw PhotoError("It holds moving pictures alone, and no photograph.");
+        if (error.code == heif_error_Unsupported_filetype ||
+            error.subcode == heif_suberror_No_meta_box) {
+            throw PhotoError("It holds no picture that stands still.");
         }
         RefuseWithoutDecoder();
-        const std::string reason = error.message;
-        throw PhotoError("It is damaged: " + reason.substr(0, reason.find_last_not_of(". \n") + 1) +
-                         ".");
+        const std::string message = error.message;
+        const std::string reason = message.substr(0, message.find_last_not_of(". \n") + 1) + ".";
+        if (error.subcode == heif_suberror_Security_limit_exceeded) {
+            throw PhotoError("It is beyond what is read, 200 megapixels at most: " + reason);
+        }
+        throw PhotoError("It is damaged: " + reason);
     }
 
   private:
