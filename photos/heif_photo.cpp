@@ -235,22 +235,20 @@ void StraightenAlpha(DecodedPhoto& photo) {
     }
 }
 
-// The code points of the container, else those of the coded picture.
-CodedColours ReadCodedColours(const heif_image_handle* handle, const heif_image* image) {
+CodedColours ReadCodedColours(const heif_image_handle* handle) {
     heif_color_profile_nclx* nclx = nullptr;
-    heif_error error = heif_image_handle_get_nclx_color_profile(handle, &nclx);
-    if (error.code != heif_error_Ok) error = heif_image_get_nclx_color_profile(image, &nclx);
-    if (error.code != heif_error_Ok) return {};
+    const heif_error error = heif_image_handle_get_nclx_color_profile(handle, &nclx);
     const Nclx owned(nclx);
+    if (error.code != heif_error_Ok || nclx == nullptr) return {};
     return {static_cast<int>(nclx->color_primaries),
             static_cast<int>(nclx->transfer_characteristics)};
 }
 
-PhotoColours ReadColours(const heif_image_handle* handle, const heif_image* image) {
+PhotoColours ReadColours(const heif_image_handle* handle) {
     constexpr int kPq = 16;
     constexpr int kHlg = 18;
     PhotoColours colours;
-    const CodedColours coded = ReadCodedColours(handle, image);
+    const CodedColours coded = ReadCodedColours(handle);
     // Profiles say little about light beyond white.
     if (coded.transfer != kPq && coded.transfer != kHlg) {
         colours.iccProfile.resize(heif_image_handle_get_raw_color_profile_size(handle));
@@ -288,7 +286,7 @@ std::optional<DecodedPhoto> LoadHeif(std::span<const std::byte> file) {
     CopySamples(image.get(), photo);
     photo.opaque = heif_image_handle_has_alpha_channel(handle.get()) == 0;
     if (heif_image_handle_is_premultiplied_alpha(handle.get()) != 0) StraightenAlpha(photo);
-    photo.colours = ReadColours(handle.get(), image.get());
+    photo.colours = ReadColours(handle.get());
     photo.exif = ReadExif(handle.get());
     return photo;
 }
