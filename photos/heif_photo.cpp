@@ -112,10 +112,16 @@ class Reader {
     bool avif_;
 };
 
+// The side of the smallest square of at least `pixels`.
+consteval int SquareSide(std::uint64_t pixels) {
+    std::uint64_t side = 1;
+    while (side * side < pixels) ++side;
+    return static_cast<int>(side);
+}
+
 void SetLimits(heif_context* context) {
-    constexpr int kSide = 14143;  // the limit is this, squared
-    static_assert(kMostPixels > 200'000'000 || std::uint64_t{kSide} * kSide >= kMostPixels);
-    heif_context_set_maximum_image_size_limit(context, kSide);
+    constexpr int kSide = SquareSide(kMostPixels);
+    heif_context_set_maximum_image_size_limit(context, kSide);  // of an area, squared
 #if LIBHEIF_HAVE_VERSION(0x01, 0x19, 0x00)
     constexpr std::uint64_t kDeepPixel = 8;
     heif_context_get_security_limits(context)->max_memory_block_size =

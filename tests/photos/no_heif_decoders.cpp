@@ -4,7 +4,9 @@
 
 extern "C" {
 
-int heif_have_decoder_for_format(heif_compression_format /*format*/) { return 0; }
+int heif_have_decoder_for_format(heif_compression_format /*format*/) {
+    return 0;
+}
 
 heif_error heif_decode_image(const heif_image_handle* /*handle*/, heif_image** /*image*/,
                              heif_colorspace /*colours*/, heif_chroma /*layout*/,
