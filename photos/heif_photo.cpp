@@ -81,13 +81,17 @@ class Reader {
             error.subcode != heif_suberror_Security_limit_exceeded) {
             throw PhotoError("There is not enough memory for its pixels.");
         }
-        if (error.subcode == heif_suberror_No_meta_box) {
-            throw PhotoError("It holds moving pictures alone, and no photograph.");
+        if (error.code == heif_error_Unsupported_filetype ||
+            error.subcode == heif_suberror_No_meta_box) {
+            throw PhotoError("It holds no picture that stands still.");
         }
         RefuseWithoutDecoder();
-        const std::string reason = error.message;
-        throw PhotoError("It is damaged: " + reason.substr(0, reason.find_last_not_of(". \n") + 1) +
-                         ".");
+        const std::string message = error.message;
+        const std::string reason = message.substr(0, message.find_last_not_of(". \n") + 1) + ".";
+        if (error.subcode == heif_suberror_Security_limit_exceeded) {
+            throw PhotoError("It is beyond what is read, 200 megapixels at most: " + reason);
+        }
+        throw PhotoError("It is damaged: " + reason);
     }
 
   private:
@@ -108,10 +112,16 @@ class Reader {
     bool avif_;
 };
 
+// The side of the smallest square of at least `pixels`.
+consteval int SquareSide(std::uint64_t pixels) {
+    std::uint64_t side = 1;
+    while (side * side < pixels) ++side;
+    return static_cast<int>(side);
+}
+
 void SetLimits(heif_context* context) {
-    constexpr int kSide = 14143;  // the limit is this, squared
-    static_assert(kMostPixels > 200'000'000 || std::uint64_t{kSide} * kSide >= kMostPixels);
-    heif_context_set_maximum_image_size_limit(context, kSide);
+    constexpr int kSide = SquareSide(kMostPixels);
+    heif_context_set_maximum_image_size_limit(context, kSide);  // of an area, squared
 #if LIBHEIF_HAVE_VERSION(0x01, 0x19, 0x00)
     constexpr std::uint64_t kDeepPixel = 8;
     heif_context_get_security_limits(context)->max_memory_block_size =
@@ -231,22 +241,20 @@ void StraightenAlpha(DecodedPhoto& photo) {
     }
 }
 
-// The code points of the container, else those of the coded picture.
-CodedColours ReadCodedColours(const heif_image_handle* handle, const heif_image* image) {
+CodedColours ReadCodedColours(const heif_image_handle* handle) {
     heif_color_profile_nclx* nclx = nullptr;
-    heif_error error = heif_image_handle_get_nclx_color_profile(handle, &nclx);
-    if (error.code != heif_error_Ok) error = heif_image_get_nclx_color_profile(image, &nclx);
-    if (error.code != heif_error_Ok) return {};
+    const heif_error error = heif_image_handle_get_nclx_color_profile(handle, &nclx);
     const Nclx owned(nclx);
+    if (error.code != heif_error_Ok || nclx == nullptr) return {};
     return {static_cast<int>(nclx->color_primaries),
             static_cast<int>(nclx->transfer_characteristics)};
 }
 
-PhotoColours ReadColours(const heif_image_handle* handle, const heif_image* image) {
+PhotoColours ReadColours(const heif_image_handle* handle) {
     constexpr int kPq = 16;
     constexpr int kHlg = 18;
     PhotoColours colours;
-    const CodedColours coded = ReadCodedColours(handle, image);
+    const CodedColours coded = ReadCodedColours(handle);
     // Profiles say little about light beyond white.
     if (coded.transfer != kPq && coded.transfer != kHlg) {
         colours.iccProfile.resize(heif_image_handle_get_raw_color_profile_size(handle));
@@ -284,7 +292,7 @@ std::optional<DecodedPhoto> LoadHeif(std::span<const std::byte> file) {
     CopySamples(image.get(), photo);
     photo.opaque = heif_image_handle_has_alpha_channel(handle.get()) == 0;
     if (heif_image_handle_is_premultiplied_alpha(handle.get()) != 0) StraightenAlpha(photo);
-    photo.colours = ReadColours(handle.get(), image.get());
+    photo.colours = ReadColours(handle.get());
     photo.exif = ReadExif(handle.get());
     return photo;
 }
