@@ -84,7 +84,9 @@ void DecodeFrame(const WebPIterator& frame, DecodedPhoto& photo) {
         throw PhotoError("It is damaged.");
     }
     const bool covers = frame.width == photo.width && frame.height == photo.height;
-    photo.opaque = covers && config.input.has_alpha == 0;
+    // A lossless one may have alpha although it says that it has none.
+    constexpr int kLossy = 1;
+    photo.opaque = covers && config.input.has_alpha == 0 && config.input.format == kLossy;
     AllocateSamples(photo);
     const std::size_t rowBytes = static_cast<std::size_t>(photo.width) * kPixelBytes;
     const std::size_t bytes = rowBytes * static_cast<std::size_t>(photo.height);
