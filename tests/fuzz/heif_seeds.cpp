@@ -2,7 +2,6 @@
 #include "tests/fuzz/heif_seeds.h"
 
 #include <libheif/heif.h>
-#include <sanitizer/lsan_interface.h>
 
 #include <cstdint>
 #include <memory>
@@ -54,7 +53,6 @@ heif_error Append(heif_context* /*context*/, const void* data, std::size_t size,
 }
 
 std::string Encode(const Kind& kind) {
-    const __lsan::ScopedDisabler encodersLeak;
     heif_context* const context = heif_context_alloc();
     heif_encoder* encoder = nullptr;
     Check(heif_context_get_encoder_for_format(context, kind.codec, &encoder));

@@ -183,6 +183,10 @@ class ColoursTest(HeifTest):
         decoded = self.with_colours(code_points(12, 13, matrix=0))
         self.assertEqual((decoded.primaries, decoded.transfer, decoded.icc), (12, 13, ""))
 
+    def test_unknown_code_points(self):
+        decoded = self.with_colours(code_points(200, 201, matrix=202))
+        self.assert_near(decoded, rgba(soft_picture()), LOSS)
+
     def test_nothing(self):
         decoded = self.with_colours()
         self.assertEqual((decoded.primaries, decoded.transfer, decoded.icc), (2, 2, ""))
