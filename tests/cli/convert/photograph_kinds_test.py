@@ -9,6 +9,7 @@ Usage: photograph_kinds_test.py PROGRAM MODELS PHOTO (then unittest's own argume
 import shutil
 import struct
 import tempfile
+import zlib
 from pathlib import Path
 
 import numpy as np
@@ -195,7 +196,9 @@ class BadPhotographs(Kinds):
 
     def test_giant_in_a_tiny_file(self):
         head = struct.pack(">IIBBBBB", 16000, 16000, 8, 2, 0, 0, 0)
-        self.check(self.add("a.png", b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", head)),
+        rows = zlib.compress(bytes(1000))
+        self.check(self.add("a.png", b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", head)
+                            + chunk(b"IDAT", rows) + chunk(b"IEND", b"")),
                    "It has 16000 x 16000 pixels, and at most 200 megapixels are read.")
 
     def test_batch_converts_the_others(self):
