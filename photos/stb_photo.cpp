@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
-
 #include <stdexcept>
 #include <string>
 #include <string_view>
