@@ -4,15 +4,14 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
-
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <utility>
 
 #include "engine/image_decoding.h"
-#include "photos/jpeg_metadata.h"
-#include "photos/png_metadata.h"
+#include "photos/jpeg_profile.h"
+#include "photos/png_colours.h"
 
 namespace vistrel {
 namespace {
@@ -34,15 +33,11 @@ bool TellsColours(const PhotoColours& colours) {
            colours.coded.transfer != 2 || colours.gamma != 0 || colours.chromaticities[0] != 0;
 }
 
-void ReadMetadata(Bytes file, DecodedPhoto& photo) {
-    if (IsJpeg(file)) {
-        photo.colours.iccProfile = ReadJpegProfile(file);
-        photo.exif = ReadJpegExif(file);
-    } else if (IsPng(file)) {
-        photo.colours = ReadPngColours(file);
-        photo.exif = ReadPngExif(file);
-    }
-    photo.exifTurns = !photo.exif.empty();
+PhotoColours ReadColours(Bytes file) {
+    if (IsPng(file)) return ReadPngColours(file);
+    PhotoColours colours;
+    colours.iccProfile = ReadJpegProfile(file);
+    return colours;
 }
 
 void Decode(Bytes file, DecodedPhoto& photo) {
@@ -76,7 +71,8 @@ std::optional<DecodedPhoto> LoadByStb(std::span<const std::byte> file) {
     } else if (!IsSurelyMine(file)) {
         return std::nullopt;
     }
-    ReadMetadata(file, photo);
+    photo.exifTurns = true;
+    photo.colours = ReadColours(file);
     if (facts && facts->deep && IsPng(file) && TellsColours(photo.colours)) {
         photo.format = SampleFormat::Words;
     }

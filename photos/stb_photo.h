@@ -13,8 +13,8 @@ namespace vistrel {
 
 // As a PhotoLoader. Pixels are those that the engine decodes from the same file, but a file that
 // ends too early is refused: there is no half picture. PNGs of 16 bits come as Words where they
-// tell their colours. The EXIF block is handed over for JPEG and PNG, whose orientation is still to
-// be applied.
+// tell their colours. No EXIF block is handed over: whoever applies its orientation finds it in the
+// file.
 [[nodiscard]] std::optional<DecodedPhoto> LoadByStb(std::span<const std::byte> file);
 
 }  // namespace vistrel

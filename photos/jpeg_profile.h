@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// What a JPEG tells beside its pixels.
+// The colour profile in a JPEG.
 #pragma once
 
 #include <cstddef>
@@ -13,8 +13,5 @@ namespace vistrel {
 // The ICC profile, put together of its numbered parts, in whatever order they come; empty where
 // there is none or a part is missing. Any bytes, any thread.
 [[nodiscard]] std::vector<std::byte> ReadJpegProfile(std::span<const std::byte> file);
-
-// The first EXIF block, beginning with the TIFF header; empty where there is none.
-[[nodiscard]] std::vector<std::byte> ReadJpegExif(std::span<const std::byte> file);
 
 }  // namespace vistrel

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// What a PNG tells beside its pixels.
+// What a PNG tells about its colours.
 #pragma once
 
 #include <cstddef>
 #include <span>
-#include <vector>
 
 #include "photos/decoded_photo.h"
 
@@ -16,8 +15,5 @@ namespace vistrel {
 // for sRGB. The curve that all of sRGB's files have in gAMA is taken for sRGB's. What is damaged is
 // passed over. Any bytes, any thread.
 [[nodiscard]] PhotoColours ReadPngColours(std::span<const std::byte> file);
-
-// The EXIF block, from its chunk eXIf.
-[[nodiscard]] std::vector<std::byte> ReadPngExif(std::span<const std::byte> file);
 
 }  // namespace vistrel

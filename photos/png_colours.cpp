@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "photos/png_metadata.h"
+#include "photos/png_colours.h"
 
 #include <zlib.h>
 
@@ -9,6 +9,7 @@
 #include <cstring>
 #include <optional>
 #include <string_view>
+#include <vector>
 
 #include "photos/coded_colours.h"
 
@@ -145,11 +146,6 @@ PhotoColours ReadPngColours(std::span<const std::byte> file) {
     if (const auto chunk = FindChunk(file, "gAMA")) ReadGamma(*chunk, colours);
     if (const auto chunk = FindChunk(file, "cHRM")) ReadChromaticities(*chunk, colours);
     return colours;
-}
-
-std::vector<std::byte> ReadPngExif(std::span<const std::byte> file) {
-    const auto chunk = FindChunk(file, "eXIf");
-    return chunk ? std::vector<std::byte>(chunk->begin(), chunk->end()) : std::vector<std::byte>();
 }
 
 }  // namespace vistrel

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "photos/jpeg_metadata.h"
+#include "photos/jpeg_profile.h"
 
 #include <array>
 #include <cstring>
-#include <functional>
 #include <string_view>
 
 namespace vistrel {
@@ -12,19 +11,17 @@ namespace {
 using Bytes = std::span<const std::byte>;
 using namespace std::string_view_literals;
 
-constexpr int kExifMarker = 0xE1;
 constexpr int kProfileMarker = 0xE2;
-constexpr std::string_view kExifName = "Exif\0\0"sv;
 constexpr std::string_view kProfileName = "ICC_PROFILE\0"sv;
 
 int ToInt(std::byte byte) {
     return std::to_integer<int>(byte);
 }
 
-// Calls `take` with what follows `name` in each segment of this marker that begins with the name,
-// until it returns false, and no further than to the pixels.
-void ForSegments(Bytes file, int marker, std::string_view name,
-                 const std::function<bool(Bytes)>& take) {
+// Calls `take` with what follows `name` in each of these segments that begins with it, no further
+// than to the pixels.
+template <typename Take>
+void ForSegments(Bytes file, int marker, std::string_view name, const Take& take) {
     constexpr int kStartOfScan = 0xDA;
     constexpr int kEndOfImage = 0xD9;
     if (!IsJpeg(file)) return;
@@ -41,9 +38,8 @@ void ForSegments(Bytes file, int marker, std::string_view name,
         if (length < 2 || length > file.size() - at - 2) return;
         const Bytes content = file.subspan(at + 4, length - 2);
         if (found == marker && content.size() >= name.size() &&
-            std::memcmp(content.data(), name.data(), name.size()) == 0 &&
-            !take(content.subspan(name.size()))) {
-            return;
+            std::memcmp(content.data(), name.data(), name.size()) == 0) {
+            take(content.subspan(name.size()));
         }
         at += 2 + length;
     }
@@ -59,11 +55,10 @@ std::vector<std::byte> ReadJpegProfile(std::span<const std::byte> file) {
     std::array<Bytes, 256> parts;
     std::size_t count = 0;
     ForSegments(file, kProfileMarker, kProfileName, [&](Bytes content) {
-        if (content.size() < 2) return true;
+        if (content.size() < 2) return;
         Bytes& part = parts[std::to_integer<std::size_t>(content[0])];
         if (part.empty()) part = content.subspan(2);
         count = std::to_integer<std::size_t>(content[1]);
-        return true;
     });
     std::vector<std::byte> profile;
     for (std::size_t i = 1; i <= count; ++i) {
@@ -71,15 +66,6 @@ std::vector<std::byte> ReadJpegProfile(std::span<const std::byte> file) {
         profile.insert(profile.end(), parts[i].begin(), parts[i].end());
     }
     return profile;
-}
-
-std::vector<std::byte> ReadJpegExif(std::span<const std::byte> file) {
-    std::vector<std::byte> exif;
-    ForSegments(file, kExifMarker, kExifName, [&](Bytes content) {
-        exif.assign(content.begin(), content.end());
-        return false;
-    });
-    return exif;
 }
 
 }  // namespace vistrel
