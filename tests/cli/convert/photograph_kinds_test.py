@@ -17,10 +17,13 @@ from PIL import Image
 
 from conversion import HEIGHT, WIDTH, ConversionTest, main, run_quietly
 from conversion import chunk, icc_chunk, png, soft_picture, upright
+from raw_photo_test import dng, scene as raw_scene
+from tiff_files import SHORT
 
 # File -> what it loses of the soft picture, in steps of 8 bits.
 LOSSLESS = {"tiff.TIF": 0, "webp.webp": 0, "jxl.jxl": 0}
 LOSSES = {**LOSSLESS, "jpeg.jpg": 8, "heic.HEIC": 2, "avif.avif": 2}
+RAW_LOSS = 12  # to the guessing of colours between the sensor's pixels
 # libheif and libjxl turn pictures as the container tells, whatever EXIF says.
 TURNED_BY_EXIF = ("jpeg", "tiff", "webp", "png")
 
@@ -87,6 +90,14 @@ class GoodPhotographs(Kinds):
                 self.assertAlmostEqual(scene.disparity_factor, focal / scene.size[0], 5)
                 if turned:
                     self.assert_near(scene, expected, LOSSES["jpeg.jpg"] if name == "jpeg" else 0)
+
+    def test_camera_raw(self):
+        turned = self.add("raw.dng", dng(raw_scene(WIDTH, HEIGHT), _274=(SHORT, [6])))
+        run_quietly("exiftool", "-overwrite_original", "-FocalLengthIn35mmFormat=20", turned)
+        self.add("png.png", png(np.ascontiguousarray(upright(raw_scene(WIDTH, HEIGHT), 6))))
+        scenes = self.convert_all("--focal", "auto")
+        self.assert_near(scenes["raw"], scenes["png"], RAW_LOSS)
+        self.assertAlmostEqual(scenes["raw"].focal, 20 * np.hypot(WIDTH, HEIGHT) / np.hypot(36, 24), 4)
 
     def test_16_bits_lose_their_lower_half(self):
         deep = soft_picture(WIDTH, HEIGHT, depth=16)
