@@ -69,7 +69,11 @@ struct DecodedPhoto {
     return format == SampleFormat::Bytes ? 1 : format == SampleFormat::Words ? 2 : 4;
 }
 
+#ifdef VISTREL_MOST_PIXELS  // a search for bad input takes less, to be fast
+inline constexpr std::uint64_t kMostPixels = VISTREL_MOST_PIXELS;
+#else
 inline constexpr std::uint64_t kMostPixels = 200'000'000;
+#endif
 
 // Throws PhotoError for sides of no pixels and for more than kMostPixels. Asked before memory is
 // taken for them.

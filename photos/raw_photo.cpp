@@ -1,0 +1,127 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Camera raw, developed by libraw as the camera would: its white balance, its colours as sRGB,
+// turned upright.
+#include <libraw/libraw.h>
+
+#include <memory>
+#include <string>
+
+#include "photos/photo_loader.h"
+
+namespace vistrel {
+namespace {
+
+// Half as wide and high is still twice the network's side: each pixel of the sensor's pattern then
+// makes one of the picture, which needs no guessing of colours.
+constexpr int kEnoughSide = 2 * 1536;
+constexpr int kColours = 3;
+
+class RawDeveloper {
+  public:
+    explicit RawDeveloper(std::span<const std::byte> file) : file_(file) {
+        raw_->set_dataerror_handler(NoteDamage, this);
+        libraw_output_params_t& output = raw_->imgdata.params;
+        output.use_camera_wb = 1;  // where it tells none, libraw balances by the picture
+        output.output_color = 1;   // sRGB
+        output.output_bps = 8;
+        output.gamm[0] = 1 / 2.4;  // sRGB's curve and its steepness near black
+        output.gamm[1] = 12.92;
+        // Four samples of 16 bits for each pixel that is allowed.
+        constexpr auto kMegabytes = static_cast<unsigned int>((kMostPixels * 8 >> 20) + 1);
+#if LIBRAW_COMPILE_CHECK_VERSION_NOTLESS(0, 21)
+        raw_->imgdata.rawparams.max_raw_memory_mb = kMegabytes;
+#else
+        output.max_raw_memory_mb = kMegabytes;
+#endif
+    }
+
+    // False: libraw does not know the file.
+    bool Open() {
+        // It reads alone.
+        const int code = raw_->open_buffer(const_cast<std::byte*>(file_.data()), file_.size());
+        if (code == LIBRAW_FILE_UNSUPPORTED) return false;
+        Require(code);
+        return true;
+    }
+
+    DecodedPhoto Develop() {
+        const libraw_image_sizes_t& sizes = raw_->imgdata.sizes;
+        CheckPhotoSize(sizes.width, sizes.height);
+        // The sensor has a rim that is not shown.
+        CheckPhotoSize(sizes.raw_width / 2, sizes.raw_height);
+        const bool halved = sizes.width / 2 > kEnoughSide && sizes.height / 2 > kEnoughSide &&
+                            raw_->imgdata.idata.filters != 0;
+        raw_->imgdata.params.half_size = halved ? 1 : 0;
+        Require(raw_->unpack());
+        if (cut_) throw PhotoError("It is cut short.");
+        Require(raw_->dcraw_process());
+        DecodedPhoto photo = Copied();
+        photo.reduction = halved ? 2 : 1;
+        return photo;
+    }
+
+  private:
+    // The offset's type differs between versions of libraw.
+    template <typename Offset>
+    static void NoteDamage(void* developer, const char* /*file*/, Offset offset) {
+        if (offset < 0) static_cast<RawDeveloper*>(developer)->cut_ = true;
+    }
+
+    void Require(int code) const {
+        if (code == LIBRAW_SUCCESS) return;
+        if (code == LIBRAW_UNSUFFICIENT_MEMORY) {
+            throw PhotoError("There is not enough memory for its pixels.");
+        }
+        if (cut_ || code == LIBRAW_IO_ERROR) throw PhotoError("It is cut short.");
+        throw PhotoError("It cannot be developed: " + std::string(libraw_strerror(code)) + ".");
+    }
+
+    DecodedPhoto Copied() {
+        DecodedPhoto photo;
+        int colours = 0;
+        int bits = 0;
+        raw_->get_mem_image_format(&photo.width, &photo.height, &colours, &bits);
+        if (bits != 8 || (colours != 1 && colours != kColours)) {
+            throw PhotoError("It cannot be developed: it has " + std::to_string(colours) +
+                             " colours.");
+        }
+        photo.opaque = true;
+        AllocateSamples(photo);
+        const std::size_t rowBytes = static_cast<std::size_t>(photo.width) * kPixelBytes;
+        Require(raw_->copy_mem_image(photo.samples.get(), static_cast<int>(rowBytes), 0));
+        for (int y = 0; y < photo.height; ++y) {
+            Widen(photo.samples.get() + (static_cast<std::size_t>(y) * rowBytes), photo.width,
+                  colours);
+        }
+        return photo;
+    }
+
+    // From one or three bytes for each pixel to four, in place.
+    static void Widen(std::uint8_t* row, int width, int colours) {
+        for (int x = width - 1; x >= 0; --x) {
+            const std::uint8_t* const from = row + (static_cast<std::ptrdiff_t>(x) * colours);
+            const std::uint8_t red = from[0];
+            const std::uint8_t green = colours == 1 ? red : from[1];
+            const std::uint8_t blue = colours == 1 ? red : from[2];
+            std::uint8_t* const to = row + (static_cast<std::ptrdiff_t>(x) * kPixelBytes);
+            to[0] = red;
+            to[1] = green;
+            to[2] = blue;
+            to[3] = UINT8_MAX;
+        }
+    }
+
+    std::span<const std::byte> file_;
+    bool cut_ = false;
+    std::unique_ptr<LibRaw> raw_ = std::make_unique<LibRaw>();  // too large for a stack
+};
+
+}  // namespace
+
+std::optional<DecodedPhoto> LoadRaw(std::span<const std::byte> file) {
+    RawDeveloper developer(file);
+    if (!developer.Open()) return {};
+    return developer.Develop();
+}
+
+}  // namespace vistrel
