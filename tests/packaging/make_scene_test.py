@@ -23,29 +23,23 @@ BINARIES = Path(os.environ["VISTREL_BIN"])
 MODELS, PHOTO = Path(), Path()
 
 # Appends its arguments, each with a zero behind it, as one line to a file.
-LOGGED = """#!/usr/bin/python3
-import os, sys
-sys.stdout.flush()
-with open(os.environ["LOGS"] + "/" + os.path.basename(sys.argv[0]), "ab") as log:
-    log.write(b"\\0".join(map(os.fsencode, sys.argv[1:])) + b"\\0\\0")
+LOGGED = """#!/bin/sh
+{ printf '%s\\0' "$@"; printf '\\0'; } >>"$LOGS/${0##*/}"
 """
-NOTIFY = LOGGED + "print(7)\n"
+NOTIFY = LOGGED + "echo 7\n"
 CONVERT = LOGGED + """
-photo, scene = sys.argv[-2:]
-print("log")
-print("Preprocessing image…", file=sys.stderr)
-if not os.path.exists(photo) or "bad" in photo:
-    sys.exit("Error: " + os.path.basename(photo) + ": It is cut short.")
-assert os.path.getsize(scene) == 0
-with open(scene, "wb") as file:
-    file.write(b"scene of " + os.fsencode(photo))
+echo log
+echo 'Preprocessing image…' >&2
+case $2 in
+    *bad*) echo "Error: ${2##*/}: It is cut short." >&2; exit 1 ;;
+esac
+[ -e "$3" ] && [ ! -s "$3" ] && printf 'scene of %s' "$2" >"$3"
 """
 RENDER = LOGGED + """
-scene, picture = sys.argv[-2:]
-if "undrawn" in scene:
-    sys.exit("Error: No memory.")
-with open(picture, "w") as file:
-    file.write("picture")
+case $4 in
+    *undrawn*) echo 'Error: No memory.' >&2; exit 1 ;;
+esac
+echo picture >"$5"
 """
 
 
@@ -144,15 +138,13 @@ class Scenes(MakeScene):
         pictures = self.folder / "my pictures"
         pictures.mkdir()
         self.put(self.commands / "xdg-user-dir", f"#!/bin/sh\necho '{pictures}'\n")
-        # A folder that even root cannot write to, with a photograph that can be read.
-        self.put(self.program / "vistrel-convert", CONVERT.replace("not os.path.exists(photo) or", ""))
+        # A folder that even root cannot write to.
         self.run_it("/proc/photo.jpg")
         self.assertEqual(self.names(pictures), ["photo-scene.png", "photo.ply"])
         self.assertEqual(self.told()[-1][1], "The photograph's folder cannot be written to, so it is here: "
                                              f"{pictures}/photo.ply")
 
     def test_without_a_folder_for_pictures_they_go_home(self):
-        self.put(self.program / "vistrel-convert", CONVERT.replace("not os.path.exists(photo) or", ""))
         for script in (None, "#!/bin/sh\necho /nowhere\n"):
             if script:
                 self.put(self.commands / "xdg-user-dir", script)
@@ -234,7 +226,7 @@ class Notifications(MakeScene):
 
     def test_without_notify_send_gdbus_notifies(self):
         (self.commands / "notify-send").unlink()
-        self.put(self.commands / "gdbus", LOGGED + "print('(uint32 9,)')\n")
+        self.put(self.commands / "gdbus", LOGGED + "echo '(uint32 9,)'\n")
         done = self.run_it(self.photo('"<\\.jpg'))
         first, second = self.calls("gdbus")
         self.assertEqual(first[-8:], ["Vistrel", "uint32 0", "vistrel", '"Making a 3D scene"', '"\\"&lt;\\\\.jpg"',
