@@ -3,7 +3,7 @@ import assert from "node:assert/strict";
 import { createServer } from "node:http";
 import { after, test } from "node:test";
 import { gzipSync } from "node:zlib";
-import { heldBytes } from "../support/memory.js";
+import { storedBytes } from "../support/memory.js";
 import { centreOf } from "../support/prediction.js";
 import { ksplatFile, plyFile, splatFile, spzFile } from "../support/splat_files.js";
 import { startBrowser } from "../support/viewer_page.js";
@@ -204,7 +204,7 @@ test("LaterOfTwoFilesIsShown", async () => {
 async function heldAfterFiles(page, times) {
     for (let i = 0; i < times; ++i) await page.call("FileFromNative", good);
     const { objects } = await page.watch();
-    return { objects, bytes: await heldBytes(page.page) };
+    return { objects, bytes: await storedBytes(page.page) };
 }
 
 /** @param {"gpu" | "cpu"} painter */
