@@ -77,10 +77,11 @@ class User:
 
     def dialog(self):
         """The newest window of the program beside its main one."""
-        def found():
-            others = [w for w in self.program.windows() if w.id != self.main.id]
-            return others[-1] if others else None
-        return wait_for(found, "a dialog")
+        return wait_for(self.newest_dialog, "a dialog")
+
+    def newest_dialog(self):
+        others = [w for w in self.program.windows() if w.id != self.main.id]
+        return others[-1] if others else None
 
     def wait_for_closing(self, window, seconds=60):
         wait_for(lambda: all(w.id != window.id for w in self.program.windows()),
@@ -112,7 +113,7 @@ class User:
         wait_for(lambda: self.display.picture(box).tobytes() != before, "the network's name")
 
     def open_batch(self):
-        self.press("batch")
+        press_until(lambda: self.press("batch"), self.newest_dialog, "the batch dialog")
         return BatchDialog(self, self.dialog())
 
     def open_file(self, path, **shown):
@@ -144,6 +145,17 @@ class User:
         return self.display.popups(self.program.identifier)
 
 
+def press_until(press, condition, what):
+    """A press is not heard while a question is about to close."""
+    def is_heard():
+        press()
+        try:
+            return wait_for(condition, what, 5)
+        except Timeout:
+            return False
+    return wait_for(is_heard, what)
+
+
 class BatchDialog:
     """The dialog for a folder of photographs; places are in its own units."""
 
@@ -172,8 +184,8 @@ class BatchDialog:
         display = self.user.display
         box = (*self._on_screen(*field[:2]), *self._on_screen(*field[2:]))
         before = display.picture(box).tobytes()
-        self._press_until(button, lambda: self.user.dialog().id != self.window.id,
-                          "the question for the folder")
+        press_until(lambda: self.press(button), lambda: self.user.dialog().id != self.window.id,
+                    "the question for the folder")
         self.user.enter_file(folder)
         wait_for(lambda: display.picture(box).tobytes() != before, "the folder's name")
 
@@ -182,17 +194,7 @@ class BatchDialog:
         def color():
             return self.user.display.picture().getpixel(self._on_screen(*self.BROWSE_FACE))
         before = color()
-        self._press_until("start", lambda: color() != before, "the batch to begin")
-
-    def _press_until(self, button, condition, what):
-        """A press is not heard while a question is about to close."""
-        def is_heard():
-            self.press(button)
-            try:
-                return wait_for(condition, what, 5)
-            except Timeout:
-                return False
-        wait_for(is_heard, what)
+        press_until(lambda: self.press("start"), lambda: color() != before, "the batch to begin")
 
     def progress_color(self, part):
         """The colour of the progress bar at this part of its width."""

@@ -56,26 +56,28 @@ def with_dependencies(packages):
     return found
 
 
-class Package(unittest.TestCase):
-    @classmethod
-    def setUpClass(cls):
-        cls.temporary = tempfile.TemporaryDirectory(prefix="vistrel packaging ")
-        cls.folder = Path(cls.temporary.name)
-        subprocess.run([os.environ["VISTREL_CPACK"], "--config", BINARIES.parent / "CPackConfig.cmake",
-                        "-B", cls.folder / "archive"], check=True, capture_output=True)
-        (cls.archive,) = (cls.folder / "archive").glob("*.tar.gz")
-        with tarfile.open(cls.archive) as tar:
-            tar.extractall(cls.folder / "un packed")
-        (cls.package,) = (cls.folder / "un packed").iterdir()
+def setUpModule():
+    temporary = tempfile.TemporaryDirectory(prefix="vistrel packaging ")
+    unittest.addModuleCleanup(temporary.cleanup)
+    folder = PackageCase.folder = Path(temporary.name)
+    subprocess.run([os.environ["VISTREL_CPACK"], "--config", BINARIES.parent / "CPackConfig.cmake",
+                    "-B", folder / "archive"], check=True, capture_output=True)
+    (PackageCase.archive,) = (folder / "archive").glob("*.tar.gz")
+    with tarfile.open(PackageCase.archive) as tar:
+        tar.extractall(folder / "un packed")
+    (PackageCase.package,) = (folder / "un packed").iterdir()
 
-    @classmethod
-    def tearDownClass(cls):
-        cls.temporary.cleanup()
+
+class PackageCase(unittest.TestCase):
+    folder, archive, package = Path(), Path(), Path()
 
     def setUp(self):
+        self.use_home(self._testMethodName)
+
+    def use_home(self, name):
         # A name that a menu entry and JSON have to quote.
-        self.home = self.folder / f'ho me "$5" {self._testMethodName}'
-        self.home.mkdir()
+        self.home = self.folder / f'ho me "$5" {name}'
+        self.home.mkdir(exist_ok=True)
         self.program = self.home / ".local/opt/vistrel"
         self.environment = {k: v for k, v in os.environ.items() if not k.startswith("XDG_")}
         self.environment |= {"HOME": str(self.home), "TMPDIR": str(self.home), "LC_ALL": "C.UTF-8"}
@@ -94,8 +96,8 @@ class Package(unittest.TestCase):
     def settings(self):
         return self.home / ".config/Vistrel/settings.json"
 
-    # What is in it
 
+class Contents(PackageCase):
     def test_the_package_holds_what_a_user_needs_and_no_more(self):
         self.assertEqual(files_below(self.package), LIBRARIES_AND_PROGRAMS | DECODERS | SHARED | OTHERS)
 
@@ -153,7 +155,17 @@ class Package(unittest.TestCase):
         self.assertEqual((self.home / "any folder/manifest").read_text(),
                          (self.package / "manifest").read_text())
 
-    # Install
+
+class Installed(PackageCase):
+    """One installation, at which the tests only look."""
+
+    is_done = False
+
+    def setUp(self):
+        self.use_home("installed")
+        if not Installed.is_done:
+            self.install()
+        Installed.is_done = True
 
     def command_of(self, entry):
         lines = (self.home / ".local/share/applications" / entry).read_text().splitlines()
@@ -164,7 +176,6 @@ class Package(unittest.TestCase):
         return command
 
     def test_validators_find_nothing_in_what_the_desktop_reads(self):
-        self.install()
         share = self.home / ".local/share"
         for entry in ("vistrel.desktop", "vistrel-make-scene.desktop"):
             desktop = subprocess.run(["desktop-file-validate", share / "applications" / entry],
@@ -180,13 +191,11 @@ class Package(unittest.TestCase):
         self.assertNotIn("%f", (share / "applications/vistrel.desktop").read_text())
 
     def test_file_types_are_known_after_the_install(self):
-        self.install()
         globs = (self.home / ".local/share/mime/globs").read_text()
         for ending in ("ply", "spz", "splat"):
             self.assertIn(f"application/vnd.{ending}:*.{ending}\n", globs)
 
     def test_the_menu_entry_starts_the_program_which_ends_on_a_signal(self):
-        self.install()
         command = self.command_of("vistrel.desktop")
         self.assertEqual(command, f'"{self.program}/vistrel"')
         # What the program finds when it looks for its network at the first start.
@@ -207,7 +216,6 @@ class Package(unittest.TestCase):
         self.assertEqual(status, 0, (self.home / "output.log").read_text(errors="replace"))
 
     def test_the_converter_converts_with_what_is_in_the_package(self):
-        self.install()
         model, photo = self.program / RELIEF, self.program / "resources/sample/autumn_lake.jpg"
         scene = self.home / "scenes" / "a lake.ply"
         done = subprocess.run([self.program / "vistrel-convert", "--model", model, photo, scene],
@@ -217,10 +225,16 @@ class Package(unittest.TestCase):
         self.assertEqual(os.listdir(scene.parent), ["a lake.ply"])
 
     def test_the_links_lead_to_the_programs(self):
-        self.install()
         link = self.home / ".local/bin/vistrel-convert"
         told = subprocess.run([link, "--version"], env=self.environment, capture_output=True, text=True)
         self.assertRegex(told.stdout, r"^vistrel-convert \d+\.\d+")
+
+    def test_the_entry_for_photographs_names_the_whole_path(self):
+        self.assertEqual(self.command_of("vistrel-make-scene.desktop"), f'"{self.program}/vistrel-make-scene" %F')
+
+
+class Installing(PackageCase):
+    # Install
 
     def test_commands_of_the_same_name_stay(self):
         other = self.home / ".local/bin/vistrel"
@@ -272,10 +286,6 @@ class Package(unittest.TestCase):
                               text=True).stdout.splitlines()
         offered = [line.strip() for line in told if line.startswith("\t")]
         return re.sub(".*: ", "", told[0]), set(offered)
-
-    def test_the_entry_for_photographs_names_the_whole_path(self):
-        self.install()
-        self.assertEqual(self.command_of("vistrel-make-scene.desktop"), f'"{self.program}/vistrel-make-scene" %F')
 
     def test_it_is_offered_for_photographs_and_opens_none_that_another_program_opens(self):
         self.add_viewers({"viewer": "image/jpeg;image/png;", "painter": "image/jpeg;image/x-adobe-dng;"})

@@ -2,7 +2,7 @@
 /** What a page asks of the painters on the processor, and when. */
 import assert from "node:assert/strict";
 import { test } from "node:test";
-import { heldBytes } from "../support/memory.js";
+import { storedBytes } from "../support/memory.js";
 import { plyFile, relief } from "../support/splat_files.js";
 import { kMode } from "../support/stereo_checks.js";
 import { startBrowser } from "../support/viewer_page.js";
@@ -183,9 +183,9 @@ test("GaussiansAreHeldByThePaintersAlone", async () => {
     const kSide = 64;
     const large = await browser.file("large.ply", plyFile(relief(kSide)));
     const page = await browser.open({ query: kQuery, width: 64, height: 48 });
-    const before = await heldBytes(page.page);
+    const before = await storedBytes(page.page);
     await page.call("FileFromNative", large);
-    const growth = (await heldBytes(page.page)) - before;
+    const growth = (await storedBytes(page.page)) - before;
     // Spark packs a Gaussian into 16 bytes.
     assert.ok(growth < (16 * 2 * kSide ** 2) / 2, `${growth}`);
     await page.close();
