@@ -95,7 +95,7 @@ void Describe(CLI::App& app, Options& options) {
            "26mm (on 35 mm film) or 3000px [width]")
         ->type_name("WHAT")
         ->check([](const std::string& text) {
-            return ParseFocalChoice(text) ? "" : "is width, auto, or a number with mm or px";
+            return ParseFocalChoice(text) ? "" : "must be width, auto, or a number with mm or px";
         });
     app.add_flag("--no-icc", options.ignoreColours,
                  "Take colours for sRGB, whatever the picture says about them");
