@@ -76,9 +76,8 @@ for (const [width, height, scale] of [
 ]) {
     test(`EveryModeIsTheSameWithoutWebGL ${width} x ${height} x ${scale}`, async () => {
         const options = { query: `painter=cpu&${own}`, width, height, scale };
-        const ofScale = scale === 1 ? browser : await startBrowser(scale);
-        const shaded = await ofScale.open(options);
-        const plain = await ofScale.open({ ...options, withoutWebGL: true });
+        const shaded = await browser.open(options);
+        const plain = await browser.open({ ...options, withoutWebGL: true });
         const substitutes = [0.5, kStereoModes.length];
         for (const mode of [...kStereoModes.keys(), ...substitutes]) {
             const swap = mode % 2 === 1;

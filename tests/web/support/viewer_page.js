@@ -27,25 +27,20 @@ const kArguments = [
 /** Longest time that a page may take to load on a machine that is busy, milliseconds. */
 const kLoadLimit = 120_000;
 
-/**
- * @param {number} [scale] device pixels for a CSS pixel of its display. A page can have another
- *     scale than that, but then each picture of it takes ten times as long
- * @returns {Promise<import("playwright-core").Browser>} for the caller to close
- */
-export function launchChromium(scale = 1) {
+/** @returns {Promise<import("playwright-core").Browser>} for the caller to close */
+export function launchChromium() {
     return chromium.launch({
         executablePath: process.env.VISTREL_CHROMIUM ?? "/usr/bin/chromium",
-        args: [...kArguments, `--force-device-scale-factor=${scale}`],
+        args: kArguments,
     });
 }
 
 /**
  * One browser for the tests of a file, closed after them.
- * @param {number} [scale] of its display
  * @returns {Promise<Browser>}
  */
-export async function startBrowser(scale) {
-    const instance = await launchChromium(scale);
+export async function startBrowser() {
+    const instance = await launchChromium();
     const folder = await mkdtemp(path.join(tmpdir(), "viewer-"));
     after(async () => {
         const pages = instance.contexts().flatMap((context) => context.pages());
