@@ -119,5 +119,26 @@ TEST(FocalLengthByExif, ImpossibleEquivalentLeavesItToTheSensor) {
     EXPECT_NEAR(FocalLengthByExif(facts, 3600, 2400, 1).value(), 5000, 1e-9);
 }
 
+TEST(ChosenFocalLength, WidthIsNothing) {
+    EXPECT_FALSE(ChosenFocalLength({}, FullFrame(), 3600, 2400, 1));
+}
+
+TEST(ChosenFocalLength, AutoIsByExif) {
+    EXPECT_NEAR(ChosenFocalLength({Kind::Auto}, FullFrame(), 1800, 1200, 2).value(), 2500, 1e-9);
+    EXPECT_FALSE(ChosenFocalLength({Kind::Auto}, {}, 1800, 1200, 2));
+}
+
+TEST(ChosenFocalLength, MillimetresSeeTheSameAtEverySize) {
+    EXPECT_NEAR(ChosenFocalLength({Kind::Millimetres, 26}, FullFrame(), 1800, 1200, 2).value(),
+                1300, 1e-9);
+}
+
+TEST(ChosenFocalLength, PixelsAreTheFullSizePictures) {
+    EXPECT_NEAR(ChosenFocalLength({Kind::Pixels, 3000}, FullFrame(), 3600, 2400, 1).value(), 3000,
+                1e-9);
+    EXPECT_NEAR(ChosenFocalLength({Kind::Pixels, 3000}, FullFrame(), 1800, 1200, 2).value(), 1500,
+                1e-9);
+}
+
 }  // namespace
 }  // namespace vistrel
