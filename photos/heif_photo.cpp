@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "photos/boxes.h"
+#include "photos/heif_coded_sizes.h"
 #include "photos/photo_loader.h"
 
 namespace vistrel {
@@ -146,8 +147,8 @@ Handle OpenPrimary(heif_context* context, Bytes file, const Reader& reader) {
     return owned;
 }
 
-// The decoder goes on where it can, and warns. Of these warnings only those about colours are heeded
-// by nobody.
+// The decoder goes on where it can, and warns. Of these warnings only those about colours are
+// heeded by nobody.
 void CheckWarnings(heif_image* image, const Reader& reader) {
     const int count = heif_image_get_decoding_warnings(image, 0, nullptr, 0);
     std::vector<heif_error> warnings(static_cast<std::size_t>(std::max(count, 0)));
@@ -158,8 +159,10 @@ void CheckWarnings(heif_image* image, const Reader& reader) {
             case heif_suberror_Unknown_color_profile_type:
             case heif_suberror_Unknown_NCLX_color_primaries:
             case heif_suberror_Unknown_NCLX_transfer_characteristics:
-            case heif_suberror_Unknown_NCLX_matrix_coefficients: break;
-            default: reader.Refuse(warning);
+            case heif_suberror_Unknown_NCLX_matrix_coefficients:
+                break;
+            default:
+                reader.Refuse(warning);
         }
     }
 }
@@ -288,6 +291,7 @@ std::optional<DecodedPhoto> LoadHeif(std::span<const std::byte> file) {
     if (!context) throw PhotoError("There is not enough memory for its pixels.");
     SetLimits(context.get());
     const Handle handle = OpenPrimary(context.get(), file, reader);
+    CheckCodedSizes(file);
     const Image image = Decode(handle.get(), reader);
     DecodedPhoto photo;
     CopySamples(image.get(), photo);
