@@ -20,10 +20,10 @@ using Bytes = std::span<const std::byte>;
 
 constexpr std::size_t kFullHead = 4;  // version and flags
 
-// Numbers from the front; zeros behind the end.
-class Numbers {
+// BoxNumbers from the front; zeros behind the end.
+class BoxNumbers {
   public:
-    explicit Numbers(Bytes bytes) : bytes_(bytes) {}
+    explicit BoxNumbers(Bytes bytes) : bytes_(bytes) {}
 
     std::uint64_t Take(std::size_t bytes) {
         std::uint64_t value = 0;
@@ -59,11 +59,11 @@ void CheckAll(const std::vector<CodedSize>& sizes) {
 // Identifiers of items and their types.
 std::map<std::uint64_t, std::string_view> ItemTypes(Bytes iinf) {
     std::map<std::uint64_t, std::string_view> types;
-    Numbers head(iinf);
+    BoxNumbers head(iinf);
     const std::size_t countBytes = head.Take(1) == 0 ? 2 : 4;
     Bytes rest = iinf.subspan(std::min(iinf.size(), kFullHead + countBytes));
     while (const std::optional<Box> box = TakeBox(rest)) {
-        Numbers entry(box->content);
+        BoxNumbers entry(box->content);
         const std::size_t idBytes = entry.Take(1) < 3 ? 2 : 4;
         entry.Take(3);
         const std::uint64_t id = entry.Take(idBytes);
@@ -73,9 +73,9 @@ std::map<std::uint64_t, std::string_view> ItemTypes(Bytes iinf) {
     return types;
 }
 
-class Places {
+class ItemPlaces {
   public:
-    Places(Bytes iloc, Bytes file, Bytes idat) : numbers_(iloc), file_(file), idat_(idat) {
+    ItemPlaces(Bytes iloc, Bytes file, Bytes idat) : numbers_(iloc), file_(file), idat_(idat) {
         version_ = numbers_.Take(1);
         numbers_.Take(3);
         const std::uint64_t sizes = numbers_.Take(2);
@@ -116,7 +116,7 @@ class Places {
         start.insert(start.end(), rest.begin(), rest.begin() + static_cast<std::ptrdiff_t>(taken));
     }
 
-    Numbers numbers_;
+    BoxNumbers numbers_;
     Bytes file_;
     Bytes idat_;
     std::uint64_t version_ = 0;
@@ -140,7 +140,7 @@ void CheckCodedSizes(Bytes file) {
         usual = usual && HevcLengthBytes(box->content) == kLengthBytes;
     }
     const std::map<std::uint64_t, std::string_view> types = ItemTypes(Find(meta, "iinf"));
-    Places places(Find(meta, "iloc"), file, Find(meta, "idat"));
+    ItemPlaces places(Find(meta, "iloc"), file, Find(meta, "idat"));
     std::uint64_t id = 0;
     std::vector<std::byte> start;
     while (places.Next(id, start)) {
