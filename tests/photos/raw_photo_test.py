@@ -12,6 +12,9 @@ import numpy as np
 from decoding import NotMine, Refused, decode
 from tiff_files import ASCII, BYTE, LONG, RATIONAL, SHORT, SRATIONAL, picture_tags, tiff
 
+# libraw's threads wait for each other without keeping the processor busy.
+os.environ["OMP_WAIT_POLICY"] = "passive"
+
 WIDTH, HEIGHT = 64, 48
 FILTERS, LINEAR = 32803, 34892
 XYZ_TO_SRGB = np.array([[3.2404542, -1.5371385, -0.4985314], [-0.9692660, 1.8760108, 0.0415560],

@@ -308,8 +308,20 @@ class OtherKindsTest(TiffTest):
                 self.assert_not_mine(
                     file[:entry] + places + file[entry + len(places):] + sensor)
 
-    def test_canons_mark(self):
-        self.assert_not_mine(b"II*\0\x10\0\0\0CR\2\0" + bytes(40))
+    def test_marks_of_makers(self):
+        for head in (b"II*\0\x10\0\0\0CR\2\0", b"II*\0\x20\0\0\0IIIITwaR",
+                     b"MM\0*\0\0\0\x20MMMMRawT"):
+            with self.subTest(head=head):
+                self.assert_not_mine(head + bytes(40))
+
+    def test_samples_that_look_like_marks(self):
+        for start in (b"CR\2\0", b"IIIIIIII", b"MMMMMMMM"):
+            pixels = noise(3)
+            pixels.reshape(-1)[:len(start)] = list(start)
+            file = self.copied(self.saved(pixels))
+            self.assertTrue(file[8:].startswith(start))
+            with self.subTest(start=start):
+                self.assert_opaque(self.decode(file), pixels)
 
 
 class BadFileTest(TiffTest):
