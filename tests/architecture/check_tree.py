@@ -40,7 +40,7 @@ ARROWS = {
     "tools": ([], ["curl"]),
     "tests": (["tests/", "base/", "engine/", "photos/", "render/", "download/", "batch/", "viewer/", "ui/",
                "shell/", "cli/"],
-              ["gtest", "gmock", "eigen", "stb", "hwy", "qt", "curl", "onnxruntime"]),
+              ["gtest", "gmock", "eigen", "stb", "hwy", "heif", "jxl", "qt", "curl", "onnxruntime"]),
     "benchmarks": (["benchmarks/", "tests/support/", "base/", "engine/", "photos/", "render/",
                     "batch/"],
                    ["benchmark", "eigen", "stb", "hwy", "onnxruntime"]),

@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Any bytes as a photograph in JPEG XL.
+#include "tests/fuzz/any_photo.h"
+#include "tests/fuzz/jxl_seeds.h"
+#include "tests/fuzz/seeded_mutation.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    vistrel::fuzz::DecodeAnyPhoto(vistrel::LoadJxl, data, size);
+    return 0;
+}
+
+extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size,
+                                               std::size_t most, unsigned int seed) {
+    return vistrel::fuzz::MutateSeeded(vistrel::fuzz::JxlSeeds(), data, size, most, seed);
+}
