@@ -78,7 +78,7 @@ class LayoutTest(TiffTest):
     def test_every_compression_in_strips_and_tiles_and_planes(self):
         pixels = noise(3)
         plain = self.saved(pixels)
-        for compression in ("none", "lzw", "lzw:2", "zip", "zip:2", "packbits"):
+        for compression in ("none", "lzw", "lzw:2", "zip", "zip:2", "packbits", "lzma", "zstd:2"):
             for layout in ([], ["-r", "7"], ["-t", "-w", "16", "-l", "32"], ["-p", "separate"],
                            ["-p", "separate", "-t", "-w", "32", "-l", "16", "-B"]):
                 with self.subTest(compression=compression, layout=layout):
@@ -128,6 +128,14 @@ class PixelsTest(TiffTest):
                     if photometric == WHITE_IS_ZERO:
                         grey = full - grey
                     self.assert_opaque(self.decode(file), grey[..., None])
+
+    def test_fax(self):
+        values = noise(1) & 1
+        packed = np.packbits(values[..., 0], axis=1).tobytes()
+        file = tiff((picture_tags(WIDTH, HEIGHT, [1], WHITE_IS_ZERO), [packed]))
+        for kind in ("g3", "g3:2d", "g4"):
+            with self.subTest(kind=kind):
+                self.assert_opaque(self.decode(self.copied(file, "-c", kind)), 255 - values * 255)
 
     def test_a_palette(self):
         random = np.random.default_rng(4)
