@@ -3,6 +3,12 @@
 
 namespace vistrel {
 
+bool TellsColours(const PhotoColours& colours) {
+    constexpr int kNotTold = 2;
+    return !colours.iccProfile.empty() || colours.coded.primaries != kNotTold ||
+           colours.coded.transfer != kNotTold || colours.gamma > 0 || colours.chromaticities[0] > 0;
+}
+
 void CheckPhotoSize(std::uint64_t width, std::uint64_t height) {
     if (width == 0 || height == 0) throw PhotoError("It has no pixels.");
     if (width <= kMostPixels / height && width <= INT32_MAX && height <= INT32_MAX) return;

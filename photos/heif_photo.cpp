@@ -146,8 +146,8 @@ Handle OpenPrimary(heif_context* context, Bytes file, const Reader& reader) {
     return owned;
 }
 
-// The decoder goes on where it can, and warns. Of these warnings only those about colours are heeded
-// by nobody.
+// The decoder goes on where it can, and warns. Of these warnings only those about colours are
+// heeded by nobody.
 void CheckWarnings(heif_image* image, const Reader& reader) {
     const int count = heif_image_get_decoding_warnings(image, 0, nullptr, 0);
     std::vector<heif_error> warnings(static_cast<std::size_t>(std::max(count, 0)));
@@ -158,8 +158,10 @@ void CheckWarnings(heif_image* image, const Reader& reader) {
             case heif_suberror_Unknown_color_profile_type:
             case heif_suberror_Unknown_NCLX_color_primaries:
             case heif_suberror_Unknown_NCLX_transfer_characteristics:
-            case heif_suberror_Unknown_NCLX_matrix_coefficients: break;
-            default: reader.Refuse(warning);
+            case heif_suberror_Unknown_NCLX_matrix_coefficients:
+                break;
+            default:
+                reader.Refuse(warning);
         }
     }
 }
