@@ -46,7 +46,6 @@ struct PhotoColours {
     double chromaticities[8] = {};
 };
 
-// Whether any of them does. Any thread.
 [[nodiscard]] bool TellsColours(const PhotoColours& colours);
 
 struct DecodedPhoto {
