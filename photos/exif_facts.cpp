@@ -10,10 +10,11 @@
 namespace vistrel {
 namespace {
 
+// The library's type for the size of a file.
 #if EXIV2_TEST_VERSION(0, 28, 0)
-using FileSize = std::size_t;
+using Size = std::size_t;
 #else
-using FileSize = long;
+using Size = long;
 #endif
 
 const Exiv2::Value* Find(const Exiv2::ExifData& exif, const char* key) {
@@ -103,8 +104,7 @@ ExifFacts ReadExifBlock(std::span<const std::byte> block) noexcept {
 
 ExifFacts ReadExifOfFile(std::span<const std::byte> file) noexcept {
     return ReadGuarded([&] {
-        const auto image =
-            Exiv2::ImageFactory::open(Data(file), static_cast<FileSize>(file.size()));
+        const auto image = Exiv2::ImageFactory::open(Data(file), static_cast<Size>(file.size()));
         if (image.get() == nullptr) return ExifFacts{};
         image->readMetadata();
         return Facts(image->exifData());
