@@ -119,6 +119,7 @@ class RawDeveloper {
 }  // namespace
 
 std::optional<DecodedPhoto> LoadRaw(std::span<const std::byte> file) {
+    if (file.empty()) return {};
     RawDeveloper developer(file);
     if (!developer.Open()) return {};
     return developer.Develop();

@@ -110,16 +110,16 @@ class TiffReader {
         height_ = Number<std::uint32_t>(TIFFTAG_IMAGELENGTH);
         CheckPhotoSize(width_, height_);
         CheckCodec();
+        const bool plain = DescribePixels();
+        CheckBlocks();
         CheckNotCut();
         DecodedPhoto photo;
         photo.width = static_cast<int>(width_);
         photo.height = static_cast<int>(height_);
         photo.orientation = Orientation();
-        if (DescribePixels()) {
-            CheckBlocks();
+        if (plain) {
             LoadBlocks(photo);
         } else {
-            CheckBlocks();
             LoadConverted(photo);
         }
         return photo;

@@ -33,9 +33,9 @@ void Print(const vistrel::DecodedPhoto& photo) {
                 static_cast<int>(photo.format), static_cast<int>(photo.model));
     std::printf(
         "\"width\": %d, \"height\": %d, \"opaque\": %s, \"orientation\": %d, "
-        "\"reduction\": %d}\n",
+        "\"exifTurns\": %s, \"reduction\": %d}\n",
         photo.width, photo.height, photo.opaque ? "true" : "false", photo.orientation,
-        photo.reduction);
+        photo.exifTurns ? "true" : "false", photo.reduction);
 }
 
 int Decode(const char* modulePath, const char* photoPath, const char* samplesPath) {
