@@ -82,11 +82,6 @@ bool IsHdr(const DecodedPhoto& photo) {
            (transfer == kPqTransfer || transfer == kHlgTransfer);
 }
 
-bool TellsColours(const PhotoColours& colours) {
-    return !colours.iccProfile.empty() || TellsCode(colours.coded.primaries) ||
-           TellsCode(colours.coded.transfer) || colours.gamma > 0 || colours.chromaticities[0] > 0;
-}
-
 Chromaticities PrimariesOf(const PhotoColours& colours) {
     if (TellsCode(colours.coded.primaries)) return PrimariesOfCode(colours.coded.primaries);
     if (!(colours.chromaticities[0] > 0)) return kSrgbChromaticities;

@@ -28,11 +28,6 @@ bool IsSurelyMine(Bytes file) {
            StartsWith(file, "#?RADIANCE") || StartsWith(file, "#?RGBE");
 }
 
-bool TellsColours(const PhotoColours& colours) {
-    return !colours.iccProfile.empty() || colours.coded.primaries != 2 ||
-           colours.coded.transfer != 2 || colours.gamma != 0 || colours.chromaticities[0] != 0;
-}
-
 PhotoColours ReadColours(Bytes file) {
     if (IsPng(file)) return ReadPngColours(file);
     PhotoColours colours;
