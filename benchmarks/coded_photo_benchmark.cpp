@@ -46,7 +46,7 @@ heif_image* HeifSource() {
     std::uint8_t* const rows = heif_image_get_plane(image, heif_channel_interleaved, &stride);
     for (std::size_t y = 0; y < kHeight; ++y) {
         std::uint8_t* to = rows + (y * static_cast<std::size_t>(stride));
-        const std::uint8_t* from = Source().pixels.data() + (y * kWidth * kPixelBytes);
+        const std::uint8_t* from = Source().rgba.data() + (y * kWidth * kPixelBytes);
         for (std::size_t x = 0; x < kWidth; ++x, to += 3, from += kPixelBytes) {
             std::memcpy(to, from, 3);
         }
@@ -98,8 +98,8 @@ std::string EncodeJxl() {
     JxlEncoderFrameSettings* const settings = JxlEncoderFrameSettingsCreate(encoder, nullptr);
     JxlEncoderFrameSettingsSetOption(settings, JXL_ENC_FRAME_SETTING_EFFORT, 3);
     std::string pixels;
-    for (std::size_t i = 0; i < Source().pixels.size(); i += kPixelBytes) {
-        pixels.append(reinterpret_cast<const char*>(&Source().pixels[i]), 3);
+    for (std::size_t i = 0; i < Source().rgba.size(); i += kPixelBytes) {
+        pixels.append(reinterpret_cast<const char*>(&Source().rgba[i]), 3);
     }
     const JxlPixelFormat format{3, JXL_TYPE_UINT8, JXL_NATIVE_ENDIAN, 0};
     JxlEncoderAddImageFrame(settings, &format, pixels.data(), pixels.size());
