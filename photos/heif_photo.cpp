@@ -119,6 +119,7 @@ void SetLimits([[maybe_unused]] heif_context* context) {
     constexpr std::uint64_t kDeepPixel = 8;
     heif_security_limits* const limits = heif_context_get_security_limits(context);
     limits->max_image_size_pixels = kMostPixels;
+    limits->max_items = 1 << 13;  // that many pixels in small tiles
     limits->max_memory_block_size = (kMostPixels + (kMostPixels / 8)) * kDeepPixel;  // with edges
 #endif
 }
