@@ -52,6 +52,7 @@ class StrictFile {
 
     // Whether the decoder needed what lies behind the end.
     [[nodiscard]] bool ReadPastEnd() const { return readPastEnd_; }
+    [[nodiscard]] bool AtEnd() const { return atEnd_; }
 
     static int Read(void* self, char* to, int size) {
         return static_cast<StrictFile*>(self)->ReadBytes(to, static_cast<std::size_t>(size));
@@ -98,11 +99,12 @@ bool IsJpeg(std::span<const std::byte> file) {
 }
 
 void RequirePicture(const Picture& picture, const StrictFile& file) {
-    if (file.ReadPastEnd()) throw PictureCutShort("cut short");
-    if (!picture.pixels) {
-        const char* const reason = stbi_failure_reason();
-        throw std::runtime_error(reason != nullptr ? reason : "unknown reason");
-    }
+    const char* const told = stbi_failure_reason();
+    const std::string reason = !picture.pixels && told != nullptr ? told : "unknown reason";
+    // The reader of PIC looks for the end before it reads.
+    const bool endFound = !picture.pixels && file.AtEnd() && reason == "bad file";
+    if (file.ReadPastEnd() || endFound) throw PictureCutShort("cut short");
+    if (!picture.pixels) throw std::runtime_error(reason);
     if (picture.width < 1 || picture.height < 1) throw std::runtime_error("no pixels");
 }
 

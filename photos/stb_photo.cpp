@@ -46,8 +46,10 @@ void Decode(Bytes file, DecodedPhoto& photo) {
     } catch (const PictureCutShort&) {
         throw PhotoError("It is cut short.");
     } catch (const std::runtime_error& error) {
-        if (std::string_view(error.what()) == "outofmem") {
-            throw PhotoError("There is not enough memory for its pixels.");
+        const std::string_view reason = error.what();
+        if (reason == "outofmem") throw PhotoError("There is not enough memory for its pixels.");
+        if (reason == "too large") {
+            throw PhotoError("It is too large: at most 200 megapixels are read.");
         }
         throw PhotoError(std::string("It is damaged, or of a sort that is not read: ")
                              .append(error.what())

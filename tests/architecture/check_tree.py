@@ -40,10 +40,11 @@ ARROWS = {
     "tools": ([], ["curl"]),
     "tests": (["tests/", "base/", "engine/", "photos/", "render/", "download/", "batch/", "viewer/", "ui/",
                "shell/", "cli/"],
-              ["gtest", "gmock", "eigen", "stb", "hwy", "heif", "jxl", "qt", "curl", "onnxruntime"]),
+              ["gtest", "gmock", "eigen", "stb", "hwy", "heif", "jxl", "qt", "curl", "onnxruntime",
+               "zlib"]),
     "benchmarks": (["benchmarks/", "tests/support/", "base/", "engine/", "photos/", "render/",
                     "batch/"],
-                   ["benchmark", "eigen", "stb", "hwy", "onnxruntime"]),
+                   ["benchmark", "eigen", "stb", "hwy", "heif", "jxl", "onnxruntime"]),
     # The program as a whole, driven by a user who answers at once.
     "benchmarks/responsiveness": (["benchmarks/responsiveness/", "base/text_encoding.h",
                                    "shell/start/program.h", "shell/window/window_dialogs.h",
