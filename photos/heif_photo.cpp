@@ -19,6 +19,7 @@
 #include "photos/boxes.h"
 #include "photos/heif_coded_sizes.h"
 #include "photos/photo_loader.h"
+#include "photos/row_bands.h"
 
 namespace vistrel {
 namespace {
@@ -178,8 +179,8 @@ Image Decode(const heif_image_handle* handle, const Reader& reader) {
 }
 
 // `depth` bits as 16, so that full ones stay full.
-void WidenRow(const std::uint8_t* row, std::span<std::uint16_t> widened, int depth) {
-    std::memcpy(widened.data(), row, widened.size_bytes());
+void Widen(const std::uint8_t* from, std::span<std::uint16_t> widened, int depth) {
+    std::memcpy(widened.data(), from, widened.size_bytes());
     constexpr int kFull = 16;
     const int up = kFull - depth;
     const int down = depth - up;
@@ -188,32 +189,56 @@ void WidenRow(const std::uint8_t* row, std::span<std::uint16_t> widened, int dep
     }
 }
 
-void CopySamples(const heif_image* image, DecodedPhoto& photo) {
-    const int depth = heif_image_get_bits_per_pixel_range(image, heif_channel_interleaved);
-    int stride = 0;
-    const std::uint8_t* const rows =
-        heif_image_get_plane_readonly(image, heif_channel_interleaved, &stride);
-    constexpr int kFewestBits = 8;  // of those that lie in two bytes
-    constexpr int kMostBits = 16;
-    if (rows == nullptr || depth < kFewestBits || depth > kMostBits) {
-        throw PhotoError("It is damaged: it has no pixels of a known depth.");
-    }
-    photo.width = heif_image_get_width(image, heif_channel_interleaved);
-    photo.height = heif_image_get_height(image, heif_channel_interleaved);
-    photo.format = depth > kHighestByteDepth ? SampleFormat::Words : SampleFormat::Bytes;
-    CheckSide(photo.width, photo.height);
-    AllocateSamples(photo);
-    const std::size_t samples = static_cast<std::size_t>(photo.width) * kPixelBytes;
-    const std::size_t rowBytes = samples * BytesPerSample(photo.format);
-    for (std::size_t y = 0; y < static_cast<std::size_t>(photo.height); ++y) {
-        const std::uint8_t* const from = rows + (y * static_cast<std::size_t>(stride));
-        std::uint8_t* const to = photo.samples.get() + (y * rowBytes);
-        if (photo.format == SampleFormat::Bytes) {
-            std::memcpy(to, from, rowBytes);
+// Rows of pixels that the library has decoded, with gaps between them.
+struct Rows {
+    const std::uint8_t* first = nullptr;
+    std::size_t stride = 0;
+    int depth = 0;
+
+    // `count` pixels to the right of `x`.
+    void Copy(std::size_t y, std::size_t x, std::size_t count, std::uint8_t* to) const {
+        const std::size_t samples = count * kPixelBytes;
+        const std::uint8_t* const row = first + (y * stride);
+        if (depth <= kHighestByteDepth) {
+            std::memcpy(to, row + (x * kPixelBytes), samples);
         } else {
-            WidenRow(from, {reinterpret_cast<std::uint16_t*>(to), samples}, depth);
+            Widen(row + (x * kPixelBytes * 2), {reinterpret_cast<std::uint16_t*>(to), samples},
+                  depth);
         }
     }
+};
+
+Rows RowsOf(const heif_image* image) {
+    int stride = 0;
+    const std::uint8_t* const first =
+        heif_image_get_plane_readonly(image, heif_channel_interleaved, &stride);
+    const int depth = heif_image_get_bits_per_pixel_range(image, heif_channel_interleaved);
+    constexpr int kFewestBits = 8;
+    constexpr int kMostBits = 16;
+    if (first == nullptr || depth < kFewestBits || depth > kMostBits) {
+        throw PhotoError("It is damaged: it has no pixels of a known depth.");
+    }
+    return {first, static_cast<std::size_t>(stride), depth};
+}
+
+void CopySamples(const heif_image* image, DecodedPhoto& photo) {
+    const Rows rows = RowsOf(image);
+    photo.width = heif_image_get_width(image, heif_channel_interleaved);
+    photo.height = heif_image_get_height(image, heif_channel_interleaved);
+    photo.format = rows.depth > kHighestByteDepth ? SampleFormat::Words : SampleFormat::Bytes;
+    CheckSide(photo.width, photo.height);
+    AllocateSamples(photo);
+    const auto width = static_cast<std::size_t>(photo.width);
+    const std::size_t pixelBytes = kPixelBytes * BytesPerSample(photo.format);
+    const auto copy = [&](std::size_t at, std::size_t left) {
+        while (left > 0) {
+            const std::size_t count = std::min(left, width - (at % width));
+            rows.Copy(at / width, at % width, count, photo.samples.get() + (at * pixelBytes));
+            at += count;
+            left -= count;
+        }
+    };
+    ForPixelBands(width * static_cast<std::size_t>(photo.height), copy);
 }
 
 template <typename Sample>
