@@ -3,23 +3,23 @@
 #include <libheif/heif.h>
 
 #include <algorithm>
-#include <array>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <initializer_list>
 #include <memory>
 #include <optional>
 #include <span>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "photos/boxes.h"
 #include "photos/heif_coded_sizes.h"
 #include "photos/photo_loader.h"
 #include "photos/row_bands.h"
+#include "photos/straight_alpha.h"
 
 namespace vistrel {
 namespace {
@@ -241,29 +241,6 @@ void CopySamples(const heif_image* image, DecodedPhoto& photo) {
     ForPixelBands(width * static_cast<std::size_t>(photo.height), copy);
 }
 
-template <typename Sample>
-void Straighten(Sample* samples, std::size_t pixels) {
-    constexpr std::uint32_t kFull = static_cast<Sample>(-1);
-    for (Sample* pixel = samples; pixel != samples + (pixels * kPixelBytes); pixel += kPixelBytes) {
-        const std::uint32_t alpha = pixel[3];
-        if (alpha == 0 || alpha == kFull) continue;
-        for (int c = 0; c < 3; ++c) {
-            const std::uint32_t straight = ((pixel[c] * kFull) + (alpha / 2)) / alpha;
-            pixel[c] = static_cast<Sample>(std::min(straight, kFull));
-        }
-    }
-}
-
-void StraightenAlpha(DecodedPhoto& photo) {
-    const std::size_t pixels =
-        static_cast<std::size_t>(photo.width) * static_cast<std::size_t>(photo.height);
-    if (photo.format == SampleFormat::Bytes) {
-        Straighten(photo.samples.get(), pixels);
-    } else {
-        Straighten(reinterpret_cast<std::uint16_t*>(photo.samples.get()), pixels);
-    }
-}
-
 CodedColours ReadCodedColours(const heif_image_handle* handle) {
     heif_color_profile_nclx* nclx = nullptr;
     const heif_error error = heif_image_handle_get_nclx_color_profile(handle, &nclx);
@@ -315,7 +292,7 @@ std::optional<DecodedPhoto> LoadHeif(std::span<const std::byte> file) {
     DecodedPhoto photo;
     CopySamples(image.get(), photo);
     photo.opaque = heif_image_handle_has_alpha_channel(handle.get()) == 0;
-    if (heif_image_handle_is_premultiplied_alpha(handle.get()) != 0) StraightenAlpha(photo);
+    if (heif_image_handle_is_premultiplied_alpha(handle.get()) != 0) MakeAlphaStraight(photo);
     photo.colours = ReadColours(handle.get());
     photo.exif = ReadExif(handle.get());
     return photo;
