@@ -46,13 +46,13 @@ bool MayExist(const std::wstring& path) {
 }
 
 // In the order of the listing. Throws std::filesystem::filesystem_error.
-std::vector<std::wstring> FindPhotographs(const std::wstring& folder) {
+std::vector<std::wstring> FindPhotographs(const std::wstring& folder, ExtensionTest takes) {
     std::vector<std::wstring> found;
     for (const auto& entry : std::filesystem::directory_iterator(ToPath(folder))) {
         // Asked of every entry, so that a folder that cannot be read in full is never taken in
         // part.
         const bool regular = entry.is_regular_file();
-        if (regular && IsSupportedImageExtension(FromPath(entry.path().extension()))) {
+        if (regular && takes(FromPath(entry.path().extension()))) {
             found.push_back(FromPath(entry.path()));
         }
     }
@@ -95,8 +95,12 @@ std::function<void(const std::wstring&)> StageReports(const BatchConverter& batc
 }  // namespace
 
 bool IsSupportedImageExtension(std::wstring_view extension) {
-    return std::ranges::any_of(kExtensions, [&](std::wstring_view known) {
-        return std::ranges::equal(known, extension, {}, {}, AsciiLower);
+    return IsExtensionAmong(extension, kExtensions);
+}
+
+bool IsExtensionAmong(std::wstring_view extension, std::span<const std::wstring_view> known) {
+    return std::ranges::any_of(known, [&](std::wstring_view one) {
+        return std::ranges::equal(one, extension, {}, {}, AsciiLower);
     });
 }
 
@@ -124,15 +128,15 @@ std::wstring BatchOutputPath(const std::wstring& photograph, const std::wstring&
     return renamed ? MakeUniqueOutputPath(plain) : plain;
 }
 
-BatchConverter::BatchConverter(std::shared_ptr<const ConversionEngine> engine)
-    : engine_(std::move(engine)) {}
+BatchConverter::BatchConverter(std::shared_ptr<const ConversionEngine> engine, ExtensionTest takes)
+    : engine_(std::move(engine)), takes_(takes) {}
 
 void BatchConverter::Run(const std::wstring& modelPath, const std::wstring& inputDir,
                          const std::wstring& outputDir, std::int32_t provider) {
     cancelRequested = false;
     std::vector<std::wstring> photographs;
     try {
-        photographs = FindPhotographs(inputDir);
+        photographs = FindPhotographs(inputDir, takes_);
     } catch (const std::exception&) {
         Report(*this, {.errorMessage = L"Failed to scan input directory."});
         return;

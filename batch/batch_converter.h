@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -36,6 +37,13 @@ struct BatchProgressInfo {
 // .jpeg, .png, .bmp, .webp. Any thread.
 [[nodiscard]] bool IsSupportedImageExtension(std::wstring_view extension);
 
+// Whether `extension`, in any case (ASCII), is one of `known`, which are in lower case. Any thread.
+[[nodiscard]] bool IsExtensionAmong(std::wstring_view extension,
+                                    std::span<const std::wstring_view> known);
+
+// Which files of the folder a batch takes, by their extension with its dot.
+using ExtensionTest = bool (*)(std::wstring_view extension);
+
 // The first of "stem(1).ext", "stem(2).ext", ... beside `path` that no file has. Any thread.
 [[nodiscard]] std::wstring MakeUniqueOutputPath(const std::wstring& path);
 
@@ -47,7 +55,8 @@ struct BatchProgressInfo {
 
 class BatchConverter {
   public:
-    explicit BatchConverter(std::shared_ptr<const ConversionEngine> engine);
+    explicit BatchConverter(std::shared_ptr<const ConversionEngine> engine,
+                            ExtensionTest takes = IsSupportedImageExtension);
 
     // These may be empty, are called on the thread of Run and are not replaced during a run. What
     // onProgress throws while a file is converted fails that file; what onConflict throws, and
@@ -69,6 +78,7 @@ class BatchConverter {
 
   private:
     const std::shared_ptr<const ConversionEngine> engine_;
+    const ExtensionTest takes_;
 };
 
 }  // namespace vistrel

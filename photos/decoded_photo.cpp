@@ -8,6 +8,13 @@
 #include <cstdint>
 
 namespace vistrel {
+
+bool TellsColours(const PhotoColours& colours) {
+    constexpr CodedColours kNotTold;
+    return !colours.iccProfile.empty() || colours.coded.primaries != kNotTold.primaries ||
+           colours.coded.transfer != kNotTold.transfer || colours.gamma > 0 ||
+           colours.chromaticities[0] > 0;
+}
 namespace {
 
 // Most of the time that filling new memory takes goes into its pages, unless these are large ones.

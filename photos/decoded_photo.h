@@ -46,6 +46,9 @@ struct PhotoColours {
     double chromaticities[8] = {};
 };
 
+// Whether anything is told.
+[[nodiscard]] bool TellsColours(const PhotoColours& colours);
+
 struct DecodedPhoto {
     // Memory of std::malloc: height x width x 4 samples of `format`, rows from the top without
     // gaps.

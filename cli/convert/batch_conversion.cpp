@@ -3,6 +3,7 @@
 
 #include <sys/stat.h>
 
+#include <array>
 #include <cerrno>
 #include <exception>
 #include <memory>
@@ -10,6 +11,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -20,9 +22,18 @@
 #include "cli/interrupts.h"
 #include "cli/output_check.h"
 #include "engine/conversion_engine.h"
+#include "photos/photo_reader.h"
 
 namespace vistrel {
 namespace {
+
+constexpr std::array<std::wstring_view, 14> kMoreExtensions = {
+    L".heic", L".heif", L".avif", L".tif", L".tiff", L".jxl", L".dng",
+    L".cr2",  L".cr3",  L".nef",  L".arw", L".raf",  L".orf", L".rw2"};
+
+bool IsPhotographExtension(std::wstring_view extension) {
+    return IsSupportedImageExtension(extension) || IsExtensionAmong(extension, kMoreExtensions);
+}
 
 // Which file it is, under whatever name; nothing where there is none. Throws
 // std::filesystem::filesystem_error when the disk does not tell.
@@ -43,7 +54,7 @@ std::filesystem::path OutputThatIsAnInput(const BatchOptions& options) {
     std::set<std::filesystem::path> outputs;
     if (const auto model = Identity(options.model)) inputs.insert(*model);
     for (const auto& entry : std::filesystem::directory_iterator(options.inputDir)) {
-        if (!IsSupportedImageExtension(FromPath(entry.path().extension()))) continue;
+        if (!IsPhotographExtension(FromPath(entry.path().extension()))) continue;
         if (const auto photograph = Identity(entry.path())) inputs.insert(*photograph);
         outputs.insert(ToPath(BatchOutputPath(FromPath(entry.path()), FromPath(options.outputDir),
                                               BatchConflictPolicy::OverwriteAll)));
@@ -90,6 +101,16 @@ class FolderConversion {
     }
 
   private:
+    PhotographReader MakeReader() {
+        PhotoReaderOptions reading;
+        reading.focal = options_.focal;
+        reading.convertColours = options_.convertColours;
+        reading.onNote = [this](const std::wstring& path, const std::string& note) {
+            display_.Tell(ToPath(path).filename().native() + ": " + note);
+        };
+        return MakePhotoReader(std::move(reading));
+    }
+
     // The worker's thread.
     void OnReport(const BatchProgressInfo& info) {
         stage_ = info.current == last_.current ? stage_ + 1 : 1;
@@ -171,7 +192,9 @@ class FolderConversion {
     const BatchOptions& options_;
     Interrupts interrupts_;
     BatchDisplay display_;
-    BatchConverter converter_{std::make_shared<ConversionEngine>()};
+    BatchConverter converter_{
+        std::make_shared<ConversionEngine>(AvailableExecutionProviders, MakeReader()),
+        IsPhotographExtension};
     std::thread worker_;
 
     // The worker's, and read when it has ended.

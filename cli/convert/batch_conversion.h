@@ -6,6 +6,7 @@
 
 #include "batch/batch_converter.h"
 #include "engine/execution_provider.h"
+#include "photos/focal_length.h"
 
 namespace vistrel {
 
@@ -15,6 +16,8 @@ struct BatchOptions {
     std::filesystem::path outputDir;  // created where it is missing
     ExecutionProvider provider = ExecutionProvider::Cpu;
     BatchConflictPolicy onConflict = BatchConflictPolicy::CancelBatch;
+    FocalChoice focal = {};
+    bool convertColours = true;
 };
 
 enum class BatchOutcome {

@@ -31,7 +31,7 @@ ARROWS = {
     "shell/start": (["shell/", "batch/", "viewer/", "ui/", "download/", "engine/", "base/"],
                     ["qt", "xcb"]),
     "cli": (["cli/command.h", "cli/interrupts.h", "cli/long_step.h", "cli/output_check.h",
-             "cli/picture_size.h", "base/new_file.h"], []),
+             "cli/picture_size.h", "cli/chosen_model.h", "base/"], ["nlohmann"]),
     "cli/convert": (["cli/", "batch/", "photos/", "engine/", "base/"], ["cli11"]),
     "cli/render": (["cli/", "render/", "base/"], ["cli11"]),
     # The page's own picture needs the browser, and so Qt.
@@ -79,6 +79,7 @@ THIRD_PARTIES = {
     "xcb": r"xcb/.*",
     "zlib": r"zlib\.h",
     "cli11": r"CLI/.*",
+    "nlohmann": r"nlohmann/.*",
     "gtest": r"gtest/.*",
     "gmock": r"gmock/.*",
     "benchmark": r"benchmark/.*",
@@ -94,6 +95,7 @@ ONE_FILE_ONLY = {
     "render": ["jpeglib.h", "png.h", "webp/encode.h"],
     "download": ["curl/curl.h"],
     "shell/start": ["xcb/xcb.h"],
+    "cli": ["nlohmann/json.hpp"],
 }
 
 # Folders whose headers show no third party.
@@ -105,9 +107,10 @@ LINKS = {
     "vistrel_base": ["vistrel_warnings"],
     "vistrel_engine": ["vistrel_warnings", "vistrel_base", "Threads::Threads", "Stb::stb",
                        "PkgConfig::exiv2", "PkgConfig::hwy", "OnnxRuntime::onnxruntime"],
-    "vistrel_photos": ["vistrel_warnings", "vistrel_engine", "${CMAKE_DL_LIBS}",
+    "vistrel_photo_samples": ["vistrel_warnings", "vistrel_base"],
+    "vistrel_photos": ["vistrel_warnings", "vistrel_engine", "vistrel_photo_samples", "${CMAKE_DL_LIBS}",
                        "PkgConfig::exiv2", "PkgConfig::lcms2", "ZLIB::ZLIB"],
-    "vistrel_${name}_decoder": ["vistrel_warnings", "vistrel_photos", "${ARGN}"],
+    "vistrel_${name}_decoder": ["vistrel_warnings", "vistrel_photo_samples", "${ARGN}"],
     "vistrel_photo_${name}": ["vistrel_warnings", "vistrel_${name}_decoder"],
     "vistrel_render": ["vistrel_warnings", "vistrel_base", "PkgConfig::hwy", "Threads::Threads"],
     "vistrel_pictures": ["vistrel_warnings", "vistrel_render", "PkgConfig::jpeg",
@@ -125,7 +128,7 @@ LINKS = {
     "vistrel_program": ["vistrel_warnings", "vistrel_batch_dialogs", "vistrel_resources",
                         "vistrel_window", "PkgConfig::xcb"],
     "vistrel": ["vistrel_warnings", "vistrel_program"],
-    "vistrel_cli": ["vistrel_warnings", "vistrel_base"],
+    "vistrel_cli": ["vistrel_warnings", "vistrel_base", "nlohmann_json::nlohmann_json"],
     "vistrel-convert": ["vistrel_warnings", "vistrel_batch", "vistrel_cli", "vistrel_engine",
                         "vistrel_photos", "CLI11::CLI11"],
     "vistrel_render_command": ["vistrel_warnings", "vistrel_cli", "vistrel_pictures",

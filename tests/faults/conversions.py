@@ -5,7 +5,7 @@ import io
 import re
 import subprocess
 import tempfile
-from functools import cache
+from functools import cache, cached_property
 from pathlib import Path
 
 import numpy as np
@@ -19,11 +19,11 @@ OLDER = b"older scene " * 1000
 
 
 @cache
-def photograph(seed, orientation):
-    """A JPEG file that takes several reads."""
+def photograph(seed):
+    """A JPEG file of a picture that lies on its side."""
     pixels = np.random.default_rng(seed).integers(0, 256, (90, 120, 3), np.uint8)
     exif = Image.Exif()
-    exif[0x0112] = orientation
+    exif[0x0112] = 6
     file = io.BytesIO()
     Image.fromarray(pixels).save(file, "JPEG", quality=90, exif=exif)
     return file.getvalue()
@@ -47,48 +47,22 @@ def network():
 
 class Conversion(Operation):
     """Whose photographs lie in the folder "in", on their side."""
-    ORIENTATION, UPRIGHT = 6, 1
     usual = 4
     usual_kills = 4
     photographs = ("photo.jpg",)
 
-    def __init__(self, programs):
-        super().__init__(programs)
-        self.upright_scenes = {}
-
     def prepare(self, folder):
-        self.add_inputs(folder, self.ORIENTATION)
-
-    def add_inputs(self, folder, orientation):
         (folder / "in").mkdir()
         for i, name in enumerate(self.photographs):
-            (folder / "in" / name).write_bytes(photograph(i, orientation))
+            (folder / "in" / name).write_bytes(photograph(i))
         (folder / "in" / "net.onnx").write_bytes(network())
 
     def converter(self, folder, *words):
         return [self.programs / "vistrel-convert", "--model", folder / "in/net.onnx", *words]
 
-    def is_good(self, after, good):
-        """A photograph whose orientation cannot be read counts as upright."""
-        return after.keys() == good.keys() and all(
-            entry == good[name] or (name.endswith(".ply") and entry[1] == self.upright(name))
-            for name, entry in after.items())
-
-    def upright(self, scene):
-        """What the scene is like if the photograph counts as upright."""
-        stem = Path(scene).stem.split("(")[0]
-        if stem not in self.upright_scenes:
-            with tempfile.TemporaryDirectory() as name:
-                folder = Path(name)
-                self.add_inputs(folder, self.UPRIGHT)
-                words = self.converter(folder, folder / f"in/{stem}.jpg", folder / "photo.ply")
-                subprocess.run(words, check=True, capture_output=True)
-                self.upright_scenes[stem] = (folder / "photo.ply").read_bytes()
-        return self.upright_scenes[stem]
-
 
 WHY = (r"(create_directories: .*|.*cannot look at files?: .*|Cannot open output file(: .*)?"
-       r"|Failed to open file for stb_image|stb_image failed to load \(.*\)|.*net\.onnx.*"
+       r"|(.*/)?[1-3a-z]+\.jpg: It (cannot be read: .*|changed while it was read)\.|.*net\.onnx.*"
        r"|Cannot write output file: .*)")
 
 
@@ -149,8 +123,16 @@ class BatchBesideOlder(BatchOverOlder):
 
     def may_be_left(self, name, entry, _run):
         """A whole scene under another number."""
-        is_numbered = re.fullmatch(r"out/2\([1-4]\)\.ply", name)
-        return is_numbered and len(entry[1]) == len(self.upright(name))
+        return re.fullmatch(r"out/2\([1-4]\)\.ply", name) and entry[1] == self.scene
+
+    @cached_property
+    def scene(self):
+        with tempfile.TemporaryDirectory() as name:
+            folder = Path(name)
+            Conversion.prepare(self, folder)
+            words = self.converter(folder, folder / "in/2.jpg", folder / "2.ply")
+            subprocess.run(words, check=True, capture_output=True)
+            return (folder / "2.ply").read_bytes()
 
     def check_again(self, test, after, good):
         """The names are others then."""

@@ -1,20 +1,25 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Any bytes as a picture file, and well-formed directories of any entries in a picture. The former
 // give some orientation, the same every time; the latter the one that the plain rule finds: the
-// first value of the first orientation entry when that one holds SHORTs, else upright.
+// first value of the first orientation entry when that one holds SHORTs, else upright. Both readers
+// of EXIF find the same, and the one that tells more tells lengths that are positive numbers or 0.
 #include "engine/exif_orientation.h"
 
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <span>
 #include <string>
 #include <vector>
 
 #include "base/text_encoding.h"
+#include "photos/exif_facts.h"
+#include "photos/focal_length.h"
 #include "tests/fuzz/exif_seeds.h"
 #include "tests/fuzz/memory_file.h"
 #include "tests/fuzz/picture_seeds.h"
@@ -34,11 +39,30 @@ using fuzz::TiffEntry;
 constexpr int kUpright = 1;
 constexpr std::uint16_t kOrientation = 0x0112;
 
+void RequireLengths(const ExifFacts& facts) {
+    for (const double value : {facts.focal35mm, facts.focalLength, facts.pixelsPerMillimetre,
+                               facts.pixelWidth, facts.pixelHeight}) {
+        Require(std::isfinite(value) && value >= 0);
+    }
+    const auto focal = FocalLengthByExif(facts, 30, 20, 1);
+    Require(!focal || (std::isfinite(*focal) && *focal > 1));
+}
+
+int ReadBlock(const std::string& tiff) {
+    const ExifFacts facts = ReadExifBlock(std::as_bytes(std::span(tiff)));
+    RequireLengths(facts);
+    return facts.orientation;
+}
+
 int Read(const std::string& bytes) {
     const fuzz::MemoryFile file(bytes);
     const int orientation = ReadExifOrientation(FromUtf8(file.Path()));
     Require(orientation >= std::numeric_limits<std::int16_t>::min() &&
             orientation <= std::numeric_limits<std::int16_t>::max());
+    const ExifFacts facts = ReadExifOfFile(std::as_bytes(std::span(bytes)));
+    RequireLengths(facts);
+    Require(facts.orientation == orientation);
+    ReadBlock(bytes);
     return orientation;
 }
 
@@ -83,9 +107,10 @@ void RequirePlainResult(FuzzedDataProvider& data) {
     const bool bigEndian = data.ConsumeBool();
     std::vector<TiffEntry> entries(data.ConsumeIntegralInRange<std::size_t>(1, 6));
     for (TiffEntry& entry : entries) entry = AnyEntry(data);
-    const std::string picture =
-        InPicture(data, fuzz::TiffStart(bigEndian) + fuzz::TiffDirectory(entries, bigEndian));
-    Require(Read(picture) == PlainOrientation(entries, bigEndian));
+    const std::string tiff = fuzz::TiffStart(bigEndian) + fuzz::TiffDirectory(entries, bigEndian);
+    const int expected = PlainOrientation(entries, bigEndian);
+    Require(Read(InPicture(data, tiff)) == expected);
+    Require(ReadBlock(tiff) == expected);
 }
 
 // The last byte tells what the others are.

@@ -8,7 +8,6 @@ import unittest
 from pathlib import Path
 
 import numpy
-import onnx
 from PIL import Image
 
 ROOT = Path(__file__).resolve().parent.parent.parent
@@ -20,8 +19,8 @@ SIDE = 768
 SHIFT = 0.08  # of the median depth, which turns the view by 5 degrees
 
 
-def convert(photograph, scene, *options, model=MODEL):
-    subprocess.run([BIN / "vistrel-convert", "--model", model, *options, photograph, scene],
+def convert(photograph, scene, *options):
+    subprocess.run([BIN / "vistrel-convert", "--model", MODEL, *options, photograph, scene],
                    check=True, stdout=subprocess.DEVNULL)
 
 
@@ -43,18 +42,6 @@ def vertices(scene):
     start = data.index(b"end_header\n") + len(b"end_header\n")
     count = int(data.split(b"element vertex ")[1].split(b"\n")[0])
     return numpy.frombuffer(data, "<f4", count * 14, start).reshape(count, 14)
-
-
-def with_twice_the_factor(path):
-    """Leaves the network at `path` as one that doubles the disparity factor it is given."""
-    model = onnx.load(str(MODEL))
-    for node in model.graph.node:
-        for place, name in enumerate(node.input):
-            if name == "disparity_factor":
-                node.input[place] = "doubled"
-    doubling = onnx.helper.make_node("Add", ["disparity_factor", "disparity_factor"], ["doubled"])
-    model.graph.node.insert(0, doubling)
-    onnx.save(model, str(path))
 
 
 def depths(found):
@@ -158,15 +145,18 @@ class ReliefSceneTest(unittest.TestCase):
             with self.subTest(name):
                 self.assertLess(largest_step(depths(self.convert_image(image))), 0.003)
 
-    def test_twice_the_disparity_factor_makes_the_scene_half_as_large(self):
+    def test_twice_the_focal_length_makes_the_scene_twice_as_deep_as_it_is_wide(self):
+        """Half as far away, of which the camera sees half as much."""
         with tempfile.TemporaryDirectory() as folder:
-            model, scene = Path(folder) / "model.onnx", Path(folder) / "scene.ply"
-            with_twice_the_factor(model)
-            convert(SAMPLE, scene, model=model)
-            near, far = vertices(scene), vertices(self.scene)
-            numpy.testing.assert_allclose(2.0 * near[:, :3], far[:, :3], rtol=1e-4, atol=1e-5)
-            sizes = slice(7, 10)  # logarithms
-            numpy.testing.assert_allclose(near[:, sizes] + numpy.log(2.0), far[:, sizes], atol=1e-3)
+            scene = Path(folder) / "scene.ply"
+            with Image.open(SAMPLE) as sample:
+                focal = 2 * sample.width
+            convert(SAMPLE, scene, "--focal", f"{focal}px")
+            found, plain = vertices(scene), vertices(self.scene)
+            numpy.testing.assert_allclose(found[:, :3] * [4, 4, 2], plain[:, :3], rtol=1e-4,
+                                          atol=1e-5)
+            volumes = [gaussians[:, 7:10].sum(axis=1) for gaussians in (found, plain)]  # logarithms
+            numpy.testing.assert_allclose(volumes[0] + numpy.log(4 * 4 * 2), volumes[1], atol=1e-3)
 
     def test_half_of_the_gaussians_still_show_the_whole_picture(self):
         with tempfile.TemporaryDirectory() as folder:

@@ -169,7 +169,7 @@ class FailedBatch(Batch):
         result = self.run_batch()
         self.assertEqual(result.returncode, 1)
         lines = result.stderr.decode().splitlines()
-        self.assertIn("Error: b.webp: stb_image failed to load (unknown image type)", lines)
+        self.assertIn("Error: b.webp: It is cut short.", lines)
         self.assertEqual(lines[-1], "Converted 2 of 3.")
         self.assertEqual(self.outputs(), ["a.ply", "c.ply"])
 

@@ -130,7 +130,7 @@ class FailedConversion(Convert):
 
     def test_missing_photo(self):
         self.check(run(*self.model(), self.folder / "none.jpg", self.output),
-                   "Error: Failed to open file for stb_image")
+                   f"Error: {self.folder}/none.jpg: It cannot be read: No such file or directory.")
         self.assertEqual(list(self.folder.iterdir()), [])
 
     def test_missing_model(self):
@@ -149,7 +149,7 @@ class FailedConversion(Convert):
         (self.folder / "file").write_text("kept")
         result = run(*self.model(), PHOTO, self.folder / "file" / "sub" / "out.ply")
         self.assertEqual(result.returncode, 1)
-        self.assertRegex(result.stderr.decode(), "^Error: create_directories: ")
+        self.assertRegex(result.stderr.decode().splitlines()[-1], "^Error: create_directories: ")
         self.assertEqual((self.folder / "file").read_text(), "kept")
 
     def test_output_that_is_a_folder(self):
@@ -193,7 +193,7 @@ class FailedConversion(Convert):
 
     def test_pipe_that_gives_nothing(self):
         self.check(run(*self.model(), "/dev/stdin", self.output, input=b""),
-                   "Error: stb_image failed to load (unknown image type)")
+                   "Error: /dev/stdin: It is empty.")
 
 
 class LongConversion(Convert):
@@ -232,7 +232,7 @@ class LostLog(Convert):
 class WrongUsage(Convert):
     def test_is_told_with_status_2_and_touches_nothing(self):
         good = [*self.model(), PHOTO, self.output]
-        for arguments in ([], [PHOTO, self.output], [*self.model(), PHOTO], [*good, "more"],
+        for arguments in ([], [*self.model(), PHOTO], [*good, "more"],
                           ["--unknown", *good], ["--provider", "gpu", *good],
                           ["--keep-ratio", "2", *good], ["--keep-ratio", "many", *good],
                           ["--keep-ratio", "nan", *good]):

@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Colours that differ from sRGB by a curve for each channel and a matrix, as those of nearly every
+// photograph with a profile do.
+#pragma once
+
+#include <optional>
+#include <vector>
+
+#include "photos/decoded_photo.h"
+#include "photos/pixel_conversion.h"
+
+namespace vistrel {
+
+struct MatrixColours {
+    // The light of a sample, 0..1, at 256 or 4096 or 65536 evenly spaced ones from 0 to the
+    // greatest; the same number for each channel.
+    std::vector<float> curves[3];
+    float matrix[3][3] = {};  // from these lights to sRGB's; a row for each of sRGB's channels
+};
+
+// Table look-ups and two additions per pixel: a table for each channel gives the light of a sample
+// in all three of sRGB's, and another one the sample for the sum. A grey comes out exactly, any
+// colour within one level of 255. Words are looked up by as many upper bits as the curves have.
+//
+// For Bytes (256 entries) and Words. Empty where the lights reach so far that the tables would be
+// too coarse, or are no numbers.
+[[nodiscard]] PixelConversion MakeMatrixConversion(const MatrixColours& colours,
+                                                   SampleFormat format);
+
+}  // namespace vistrel
