@@ -18,7 +18,8 @@ namespace {
 
 using Bytes = std::span<const std::byte>;
 
-constexpr std::size_t kFullHead = 4;  // version and flags
+constexpr std::size_t kFullHead = 4;     // version and flags
+constexpr std::size_t kLengthBytes = 4;  // of HEVC's units, as all encoders have it
 
 // BoxNumbers from the front; zeros behind the end.
 class BoxNumbers {
@@ -127,10 +128,28 @@ class ItemPlaces {
     std::uint64_t left_ = 0;
 };
 
+// Of a picture that is put together of others; `before` bytes stand in front of its size.
+CodedSize CanvasSize(Bytes data, std::size_t before) {
+    BoxNumbers numbers(data);
+    numbers.Take(1);
+    const std::size_t bytes = (numbers.Take(1) & 1) != 0 ? 4 : 2;
+    numbers.Take(before);
+    const std::uint64_t width = numbers.Take(bytes);
+    return {width, numbers.Take(bytes)};
+}
+
+void CheckItem(std::string_view type, Bytes start, bool hasLengths) {
+    constexpr std::size_t kBeforeGrid = 2;     // rows and columns
+    constexpr std::size_t kBeforeOverlay = 8;  // a colour
+    if (type == "hvc1" && hasLengths) CheckAll(HevcSizes(start, kLengthBytes));
+    if (type == "av01") CheckAll(Av1Sizes(start));
+    if (type == "grid") CheckAll({CanvasSize(start, kBeforeGrid)});
+    if (type == "iovl") CheckAll({CanvasSize(start, kBeforeOverlay)});
+}
+
 }  // namespace
 
 void CheckCodedSizes(Bytes file) {
-    constexpr std::size_t kLengthBytes = 4;  // as all encoders have it
     const Bytes meta = WithoutFullHead(Find(file, "meta"));
     Bytes properties = Find(Find(meta, "iprp"), "ipco");
     bool usual = true;
@@ -145,9 +164,7 @@ void CheckCodedSizes(Bytes file) {
     std::vector<std::byte> start;
     while (places.Next(id, start)) {
         const auto found = types.find(id);
-        if (found == types.end()) continue;
-        if (found->second == "hvc1" && usual) CheckAll(HevcSizes(start, kLengthBytes));
-        if (found->second == "av01") CheckAll(Av1Sizes(start));
+        if (found != types.end()) CheckItem(found->second, start, usual);
     }
 }
 
