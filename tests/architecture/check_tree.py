@@ -43,7 +43,8 @@ ARROWS = {
               ["gtest", "gmock", "eigen", "stb", "hwy", "heif", "jxl", "qt", "curl", "onnxruntime"]),
     "benchmarks": (["benchmarks/", "tests/support/", "base/", "engine/", "photos/", "render/",
                     "batch/"],
-                   ["benchmark", "eigen", "stb", "hwy", "heif", "jxl", "onnxruntime"]),
+                   ["benchmark", "eigen", "stb", "hwy", "heif", "jxl", "onnxruntime",
+                    "tiff", "webp"]),
     # The program as a whole, driven by a user who answers at once.
     "benchmarks/responsiveness": (["benchmarks/responsiveness/", "base/text_encoding.h",
                                    "shell/start/program.h", "shell/window/window_dialogs.h",
