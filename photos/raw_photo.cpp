@@ -93,8 +93,8 @@ class RawDeveloper {
         output.output_bps = 8;
         output.gamm[0] = 1 / 2.4;  // sRGB's curve and its steepness near black
         output.gamm[1] = 12.92;
-        // Four samples of 16 bits for each pixel that is allowed.
-        constexpr auto kMegabytes = static_cast<unsigned int>((kMostPixels * 8 >> 20) + 1);
+        // Four samples of 16 bits for each pixel that is allowed, and for the sensor's rim.
+        constexpr auto kMegabytes = static_cast<unsigned int>((kMostPixels * 9 >> 20) + 1);
 #if LIBRAW_COMPILE_CHECK_VERSION_NOTLESS(0, 21)
         raw_->imgdata.rawparams.max_raw_memory_mb = kMegabytes;
 #else
