@@ -11,27 +11,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <memory>
-#include <optional>
-#include <span>
 #include <string>
-#include <utility>
 
-#include "benchmarks/interleaved.h"
-#include "photos/colour_conversion.h"
-#include "photos/photo_loader.h"
-#include "tests/support/test_pictures.h"
+#include "benchmarks/photo_reading.h"
 
 namespace vistrel {
 namespace {
-
-constexpr int kWidth = 6000;
-constexpr int kHeight = 4000;
-
-const test::PlainPicture& Source() {
-    static const test::PlainPicture picture = test::PhotoLikePicture(kWidth, kHeight);
-    return picture;
-}
 
 heif_error Append(heif_context* /*context*/, const void* data, std::size_t size, void* file) {
     static_cast<std::string*>(file)->append(static_cast<const char*>(data), size);
@@ -40,14 +25,15 @@ heif_error Append(heif_context* /*context*/, const void* data, std::size_t size,
 
 heif_image* HeifSource() {
     heif_image* image = nullptr;
-    heif_image_create(kWidth, kHeight, heif_colorspace_RGB, heif_chroma_interleaved_RGB, &image);
-    heif_image_add_plane(image, heif_channel_interleaved, kWidth, kHeight, 8);
+    heif_image_create(kPhotoWidth, kPhotoHeight, heif_colorspace_RGB, heif_chroma_interleaved_RGB,
+                      &image);
+    heif_image_add_plane(image, heif_channel_interleaved, kPhotoWidth, kPhotoHeight, 8);
     int stride = 0;
     std::uint8_t* const rows = heif_image_get_plane(image, heif_channel_interleaved, &stride);
-    for (std::size_t y = 0; y < kHeight; ++y) {
+    for (std::size_t y = 0; y < kPhotoHeight; ++y) {
         std::uint8_t* to = rows + (y * static_cast<std::size_t>(stride));
-        const std::uint8_t* from = Source().rgba.data() + (y * kWidth * kPixelBytes);
-        for (std::size_t x = 0; x < kWidth; ++x, to += 3, from += kPixelBytes) {
+        const std::uint8_t* from = PhotoSource().rgba.data() + (y * kPhotoWidth * kPixelBytes);
+        for (std::size_t x = 0; x < kPhotoWidth; ++x, to += 3, from += kPixelBytes) {
             std::memcpy(to, from, 3);
         }
     }
@@ -84,8 +70,8 @@ std::string EncodeJxl() {
     JxlEncoder* const encoder = JxlEncoderCreate(nullptr);
     JxlBasicInfo info;
     JxlEncoderInitBasicInfo(&info);
-    info.xsize = kWidth;
-    info.ysize = kHeight;
+    info.xsize = kPhotoWidth;
+    info.ysize = kPhotoHeight;
     info.bits_per_sample = 8;
     info.num_extra_channels = 0;
     info.alpha_bits = 0;
@@ -98,8 +84,8 @@ std::string EncodeJxl() {
     JxlEncoderFrameSettings* const settings = JxlEncoderFrameSettingsCreate(encoder, nullptr);
     JxlEncoderFrameSettingsSetOption(settings, JXL_ENC_FRAME_SETTING_EFFORT, 3);
     std::string pixels;
-    for (std::size_t i = 0; i < Source().rgba.size(); i += kPixelBytes) {
-        pixels.append(reinterpret_cast<const char*>(&Source().rgba[i]), 3);
+    for (std::size_t i = 0; i < PhotoSource().rgba.size(); i += kPixelBytes) {
+        pixels.append(reinterpret_cast<const char*>(&PhotoSource().rgba[i]), 3);
     }
     const JxlPixelFormat format{3, JXL_TYPE_UINT8, JXL_NATIVE_ENDIAN, 0};
     JxlEncoderAddImageFrame(settings, &format, pixels.data(), pixels.size());
@@ -129,58 +115,38 @@ void DecodeByHeif(const std::string& file) {
 void DecodeByJxl(const std::string& file) {
     JxlDecoder* const decoder = JxlDecoderCreate(nullptr);
     void* const runner = JxlResizableParallelRunnerCreate(nullptr);
-    JxlResizableParallelRunnerSetThreads(runner,
-                                         JxlResizableParallelRunnerSuggestThreads(kWidth, kHeight));
+    JxlResizableParallelRunnerSetThreads(
+        runner, JxlResizableParallelRunnerSuggestThreads(kPhotoWidth, kPhotoHeight));
     JxlDecoderSetParallelRunner(decoder, JxlResizableParallelRunner, runner);
     JxlDecoderSubscribeEvents(decoder, JXL_DEC_FULL_IMAGE);
     JxlDecoderSetInput(decoder, reinterpret_cast<const std::uint8_t*>(file.data()), file.size());
     JxlDecoderProcessInput(decoder);
-    const PixelBuffer pixels = TryAllocatePixels(std::size_t{kWidth} * kHeight);
+    const PixelBuffer pixels = TryAllocatePixels(std::size_t{kPhotoWidth} * kPhotoHeight);
     const JxlPixelFormat format{kPixelBytes, JXL_TYPE_UINT8, JXL_NATIVE_ENDIAN, 0};
     JxlDecoderSetImageOutBuffer(decoder, &format, pixels.get(),
-                                std::size_t{kWidth} * kHeight * kPixelBytes);
+                                std::size_t{kPhotoWidth} * kPhotoHeight * kPixelBytes);
     JxlDecoderProcessInput(decoder);
     benchmark::DoNotOptimize(pixels.get());
     JxlDecoderDestroy(decoder);
     JxlResizableParallelRunnerDestroy(runner);
 }
 
-using Decode = void (*)(const std::string& file);
-
-void AgainstLibraryOf(benchmark::State& state, const std::string& file, PhotoLoader load,
-                      Decode decode) {
-    Rounds toLibrary;
-    for ([[maybe_unused]] const auto unused : state) {
-        const double library = ElapsedSeconds([&] { decode(file); });
-        const double reading = ElapsedSeconds([&] {
-            std::optional<DecodedPhoto> photo = load(std::as_bytes(std::span(file)));
-            benchmark::DoNotOptimize(ToSrgbPicture(std::move(*photo), true));
-        });
-        toLibrary.Add(reading / library);
-        state.SetIterationTime(reading);
-    }
-    state.counters["reading/decoding"] = toLibrary.Median();
-}
-
 void Heics(benchmark::State& state) {
     static const std::string file = EncodeHeif(heif_compression_HEVC, "preset", "ultrafast");
-    AgainstLibraryOf(state, file, LoadHeif, DecodeByHeif);
+    ReadAgainstLibrary(state, file, LoadHeif, DecodeByHeif);
 }
 void Avifs(benchmark::State& state) {
     static const std::string file = EncodeHeif(heif_compression_AV1, "speed", "9");
-    AgainstLibraryOf(state, file, LoadHeif, DecodeByHeif);
+    ReadAgainstLibrary(state, file, LoadHeif, DecodeByHeif);
 }
 void Jxls(benchmark::State& state) {
     static const std::string file = EncodeJxl();
-    AgainstLibraryOf(state, file, LoadJxl, DecodeByJxl);
+    ReadAgainstLibrary(state, file, LoadJxl, DecodeByJxl);
 }
 
-void Common(benchmark::internal::Benchmark* benchmark) {
-    benchmark->Iterations(9)->UseManualTime()->Unit(benchmark::kMillisecond);
-}
-BENCHMARK(Heics)->Apply(Common);
-BENCHMARK(Avifs)->Apply(Common);
-BENCHMARK(Jxls)->Apply(Common);
+BENCHMARK(Heics)->Apply(PhotoReading);
+BENCHMARK(Avifs)->Apply(PhotoReading);
+BENCHMARK(Jxls)->Apply(PhotoReading);
 
 }  // namespace
 }  // namespace vistrel

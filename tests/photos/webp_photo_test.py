@@ -85,6 +85,13 @@ class WebpTest(unittest.TestCase):
         np.testing.assert_array_equal(decoded.pixels[..., 3], soft[..., 3])
         self.assertFalse(decoded.opaque)
 
+    def test_alpha_that_the_head_of_the_picture_denies(self):
+        file = bytearray(webp(noise(4), lossless=True, exact=True))
+        self.assertEqual(file[12:16], b"VP8L")
+        file[24] &= ~0x10
+        decoded = self.decode(bytes(file))
+        self.assertTrue(not decoded.opaque or (decoded.pixels[..., 3] == 255).all())
+
     def test_grey(self):
         grey = np.repeat(noise(1), 3, axis=2)
         decoded = self.decode(webp(grey, lossless=True))
