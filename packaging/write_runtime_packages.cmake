@@ -6,19 +6,24 @@
 # What no library tells of: certificates, fonts, plug-ins, texts, and programs that are started.
 set(_packages
     ca-certificates
+    desktop-file-utils
     fonts-noto-cjk
     fonts-noto-core
+    libglib2.0-bin
     libgl1-mesa-dri
     qt6-image-formats-plugins
     qt6-translations-l10n
     shared-mime-info
     xdg-utils
-    xvfb)
+    xvfb
+    ${_heif_plugins})
 
 get_filename_component(_prefix "${CMAKE_INSTALL_PREFIX}" ABSOLUTE)
 set(_folder "$ENV{DESTDIR}${_prefix}")
 set(_patterns)
-foreach(_name vistrel vistrel-convert vistrel-render vistrel-snapshot WebView2Loader.dll libonnxruntime.so.1)
+file(GLOB _photo_modules RELATIVE "${_folder}" "${_folder}/photos/*.so")
+foreach(_name vistrel vistrel-convert vistrel-render vistrel-snapshot WebView2Loader.dll libonnxruntime.so.1
+        ${_photo_modules})
   execute_process(COMMAND "${_readelf}" -W -d "${_folder}/${_name}" OUTPUT_VARIABLE _told
                   COMMAND_ERROR_IS_FATAL ANY)
   string(REGEX MATCHALL "\\(NEEDED\\)[^\n]*" _lines "${_told}")

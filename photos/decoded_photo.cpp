@@ -1,13 +1,33 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "photos/decoded_photo.h"
 
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cstddef>
+#include <cstdint>
+
 namespace vistrel {
 
 bool TellsColours(const PhotoColours& colours) {
-    constexpr int kNotTold = 2;
-    return !colours.iccProfile.empty() || colours.coded.primaries != kNotTold ||
-           colours.coded.transfer != kNotTold || colours.gamma > 0 || colours.chromaticities[0] > 0;
+    constexpr CodedColours kNotTold;
+    return !colours.iccProfile.empty() || colours.coded.primaries != kNotTold.primaries ||
+           colours.coded.transfer != kNotTold.transfer || colours.gamma > 0 ||
+           colours.chromaticities[0] > 0;
 }
+namespace {
+
+// Most of the time that filling new memory takes goes into its pages, unless these are large ones.
+// Where the system has none, the memory stays as it is.
+void PreferLargePages(std::uint8_t* memory, std::size_t size) {
+    constexpr std::size_t kLarge = std::size_t{4} << 20;
+    if (size < kLarge) return;
+    const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    const std::size_t before = (page - (reinterpret_cast<std::uintptr_t>(memory) % page)) % page;
+    madvise(memory + before, size - before, MADV_HUGEPAGE);
+}
+
+}  // namespace
 
 void CheckPhotoSize(std::uint64_t width, std::uint64_t height) {
     if (width == 0 || height == 0) throw PhotoError("It has no pixels.");
@@ -19,10 +39,11 @@ void CheckPhotoSize(std::uint64_t width, std::uint64_t height) {
 void AllocateSamples(DecodedPhoto& photo) {
     CheckPhotoSize(static_cast<std::uint64_t>(photo.width),
                    static_cast<std::uint64_t>(photo.height));
-    photo.samples =
-        TryAllocatePixels(static_cast<std::size_t>(photo.width) *
-                          static_cast<std::size_t>(photo.height) * BytesPerSample(photo.format));
+    const std::size_t count = static_cast<std::size_t>(photo.width) *
+                              static_cast<std::size_t>(photo.height) * BytesPerSample(photo.format);
+    photo.samples = TryAllocatePixels(count);
     if (!photo.samples) throw PhotoError("There is not enough memory for its pixels.");
+    PreferLargePages(photo.samples.get(), count * kPixelBytes);
 }
 
 }  // namespace vistrel

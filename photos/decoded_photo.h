@@ -46,6 +46,7 @@ struct PhotoColours {
     double chromaticities[8] = {};
 };
 
+// Whether anything is told.
 [[nodiscard]] bool TellsColours(const PhotoColours& colours);
 
 struct DecodedPhoto {

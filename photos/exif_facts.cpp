@@ -10,6 +10,13 @@
 namespace vistrel {
 namespace {
 
+// The library's type for the size of a file.
+#if EXIV2_TEST_VERSION(0, 28, 0)
+using Size = std::size_t;
+#else
+using Size = long;
+#endif
+
 const Exiv2::Value* Find(const Exiv2::ExifData& exif, const char* key) {
     const auto found = exif.findKey(Exiv2::ExifKey(key));
     return found == exif.end() || found->count() == 0 ? nullptr : &found->value();
@@ -97,7 +104,7 @@ ExifFacts ReadExifBlock(std::span<const std::byte> block) noexcept {
 
 ExifFacts ReadExifOfFile(std::span<const std::byte> file) noexcept {
     return ReadGuarded([&] {
-        const auto image = Exiv2::ImageFactory::open(Data(file), static_cast<long>(file.size()));
+        const auto image = Exiv2::ImageFactory::open(Data(file), static_cast<Size>(file.size()));
         if (image.get() == nullptr) return ExifFacts{};
         image->readMetadata();
         return Facts(image->exifData());

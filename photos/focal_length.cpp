@@ -70,4 +70,19 @@ std::optional<double> FocalLengthByExif(const ExifFacts& facts, int width, int h
     return std::nullopt;
 }
 
+std::optional<double> ChosenFocalLength(const FocalChoice& choice, const ExifFacts& facts,
+                                        int width, int height, int reduction) {
+    switch (choice.kind) {
+        case FocalChoice::Kind::Width:
+            break;
+        case FocalChoice::Kind::Auto:
+            return FocalLengthByExif(facts, width, height, reduction);
+        case FocalChoice::Kind::Millimetres:
+            return PixelsOf35mm(choice.value, width, height);
+        case FocalChoice::Kind::Pixels:
+            return choice.value / reduction;
+    }
+    return std::nullopt;
+}
+
 }  // namespace vistrel

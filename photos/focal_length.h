@@ -34,4 +34,9 @@ struct FocalChoice {
 [[nodiscard]] std::optional<double> FocalLengthByExif(const ExifFacts& facts, int width, int height,
                                                       int reduction);
 
+// The same by what the user chose. Nothing: as the upright picture is wide.
+[[nodiscard]] std::optional<double> ChosenFocalLength(const FocalChoice& choice,
+                                                      const ExifFacts& facts, int width, int height,
+                                                      int reduction);
+
 }  // namespace vistrel

@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "photos/boxes.h"
+#include "photos/heif_coded_sizes.h"
 #include "photos/photo_loader.h"
 
 namespace vistrel {
@@ -112,20 +113,13 @@ class Reader {
     bool avif_;
 };
 
-// The side of the smallest square of at least `pixels`.
-consteval int SquareSide(std::uint64_t pixels) {
-    std::uint64_t side = 1;
-    while (side * side < pixels) ++side;
-    return static_cast<int>(side);
-}
-
-void SetLimits(heif_context* context) {
-    constexpr int kSide = SquareSide(kMostPixels);
-    heif_context_set_maximum_image_size_limit(context, kSide);  // of an area, squared
+// Older versions have a limit of the sides alone, which suits every photograph.
+void SetLimits([[maybe_unused]] heif_context* context) {
 #if LIBHEIF_HAVE_VERSION(0x01, 0x19, 0x00)
     constexpr std::uint64_t kDeepPixel = 8;
-    heif_context_get_security_limits(context)->max_memory_block_size =
-        std::uint64_t{kSide} * kSide * kDeepPixel;
+    heif_security_limits* const limits = heif_context_get_security_limits(context);
+    limits->max_image_size_pixels = kMostPixels;
+    limits->max_memory_block_size = (kMostPixels + (kMostPixels / 8)) * kDeepPixel;  // with edges
 #endif
 }
 
@@ -285,6 +279,7 @@ std::vector<std::byte> ReadExif(const heif_image_handle* handle) {
 std::optional<DecodedPhoto> LoadHeif(std::span<const std::byte> file) {
     const std::vector<std::string_view> brands = Brands(file);
     if (!IsHeif(brands)) return std::nullopt;
+    CheckCodedSizes(file);
     const Reader reader(file, IsAvif(brands));
     const Context context(heif_context_alloc());
     if (!context) throw PhotoError("There is not enough memory for its pixels.");

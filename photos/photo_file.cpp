@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <new>
 #include <string>
 #include <system_error>
 
@@ -65,7 +66,8 @@ std::size_t ReadSome(int descriptor, std::byte* to, std::size_t most) {
 }
 
 // To the end, or one byte more than `largest`. `expected` is where it probably ends.
-std::vector<std::byte> ReadToEnd(int descriptor, std::uint64_t expected, std::uint64_t largest) {
+std::vector<std::byte> ReadToEnd(int descriptor, std::uint64_t expected,
+                                 std::uint64_t largest) try {
     const auto room = static_cast<std::size_t>(largest + 1);
     // The byte more than expected finds the end without growing.
     std::vector<std::byte> bytes(std::min(static_cast<std::size_t>(expected) + 1, room));
@@ -78,6 +80,8 @@ std::vector<std::byte> ReadToEnd(int descriptor, std::uint64_t expected, std::ui
     }
     bytes.resize(size);
     return bytes;
+} catch (const std::bad_alloc&) {
+    throw PhotoError("There is not enough memory to read it.");
 }
 
 bool HasChanged(const struct stat& before, const struct stat& after) {

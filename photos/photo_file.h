@@ -18,8 +18,8 @@ inline constexpr std::uint64_t kLargestPhotoFile = std::uint64_t{2} << 30;  // b
 // end the process. At most `largest` bytes, never none.
 //
 // Throws PhotoError for what cannot be read, with the system's reason, for folders and terminals,
-// for what is empty or too large, and for a regular file that changes while it is read;
-// std::bad_alloc. Any thread.
+// for what is empty, too large or more than there is memory for, and for a regular file that
+// changes while it is read. Any thread.
 [[nodiscard]] std::vector<std::byte> ReadPhotoFile(const std::filesystem::path& path,
                                                    std::uint64_t largest = kLargestPhotoFile);
 

@@ -63,22 +63,13 @@ class PhotoReader {
 
     std::optional<float> FocalLength(const KnownPhoto& photo, const std::wstring& path) const {
         const DecodedPhoto& decoded = photo.decoded;
-        const double value = options_.focal.value;
-        switch (options_.focal.kind) {
-            case FocalChoice::Kind::Width:
-                return std::nullopt;
-            case FocalChoice::Kind::Millimetres:
-                return static_cast<float>(PixelsOf35mm(value, decoded.width, decoded.height));
-            case FocalChoice::Kind::Pixels:
-                return static_cast<float>(value / decoded.reduction);
-            case FocalChoice::Kind::Auto:
-                break;
+        const std::optional<double> length = ChosenFocalLength(
+            options_.focal, photo.facts, decoded.width, decoded.height, decoded.reduction);
+        if (!length && options_.focal.kind == FocalChoice::Kind::Auto && options_.onNote) {
+            options_.onNote(path, "It tells no focal length; the width is taken.");
         }
-        const std::optional<double> told =
-            FocalLengthByExif(photo.facts, decoded.width, decoded.height, decoded.reduction);
-        if (told) return static_cast<float>(*told);
-        if (options_.onNote) options_.onNote(path, "It tells no focal length; the width is taken.");
-        return std::nullopt;
+        if (!length) return std::nullopt;
+        return static_cast<float>(*length);
     }
 
     const PhotoReaderOptions options_;

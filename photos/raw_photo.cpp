@@ -3,8 +3,10 @@
 // turned upright.
 #include <libraw/libraw.h>
 
+#include <algorithm>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "photos/photo_loader.h"
 
@@ -15,6 +17,35 @@ namespace {
 // makes one of the picture, which needs no guessing of colours.
 constexpr int kEnoughSide = 2 * 1536;
 constexpr int kColours = 3;
+
+// libraw up to 0.21 writes over its own memory when a directory tells 36 filters without telling
+// before that they are 6 x 6. Tags are looked for everywhere, since each maker puts directories
+// elsewhere.
+bool TellsFiltersWithoutSides(std::string_view file, std::string_view tag, std::string_view count,
+                              std::string_view sides) {
+    constexpr std::size_t kCountInEntry = 4;
+    for (std::size_t at = file.find(tag); at != file.npos; at = file.find(tag, at + 1)) {
+        if (file.substr(std::min(at + kCountInEntry, file.size())).starts_with(count) &&
+            (sides.empty() || !file.substr(0, at).ends_with(sides))) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool HasBadFilters(std::span<const std::byte> bytes) {
+    using namespace std::string_view_literals;
+    const std::string_view file(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    constexpr std::string_view kLittle = "\x24\0\0\0"sv;
+    constexpr std::string_view kBig = "\0\0\0\x24"sv;
+    // CFAPattern behind CFARepeatPatternDim of two SHORT, and Kodak's own tag.
+    return TellsFiltersWithoutSides(file, "\x8E\x82"sv, kLittle,
+                                    "\x8D\x82\x03\0\x02\0\0\0\x06\0\x06\0"sv) ||
+           TellsFiltersWithoutSides(file, "\x82\x8E"sv, kBig,
+                                    "\x82\x8D\0\x03\0\0\0\x02\0\x06\0\x06"sv) ||
+           TellsFiltersWithoutSides(file, "\x09\xFD"sv, kLittle, {}) ||
+           TellsFiltersWithoutSides(file, "\xFD\x09"sv, kBig, {});
+}
 
 class RawDeveloper {
   public:
@@ -49,6 +80,7 @@ class RawDeveloper {
         CheckPhotoSize(sizes.width, sizes.height);
         // The sensor has a rim that is not shown.
         CheckPhotoSize(sizes.raw_width / 2, sizes.raw_height);
+        CheckFilters();
         const bool halved = sizes.width / 2 > kEnoughSide && sizes.height / 2 > kEnoughSide &&
                             raw_->imgdata.idata.filters != 0;
         raw_->imgdata.params.half_size = halved ? 1 : 0;
@@ -61,6 +93,17 @@ class RawDeveloper {
     }
 
   private:
+    // libraw takes the colours of 6 x 6 filters from the file as they are, and indexes by them.
+    void CheckFilters() const {
+        constexpr unsigned int kSixBySix = 9;
+        if (raw_->imgdata.idata.filters != kSixBySix) return;
+        for (const auto& row : raw_->imgdata.idata.xtrans) {
+            for (const int colour : row) {
+                if (colour < 0 || colour >= kColours) throw PhotoError("It is damaged.");
+            }
+        }
+    }
+
     // The offset's type differs between versions of libraw.
     template <typename Offset>
     static void NoteDamage(void* developer, const char* /*file*/, Offset offset) {
@@ -72,7 +115,8 @@ class RawDeveloper {
         if (code == LIBRAW_UNSUFFICIENT_MEMORY) {
             throw PhotoError("There is not enough memory for its pixels.");
         }
-        if (cut_ || code == LIBRAW_IO_ERROR) throw PhotoError("It is cut short.");
+        if (cut_) throw PhotoError("It is cut short.");
+        if (code == LIBRAW_IO_ERROR) throw PhotoError("It is cut short or damaged.");
         throw PhotoError("It cannot be developed: " + std::string(libraw_strerror(code)) + ".");
     }
 
@@ -120,6 +164,7 @@ class RawDeveloper {
 
 std::optional<DecodedPhoto> LoadRaw(std::span<const std::byte> file) {
     if (file.empty()) return {};
+    if (HasBadFilters(file)) throw PhotoError("It is damaged: its filters have no pattern.");
     RawDeveloper developer(file);
     if (!developer.Open()) return {};
     return developer.Develop();

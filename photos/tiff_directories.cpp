@@ -129,16 +129,24 @@ class Search {
     bool raw_ = false;
 };
 
+// Canon and Phase One put a mark where others begin with directories or with samples, which must
+// not be taken for it.
+bool HasMakersMark(const Numbers& numbers) {
+    constexpr std::size_t kMark = 8;
+    constexpr std::uint64_t kCanonsFirst = 16;
+    const bool canon = numbers.StartsWith("CR\2", kMark) && numbers.At(4, 4) == kCanonsFirst;
+    const bool phaseOne =
+        (numbers.StartsWith("IIII", kMark) && numbers.StartsWith("waR", kMark + 5)) ||
+        (numbers.StartsWith("MMMMRaw", kMark));
+    return canon || phaseOne;
+}
+
 }  // namespace
 
 TiffKind KindOfTiff(std::span<const std::byte> file) {
     const Numbers numbers(file);
     if (!numbers.IsTiff()) return TiffKind::Other;
-    // Canon and Phase One put a mark of their own where the first directory would be.
-    constexpr std::size_t kMark = 8;
-    for (const std::string_view mark : {"CR\2", "IIII", "MMMM"}) {
-        if (numbers.StartsWith(mark, kMark)) return TiffKind::CameraRaw;
-    }
+    if (HasMakersMark(numbers)) return TiffKind::CameraRaw;
     return Search(numbers).Kind();
 }
 

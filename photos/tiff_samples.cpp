@@ -2,6 +2,7 @@
 #include "photos/tiff_samples.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -54,6 +55,7 @@ template <typename T>
 const T* Unpacked(const std::byte* row, std::size_t count, int bits, bool scaled,
                   std::vector<T>& scratch) {
     scratch.resize(count);
+    assert(bits > 0 && bits < 16);
     const std::uint32_t most = (1U << bits) - 1;
     const std::uint32_t full = scaled ? static_cast<std::uint32_t>(Full<T>()) : most;
     std::uint32_t waiting = 0;

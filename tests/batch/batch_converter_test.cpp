@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -117,6 +118,15 @@ TEST_F(BatchConverterTest, ProviderIsPassedOn) {
     ASSERT_EQ(results_.size(), 4U);
     EXPECT_TRUE(results_[0].second.starts_with(L"CUDAExecutionProvider not found"));
     for (std::size_t i = 1; i < 4; ++i) EXPECT_TRUE(results_[i].first);
+}
+
+TEST_F(BatchConverterTest, ExtensionsMayBeChosenByOthers) {
+    AddPicture("a.png");
+    AddPicture("b.photo");
+    BatchConverter converter(engine_,
+                             [](std::wstring_view extension) { return extension == L".photo"; });
+    converter.Run(model_, FromPath(input_), FromPath(output_), 0);
+    EXPECT_EQ(Outputs(), std::vector<std::string>{"b.ply"});
 }
 
 TEST_F(BatchConverterTest, EndOfEveryFileIsToldWithItsOutput) {

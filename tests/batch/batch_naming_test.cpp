@@ -3,8 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <filesystem>
 #include <string>
+#include <string_view>
 
 #include "tests/batch/batch_fixture.h"
 
@@ -24,6 +26,16 @@ TEST(IsSupportedImageExtension, RefusesAllOthers) {
     for (const wchar_t* extension : {L"", L".", L"jpg", L".jpe", L".jpgx", L".jpg ", L" .jpg",
                                      L".tif", L".gif", L".ply", L"..jpg", L"/.jpg"}) {
         EXPECT_FALSE(IsSupportedImageExtension(extension)) << ToUtf8(extension);
+    }
+}
+
+TEST(IsExtensionAmong, TakesThoseAloneInAnyCase) {
+    constexpr std::array<std::wstring_view, 2> kKnown = {L".heic", L".cr2"};
+    for (const std::wstring_view extension : {L".heic", L".HEIC", L".Cr2"}) {
+        EXPECT_TRUE(IsExtensionAmong(extension, kKnown)) << ToUtf8(extension);
+    }
+    for (const std::wstring_view extension : {L".jpg", L".hei", L".heicc", L"heic", L""}) {
+        EXPECT_FALSE(IsExtensionAmong(extension, kKnown)) << ToUtf8(extension);
     }
 }
 

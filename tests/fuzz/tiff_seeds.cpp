@@ -247,10 +247,15 @@ TiffEntry Rationals(Tag tag, const Values& numbers) {
     return entry;
 }
 
-// A DNG.
-Layout Sensor(std::uint32_t bits) {
+// A DNG whose filters have a pattern of these sides.
+Layout Sensor(std::uint32_t bits, std::uint32_t side = 2) {
     using namespace std::string_literals;
     constexpr std::uint16_t kText = 2;
+    Values pattern{0, 1, 1, 2};
+    if (side == 6) {
+        pattern = {1, 1, 0, 1, 1, 2, 1, 1, 2, 1, 1, 0, 2, 0, 1, 0, 2, 1,
+                   1, 1, 2, 1, 1, 0, 1, 1, 0, 1, 1, 2, 0, 2, 1, 2, 0, 1};
+    }
     Layout layout;
     layout.photometric = kFilters;
     layout.bits = {bits};
@@ -258,8 +263,8 @@ Layout Sensor(std::uint32_t bits) {
     layout.more = {
         {kMake, kText, 5, "Make\0"s},
         {kModel, kText, 6, "Model\0"s},
-        Entry(kPatternSides, {2, 2}, false, test::kExifShort),
-        Entry(kPattern, {0, 1, 1, 2}, false, test::kExifByte),
+        Entry(kPatternSides, {side, side}, false, test::kExifShort),
+        Entry(kPattern, pattern, false, test::kExifByte),
         Entry(kDngVersion, {1, 4, 0, 0}, false, test::kExifByte),
         Entry(kWhiteLevel, {(1U << bits) - 1}, false, test::kExifLong),
         Rationals(kColourMatrix, {10000, 0, 0, 0, 10000, 0, 0, 0, 10000}),
@@ -323,8 +328,9 @@ const std::vector<std::string>& RawSeeds() {
         colours.bits = {8, 8, 8};
         Layout tiled = Sensor(16);
         tiled.tiled = true;
-        return std::vector<std::string>{Plain(Sensor(16)), Plain(Sensor(12)), Plain(Sensor(8)),
-                                        Plain(grey),       Plain(colours),    Plain(tiled)};
+        return std::vector<std::string>{Plain(Sensor(16)), Plain(Sensor(16, 6)), Plain(Sensor(12)),
+                                        Plain(Sensor(8)),  Plain(grey),          Plain(colours),
+                                        Plain(tiled)};
     }();
     return seeds;
 }

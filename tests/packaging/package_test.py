@@ -23,12 +23,14 @@ BINARIES = Path(os.environ["VISTREL_BIN"])
 RELIEF = "resources/relief/vistrel_relief_demo.onnx"
 LIBRARIES_AND_PROGRAMS = {"vistrel", "vistrel-convert", "vistrel-render", "vistrel-snapshot", "WebView2Loader.dll",
                           "libonnxruntime.so.1"}
+DECODERS = {f"photos/{name}.so" for name in ("heif", "jxl", "raw", "tiff", "webp")}
 SHARED = {f"share/icons/hicolor/{size}x{size}/apps/vistrel.png" for size in (16, 32, 48, 128, 256)} | {
     "share/icons/hicolor/scalable/apps/vistrel.svg", "share/applications/vistrel.desktop",
+    "share/applications/vistrel-make-scene.desktop",
     "share/metainfo/org.vistrel.vistrel.metainfo.xml", "share/mime/packages/vistrel.xml"}
 OTHERS = {"LICENSE", "README.md", "THIRD_PARTY_NOTICES", "common.sh", "docs/many_machines.md", "folders.sh",
           "install", "install-dependencies", "manifest", RELIEF, "resources/sample/autumn_lake.jpg",
-          "runtime_packages", "uninstall"}
+          "openers.sh", "runtime_packages", "uninstall", "vistrel-make-scene"}
 
 
 def files_below(folder):
@@ -95,7 +97,7 @@ class Package(unittest.TestCase):
     # What is in it
 
     def test_the_package_holds_what_a_user_needs_and_no_more(self):
-        self.assertEqual(files_below(self.package), LIBRARIES_AND_PROGRAMS | SHARED | OTHERS)
+        self.assertEqual(files_below(self.package), LIBRARIES_AND_PROGRAMS | DECODERS | SHARED | OTHERS)
 
     def test_programs_are_stripped_and_find_their_libraries_beside_themselves(self):
         for name in LIBRARIES_AND_PROGRAMS:
@@ -104,6 +106,14 @@ class Package(unittest.TestCase):
                                       capture_output=True, text=True).stdout
                 self.assertNotIn(".symtab", told)
                 self.assertIn("runpath: [$ORIGIN]", told)
+
+    def test_decoders_are_stripped_and_need_nothing_of_the_package(self):
+        for name in DECODERS:
+            with self.subTest(name):
+                told = subprocess.run(["readelf", "-W", "-S", "-d", self.package / name], check=True,
+                                      capture_output=True, text=True).stdout
+                self.assertNotIn(".symtab", told)
+                self.assertNotIn("libonnxruntime", told)
 
     def test_the_archive_tells_its_release_and_processor(self):
         release = platform.freedesktop_os_release()
@@ -124,7 +134,7 @@ class Package(unittest.TestCase):
 
     def test_the_named_packages_bring_every_library(self):
         needed = set()
-        for name in LIBRARIES_AND_PROGRAMS:
+        for name in LIBRARIES_AND_PROGRAMS | DECODERS:
             told = subprocess.run(["readelf", "-W", "-d", self.package / name], check=True,
                                   capture_output=True, text=True).stdout
             needed |= set(re.findall(r"\(NEEDED\).*\[(.+)\]", told)) - LIBRARIES_AND_PROGRAMS
@@ -145,12 +155,21 @@ class Package(unittest.TestCase):
 
     # Install
 
+    def command_of(self, entry):
+        lines = (self.home / ".local/share/applications" / entry).read_text().splitlines()
+        (line,) = [line for line in lines if line.startswith("Exec=")]
+        command = line.removeprefix("Exec=").replace("\\\\", "\\")
+        for character in '"$`\\':
+            command = command.replace("\\" + character, character)
+        return command
+
     def test_validators_find_nothing_in_what_the_desktop_reads(self):
         self.install()
         share = self.home / ".local/share"
-        desktop = subprocess.run(["desktop-file-validate", share / "applications/vistrel.desktop"],
-                                 capture_output=True, text=True, env=self.environment)
-        self.assertEqual(desktop.returncode, 0, desktop.stdout + desktop.stderr)
+        for entry in ("vistrel.desktop", "vistrel-make-scene.desktop"):
+            desktop = subprocess.run(["desktop-file-validate", share / "applications" / entry],
+                                     capture_output=True, text=True, env=self.environment)
+            self.assertEqual((desktop.returncode, desktop.stdout + desktop.stderr), (0, ""))
         told = subprocess.run(["appstreamcli", "validate", "--no-net", "--pedantic",
                                share / "metainfo/org.vistrel.vistrel.metainfo.xml"],
                               capture_output=True, text=True, env=self.environment).stdout
@@ -168,11 +187,7 @@ class Package(unittest.TestCase):
 
     def test_the_menu_entry_starts_the_program_which_ends_on_a_signal(self):
         self.install()
-        entry = (self.home / ".local/share/applications/vistrel.desktop").read_text()
-        (line,) = [line for line in entry.splitlines() if line.startswith("Exec=")]
-        command = line.removeprefix("Exec=").replace("\\\\", "\\")
-        for character in '"$`\\':
-            command = command.replace("\\" + character, character)
+        command = self.command_of("vistrel.desktop")
         self.assertEqual(command, f'"{self.program}/vistrel"')
         # What the program finds when it looks for its network at the first start.
         self.assertEqual(json.loads(self.settings().read_text()),
@@ -218,7 +233,7 @@ class Package(unittest.TestCase):
     def test_a_package_that_is_not_whole_installs_nothing(self):
         damaged = self.home / "damaged"
         damaged.mkdir()
-        for name in ("install", "common.sh", "folders.sh", "manifest"):
+        for name in ("install", "common.sh", "folders.sh", "openers.sh", "manifest"):
             os.link(self.package / name, damaged / name)
         done = subprocess.run([damaged / "install"], env=self.environment, capture_output=True, text=True)
         self.assertEqual(done.returncode, 1)
@@ -238,6 +253,68 @@ class Package(unittest.TestCase):
         self.assertEqual(done.returncode, 1)
         self.assertEqual(done.stderr, "Error: Vistrel cannot start: there is no GLIBC_9.9, libexiv2.so.0.\n")
         self.assertTrue((self.program / "vistrel").exists())
+
+    # Make a 3D scene
+
+    def add_viewers(self, types, folder=None):
+        """Makes programs of the system, or in another folder, that open types: name -> types."""
+        applications = (folder or self.home / "system") / "applications"
+        applications.mkdir(parents=True, exist_ok=True)
+        for name, its_types in types.items():
+            (applications / f"{name}.desktop").write_text(
+                f"[Desktop Entry]\nType=Application\nName={name}\nExec=/bin/true %F\nMimeType={its_types}\n")
+        subprocess.run(["update-desktop-database", applications], check=True)
+        self.environment["XDG_DATA_DIRS"] = f"{self.home}/system:/usr/share"
+
+    def opener(self, of_type):
+        """What opens a type on a double click, and what else is offered for it."""
+        told = subprocess.run(["gio", "mime", of_type], env=self.environment, check=True, capture_output=True,
+                              text=True).stdout.splitlines()
+        offered = [line.strip() for line in told if line.startswith("\t")]
+        return re.sub(".*: ", "", told[0]), set(offered)
+
+    def test_the_entry_for_photographs_names_the_whole_path(self):
+        self.install()
+        self.assertEqual(self.command_of("vistrel-make-scene.desktop"), f'"{self.program}/vistrel-make-scene" %F')
+
+    def test_it_is_offered_for_photographs_and_opens_none_that_another_program_opens(self):
+        self.add_viewers({"viewer": "image/jpeg;image/png;", "painter": "image/jpeg;image/x-adobe-dng;"})
+        before = {of_type: self.opener(of_type)[0] for of_type in ("image/jpeg", "image/png", "image/x-adobe-dng")}
+        self.install()
+        self.install()
+        for of_type, opener in before.items():
+            now, offered = self.opener(of_type)
+            self.assertEqual(now, opener)
+            self.assertIn("vistrel-make-scene.desktop", offered)
+
+    def test_choices_of_the_system_and_of_the_user_hold(self):
+        self.add_viewers({"viewer": "image/jpeg;image/png;", "painter": "image/jpeg;image/png;"})
+        (self.home / "system/applications/mimeapps.list").write_text(
+            "[Default Applications]\nimage/jpeg=gone.desktop;viewer.desktop\nimage/png=painter.desktop\n")
+        self.install()
+        self.assertEqual(self.opener("image/jpeg")[0], "viewer.desktop")
+        self.assertEqual(self.opener("image/png")[0], "painter.desktop")
+        (self.home / ".config/mimeapps.list").write_text(
+            "[Default Applications]\nimage/jpeg=vistrel-make-scene.desktop\n")
+        self.assertEqual(self.opener("image/jpeg")[0], "vistrel-make-scene.desktop")
+
+    def test_a_list_of_the_users_own_and_its_folder_stay_as_they_are(self):
+        self.add_viewers({"viewer": "image/jpeg;"})
+        mine = self.home / ".local/share/applications/defaults.list"
+        mine.parent.mkdir(parents=True)
+        mine.write_text("[Default Applications]\n")
+        self.install()
+        self.assertEqual(self.opener("image/jpeg")[0], "viewer.desktop")
+        self.uninstall()
+        self.assertEqual(mine.read_text(), "[Default Applications]\n")
+
+    def test_entries_of_others_stay(self):
+        self.add_viewers({"mine": "image/jpeg;"}, self.home / ".local/share")
+        self.install()
+        self.uninstall()
+        self.assertEqual(self.opener("image/jpeg"), ("mine.desktop", {"mine.desktop"}))
+        self.assertEqual(sorted(os.listdir(self.home / ".local/share/applications")),
+                         ["mimeinfo.cache", "mine.desktop"])
 
     # Update
 

@@ -9,9 +9,9 @@
 namespace vistrel {
 namespace {
 
-using Kind = FocalChoice::Kind;
+using FocalKind = FocalChoice::Kind;
 
-void ExpectChoice(const std::string& text, Kind kind, double value) {
+void ExpectChoice(const std::string& text, FocalKind kind, double value) {
     const auto choice = ParseFocalChoice(text);
     ASSERT_TRUE(choice) << text;
     EXPECT_EQ(choice->kind, kind) << text;
@@ -19,13 +19,13 @@ void ExpectChoice(const std::string& text, Kind kind, double value) {
 }
 
 TEST(FocalChoice, WordsAndNumbersWithTheirUnits) {
-    ExpectChoice("width", Kind::Width, 0);
-    ExpectChoice("auto", Kind::Auto, 0);
-    ExpectChoice("26mm", Kind::Millimetres, 26);
-    ExpectChoice("4.25mm", Kind::Millimetres, 4.25);
-    ExpectChoice("3000px", Kind::Pixels, 3000);
-    ExpectChoice("0.01px", Kind::Pixels, 0.01);
-    ExpectChoice("1000000mm", Kind::Millimetres, 1e6);
+    ExpectChoice("width", FocalKind::Width, 0);
+    ExpectChoice("auto", FocalKind::Auto, 0);
+    ExpectChoice("26mm", FocalKind::Millimetres, 26);
+    ExpectChoice("4.25mm", FocalKind::Millimetres, 4.25);
+    ExpectChoice("3000px", FocalKind::Pixels, 3000);
+    ExpectChoice("0.01px", FocalKind::Pixels, 0.01);
+    ExpectChoice("1000000mm", FocalKind::Millimetres, 1e6);
 }
 
 TEST(FocalChoice, AllOtherTextsAreRefused) {
@@ -117,6 +117,28 @@ TEST(FocalLengthByExif, ImpossibleEquivalentLeavesItToTheSensor) {
     ExifFacts facts = FullFrame();
     facts.focal35mm = 1e9;
     EXPECT_NEAR(FocalLengthByExif(facts, 3600, 2400, 1).value(), 5000, 1e-9);
+}
+
+TEST(ChosenFocalLength, WidthIsNothing) {
+    EXPECT_FALSE(ChosenFocalLength({}, FullFrame(), 3600, 2400, 1));
+}
+
+TEST(ChosenFocalLength, AutoIsByExif) {
+    EXPECT_NEAR(ChosenFocalLength({FocalKind::Auto}, FullFrame(), 1800, 1200, 2).value(), 2500,
+                1e-9);
+    EXPECT_FALSE(ChosenFocalLength({FocalKind::Auto}, {}, 1800, 1200, 2));
+}
+
+TEST(ChosenFocalLength, MillimetresSeeTheSameAtEverySize) {
+    EXPECT_NEAR(ChosenFocalLength({FocalKind::Millimetres, 26}, FullFrame(), 1800, 1200, 2).value(),
+                1300, 1e-9);
+}
+
+TEST(ChosenFocalLength, PixelsAreTheFullSizePictures) {
+    EXPECT_NEAR(ChosenFocalLength({FocalKind::Pixels, 3000}, FullFrame(), 3600, 2400, 1).value(),
+                3000, 1e-9);
+    EXPECT_NEAR(ChosenFocalLength({FocalKind::Pixels, 3000}, FullFrame(), 1800, 1200, 2).value(),
+                1500, 1e-9);
 }
 
 }  // namespace

@@ -37,7 +37,8 @@ class HeifTest(unittest.TestCase):
     def encode(cls, pixels, *options, chunks=()):
         source, made = cls.folder / "source.png", cls.folder / "made.heic"
         source.write_bytes(png(pixels, *chunks))
-        subprocess.run(["heif-enc", *options, source, "-o", made], check=True,
+        fast = "speed=9" if "-A" in options else "preset=ultrafast"
+        subprocess.run(["heif-enc", *options, "-p", fast, source, "-o", made], check=True,
                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         return made.read_bytes()
 
@@ -82,6 +83,10 @@ class PixelsTest(HeifTest):
     def test_odd_sides(self):
         pixels = soft_picture(97, 65)
         self.assert_near(self.decode(self.encode(pixels, *FULL)), rgba(pixels), ROUNDING)
+
+    def test_very_wide_picture(self):
+        pixels = soft_picture(20000, 64, channels=1)
+        self.assert_same(self.decode(self.encode(pixels, "-L")), rgba(pixels))
 
     def test_grey(self):
         pixels = soft_picture(channels=1)
@@ -210,6 +215,68 @@ class ColoursTest(HeifTest):
         self.assertEqual(bytes.fromhex(self.decode(made).icc), profile)
 
 
+def packed(bits):
+    bits += "0" * (-len(bits) % 8 + 64)
+    return int(bits, 2).to_bytes(len(bits) // 8, "big")
+
+
+def exp_golomb(value):
+    return "0" * ((value + 1).bit_length() - 1) + f"{value + 1:b}"
+
+
+def hevc_sequence(width, height, sub_layers=0):
+    """A sequence parameter set."""
+    layers = ("11" * sub_layers + "00" * (8 - sub_layers) + "0" * 96 * sub_layers
+              if sub_layers else "")
+    return packed("0" + f"{33:06b}" + "0" * 6 + "001" + "0000" + f"{sub_layers:03b}1" + "0" * 96
+                  + layers + exp_golomb(0) + exp_golomb(1) + exp_golomb(width)
+                  + exp_golomb(height))
+
+
+def av1_sequence(width, height, timing=None):
+    """A sequence header unit: without `timing` the one of still pictures, else of moving ones."""
+    if timing is None:
+        points = "1" + "00000"
+    else:
+        model = "1" + "0" * 64 + "1" + "010" + "1" + "00011" + "0" * 42 if timing else "0"
+        points = ("0" + model + "1" + "00001" + ("0" * 12 + "11111" + "0" + ("1" + "0" * 9) * timing
+                                                 + "1" + "0000") * 2)
+    header = packed("000" + "1" + points + "1111" * 2 + f"{width - 1:016b}{height - 1:016b}")
+    return bytes([0x0A, len(header)]) + header
+
+
+class CodedSizeTest(HeifTest):
+    """Coded pictures that are larger than their container says."""
+
+    def assert_too_large(self, file):
+        self.assertEqual(self.refusal(bytes(file)), "It has 60000 x 50000 pixels, and at most 200 "
+                         "megapixels are read.")
+
+    def test_hevc_configuration(self):
+        for sub_layers in (0, 2):
+            file = HeifFile(self.heic)
+            unit = hevc_sequence(60000, 50000, sub_layers)
+            array = b"\x01\x21\0\x01" + struct.pack(">H", len(unit)) + unit
+            file.items[file.primary].replace(b"hvcC", box(b"hvcC", bytes(21) + b"\x03" + array))
+            self.assert_too_large(file)
+
+    def test_hevc_data(self):
+        file = HeifFile(self.heic)
+        unit = hevc_sequence(60000, 50000)
+        picture = file.items[file.primary]
+        picture.data = struct.pack(">I", len(unit)) + unit + picture.data
+        self.assert_too_large(file)
+
+    def test_av1_data(self):
+        made = self.encode(soft_picture(), *AVIF)
+        for timing in (None, False, True):
+            with self.subTest(timing=timing):
+                file = HeifFile(made)
+                picture = file.items[file.primary]
+                picture.data = av1_sequence(60000, 50000, timing) + picture.data
+                self.assert_too_large(file)
+
+
 class BadFilesTest(HeifTest):
     """Sentences for what cannot be read."""
 
@@ -227,12 +294,15 @@ class BadFilesTest(HeifTest):
         self.assertRegex(self.refusal(bytes(file)), TOO_LARGE)
 
     def test_large_grid_of_one_tile(self):
-        for told in (60000, 64):
-            file = HeifFile(self.heic)
-            file.add(200, Item(b"grid", struct.pack(">BBBBII", 0, 1, 0, 0, 60000, 60000),
-                               [size_property(told, told)], {b"dimg": [file.primary]}))
-            file.primary = 200
-            self.assertRegex(self.refusal(bytes(file)), TOO_LARGE)
+        for wide in (False, True):
+            grid = struct.pack(">BBBBII" if wide else ">BBBBHH", 0, wide, 0, 0, 60000, 60000)
+            overlay = struct.pack(">BB8xIIii" if wide else ">BB8xHHhh", 0, wide, 60000, 60000, 0, 0)
+            for kind, data in ((b"grid", grid), (b"iovl", overlay)):
+                file = HeifFile(self.heic)
+                file.add(200, Item(kind, data, [size_property(64, 64)],
+                                   {b"dimg": [file.primary]}))
+                file.primary = 200
+                self.assertRegex(self.refusal(bytes(file)), TOO_LARGE)
 
     def test_large_picture_cropped_to_a_small_one(self):
         file = HeifFile(self.heic)

@@ -18,13 +18,27 @@ EXACT = ["-d", "0"]
 SIGNATURE = box(b"JXL ", b"\r\n\x87\n") + box(b"ftyp", b"jxl \0\0\0\0jxl ")
 
 
-def profile(name="sRGB"):
-    return ImageCms.ImageCmsProfile(ImageCms.createProfile(name)).tobytes()
+PROFILE = ImageCms.ImageCmsProfile(ImageCms.createProfile("sRGB")).tobytes()
+SRGB_EXPONENT = struct.pack(">I", 0x26666)  # 2.4, as a profile's parametric curve has it
 
 
 def stored_brotli(content):
     """`content`, at most 65536 bytes, as a Brotli stream that compresses nothing."""
     return ((1 << 20) | (len(content) - 1) << 4).to_bytes(3, "little") + content + b"\x03"
+
+
+def codestream_head(width, height, extra_channels=0):
+    """What a codestream tells in front of its frames, of which there are none."""
+    def size(value):
+        return "01" + f"{value - 1:018b}"[::-1]
+    metadata = "1"  # the usual colours, without alpha
+    if extra_channels > 0:
+        metadata = "00" + "0" + "00" + "1" + "11" + f"{extra_channels - 1:012b}"[::-1]
+        metadata += "1" * extra_channels + "11" + "00"
+    bits = "0" + size(height) + "000" + size(width) + metadata + "1"
+    bits += "0" * (-len(bits) % 8 + 800)
+    head = bytes(int(bits[at:at + 8][::-1], 2) for at in range(0, len(bits), 8))
+    return b"\xff\x0a" + head
 
 
 class JxlTest(unittest.TestCase):
@@ -191,11 +205,37 @@ class ColoursTest(JxlTest):
                     made = self.encode_file(data, ".ppm", "-x", f"color_space={name}", *options)
                     self.assertEqual(self.code_points(self.decode(made)), expected)
 
-    def test_profile_of_lossless_is_told(self):
-        lab = profile()
-        decoded = self.decode(self.encode(soft_picture(), *EXACT, chunks=[icc_chunk(lab)]))
+    def test_profile_of_lossless_samples_is_told(self):
+        decoded = self.decode(self.encode(soft_picture(), *EXACT, chunks=[icc_chunk(PROFILE)]))
         self.assert_same(decoded, rgba(soft_picture()))
-        self.assertTrue(decoded.icc or (decoded.primaries, decoded.transfer) == (1, 13))
+        self.assertEqual(bytes.fromhex(decoded.icc), PROFILE)
+
+    def test_lossy_samples_are_converted_from_their_profile(self):
+        curve = PROFILE.replace(SRGB_EXPONENT, struct.pack(">I", 0x20000))
+        self.assertNotEqual(curve, PROFILE)
+        decoded = self.decode(self.encode(soft_picture(), "-d", "0.3", chunks=[icc_chunk(curve)]))
+        self.assertEqual(self.code_points(decoded), (1, 13))
+        signal = soft_picture() / 255
+        light = np.where(signal > 0.04045, ((signal + 0.055) / 1.055) ** 2, signal / 12.92)
+        expected = np.where(light > 0.0031308, 1.055 * light ** (1 / 2.4) - 0.055, 12.92 * light)
+        self.assert_near(decoded, rgba((expected * 255).round().astype(np.uint8)))
+
+    def test_other_primaries_of_lossy_samples_come_as_a_profile(self):
+        swapped = PROFILE.replace(b"rXYZ", b"none").replace(b"gXYZ", b"rXYZ")
+        made = self.encode(soft_picture(), "-d", "0.3",
+                           chunks=[icc_chunk(swapped.replace(b"none", b"gXYZ"))])
+        decoded = self.decode(made)
+        self.assert_near(decoded, rgba(soft_picture()))
+        self.assertIn(b"acsp", bytes.fromhex(decoded.icc))
+
+    def test_light_beyond_white_comes_in_pq(self):
+        white = np.full((64, 96, 3), 1, "<f4")
+        made = self.encode_file(b"PF\n96 64\n-1\n" + white.tobytes(), ".pfm", "-d", "0.3", "-x",
+                                "color_space=RGB_D65_SRG_Rel_Lin", "--intensity_target=1000")
+        decoded = self.decode(made)
+        self.assertEqual(self.code_points(decoded), (9, 16))
+        thousand_nits = 0.7518
+        self.assertLess(np.abs(decoded.pixels[..., :3] - thousand_nits).max(), 0.01)
 
     def test_curve_without_a_code_point_comes_as_a_profile(self):
         gamma = chunk(b"gAMA", struct.pack(">I", 55555))
@@ -224,12 +264,12 @@ class BadFilesTest(JxlTest):
         self.assertEqual(self.refusal(SIGNATURE), "It is cut short.")
 
     def test_large_picture_that_is_none(self):
-        # Signature; not small, height and width of 18 bits each, then all defaults.
-        bits = "0" + "01" + f"{59999:018b}"[::-1] + "000" + "01" + f"{59999:018b}"[::-1] + "1"
-        bits += "0" * (-len(bits) % 8 + 800)
-        head = bytes(int(bits[at:at + 8][::-1], 2) for at in range(0, len(bits), 8))
-        self.assertEqual(self.refusal(b"\xff\x0a" + head), "It has 60000 x 60000 pixels, and at "
-                         "most 200 megapixels are read.")
+        self.assertEqual(self.refusal(codestream_head(60000, 60000)), "It has 60000 x 60000 pixels, "
+                         "and at most 200 megapixels are read.")
+
+    def test_many_channels_of_a_large_picture(self):
+        self.assertEqual(self.refusal(codestream_head(14000, 14000, 100)), "Its 103 channels of "
+                         "14000 x 14000 pixels are more than are read.")
 
     def test_other_kinds(self):
         for data in (b"", b"\xff", SIGNATURE[:8], b"\xff\xd8\xff\xe0", png(soft_picture()),

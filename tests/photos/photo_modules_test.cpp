@@ -108,9 +108,9 @@ TEST_F(PhotoModulesTest, TiffIsNotLeftToTheRawDecoderAlone) {
 
 TEST_F(PhotoModulesTest, SeveralThreadsOpenOneModule) {
     PhotoModules modules(Built());
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([&] {
+    std::vector<std::thread> threads(4);
+    for (std::thread& thread : threads) {
+        thread = std::thread([&] {
             try {
                 EXPECT_FALSE(modules.Load(Bytes(kNoWebp)));
             } catch (const PhotoModuleError& error) {

@@ -12,6 +12,9 @@ import numpy as np
 from decoding import NotMine, Refused, decode
 from tiff_files import ASCII, BYTE, LONG, RATIONAL, SHORT, SRATIONAL, picture_tags, tiff
 
+# libraw's threads wait for each other without keeping the processor busy.
+os.environ["OMP_WAIT_POLICY"] = "passive"
+
 WIDTH, HEIGHT = 64, 48
 FILTERS, LINEAR = 32803, 34892
 XYZ_TO_SRGB = np.array([[3.2404542, -1.5371385, -0.4985314], [-0.9692660, 1.8760108, 0.0415560],
@@ -129,6 +132,26 @@ class RawTest(unittest.TestCase):
         self.assert_shows(self.decode(tiff((tags, [packed]))), scene())
         with self.assertRaisesRegex(Refused, "It is cut short"):
             self.decode(tiff((tags, [packed]))[:-1000])
+
+    def test_filters_of_six_by_six(self):
+        pattern = np.array([[1, 1, 0, 1, 1, 2], [1, 1, 2, 1, 1, 0], [2, 0, 1, 0, 2, 1],
+                            [1, 1, 2, 1, 1, 0], [1, 1, 0, 1, 1, 2], [0, 2, 1, 2, 0, 1]])
+        large = scene(522, 516)  # libraw guesses the colours of no smaller ones
+        places = np.tile(pattern, (86, 87))
+        samples = np.take_along_axis(sensor(large), places[..., None], axis=2)
+        file = samples.round().astype("<u2").tobytes()
+        tags = dng_tags(522, 516) | {33421: (SHORT, [6, 6]),
+                                     33422: (BYTE, pattern.ravel().tolist())}
+        self.assert_shows(self.decode(tiff((tags, [file]))), large)
+
+    def test_filters_that_libraw_cannot_bear(self):
+        for order in "<>":
+            for tag, sides in ((33422, [2, 2]), (33422, [5, 7]), (64777, [6, 6])):
+                with self.subTest(order=order, tag=tag, sides=sides):
+                    file = dng(scene(), order, _33421=(SHORT, sides),
+                               **{f"_{tag}": (BYTE, [0, 1, 2] * 12)})
+                    with self.assertRaisesRegex(Refused, "filters"):
+                        self.decode(file)
 
     def test_every_pixel_has_all_colours(self):
         samples = np.round(sensor(scene())).astype("<u2")

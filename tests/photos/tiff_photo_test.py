@@ -78,7 +78,7 @@ class LayoutTest(TiffTest):
     def test_every_compression_in_strips_and_tiles_and_planes(self):
         pixels = noise(3)
         plain = self.saved(pixels)
-        for compression in ("none", "lzw", "lzw:2", "zip", "zip:2", "packbits"):
+        for compression in ("none", "lzw", "lzw:2", "zip", "zip:2", "packbits", "lzma", "zstd:2"):
             for layout in ([], ["-r", "7"], ["-t", "-w", "16", "-l", "32"], ["-p", "separate"],
                            ["-p", "separate", "-t", "-w", "32", "-l", "16", "-B"]):
                 with self.subTest(compression=compression, layout=layout):
@@ -128,6 +128,14 @@ class PixelsTest(TiffTest):
                     if photometric == WHITE_IS_ZERO:
                         grey = full - grey
                     self.assert_opaque(self.decode(file), grey[..., None])
+
+    def test_fax(self):
+        values = noise(1) & 1
+        packed = np.packbits(values[..., 0], axis=1).tobytes()
+        file = tiff((picture_tags(WIDTH, HEIGHT, [1], WHITE_IS_ZERO), [packed]))
+        for kind in ("g3", "g3:2d", "g4"):
+            with self.subTest(kind=kind):
+                self.assert_opaque(self.decode(self.copied(file, "-c", kind)), 255 - values * 255)
 
     def test_a_palette(self):
         random = np.random.default_rng(4)
@@ -308,8 +316,20 @@ class OtherKindsTest(TiffTest):
                 self.assert_not_mine(
                     file[:entry] + places + file[entry + len(places):] + sensor)
 
-    def test_canons_mark(self):
-        self.assert_not_mine(b"II*\0\x10\0\0\0CR\2\0" + bytes(40))
+    def test_marks_of_makers(self):
+        for head in (b"II*\0\x10\0\0\0CR\2\0", b"II*\0\x20\0\0\0IIIITwaR",
+                     b"MM\0*\0\0\0\x20MMMMRawT"):
+            with self.subTest(head=head):
+                self.assert_not_mine(head + bytes(40))
+
+    def test_samples_that_look_like_marks(self):
+        for start in (b"CR\2\0", b"IIIIIIII", b"MMMMMMMM"):
+            pixels = noise(3)
+            pixels.reshape(-1)[:len(start)] = list(start)
+            file = self.copied(self.saved(pixels))
+            self.assertTrue(file[8:].startswith(start))
+            with self.subTest(start=start):
+                self.assert_opaque(self.decode(file), pixels)
 
 
 class BadFileTest(TiffTest):

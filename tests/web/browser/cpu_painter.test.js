@@ -130,12 +130,12 @@ test("HiddenPagePaintsNothingUntilItIsSeen", async () => {
 
 test("PicturesFollowTheWindow", async () => {
     const page = await browser.open({ query: kQuery });
-    await page.page.setViewportSize({ width: 120, height: 90 });
-    await page.becomes("document.querySelector('canvas').width === 120");
+    await page.page.setViewportSize({ width: 160, height: 120 });
+    await page.becomes("document.querySelector('canvas').width === 160");
     await page.rest();
     const resized = await page.page.screenshot();
     await page.close();
-    const fresh = await browser.open({ query: kQuery, width: 120, height: 90 });
+    const fresh = await browser.open({ query: kQuery, width: 160, height: 120 });
     assert.ok((await fresh.page.screenshot()).equals(resized));
     await fresh.close();
 });

@@ -243,9 +243,9 @@ for (const painter of kPainters) {
         for (const y of [-2, 2]) {
             const saved = JSON.stringify({ position: [0, y, -2], target: [0, 0, 0], zoom: 1 });
             const query = `painter=${painter}&mode=1&openFile=${file}`;
-            const page = await browser.open({ query, saved, width: 64, height: 48 });
+            const page = await browser.open({ query, saved });
             const picture = await page.picture();
-            const [left, right] = [picture.at(16, 24)[0], picture.at(48, 24)[0]];
+            const [left, right] = [picture.at(50, 75)[0], picture.at(150, 75)[0]];
             reds.push(left);
             assert.ok(Math.abs(left - right) < 12, `${left} ${right}`);
             await page.close();

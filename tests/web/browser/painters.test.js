@@ -56,7 +56,7 @@ async function pictureIn(page, mode) {
 
 for (const [name, query] of Object.entries(kScenes)) {
     test(`EveryModeLooksTheSameByBothPainters ${name}`, async () => {
-        const size = { width: 120, height: 80 };
+        const size = { width: 150, height: 100 };
         const gpu = await browser.open({ query: `painter=gpu&${query}`, ...size });
         const cpu = await browser.open({ query: `painter=cpu&${query}`, ...size });
         for (const [mode, { name: told }] of kStereoModes.entries()) {
@@ -72,7 +72,7 @@ for (const [name, query] of Object.entries(kScenes)) {
 for (const [width, height, scale] of [
     [200, 150, 1],
     [201, 151, 1],
-    [102, 80, 1.5],
+    [134, 100, 1.5],
 ]) {
     test(`EveryModeIsTheSameWithoutWebGL ${width} x ${height} x ${scale}`, async () => {
         const options = { query: `painter=cpu&${own}`, width, height, scale };

@@ -107,12 +107,12 @@ test("RowsCountFromTheBottomAtAnOddHeight", async () => {
 });
 
 test("RowsAlternateByDevicePixels", async () => {
-    const page = await openScene({ width: 100, height: 80, scale: 2 });
+    const page = await openScene({ width: 150, height: 100, scale: 2 });
     const { left, right } = await eyesOf(page);
     await page.call("ChgstFromNative", kMode.interlaced);
     const picture = await page.picture();
-    assert.equal(picture.height, 160);
-    assertPicture(picture, alternating(left, right, 160), 0);
+    assert.equal(picture.height, 200);
+    assertPicture(picture, alternating(left, right, 200), 0);
     await page.close();
 });
 
