@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The sizes that the coded pictures in a HEIF file have whatever its container says of them, and the
-// canvases that pictures are put together on: a decoder takes memory for these.
+// The sizes that the coded pictures in a HEIF file have whatever its container says of them, and
+// the canvases that pictures are put together on: a decoder takes memory for these.
 #pragma once
 
 #include <cstddef>

@@ -3,22 +3,23 @@
 #include <libheif/heif.h>
 
 #include <algorithm>
-#include <array>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <initializer_list>
 #include <memory>
 #include <optional>
 #include <span>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "photos/boxes.h"
 #include "photos/heif_coded_sizes.h"
 #include "photos/photo_loader.h"
+#include "photos/row_bands.h"
+#include "photos/straight_alpha.h"
 
 namespace vistrel {
 namespace {
@@ -119,6 +120,7 @@ void SetLimits([[maybe_unused]] heif_context* context) {
     constexpr std::uint64_t kDeepPixel = 8;
     heif_security_limits* const limits = heif_context_get_security_limits(context);
     limits->max_image_size_pixels = kMostPixels;
+    limits->max_items = 1 << 13;  // that many pixels in small tiles
     limits->max_memory_block_size = (kMostPixels + (kMostPixels / 8)) * kDeepPixel;  // with edges
 #endif
 }
@@ -177,8 +179,8 @@ Image Decode(const heif_image_handle* handle, const Reader& reader) {
 }
 
 // `depth` bits as 16, so that full ones stay full.
-void WidenRow(const std::uint8_t* row, std::span<std::uint16_t> widened, int depth) {
-    std::memcpy(widened.data(), row, widened.size_bytes());
+void Widen(const std::uint8_t* from, std::span<std::uint16_t> widened, int depth) {
+    std::memcpy(widened.data(), from, widened.size_bytes());
     constexpr int kFull = 16;
     const int up = kFull - depth;
     const int down = depth - up;
@@ -187,55 +189,56 @@ void WidenRow(const std::uint8_t* row, std::span<std::uint16_t> widened, int dep
     }
 }
 
-void CopySamples(const heif_image* image, DecodedPhoto& photo) {
-    const int depth = heif_image_get_bits_per_pixel_range(image, heif_channel_interleaved);
+// Rows of pixels that the library has decoded, with gaps between them.
+struct Rows {
+    const std::uint8_t* first = nullptr;
+    std::size_t stride = 0;
+    int depth = 0;
+
+    // `count` pixels to the right of `x`.
+    void Copy(std::size_t y, std::size_t x, std::size_t count, std::uint8_t* to) const {
+        const std::size_t samples = count * kPixelBytes;
+        const std::uint8_t* const row = first + (y * stride);
+        if (depth <= kHighestByteDepth) {
+            std::memcpy(to, row + (x * kPixelBytes), samples);
+        } else {
+            Widen(row + (x * kPixelBytes * 2), {reinterpret_cast<std::uint16_t*>(to), samples},
+                  depth);
+        }
+    }
+};
+
+Rows RowsOf(const heif_image* image) {
     int stride = 0;
-    const std::uint8_t* const rows =
+    const std::uint8_t* const first =
         heif_image_get_plane_readonly(image, heif_channel_interleaved, &stride);
-    constexpr int kFewestBits = 8;  // of those that lie in two bytes
+    const int depth = heif_image_get_bits_per_pixel_range(image, heif_channel_interleaved);
+    constexpr int kFewestBits = 8;
     constexpr int kMostBits = 16;
-    if (rows == nullptr || depth < kFewestBits || depth > kMostBits) {
+    if (first == nullptr || depth < kFewestBits || depth > kMostBits) {
         throw PhotoError("It is damaged: it has no pixels of a known depth.");
     }
+    return {first, static_cast<std::size_t>(stride), depth};
+}
+
+void CopySamples(const heif_image* image, DecodedPhoto& photo) {
+    const Rows rows = RowsOf(image);
     photo.width = heif_image_get_width(image, heif_channel_interleaved);
     photo.height = heif_image_get_height(image, heif_channel_interleaved);
-    photo.format = depth > kHighestByteDepth ? SampleFormat::Words : SampleFormat::Bytes;
+    photo.format = rows.depth > kHighestByteDepth ? SampleFormat::Words : SampleFormat::Bytes;
     CheckSide(photo.width, photo.height);
     AllocateSamples(photo);
-    const std::size_t samples = static_cast<std::size_t>(photo.width) * kPixelBytes;
-    const std::size_t rowBytes = samples * BytesPerSample(photo.format);
-    for (std::size_t y = 0; y < static_cast<std::size_t>(photo.height); ++y) {
-        const std::uint8_t* const from = rows + (y * static_cast<std::size_t>(stride));
-        std::uint8_t* const to = photo.samples.get() + (y * rowBytes);
-        if (photo.format == SampleFormat::Bytes) {
-            std::memcpy(to, from, rowBytes);
-        } else {
-            WidenRow(from, {reinterpret_cast<std::uint16_t*>(to), samples}, depth);
+    const auto width = static_cast<std::size_t>(photo.width);
+    const std::size_t pixelBytes = kPixelBytes * BytesPerSample(photo.format);
+    const auto copy = [&](std::size_t at, std::size_t left) {
+        while (left > 0) {
+            const std::size_t count = std::min(left, width - (at % width));
+            rows.Copy(at / width, at % width, count, photo.samples.get() + (at * pixelBytes));
+            at += count;
+            left -= count;
         }
-    }
-}
-
-template <typename Sample>
-void Straighten(Sample* samples, std::size_t pixels) {
-    constexpr std::uint32_t kFull = static_cast<Sample>(-1);
-    for (Sample* pixel = samples; pixel != samples + (pixels * kPixelBytes); pixel += kPixelBytes) {
-        const std::uint32_t alpha = pixel[3];
-        if (alpha == 0 || alpha == kFull) continue;
-        for (int c = 0; c < 3; ++c) {
-            const std::uint32_t straight = ((pixel[c] * kFull) + (alpha / 2)) / alpha;
-            pixel[c] = static_cast<Sample>(std::min(straight, kFull));
-        }
-    }
-}
-
-void StraightenAlpha(DecodedPhoto& photo) {
-    const std::size_t pixels =
-        static_cast<std::size_t>(photo.width) * static_cast<std::size_t>(photo.height);
-    if (photo.format == SampleFormat::Bytes) {
-        Straighten(photo.samples.get(), pixels);
-    } else {
-        Straighten(reinterpret_cast<std::uint16_t*>(photo.samples.get()), pixels);
-    }
+    };
+    ForPixelBands(width * static_cast<std::size_t>(photo.height), copy);
 }
 
 CodedColours ReadCodedColours(const heif_image_handle* handle) {
@@ -289,7 +292,7 @@ std::optional<DecodedPhoto> LoadHeif(std::span<const std::byte> file) {
     DecodedPhoto photo;
     CopySamples(image.get(), photo);
     photo.opaque = heif_image_handle_has_alpha_channel(handle.get()) == 0;
-    if (heif_image_handle_is_premultiplied_alpha(handle.get()) != 0) StraightenAlpha(photo);
+    if (heif_image_handle_is_premultiplied_alpha(handle.get()) != 0) MakeAlphaStraight(photo);
     photo.colours = ReadColours(handle.get());
     photo.exif = ReadExif(handle.get());
     return photo;

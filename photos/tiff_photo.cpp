@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "photos/photo_loader.h"
+#include "photos/straight_alpha.h"
 #include "photos/tiff_directories.h"
 #include "photos/tiff_samples.h"
 

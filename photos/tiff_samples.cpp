@@ -168,26 +168,6 @@ void Put(const TiffPixels& pixels, const std::byte* row, int plane, std::size_t 
     if (opaque && plane == 0) FillAlpha(count, to);
 }
 
-template <typename T>
-void MakeStraight(T* pixels, std::size_t count) {
-    for (std::size_t i = 0; i < count; ++i, pixels += kPixelBytes) {
-        const T alpha = pixels[kColours];
-        if (alpha == Full<T>()) continue;
-        for (int c = 0; c < kColours; ++c) {
-            if constexpr (std::is_floating_point_v<T>) {
-                pixels[c] = alpha > 0 ? pixels[c] / alpha : 0;
-            } else {
-                constexpr std::uint64_t kFull = Full<T>();
-                const std::uint64_t colour = pixels[c];
-                pixels[c] =
-                    alpha == 0
-                        ? T{0}
-                        : static_cast<T>(std::min(kFull, ((colour * kFull) + (alpha / 2)) / alpha));
-            }
-        }
-    }
-}
-
 }  // namespace
 
 SampleFormat FormatFor(const TiffPixels& pixels) {
@@ -217,20 +197,6 @@ void PutTiffRow(const TiffPixels& pixels, const std::byte* row, int plane, int c
             return Put(pixels, row, plane, pixelCount, reinterpret_cast<std::uint16_t*>(to));
         case SampleFormat::Floats:
             return Put(pixels, row, plane, pixelCount, reinterpret_cast<float*>(to));
-    }
-}
-
-void MakeAlphaStraight(DecodedPhoto& photo) {
-    const std::size_t count =
-        static_cast<std::size_t>(photo.width) * static_cast<std::size_t>(photo.height);
-    std::uint8_t* const samples = photo.samples.get();
-    switch (photo.format) {
-        case SampleFormat::Bytes:
-            return MakeStraight(samples, count);
-        case SampleFormat::Words:
-            return MakeStraight(reinterpret_cast<std::uint16_t*>(samples), count);
-        case SampleFormat::Floats:
-            return MakeStraight(reinterpret_cast<float*>(samples), count);
     }
 }
 

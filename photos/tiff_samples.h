@@ -36,7 +36,4 @@ struct TiffPixels {
 void PutTiffRow(const TiffPixels& pixels, const std::byte* row, int plane, int count,
                 DecodedPhoto& photo, int x, int y);
 
-// Colours that were multiplied by their alpha are divided by it.
-void MakeAlphaStraight(DecodedPhoto& photo);
-
 }  // namespace vistrel

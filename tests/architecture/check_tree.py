@@ -44,7 +44,7 @@ ARROWS = {
                "zlib"]),
     "benchmarks": (["benchmarks/", "tests/support/", "base/", "engine/", "photos/", "render/",
                     "batch/"],
-                   ["benchmark", "eigen", "stb", "hwy", "onnxruntime"]),
+                   ["benchmark", "eigen", "stb", "hwy", "heif", "jxl", "onnxruntime"]),
     # The program as a whole, driven by a user who answers at once.
     "benchmarks/responsiveness": (["benchmarks/responsiveness/", "base/text_encoding.h",
                                    "shell/start/program.h", "shell/window/window_dialogs.h",
