@@ -23,15 +23,17 @@ std::size_t CountPixels(const DecodedPhoto& photo) {
     return static_cast<std::size_t>(photo.width) * static_cast<std::size_t>(photo.height);
 }
 
-// 0..1 of any float.
-float Bounded(float sample) {
-    return sample > 0 ? std::min(sample, 1.0F) : 0.0F;
+// The nearest of 0..most for any float, of which 0..1 counts.
+template <typename Sample>
+Sample Rounded(float sample, float most) {
+    constexpr float kHalf = 0.5F;
+    return static_cast<Sample>((sample > 0 ? std::min(sample, 1.0F) : 0.0F) * most + kHalf);
 }
 
 void RoundFloats(const std::byte* from, std::uint8_t* pixels, std::size_t count) {
     const auto* samples = reinterpret_cast<const float*>(from);
     for (std::size_t i = 0; i < kPixelBytes * count; ++i) {
-        pixels[i] = static_cast<std::uint8_t>(Bounded(samples[i]) * 255.0F + 0.5F);
+        pixels[i] = Rounded<std::uint8_t>(samples[i], 255.0F);
     }
 }
 
@@ -113,6 +115,12 @@ PixelConversion ToldConversion(const DecodedPhoto& photo) {
     return ConversionByPrimaries(PrimariesOf(colours), CurveOf(colours), photo.format);
 }
 
+PixelBuffer TakeMemory(std::size_t pixels) {
+    PixelBuffer memory = TryAllocatePixels(pixels);
+    if (!memory) throw PhotoError("There is not enough memory for its pixels.");
+    return memory;
+}
+
 // `photo`, which has Floats, in Words: 16 bits are more than an eye tells apart, and the
 // conversions have tables for them.
 DecodedPhoto InWords(const DecodedPhoto& photo) {
@@ -128,7 +136,7 @@ DecodedPhoto InWords(const DecodedPhoto& photo) {
     auto* to = reinterpret_cast<std::uint16_t*>(words.samples.get());
     ForPixelBands(CountPixels(photo), [&](std::size_t first, std::size_t count) {
         for (std::size_t i = kPixelBytes * first; i < kPixelBytes * (first + count); ++i) {
-            to[i] = static_cast<std::uint16_t>(Bounded(from[i]) * 65535.0F + 0.5F);
+            to[i] = Rounded<std::uint16_t>(from[i], 65535.0F);
         }
     });
     return words;
@@ -165,16 +173,15 @@ Picture ToSrgbPicture(DecodedPhoto photo, bool convertColours) {
 
     // Bytes are converted where they are.
     const std::size_t sampleBytes = BytesPerSample(photo.format);
-    PixelBuffer samplesOf = std::move(photo.samples);
-    const auto* samples = reinterpret_cast<const std::byte*>(samplesOf.get());
-    photo.format = SampleFormat::Bytes;
-    if (sampleBytes > 1) AllocateSamples(photo);
-    PixelBuffer& pixels = sampleBytes > 1 ? photo.samples : samplesOf;
+    Picture picture = {nullptr, photo.width, photo.height, opaque};
+    if (sampleBytes > 1) picture.pixels = TakeMemory(CountPixels(photo));
+    const auto* samples = reinterpret_cast<const std::byte*>(photo.samples.get());
+    std::uint8_t* const pixels = picture.pixels ? picture.pixels.get() : photo.samples.get();
     ForPixelBands(CountPixels(photo), [&](std::size_t first, std::size_t count) {
-        convert(samples + first * kPixelBytes * sampleBytes, pixels.get() + first * kPixelBytes,
-                count);
+        convert(samples + kPixelBytes * sampleBytes * first, pixels + kPixelBytes * first, count);
     });
-    return {std::move(pixels), photo.width, photo.height, opaque};
+    if (!picture.pixels) picture.pixels = std::move(photo.samples);
+    return picture;
 }
 
 }  // namespace vistrel

@@ -172,8 +172,9 @@ struct Tones {
     }
 
     [[nodiscard]] std::uint8_t Encoded(float light) const {
+        constexpr float kHalf = 0.5F;
         constexpr auto kMost = static_cast<float>(kEncodingSteps - 1);
-        return encoded[static_cast<std::size_t>(std::clamp(light * kMost, 0.0F, kMost) + 0.5F)];
+        return encoded[static_cast<std::size_t>(std::clamp(light * kMost, 0.0F, kMost) + kHalf)];
     }
 
     template <typename Sample>

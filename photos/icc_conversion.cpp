@@ -73,9 +73,9 @@ Transform MakeTransform(const Context& context, const Profile& from, cmsUInt32Nu
 }
 
 Transform ToSrgb(const Context& context, const Profile& from, cmsUInt32Number fromFormat,
-                 cmsUInt32Number toFormat) {
+                 cmsUInt32Number toFormat, cmsUInt32Number flags = 0) {
     return MakeTransform(context, from, fromFormat,
-                         Profile(cmsCreate_sRGBProfileTHR(context.Get())), toFormat);
+                         Profile(cmsCreate_sRGBProfileTHR(context.Get())), toFormat, flags);
 }
 
 // What the library needs as long as it converts.
@@ -181,21 +181,11 @@ MatrixColours MeasureMatrix(const Transform& toLight, std::size_t entries) {
 
 MatrixColours MeasureMatrix(const Context& context, const Profile& profile, SampleFormat format) {
     constexpr std::size_t kByteEntries = 256;
-    constexpr std::size_t kSomeEntries = 4096;
-    constexpr std::size_t kAllEntries = 65536;
     const Transform toLight = MakeTransform(context, profile, TYPE_RGB_FLT,
                                             MakeProfile(context, kSrgbChromaticities, LightCurve()),
                                             TYPE_RGB_FLT, cmsFLAGS_NOOPTIMIZE);
     if (!toLight) return {};
-    if (format == SampleFormat::Bytes) return MeasureMatrix(toLight, kByteEntries);
-    MatrixColours colours = MeasureMatrix(toLight, kSomeEntries);
-    // Where samples are light itself, dark ones differ by more than the eye's curve forgives.
-    constexpr float kSteep = 0.5F / kSomeEntries;
-    if (std::ranges::any_of(colours.curves,
-                            [](const auto& curve) { return !(curve[1] < kSteep); })) {
-        colours = MeasureMatrix(toLight, kAllEntries);
-    }
-    return colours;
+    return MeasureMatrix(toLight, format == SampleFormat::Bytes ? kByteEntries : kWordEntries);
 }
 
 PixelConversion ByLibrary(const std::shared_ptr<Lasting>& lasting, SampleFormat format) {
@@ -208,21 +198,22 @@ PixelConversion ByLibrary(const std::shared_ptr<Lasting>& lasting, SampleFormat 
 
 PixelConversion RgbConversion(const std::shared_ptr<Lasting>& lasting, const Profile& profile,
                               SampleFormat format) {
-    lasting->transform =
-        ToSrgb(lasting->context, profile,
-               format == SampleFormat::Bytes ? TYPE_RGBA_8 : TYPE_RGBA_16, TYPE_RGBA_8);
-    if (!lasting->transform) return {};
-    PixelConversion exact = ByLibrary(lasting, format);
+    const cmsUInt32Number fromFormat = format == SampleFormat::Bytes ? TYPE_RGBA_8 : TYPE_RGBA_16;
     const Probes probes(format);
-    const std::vector<std::uint8_t> expected = probes.By(exact);
+    lasting->transform =
+        ToSrgb(lasting->context, profile, fromFormat, TYPE_RGBA_8, cmsFLAGS_NOOPTIMIZE);
+    if (!lasting->transform) return {};
+    const std::vector<std::uint8_t> expected = probes.By(ByLibrary(lasting, format));
     if (AreNearlySame(expected, probes.Unconverted())) return {};
 
-    // The library takes several times as long as a JPEG's decoding. Where two curves and a matrix
-    // give the same, ours do it.
+    // The library takes several times as long as a JPEG's decoding, and 16 bits it interpolates in
+    // a coarse grid. Where curves and a matrix give what it gives when it takes its time, ours do
+    // it.
     const PixelConversion fast =
         MakeMatrixConversion(MeasureMatrix(lasting->context, profile, format), format);
     if (fast && AreNearlySame(expected, probes.By(fast))) return fast;
-    return exact;
+    lasting->transform = ToSrgb(lasting->context, profile, fromFormat, TYPE_RGBA_8);
+    return lasting->transform ? ByLibrary(lasting, format) : PixelConversion();
 }
 
 template <typename Sample>
@@ -277,8 +268,18 @@ PixelConversion CmykConversion(const std::shared_ptr<Lasting>& lasting, const Pr
     };
 }
 
-bool IsOfDevice(const Profile& profile) {
-    const cmsProfileClassSignature kind = cmsGetDeviceClass(profile.get());
+// Four letters of a profile's head. The library would hand them out as a value of an enumeration
+// that need not have it.
+std::uint32_t Letters(std::span<const std::byte> profile, std::size_t position) {
+    std::uint32_t letters = 0;
+    for (std::size_t i = position; i < position + 4; ++i) {
+        letters = (letters << 8) | std::to_integer<std::uint32_t>(profile[i]);
+    }
+    return letters;
+}
+
+bool IsOfDevice(std::span<const std::byte> profile) {
+    const std::uint32_t kind = Letters(profile, 12);
     return kind == cmsSigInputClass || kind == cmsSigDisplayClass || kind == cmsSigOutputClass ||
            kind == cmsSigColorSpaceClass;
 }
@@ -286,12 +287,14 @@ bool IsOfDevice(const Profile& profile) {
 }  // namespace
 
 PixelConversion ConversionByProfile(std::span<const std::byte> bytes, const DecodedPhoto& photo) {
+    constexpr std::size_t kHead = 128;
+    if (bytes.size() < kHead || !IsOfDevice(bytes)) return {};
     const auto lasting = std::make_shared<Lasting>();
     const Profile profile(cmsOpenProfileFromMemTHR(lasting->context.Get(), bytes.data(),
                                                    static_cast<cmsUInt32Number>(bytes.size())));
-    if (!profile || !IsOfDevice(profile)) return {};
+    if (!profile) return {};
     const bool ofBytes = photo.format == SampleFormat::Bytes;
-    const cmsColorSpaceSignature space = cmsGetColorSpace(profile.get());
+    const std::uint32_t space = Letters(bytes, 16);
     if (photo.model == ColourModel::Cmyk) {
         return space == cmsSigCmykData ? CmykConversion(lasting, profile, photo.format)
                                        : PixelConversion();

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <memory>
@@ -27,7 +26,6 @@ struct Tables {
     // 0 on, so that nothing is carried from one into the next.
     std::array<std::vector<std::uint64_t>, 3> lights;
     std::array<std::vector<std::uint8_t>, 3> samples;  // of sRGB's channels, by the sum
-    int dropped = 0;                                   // lower bits of a sample
 };
 
 float LightOf(const MatrixColours& colours, int to, int from, std::size_t sample) {
@@ -77,12 +75,12 @@ void FillChannel(const MatrixColours& colours, int to, double steps, Tables& tab
         return static_cast<std::int64_t>(std::llround(light * steps));
     };
     std::array<std::int64_t, 3> least = {};
-    double least01 = 0;
+    double lowestLight = 0;
     double most = 0;
     for (int from = 0; from < 3; ++from) {
         const Range range = RangeOf(colours, to, from);
         least[static_cast<std::size_t>(from)] = stepsOf(range.least);
-        least01 += range.least;
+        lowestLight += range.least;
         most += range.most;
     }
     const std::int64_t lowest = least[0] + least[1] + least[2];
@@ -110,11 +108,22 @@ void FillChannel(const MatrixColours& colours, int to, double steps, Tables& tab
 
     constexpr std::int64_t kRoundings = 8;
     auto& samples = tables.samples[static_cast<std::size_t>(to)];
-    samples.resize(static_cast<std::size_t>(stepsOf(most - least01) + kRoundings));
+    samples.resize(static_cast<std::size_t>(stepsOf(most - lowestLight) + kRoundings));
     for (std::size_t i = 0; i < samples.size(); ++i) {
         samples[i] =
             EncodedSrgb(static_cast<double>(static_cast<std::int64_t>(i) + lowest) / steps);
     }
+}
+
+std::size_t Entry(std::uint8_t sample) {
+    return sample;
+}
+
+// The nearest; the greatest sample has the last one.
+std::size_t Entry(std::uint16_t sample) {
+    constexpr unsigned int kDropped = 16 - kWordEntryBits;
+    constexpr unsigned int kHalf = 1 << (kDropped - 1);
+    return (sample - (unsigned{sample} >> kWordEntryBits) + kHalf) >> kDropped;
 }
 
 template <typename Sample>
@@ -126,10 +135,9 @@ void Convert(const Tables& tables, const std::byte* from, std::uint8_t* pixels, 
     const std::uint8_t* const toRed = tables.samples[0].data();
     const std::uint8_t* const toGreen = tables.samples[1].data();
     const std::uint8_t* const toBlue = tables.samples[2].data();
-    const int dropped = tables.dropped;
     for (std::size_t i = 0; i < count; ++i, samples += kPixelBytes, pixels += kPixelBytes) {
         const std::uint64_t sums =
-            red[samples[0] >> dropped] + green[samples[1] >> dropped] + blue[samples[2] >> dropped];
+            red[Entry(samples[0])] + green[Entry(samples[1])] + blue[Entry(samples[2])];
         if constexpr (sizeof(Sample) > 1) pixels[3] = static_cast<std::uint8_t>(samples[3] >> 8);
         if constexpr (sizeof(Sample) == 1) pixels[3] = samples[3];
         pixels[0] = toRed[sums & kLane];
@@ -141,7 +149,7 @@ void Convert(const Tables& tables, const std::byte* from, std::uint8_t* pixels, 
 }  // namespace
 
 PixelConversion MakeMatrixConversion(const MatrixColours& colours, SampleFormat format) {
-    if (!AreNumbers(colours)) return {};
+    if (colours.curves[0].empty() || !AreNumbers(colours)) return {};
     const double steps = StepsFor(colours);
     if (steps < kLeastSteps) return {};
 
@@ -149,8 +157,6 @@ PixelConversion MakeMatrixConversion(const MatrixColours& colours, SampleFormat 
     const std::size_t entries = colours.curves[0].size();
     for (auto& lights : tables->lights) lights.resize(entries);
     for (int channel = 0; channel < 3; ++channel) FillChannel(colours, channel, steps, *tables);
-    const int sampleBits = format == SampleFormat::Bytes ? 8 : 16;
-    tables->dropped = sampleBits - std::countr_zero(entries);
     if (format == SampleFormat::Bytes) {
         return [tables](const std::byte* samples, std::uint8_t* pixels, std::size_t count) {
             Convert<std::uint8_t>(*tables, samples, pixels, count);

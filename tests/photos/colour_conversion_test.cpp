@@ -25,6 +25,7 @@ namespace {
 using test::IccOfDisplay;
 using test::IccSrgbCurve;
 using test::ToBytes;
+using namespace std::string_literals;
 
 constexpr int kSide = 40;
 
@@ -301,6 +302,26 @@ TEST(ColourConversion, BrokenProfileIsIgnored) {
     EXPECT_EQ(ConvertedBy(withoutRed, Noise()), Noise());
 }
 
+double LightOfTelevision(double sample) {
+    return sample < 0.081 ? sample / 4.5 : std::pow((sample + 0.099) / 1.099, 1 / 0.45);
+}
+
+TEST(ColourConversion, ProfileOfUnknownColoursOrOfNoDeviceIsIgnored) {
+    std::string ofNothing = DisplayP3();
+    ofNothing.replace(16, 4, "\xC7\x52\0\x19"s);
+    EXPECT_EQ(ConvertedBy(ofNothing, Noise()), Noise());
+    std::string link = DisplayP3();
+    link.replace(12, 4, "link");
+    EXPECT_EQ(ConvertedBy(link, Noise()), Noise());
+}
+
+TEST(ColourConversion, SixteenBitsOfTelevisionAreWithinALevelOfTheDefinition) {
+    DecodedPhoto photo = Photo(Widened(SoftNoise()), 1, SampleFormat::Words);
+    photo.colours.coded = {9, 1};
+    ExpectNear(Converted(std::move(photo)),
+               ByTwin(test::kPlain2020, LightOfTelevision, SoftNoise()));
+}
+
 std::vector<std::uint8_t> ConvertedFromCodes(int primaries, int transfer,
                                              const std::vector<std::uint8_t>& samples) {
     DecodedPhoto photo = PhotoOfBytes(samples);
@@ -316,10 +337,6 @@ TEST(ColourConversion, CodesOfSrgbChangeNothing) {
 
 TEST(ColourConversion, CodesOfDisplayP3AreItsProfile) {
     ExpectNear(ConvertedFromCodes(12, 13, SoftNoise()), ConvertedBy(DisplayP3(), SoftNoise()));
-}
-
-double LightOfTelevision(double sample) {
-    return sample < 0.081 ? sample / 4.5 : std::pow((sample + 0.099) / 1.099, 1 / 0.45);
 }
 
 TEST(ColourConversion, CodesOfTelevisionAreWithinALevelOfTheDefinition) {
