@@ -56,7 +56,7 @@ const T* Unpacked(const std::byte* row, std::size_t count, int bits, bool scaled
                   std::vector<T>& scratch) {
     scratch.resize(count);
     assert(bits > 0 && bits < 16);
-    const std::uint32_t most = (1U << bits) - 1;
+    const std::uint32_t most = std::max((1U << bits) - 1, 1U);
     const std::uint32_t full = scaled ? static_cast<std::uint32_t>(Full<T>()) : most;
     std::uint32_t waiting = 0;
     int waitingBits = 0;
