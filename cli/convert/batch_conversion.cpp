@@ -6,6 +6,7 @@
 #include <array>
 #include <cerrno>
 #include <exception>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -127,9 +128,15 @@ class FolderConversion {
         if (stage_ == 1) CheckOutputOf(info.fileName);
     }
 
-    void CheckOutputOf(const std::wstring& photograph) const {
-        CheckOutput(ToPath(BatchOutputPath(FromPath(options_.inputDir / ToPath(photograph)),
-                                           FromPath(options_.outputDir), options_.onConflict)));
+    void CheckOutputOf(const std::wstring& photograph) {
+        const std::filesystem::path output =
+            ToPath(BatchOutputPath(FromPath(options_.inputDir / ToPath(photograph)),
+                                   FromPath(options_.outputDir), policy_));
+        CheckOutput(output);
+        // Cameras put JPEG and raw of a photograph side by side, which make one scene.
+        const auto former = written_.find(output);
+        if (former == written_.end()) return;
+        display_.Tell(name_ + ": Its scene replaces that of " + former->second + ".");
     }
 
     BatchConflictPolicy OnConflict() {
@@ -142,12 +149,14 @@ class FolderConversion {
             overwritten_ = OutputThatIsAnInput(options_);
             if (!overwritten_.empty()) return BatchConflictPolicy::CancelBatch;
         }
-        return options_.onConflict;
+        policy_ = options_.onConflict;
+        return policy_;
     }
 
     void OnFinished(bool success, const std::wstring& text) {
         if (success) {
             ++converted_;
+            written_[ToPath(text)] = name_;
         } else if (stage_ == kNetworkStage && converted_ == 0) {
             // One that has never worked would fail with the other photographs as well.
             networkFails_ = true;
@@ -205,6 +214,8 @@ class FolderConversion {
     int total_ = 0;
     int converted_ = 0;
     std::string name_;
+    BatchConflictPolicy policy_ = BatchConflictPolicy::OverwriteAll;
+    std::map<std::filesystem::path, std::string> written_;  // scene -> photograph
 
     std::mutex mutex_;
     bool stopAsked_ = false;  // guarded by mutex_

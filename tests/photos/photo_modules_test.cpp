@@ -106,6 +106,18 @@ TEST_F(PhotoModulesTest, TiffIsNotLeftToTheRawDecoderAlone) {
               "It is a TIFF picture, and " + (folder / "tiff.so").native() + " is missing.");
 }
 
+TEST_F(PhotoModulesTest, EveryModuleThatIsBuiltOpens) {
+    PhotoModules modules(Built());
+    for (const std::string_view head : {kHeic, kNoWebp, kNoTiff, "\xFF\x0A"sv, kRaw}) {
+        try {
+            static_cast<void>(modules.Load(Bytes(head)));
+        } catch (const PhotoModuleError& error) {
+            ADD_FAILURE() << error.what();
+        } catch (const PhotoError&) {  // a damaged picture of its kind
+        }
+    }
+}
+
 TEST_F(PhotoModulesTest, SeveralThreadsOpenOneModule) {
     PhotoModules modules(Built());
     std::vector<std::thread> threads(4);

@@ -113,6 +113,15 @@ class GoodBatch(Batch):
         self.assertTrue(os.path.exists(os.fsencode(self.output) + b"/\xff \xe5\x86\x99 #%s.ply"))
         self.assertIn(b": \xff \xe5\x86\x99 #%s.jpg (", result.stderr)
 
+    def test_scene_that_replaces_that_of_another_photograph_is_told(self):
+        self.add("a.jpg", "a.png", "b.png")
+        result = self.run_batch()
+        self.assertEqual(result.returncode, 0)
+        notes = [line for line in result.stderr.decode().splitlines() if "replaces" in line]
+        self.assertIn(notes, [["a.png: Its scene replaces that of a.jpg."],
+                              ["a.jpg: Its scene replaces that of a.png."]])
+        self.assertEqual(self.outputs(), ["a.ply", "b.ply"])
+
     def test_folders_that_look_like_options(self):
         (self.folder / "-in").mkdir()
         (self.folder / "-in" / "a.jpg").write_bytes(PHOTO.read_bytes())
