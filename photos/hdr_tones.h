@@ -15,7 +15,7 @@ namespace vistrel {
 //   Up to the brightest light of the picture (a ten-thousandth of the pixels left out), the curve
 //   of the EETF in ITU-R BT.2390, section 5.4, rolls off to that white. It is applied to the
 //   largest of red, green and blue, and the others follow in proportion, so that hues stay. White
-//   paper then comes out at 224 where the brightest is 1000 cd/m2, at 198 where it is 10,000.
+//   paper then comes out at 229 where the brightest is 1000 cd/m2, at 195 where it is 10,000.
 // - What lies outside of sRGB, and the last tenth inside, is moved towards the grey of its
 //   luminance.
 //

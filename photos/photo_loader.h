@@ -24,4 +24,7 @@ using PhotoLoader = std::optional<DecodedPhoto> (*)(std::span<const std::byte> f
 [[nodiscard]] std::optional<DecodedPhoto> LoadJxl(std::span<const std::byte> file);
 [[nodiscard]] std::optional<DecodedPhoto> LoadRaw(std::span<const std::byte> file);
 
+// What LoadRaw does in a process of its own.
+[[nodiscard]] std::optional<DecodedPhoto> DevelopRaw(std::span<const std::byte> file);
+
 }  // namespace vistrel

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "photos/photo_loader.h"
+#include "photos/raw_process.h"
 
 namespace vistrel {
 namespace {
@@ -212,11 +212,15 @@ class RawDeveloper {
 
 }  // namespace
 
-std::optional<DecodedPhoto> LoadRaw(std::span<const std::byte> file) {
+std::optional<DecodedPhoto> DevelopRaw(std::span<const std::byte> file) {
     if (file.empty()) return {};
     RawDeveloper developer(file);
     if (!developer.Open()) return {};
     return developer.Develop();
+}
+
+std::optional<DecodedPhoto> LoadRaw(std::span<const std::byte> file) {
+    return LoadInOwnProcess(DevelopRaw, file);
 }
 
 }  // namespace vistrel

@@ -5,7 +5,7 @@
 #include "tests/fuzz/tiff_seeds.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    vistrel::fuzz::DecodeAnyPhoto(vistrel::LoadRaw, data, size);
+    vistrel::fuzz::DecodeAnyPhoto(vistrel::DevelopRaw, data, size);
     return 0;
 }
 
