@@ -5,6 +5,7 @@ import json
 import os
 import subprocess
 import tempfile
+import unittest
 from pathlib import Path
 
 import numpy as np
@@ -41,3 +42,36 @@ def decode(kind, photo):
         if done.returncode != 0:
             raise Refused(done.stderr.decode().strip() or f"ended with {done.returncode}")
         return Decoded(done.stdout, samples.read_bytes())
+
+
+class DecoderTest(unittest.TestCase):
+    """Tests of the decoder `KIND`, with a folder for files."""
+
+    KIND = ""
+
+    @classmethod
+    def setUpClass(cls):
+        scratch = tempfile.TemporaryDirectory()
+        cls.addClassCleanup(scratch.cleanup)
+        cls.folder = Path(scratch.name)
+
+    def decode(self, data):
+        photo = self.folder / "photo"
+        photo.write_bytes(data)
+        return decode(self.KIND, photo)
+
+    def refusal(self, data):
+        with self.assertRaises(Refused) as caught:
+            self.decode(data)
+        return str(caught.exception).splitlines()[-1]  # libraries may print, too
+
+    def assert_refused(self, data, words):
+        self.assertRegex(self.refusal(data), words)
+        self.assertRegex(self.refusal(data), r"^(Its? |There ).*\.$")
+
+    def assert_same(self, decoded, expected):
+        np.testing.assert_array_equal(decoded.pixels, expected)
+
+    def assert_near(self, decoded, expected, loss):
+        self.assertEqual(decoded.pixels.shape, expected.shape)
+        self.assertLessEqual(np.abs(decoded.pixels.astype(int) - expected.astype(int)).max(), loss)

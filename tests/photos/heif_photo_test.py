@@ -4,12 +4,11 @@
 import os
 import struct
 import subprocess
-import tempfile
 import unittest
 from pathlib import Path
 
 import numpy as np
-from decoding import NotMine, Refused, decode
+from decoding import DecoderTest, NotMine
 from heif_file import (HeifFile, Item, box, code_points, profile_property, size_property,
                        turning)
 from PIL import ImageCms
@@ -23,14 +22,12 @@ TOO_LARGE = "60000.*(at most 200 megapixels|200 megapixels at most)|200 megapixe
 LOSS = 8  # of 255: how far a sample of the soft picture may be off at good quality
 
 
-class HeifTest(unittest.TestCase):
-    """With a folder for files."""
+class HeifTest(DecoderTest):
+    KIND = "heif"
 
     @classmethod
     def setUpClass(cls):
-        cls.scratch = tempfile.TemporaryDirectory()
-        cls.addClassCleanup(cls.scratch.cleanup)
-        cls.folder = Path(cls.scratch.name)
+        super().setUpClass()
         cls.heic = cls.encode(soft_picture(), *FULL)
 
     @classmethod
@@ -41,23 +38,6 @@ class HeifTest(unittest.TestCase):
         subprocess.run(["heif-enc", *options, "-p", fast, source, "-o", made], check=True,
                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         return made.read_bytes()
-
-    def decode(self, data):
-        photo = self.folder / "photo"
-        photo.write_bytes(data)
-        return decode("heif", photo)
-
-    def assert_same(self, decoded, expected):
-        np.testing.assert_array_equal(decoded.pixels, expected)
-
-    def assert_near(self, decoded, expected, loss):
-        self.assertEqual(decoded.pixels.shape, expected.shape)
-        self.assertLessEqual(np.abs(decoded.pixels.astype(int) - expected.astype(int)).max(), loss)
-
-    def refusal(self, data):
-        with self.assertRaises(Refused) as caught:
-            self.decode(data)
-        return str(caught.exception)
 
 
 class PixelsTest(HeifTest):

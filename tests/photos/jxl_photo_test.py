@@ -3,12 +3,10 @@
 
 import struct
 import subprocess
-import tempfile
 import unittest
-from pathlib import Path
 
 import numpy as np
-from decoding import NotMine, Refused, decode
+from decoding import DecoderTest, NotMine
 from heif_file import box
 from PIL import Image, ImageCms
 from plain_png import chunk, exif_block, icc_chunk, png, rgba, soft_picture, upright
@@ -41,14 +39,8 @@ def codestream_head(width, height, extra_channels=0):
     return b"\xff\x0a" + head
 
 
-class JxlTest(unittest.TestCase):
-    """With a folder for files."""
-
-    @classmethod
-    def setUpClass(cls):
-        cls.scratch = tempfile.TemporaryDirectory()
-        cls.addClassCleanup(cls.scratch.cleanup)
-        cls.folder = Path(cls.scratch.name)
+class JxlTest(DecoderTest):
+    KIND = "jxl"
 
     @classmethod
     def encode(cls, pixels, *options, chunks=()):
@@ -62,22 +54,8 @@ class JxlTest(unittest.TestCase):
                        stderr=subprocess.DEVNULL)
         return made.read_bytes()
 
-    def decode(self, data):
-        photo = self.folder / "photo"
-        photo.write_bytes(data)
-        return decode("jxl", photo)
-
-    def assert_same(self, decoded, expected):
-        np.testing.assert_array_equal(decoded.pixels, expected)
-
     def assert_near(self, decoded, expected, loss=LOSS):
-        self.assertEqual(decoded.pixels.shape, expected.shape)
-        self.assertLessEqual(np.abs(decoded.pixels.astype(int) - expected.astype(int)).max(), loss)
-
-    def refusal(self, data):
-        with self.assertRaises(Refused) as caught:
-            self.decode(data)
-        return str(caught.exception).splitlines()[-1]  # the library may print, too
+        super().assert_near(decoded, expected, loss)
 
 
 class PixelsTest(JxlTest):

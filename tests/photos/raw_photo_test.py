@@ -3,13 +3,11 @@
 
 import os
 import struct
-import tempfile
 import unittest
-from pathlib import Path
 
 import numpy as np
 
-from decoding import NotMine, Refused, decode
+from decoding import DecoderTest, NotMine, Refused
 from tiff_files import ASCII, BYTE, LONG, RATIONAL, SHORT, SRATIONAL, picture_tags, tiff
 
 # libraw's threads wait for each other without keeping the processor busy.
@@ -85,16 +83,8 @@ def same_as_before(side):
     return b"\xFF\xD8" + head + bytes(side * side // 8) + b"\xFF\xD9"
 
 
-class RawTest(unittest.TestCase):
-    def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.path = Path(folder.name) / "photo"
-
-    def decode(self, file):
-        self.path.write_bytes(file)
-        return decode("raw", self.path)
-
+class RawTest(DecoderTest):
+    KIND = "raw"
     def assert_shows(self, decoded, pixels, slack=6):
         """Away from edges, where the colours between the sensor's are guessed."""
         self.assertEqual(decoded.pixels.shape[:2], pixels.shape[:2])

@@ -4,15 +4,13 @@
 import io
 import struct
 import subprocess
-import tempfile
 import unittest
 import zlib
-from pathlib import Path
 
 import numpy as np
 from PIL import Image, ImageCms
 
-from decoding import NotMine, Refused, decode
+from decoding import DecoderTest, NotMine, Refused
 from tiff_files import ASCII, BYTE, LONG, SHORT, picture_tags, tiff
 
 WIDTH, HEIGHT = 64, 48
@@ -38,17 +36,8 @@ def stored(pixels, photometric, order="<", **more):
     return tiff((tags, [pixels.astype(pixels.dtype.newbyteorder(order)).tobytes()]), order=order)
 
 
-class TiffTest(unittest.TestCase):
-    def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.folder = Path(folder.name)
-
-    def decode(self, file):
-        path = self.folder / "photo"
-        path.write_bytes(file)
-        return decode("tiff", path)
-
+class TiffTest(DecoderTest):
+    KIND = "tiff"
     def saved(self, pixels, mode=None, **options):
         stream = io.BytesIO()
         Image.fromarray(pixels, mode).save(stream, "TIFF", **options)
@@ -67,11 +56,6 @@ class TiffTest(unittest.TestCase):
         np.testing.assert_array_equal(decoded.pixels[..., :3], np.broadcast_to(
             pixels, (HEIGHT, WIDTH, 3)))
         self.assertTrue((decoded.pixels[..., 3] == full).all())
-
-    def assert_refused(self, file, words):
-        with self.assertRaisesRegex(Refused, words) as caught:
-            self.decode(file)
-        self.assertRegex(str(caught.exception), r"^Its? .*\.$")
 
 
 class LayoutTest(TiffTest):

@@ -4,14 +4,12 @@
 import io
 import struct
 import subprocess
-import tempfile
 import unittest
-from pathlib import Path
 
 import numpy as np
 from PIL import Image, ImageCms
 
-from decoding import NotMine, Refused, decode
+from decoding import DecoderTest, NotMine
 
 WIDTH, HEIGHT = 64, 48
 
@@ -43,21 +41,8 @@ def three_bytes(number):
     return struct.pack("<I", number)[:3]
 
 
-class WebpTest(unittest.TestCase):
-    def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.folder = Path(folder.name)
-
-    def decode(self, file):
-        path = self.folder / "photo"
-        path.write_bytes(file)
-        return decode("webp", path)
-
-    def assert_refused(self, file, words):
-        with self.assertRaisesRegex(Refused, words):
-            self.decode(file)
-
+class WebpTest(DecoderTest):
+    KIND = "webp"
     def test_lossless(self):
         decoded = self.decode(webp(noise(), lossless=True))
         np.testing.assert_array_equal(decoded.pixels[..., :3], noise())
