@@ -111,8 +111,8 @@ std::string EncodeWebp() {
 void DecodeByWebp(const std::string& file) {
     int width = 0;
     int height = 0;
-    std::uint8_t* const pixels = WebPDecodeRGBA(reinterpret_cast<const std::uint8_t*>(file.data()),
-                                                file.size(), &width, &height);
+    std::uint8_t* pixels = WebPDecodeRGBA(reinterpret_cast<const std::uint8_t*>(file.data()),
+                                          file.size(), &width, &height);
     benchmark::DoNotOptimize(pixels);
     WebPFree(pixels);
 }

@@ -142,24 +142,22 @@ Handle OpenPrimary(heif_context* context, Bytes file, const Reader& reader) {
     return owned;
 }
 
-// The decoder goes on where it can, and warns. Of these warnings only those about colours are
-// heeded by nobody.
+// Whether a warning says that a part of the picture is missing. Others are about what the file says
+// of colours, say, which differs in its two places in many good ones.
+bool TellsOfLoss(const heif_error& warning) {
+    return warning.code == heif_error_Decoder_plugin_error ||
+           warning.subcode == heif_suberror_End_of_data ||
+           warning.subcode == heif_suberror_Missing_grid_images;
+}
+
+// The decoder goes on where it can, and warns.
 void CheckWarnings(heif_image* image, const Reader& reader) {
     const int count = heif_image_get_decoding_warnings(image, 0, nullptr, 0);
     std::vector<heif_error> warnings(static_cast<std::size_t>(std::max(count, 0)));
     // All of them: older versions write as many, whatever room they are told of.
     heif_image_get_decoding_warnings(image, 0, warnings.data(), count);
-    for (const heif_error& warning : warnings) {
-        switch (warning.subcode) {
-            case heif_suberror_Unknown_color_profile_type:
-            case heif_suberror_Unknown_NCLX_color_primaries:
-            case heif_suberror_Unknown_NCLX_transfer_characteristics:
-            case heif_suberror_Unknown_NCLX_matrix_coefficients:
-                break;
-            default:
-                reader.Refuse(warning);
-        }
-    }
+    const auto loss = std::ranges::find_if(warnings, TellsOfLoss);
+    if (loss != warnings.end()) reader.Refuse(*loss);
 }
 
 Image Decode(const heif_image_handle* handle, const Reader& reader) {

@@ -306,9 +306,9 @@ class BadFilesTest(HeifTest):
         self.refusal(bytes(file))
 
     def test_moving_pictures_alone(self):
-        self.assertEqual(
-            self.refusal(box(b"ftyp", b"msf1" + bytes(4) + b"msf1hevc") + box(b"moov", b"")),
-            "It holds no picture that stands still.")
+        # Newer versions of libheif look into them first.
+        self.assert_refused(box(b"ftyp", b"msf1" + bytes(4) + b"msf1hevc") + box(b"moov", b""),
+                            "It holds no picture that stands still.|It is damaged: .*")
 
     def test_other_kinds(self):
         for data in (b"", b"\0\0\0\x08ftyp", box(b"ftyp", b"crx \0\0\0\1crx isom"),

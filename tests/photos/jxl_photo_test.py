@@ -11,6 +11,9 @@ from heif_file import box
 from PIL import Image, ImageCms
 from plain_png import chunk, exif_block, icc_chunk, png, rgba, soft_picture, upright
 
+# Newer versions only note that colours are premultiplied.
+CJXL_MULTIPLIES = b" v0.7" in subprocess.run(["cjxl", "--version"], capture_output=True,
+                                             check=True).stdout
 LOSS = 8  # of 255: how far a sample of the soft picture may be off at good quality
 EXACT = ["-d", "0"]
 SIGNATURE = box(b"JXL ", b"\r\n\x87\n") + box(b"ftyp", b"jxl \0\0\0\0jxl ")
@@ -96,14 +99,17 @@ class PixelsTest(JxlTest):
 
     def test_premultiplied_alpha_is_made_straight(self):
         pixels = soft_picture(channels=4)
-        decoded = self.decode(self.encode(pixels, *EXACT, "--premultiply=1"))
+        source = pixels.copy()
+        if not CJXL_MULTIPLIES:
+            source[..., :3] = (pixels[..., :3] * (pixels[..., 3:] / 255)).round()
+        decoded = self.decode(self.encode(source, *EXACT, "--premultiply=1"))
         self.assert_near(decoded, pixels, 5)  # alpha is 0.2 and more
 
     def test_jpeg_within(self):
         source = self.folder / "plain.jpg"
         Image.fromarray(soft_picture()).save(source, quality=95)
         decoded = self.decode(self.encode_file(source.read_bytes(), ".jpg"))
-        self.assert_near(decoded, rgba(np.array(Image.open(source))), 2)
+        self.assert_near(decoded, rgba(np.array(Image.open(source))), 3)
 
     def test_first_frame_of_an_animation(self):
         frames = [Image.fromarray(np.full((64, 96), level, np.uint8)) for level in (50, 200)]

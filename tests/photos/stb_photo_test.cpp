@@ -43,8 +43,10 @@ std::string Refusal(const std::string& file) {
 }
 
 Picture DecodeAsEver(std::string file) {
-    const std::unique_ptr<std::FILE, decltype(&std::fclose)> opened(
-        fmemopen(file.data(), file.size(), "rb"), std::fclose);
+    struct Close {
+        void operator()(std::FILE* opened) const { std::fclose(opened); }
+    };
+    const std::unique_ptr<std::FILE, Close> opened(fmemopen(file.data(), file.size(), "rb"));
     return DecodePicture(opened.get());
 }
 
