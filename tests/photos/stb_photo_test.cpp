@@ -9,6 +9,7 @@
 #include <cstring>
 #include <memory>
 #include <optional>
+#include <ostream>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -89,6 +90,8 @@ std::string DeepPng() {
 struct Kind {
     const char* name;
     std::string (*file)(int side);
+
+    friend void PrintTo(const Kind& kind, std::ostream* stream) { *stream << kind.name; }
 };
 
 const Kind kKinds[] = {
