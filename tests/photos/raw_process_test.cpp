@@ -14,13 +14,13 @@
 namespace vistrel {
 namespace {
 
-using Bytes = std::span<const std::byte>;
+using FileBytes = std::span<const std::byte>;
 using Loaded = std::optional<DecodedPhoto>;
 
 constexpr std::array<std::byte, 4> kFile = {std::byte{1}, std::byte{2}, std::byte{3}, std::byte{4}};
 
 // A picture of words that are counted up from the file's first byte.
-Loaded LoadWords(Bytes file) {
+Loaded LoadWords(FileBytes file) {
     DecodedPhoto photo;
     photo.width = 300;
     photo.height = 200;
@@ -63,26 +63,26 @@ TEST(RawProcess, PhotographComesBackAsItWasLoaded) {
 }
 
 TEST(RawProcess, FileOfAnotherKindIsNotMine) {
-    EXPECT_FALSE(LoadInOwnProcess([](Bytes) -> Loaded { return {}; }, kFile));
+    EXPECT_FALSE(LoadInOwnProcess([](FileBytes) -> Loaded { return {}; }, kFile));
 }
 
 TEST(RawProcess, RefusalComesBackWithItsSentence) {
-    EXPECT_EQ(RefusalOf([](Bytes) -> Loaded { throw PhotoError("It is cut short."); }),
+    EXPECT_EQ(RefusalOf([](FileBytes) -> Loaded { throw PhotoError("It is cut short."); }),
               "It is cut short.");
 }
 
 TEST(RawProcess, LackOfMemoryComesBackAsSuch) {
-    EXPECT_THROW(
-        static_cast<void>(LoadInOwnProcess([](Bytes) -> Loaded { throw std::bad_alloc(); }, kFile)),
-        std::bad_alloc);
+    EXPECT_THROW(static_cast<void>(
+                     LoadInOwnProcess([](FileBytes) -> Loaded { throw std::bad_alloc(); }, kFile)),
+                 std::bad_alloc);
 }
 
 TEST(RawProcess, LibraryThatAbortsIsARefusal) {
-    EXPECT_EQ(RefusalOf([](Bytes) -> Loaded { std::abort(); }), kFailure);
+    EXPECT_EQ(RefusalOf([](FileBytes) -> Loaded { std::abort(); }), kFailure);
 }
 
 TEST(RawProcess, LibraryThatIsKilledIsARefusal) {
-    EXPECT_EQ(RefusalOf([](Bytes) -> Loaded {
+    EXPECT_EQ(RefusalOf([](FileBytes) -> Loaded {
                   raise(SIGKILL);
                   return {};
               }),
@@ -90,7 +90,7 @@ TEST(RawProcess, LibraryThatIsKilledIsARefusal) {
 }
 
 TEST(RawProcess, LibraryThatLeavesWithoutAResultIsARefusal) {
-    EXPECT_EQ(RefusalOf([](Bytes) -> Loaded { _exit(EXIT_SUCCESS); }), kFailure);
+    EXPECT_EQ(RefusalOf([](FileBytes) -> Loaded { _exit(EXIT_SUCCESS); }), kFailure);
 }
 
 }  // namespace
