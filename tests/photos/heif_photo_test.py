@@ -5,6 +5,7 @@ import os
 import struct
 import subprocess
 import unittest
+import unittest.mock
 from pathlib import Path
 
 import numpy as np
@@ -321,10 +322,10 @@ class BadFilesTest(HeifTest):
 class MissingDecoderTest(HeifTest):
     """A libheif whose decoders are not installed."""
 
-    def setUp(self):
-        os.environ["LD_PRELOAD"] = str(Path(os.environ["VISTREL_BIN"]).parent
-                                       / "tests/no_heif_decoders.so")
-        self.addCleanup(os.environ.pop, "LD_PRELOAD")
+    def decode(self, data):
+        preloaded = Path(os.environ["VISTREL_BIN"]).parent / "tests/no_heif_decoders.so"
+        with unittest.mock.patch.dict(os.environ, LD_PRELOAD=str(preloaded)):
+            return super().decode(data)
 
     def test_package_of_hevc(self):
         self.assertEqual(self.refusal(self.heic), "It is a HEIC picture, and libheif has no decoder "
