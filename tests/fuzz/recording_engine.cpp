@@ -19,7 +19,8 @@ fuzz::ConversionWatcher& Watcher() {
 
 }  // namespace
 
-ConversionEngine::ConversionEngine(ProviderList providers) : providers_(std::move(providers)) {}
+ConversionEngine::ConversionEngine(ProviderList providers, PhotographReader reader)
+    : providers_(std::move(providers)), reader_(std::move(reader)) {}
 
 bool ConversionEngine::Run(const ConversionJob& job, const ConversionCallbacks& callbacks) const {
     Watcher()(ToUtf8(job.inputPath), ToUtf8(job.outputPath));
