@@ -186,7 +186,10 @@ class BatchDialog:
         before = display.picture(box).tobytes()
         press_until(lambda: self.press(button), lambda: self.user.dialog().id != self.window.id,
                     "the question for the folder")
+        question = self.user.dialog()
         self.user.enter_file(folder)
+        # Until then it may hide what is looked at next.
+        self.user.wait_for_closing(question)
         wait_for(lambda: display.picture(box).tobytes() != before, "the folder's name")
 
     def start(self):
