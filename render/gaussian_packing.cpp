@@ -19,11 +19,6 @@ constexpr float kLog2e = 1.442695041F;
 constexpr float kDcToValue = 0.28209478F;
 constexpr float kHalvesMost = 32768.0F;  // larger coefficients are cut, far beyond any colour
 
-constexpr std::size_t kOpacityRow = 6;
-constexpr std::size_t kColorRow = 3;
-constexpr std::size_t kScaleRow = 7;
-constexpr std::size_t kRotationRow = 10;
-
 // e^v, cut to what is normal and finite.
 HWY_INLINE Floats Exp(Floats v) {
     return Exp2(Tag(), Clamped(hn::Mul(v, Set(kLog2e)), -126.0F, 127.0F));

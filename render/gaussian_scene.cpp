@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "render/gaussian_scene.h"
 
-#include "render/failures.h"
+#include "base/failures.h"
 
 namespace vistrel {
 

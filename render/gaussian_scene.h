@@ -5,20 +5,10 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "render/aligned_array.h"
+#include "base/aligned_array.h"
+#include "formats/raw_scene.h"
 
 namespace vistrel {
-
-// Spherical harmonics of degree 0 (the same colour from everywhere) to 3.
-inline constexpr int kMostHarmonicsDegree = 3;
-
-// How many basis functions there are up to `degree`.
-[[nodiscard]] constexpr std::size_t HarmonicsCount(int degree) {
-    const auto next = static_cast<std::size_t>(degree) + 1;
-    return next * next;
-}
-
-inline constexpr std::size_t kMostGaussians = std::size_t{1} << 29;
 
 // What a scene holds of a Gaussian beside harmonics: one plane of 32-bit values for each.
 enum class Plane : std::uint8_t {

@@ -3,7 +3,8 @@
 #pragma once
 
 #include <array>
-#include <cstdint>
+
+#include "formats/raw_scene.h"
 
 namespace vistrel {
 
@@ -18,16 +19,6 @@ struct PinholeCamera {
     float centreY = 0.0F;
     int width = 0;  // pixels of the picture to draw
     int height = 0;
-};
-
-// The camera that took a photograph: at the origin, looking along z.
-struct PhotographCamera {
-    float focalX = 0.0F;  // pixels of the photograph, like the three below
-    float focalY = 0.0F;
-    float centreX = 0.0F;
-    float centreY = 0.0F;
-    std::uint32_t width = 0;  // the photograph's size in pixels, at least 1
-    std::uint32_t height = 0;
 };
 
 // The photograph's camera for a picture of `width` x `height` pixels (0 x 0: the photograph's own

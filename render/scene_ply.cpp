@@ -11,11 +11,11 @@
 #include <string>
 #include <vector>
 
-#include "render/aligned_array.h"
+#include "base/aligned_array.h"
+#include "base/input_file.h"
+#include "base/workers.h"
+#include "formats/ply_header.h"
 #include "render/gaussian_packing.h"
-#include "render/input_file.h"
-#include "render/ply_header.h"
-#include "render/workers.h"
 
 namespace vistrel {
 namespace {

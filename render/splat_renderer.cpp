@@ -7,14 +7,14 @@
 #include <span>
 #include <vector>
 
-#include "render/aligned_array.h"
+#include "base/aligned_array.h"
+#include "base/failures.h"
+#include "base/workers.h"
 #include "render/depth_order.h"
-#include "render/failures.h"
 #include "render/projection.h"
 #include "render/row_lists.h"
 #include "render/tile_blending.h"
 #include "render/tile_lists.h"
-#include "render/workers.h"
 
 namespace vistrel {
 namespace {

@@ -8,8 +8,8 @@
 #include <string>
 #include <string_view>
 
+#include "base/input_file.h"
 #include "base/scene_kind.h"
-#include "render/input_file.h"
 
 namespace vistrel {
 namespace {

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Memory where there are neither pages to choose nor a system to ask.
-#include "render/aligned_array.h"
+#include "base/aligned_array.h"
 
 #include <cstdint>
 
-#include "render/failures.h"
+#include "base/failures.h"
 
 namespace vistrel {
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The module ends; the worker around it tells why.
-#include "render/failures.h"
+#include "base/failures.h"
 
 #include <cstddef>
 #include <cstdlib>

@@ -7,8 +7,8 @@
 #include <cstdint>
 #include <span>
 
-#include "render/aligned_array.h"
-#include "render/failures.h"
+#include "base/aligned_array.h"
+#include "base/failures.h"
 #include "render/gaussian_scene.h"
 #include "render/pinhole_camera.h"
 #include "render/spark_packing.h"

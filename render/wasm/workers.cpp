@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The caller does all the work: without shared memory there are no other threads.
-#include "render/workers.h"
+#include "base/workers.h"
 
 namespace vistrel {
 

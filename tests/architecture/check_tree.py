@@ -18,7 +18,8 @@ ARROWS = {
     "photos": (["photos/", "engine/picture.h", "engine/photograph.h", "engine/image_decoding.h",
                 "base/"],
                ["exiv2", "heif", "jxl", "lcms2", "raw", "tiff", "webp", "zlib"]),
-    "render": (["render/", "base/"], ["hwy"]),
+    "formats": (["formats/", "base/"], ["nlohmann", "webp", "zlib", "zstd"]),
+    "render": (["render/", "formats/", "base/"], ["hwy"]),
     "render/pictures": (["render/", "base/"], ["jpeg", "png", "webp"]),
     "download": (["download/", "base/"], ["curl"]),
     "batch": (["batch/", "engine/", "base/"], []),
@@ -32,17 +33,18 @@ ARROWS = {
                     ["qt", "xcb"]),
     "cli": (["cli/command.h", "cli/interrupts.h", "cli/long_step.h", "cli/output_check.h",
              "cli/picture_size.h", "cli/chosen_model.h", "base/"], ["nlohmann"]),
-    "cli/convert": (["cli/", "batch/", "photos/", "engine/", "base/"], ["cli11"]),
-    "cli/render": (["cli/", "render/", "base/"], ["cli11"]),
+    "cli/convert": (["cli/", "batch/", "photos/", "engine/", "formats/", "base/"], ["cli11"]),
+    "cli/render": (["cli/", "render/", "formats/", "base/"], ["cli11"]),
+    "cli/share": (["cli/", "render/", "formats/", "base/"], ["cli11"]),
     # The page's own picture needs the browser, and so Qt.
     "cli/snapshot": (["cli/", "viewer/", "base/", "shell/start/extraction.h"], ["cli11", "qt"]),
     # Stands between the program and libcurl for pictures of a download.
     "tools": ([], ["curl"]),
-    "tests": (["tests/", "base/", "engine/", "photos/", "render/", "download/", "batch/", "viewer/", "ui/",
+    "tests": (["tests/", "base/", "engine/", "formats/", "photos/", "render/", "download/", "batch/", "viewer/", "ui/",
                "shell/", "cli/"],
               ["gtest", "gmock", "eigen", "stb", "hwy", "heif", "jxl", "qt", "curl", "onnxruntime",
                "zlib"]),
-    "benchmarks": (["benchmarks/", "tests/support/", "base/", "engine/", "photos/", "render/",
+    "benchmarks": (["benchmarks/", "tests/support/", "base/", "engine/", "formats/", "photos/", "render/",
                     "batch/"],
                    ["benchmark", "eigen", "stb", "hwy", "heif", "jxl", "onnxruntime",
                     "tiff", "webp"]),
@@ -80,6 +82,7 @@ THIRD_PARTIES = {
     "webp": r"webp/.*",
     "xcb": r"xcb/.*",
     "zlib": r"zlib\.h",
+    "zstd": r"zstd\.h",
     "cli11": r"CLI/.*",
     "nlohmann": r"nlohmann/.*",
     "gtest": r"gtest/.*",
@@ -94,6 +97,7 @@ ONE_FILE_ONLY = {
     "engine": ["stb_image.h", "stb_image_resize2.h", "onnxruntime_cxx_api.h", "exiv2/exiv2.hpp"],
     "photos": ["exiv2/exiv2.hpp", "lcms2.h", "libheif/heif.h", "libraw/libraw.h", "tiffio.h",
                "webp/decode.h", "zlib.h"],
+    "formats": ["webp/decode.h", "webp/encode.h", "zlib.h", "zstd.h"],
     "render": ["jpeglib.h", "png.h", "webp/encode.h"],
     "download": ["curl/curl.h"],
     "shell/start": ["xcb/xcb.h"],
@@ -101,12 +105,12 @@ ONE_FILE_ONLY = {
 }
 
 # Folders whose headers show no third party.
-SHOWS_NO_PARTY = ("engine", "photos", "render", "render/pictures", "download")
+SHOWS_NO_PARTY = ("engine", "formats", "photos", "render", "render/pictures", "download")
 
 # CMake target -> what may stand behind it in target_link_libraries. Below tests/ and benchmarks/
 # targets link what they please.
 LINKS = {
-    "vistrel_base": ["vistrel_warnings"],
+    "vistrel_base": ["vistrel_warnings", "Threads::Threads"],
     "vistrel_engine": ["vistrel_warnings", "vistrel_base", "Threads::Threads", "Stb::stb",
                        "PkgConfig::exiv2", "PkgConfig::hwy", "OnnxRuntime::onnxruntime"],
     "vistrel_photo_samples": ["vistrel_warnings", "vistrel_base"],
@@ -114,7 +118,9 @@ LINKS = {
                        "PkgConfig::exiv2", "PkgConfig::lcms2", "ZLIB::ZLIB"],
     "vistrel_${name}_decoder": ["vistrel_warnings", "vistrel_photo_samples", "${ARGN}"],
     "vistrel_photo_${name}": ["vistrel_warnings", "vistrel_${name}_decoder"],
-    "vistrel_render": ["vistrel_warnings", "vistrel_base", "PkgConfig::hwy", "Threads::Threads"],
+    "vistrel_formats": ["vistrel_warnings", "vistrel_base", "nlohmann_json::nlohmann_json",
+                        "PkgConfig::webp", "PkgConfig::zstd", "ZLIB::ZLIB"],
+    "vistrel_render": ["vistrel_warnings", "vistrel_formats", "PkgConfig::hwy"],
     "vistrel_pictures": ["vistrel_warnings", "vistrel_render", "PkgConfig::jpeg",
                          "PkgConfig::png", "PkgConfig::webp"],
     "vistrel_resampler_avx2": ["vistrel_warnings", "Stb::stb"],

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "render/aligned_array.h"
+#include "base/aligned_array.h"
 
 #include <sys/mman.h>
 
 #include <cstdint>
 
-#include "render/failures.h"
+#include "base/failures.h"
 
 namespace vistrel {
 

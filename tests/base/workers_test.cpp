@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "render/workers.h"
+#include "base/workers.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "render/ply_header.h"
+#include "formats/ply_header.h"
 
 #include <algorithm>
 #include <array>

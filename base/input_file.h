@@ -13,6 +13,8 @@ class InputFile {
   public:
     // Throws std::runtime_error when there is no such file or it is no regular one.
     explicit InputFile(const std::filesystem::path& path);
+    // One that is in memory already, which outlives this object.
+    explicit InputFile(std::span<const std::byte> content);
     ~InputFile();
     InputFile(const InputFile&) = delete;
     InputFile& operator=(const InputFile&) = delete;
@@ -24,7 +26,8 @@ class InputFile {
     void Read(std::uint64_t position, std::span<std::byte> bytes) const;
 
   private:
-    int descriptor_ = -1;
+    int descriptor_ = -1;  // of a file on the disk
+    const std::byte* content_ = nullptr;
     std::uint64_t size_ = 0;
 };
 

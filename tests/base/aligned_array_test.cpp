@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "render/aligned_array.h"
+#include "base/aligned_array.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "render/failures.h"
+#include "base/failures.h"
 
 #include <new>
 #include <stdexcept>

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "render/input_file.h"
+#include "base/input_file.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <stdexcept>
 
@@ -24,11 +25,21 @@ InputFile::InputFile(const std::filesystem::path& path) {
     size_ = static_cast<std::uint64_t>(found.st_size);
 }
 
+InputFile::InputFile(std::span<const std::byte> content)
+    : content_(content.data()), size_(content.size()) {}
+
 InputFile::~InputFile() {
-    close(descriptor_);
+    if (descriptor_ >= 0) close(descriptor_);
 }
 
 void InputFile::Read(std::uint64_t position, std::span<std::byte> bytes) const {
+    if (descriptor_ < 0) {
+        if (position > size_ || bytes.size() > size_ - position) {
+            throw std::runtime_error("the file cannot be read to its end");
+        }
+        std::copy_n(content_ + position, bytes.size(), bytes.data());
+        return;
+    }
     while (!bytes.empty()) {
         const ssize_t got =
             pread(descriptor_, bytes.data(), bytes.size(), static_cast<off_t>(position));
