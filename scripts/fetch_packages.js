@@ -67,8 +67,9 @@ function readPackages(settings) {
     const lock = JSON.parse(fs.readFileSync(path.join(root, "package-lock.json"), "utf8"));
     return Object.entries(lock.packages)
         .filter(([place, entry]) => place !== "" && isForThisMachine(entry))
-        .map(([place, { version, integrity }]) => {
-            const name = place.slice(place.lastIndexOf("node_modules/") + "node_modules/".length);
+        .map(([place, { version, integrity, name: other }]) => {
+            // Another name than the folder's where a package takes the place of one that is not needed.
+            const name = other ?? place.slice(place.lastIndexOf("node_modules/") + "node_modules/".length);
             const hash = /(?:^| )sha512-(\S+)/.exec(integrity ?? "")?.[1];
             if (!hash) throw new Error(`package-lock.json has no SHA-512 of ${name}`);
             const scope = name.startsWith("@") ? settings[`${name.split("/")[0]}:registry`] : undefined;

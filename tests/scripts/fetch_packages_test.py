@@ -128,6 +128,11 @@ class FetchPackages(unittest.TestCase):
         self.fetch()
         self.assertEqual(set(self.fetched()), {"mine/a", "not-windows/a"})
 
+    def test_a_package_can_take_the_place_of_another(self):
+        self.add("@types/small", {"index.js": "small"}, place="node_modules/large", name="@types/small")
+        self.fetch()
+        self.assertEqual(self.fetched(), {"large/index.js": "small"})
+
     # What goes wrong
 
     def check_refused(self, message):
