@@ -129,7 +129,8 @@ class FetchPackages(unittest.TestCase):
         self.assertEqual(set(self.fetched()), {"mine/a", "not-windows/a"})
 
     def test_a_package_can_take_the_place_of_another(self):
-        self.add("@types/small", {"index.js": "small"}, place="node_modules/large", name="@types/small")
+        self.add("@types/small", {"index.js": "small"}, place="node_modules/large")
+        self.packages["node_modules/large"]["name"] = "@types/small"
         self.fetch()
         self.assertEqual(self.fetched(), {"large/index.js": "small"})
 
