@@ -22,11 +22,11 @@
 namespace vistrel {
 
 struct PageContent {
-    std::string title;                       // any bytes; shown as far as they are UTF-8
-    std::vector<std::byte> poster;           // a WebP file; may be empty
-    std::optional<PhotographCamera> camera;  // its numbers are finite
-    std::optional<DepthRange> depths;        // of what that camera sees
-    bool isFree = false;                     // the page lets its user go anywhere
+    std::string title = {};                       // any bytes; shown as far as they are UTF-8
+    std::vector<std::byte> poster = {};           // a WebP file; may be empty
+    std::optional<PhotographCamera> camera = {};  // its numbers are finite
+    std::optional<DepthRange> depths = {};        // of what that camera sees
+    bool isFree = false;                          // the page lets its user go anywhere
 };
 
 // One object is for any number of threads.

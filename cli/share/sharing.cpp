@@ -39,15 +39,21 @@ bool IsThere(const std::filesystem::path& folder) {
     return folder.empty() || std::filesystem::is_directory(folder, ignored);
 }
 
-RawScene ReadWhole(const ShareOptions& options) {
+struct SharedScene {
+    RawScene scene;               // what can be written of it
+    std::size_t countInFile = 0;  // of Gaussians
+};
+
+SharedScene ReadWhole(const ShareOptions& options) {
     RawSceneSink sink;
     ReadSceneFile(options.scene, sink, options.spzFrame);
-    if (sink.scene.Count() == 0) throw std::runtime_error("the scene has no Gaussians");
+    const std::size_t count = sink.scene.Count();
+    if (count == 0) throw std::runtime_error("the scene has no Gaussians");
     LeaveOutUnwritable(sink.scene);
     if (sink.scene.Count() == 0) {
         throw std::runtime_error("the scene has no Gaussian whose values are all finite");
     }
-    return std::move(sink.scene);
+    return {std::move(sink.scene), count};
 }
 
 // The page's reader takes no later version.
@@ -98,7 +104,7 @@ void ShareScene(const ShareOptions& options, LongStep& step) {
     WithName(options.scene, [&] { CheckScene(options.scene); });
     if (IsThere(folder)) WithName(options.output, [&] { CheckOutput(options.output); });
     step.Begin("Reading the scene\u2026");
-    const RawScene scene = WithName(options.scene, [&] { return ReadWhole(options); });
+    const auto [scene, countInFile] = WithName(options.scene, [&] { return ReadWhole(options); });
     if (!IsThere(folder)) {
         std::error_code ignored;  // a folder that is missing is told by the check
         std::filesystem::create_directories(folder, ignored);
@@ -117,7 +123,7 @@ void ShareScene(const ShareOptions& options, LongStep& step) {
     step.Begin("Writing the page\u2026");
     WritePage(options.output, page, packed.bytes);
     Tell(options.output.native() + ": " + ByteSizeText(page.Size(packed.bytes.size())) + ", " +
-         Grouped(packed.count) + " of " + Grouped(scene.Count()) + " Gaussians");
+         Grouped(packed.count) + " of " + Grouped(countInFile) + " Gaussians");
 }
 
 }  // namespace vistrel

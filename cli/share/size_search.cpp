@@ -2,6 +2,7 @@
 #include "cli/share/size_search.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace vistrel {
@@ -16,12 +17,13 @@ struct TriedCount {
     double bytes;
 };
 
-// On the line through both, where it reaches what is aimed at.
-std::size_t CountBetween(const TriedCount& fitting, const TriedCount& tooLong, double room) {
-    const double part =
-        (room * kAimedAt - fitting.bytes) / std::max(1.0, tooLong.bytes - fitting.bytes);
-    const double count = fitting.count + std::max(0.0, part) * (tooLong.count - fitting.count);
-    return static_cast<std::size_t>(std::min(count, tooLong.count - 1.0));
+// Where lengths that grow by a power of the count, which two of them tell, reach what is aimed at.
+double CountForLength(const TriedCount& one, const TriedCount& other, double aim) {
+    constexpr double kFlattest = 0.2;
+    constexpr double kSteepest = 5.0;
+    const double power = std::log(one.bytes / other.bytes) / std::log(one.count / other.count);
+    const double usable = std::isfinite(power) ? std::clamp(power, kFlattest, kSteepest) : 1.0;
+    return one.count * std::pow(aim / one.bytes, 1.0 / usable);
 }
 
 }  // namespace
@@ -30,26 +32,28 @@ std::optional<PackedScene> FillRoom(std::size_t most, std::uint64_t room,
                                     const PackGaussianCount& pack) {
     const auto roomBytes = static_cast<double>(room);
     std::optional<PackedScene> best;
-    TriedCount fitting = {0.0, 0.0};
-    TriedCount tooLong = {0.0, 0.0};
+    std::size_t tooMany = most;
     std::size_t count = most;
+    std::optional<TriedCount> before;
     for (int attempt = 1;; ++attempt) {
         std::string bytes = pack(count);
         const TriedCount tried = {static_cast<double>(count), static_cast<double>(bytes.size())};
         if (tried.bytes <= roomBytes) {
             best = {count, std::move(bytes)};
-            fitting = tried;
             if (count == most || tried.bytes >= kGoodEnough * roomBytes) return best;
         } else {
             if (count == 1) return std::nullopt;
-            tooLong = tried;
+            tooMany = count;
         }
-        if (best && attempt >= kAttempts) return best;
-        std::size_t next = CountBetween(fitting, tooLong, roomBytes);
-        if (best && next <= best->count) return best;
-        // Scenes of which a part is longer than its share come down to the room in small steps.
-        if (attempt >= kAttempts) next = std::min(next, count / 2);
-        count = std::max<std::size_t>(next, 1);
+        const std::size_t least = best ? best->count + 1 : 1;
+        if (best && (attempt >= kAttempts || least == tooMany)) return best;
+        // Where four attempts were too long, something is out of proportion.
+        const double next = attempt >= kAttempts ? tried.count / 2
+                            : before ? CountForLength(tried, *before, kAimedAt * roomBytes)
+                                     : tried.count * kAimedAt * roomBytes / tried.bytes;
+        count = static_cast<std::size_t>(
+            std::clamp(next, static_cast<double>(least), static_cast<double>(tooMany - 1)));
+        before = tried;
     }
 }
 

@@ -142,6 +142,8 @@ LINKS = {
     "vistrel_render_command": ["vistrel_warnings", "vistrel_cli", "vistrel_pictures",
                                "CLI11::CLI11"],
     "vistrel-render": ["vistrel_warnings", "vistrel_render_command"],
+    "vistrel_share_command": ["vistrel_warnings", "vistrel_render_command", "CLI11::CLI11"],
+    "vistrel-share": ["vistrel_warnings", "vistrel_share_command"],
     "vistrel_snapshot": ["vistrel_warnings", "vistrel_cli", "vistrel_viewer"],
     "vistrel-snapshot": ["vistrel_warnings", "vistrel_resources", "vistrel_snapshot",
                          "CLI11::CLI11"],
