@@ -7,8 +7,8 @@
 
 #include "base/scene_kind.h"
 #include "cli/command.h"
-#include "cli/render/wrong_usage.h"
 #include "cli/share/byte_size.h"
+#include "formats/scene_formats.h"
 
 namespace vistrel {
 namespace {
@@ -42,8 +42,7 @@ void DescribeShare(CLI::App& app, ShareOptions& options, ShareArguments& argumen
         ->check(CLI::IsMember({"ply", "rub"}))
         ->type_name("FRAME")
         ->capture_default_str();
-    app.add_option("SCENE", arguments.scene,
-                   "Scene to share: PLY, compressed PLY, .splat, .ksplat, SPZ, SOG, glTF or GLB")
+    app.add_option("SCENE", arguments.scene, "Scene to share: " + ListOf(kReadEndings))
         ->type_name("")
         ->required();
     app.add_option("OUTPUT", arguments.output,
@@ -63,21 +62,26 @@ void TakeShare(const CLI::App& app, const ShareArguments& arguments, ShareOption
     options.output = arguments.output;
     options.title = app.count("--title") > 0 ? arguments.title : TitleOf(options.scene);
     options.spzFrame = arguments.spzFrame == "rub" ? SpzFrame::RightUpBack : SpzFrame::AsPly;
-    CheckNumber("--keep-ratio", static_cast<double>(options.keepRatio), 0, 1);
+    if (!(options.keepRatio >= 0.0F && options.keepRatio <= 1.0F)) {  // also not a number
+        throw CLI::ValidationError("--keep-ratio", "is a number from 0 to 1");
+    }
     if (app.count("--size-limit") > 0) {
         options.sizeLimit = ParseByteSize(arguments.sizeLimit);
         if (!options.sizeLimit) {
-            Refuse("--size-limit", std::string("is a number with ") + kByteSizeUnits +
-                                       " behind it, up to 1000 GiB");
+            throw CLI::ValidationError(
+                "--size-limit",
+                std::string("is a number with ") + kByteSizeUnits + " behind it, up to 1000 GiB");
         }
     }
     const std::string ending = SmallEnding(options.output);
     if (ending != ".html" && ending != ".htm") {
-        Refuse(options.output.native(), "is no name that ends in .html or .htm");
+        throw CLI::ValidationError(options.output.native(),
+                                   "is no name that ends in .html or .htm");
     }
     std::error_code ignored;
     if (std::filesystem::equivalent(options.output, options.scene, ignored)) {
-        Refuse(options.output.native(), "is the scene itself and would be lost");
+        throw CLI::ValidationError(options.output.native(),
+                                   "is the scene itself and would be lost");
     }
 }
 

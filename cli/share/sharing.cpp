@@ -11,7 +11,7 @@
 #include "base/new_file.h"
 #include "cli/command.h"
 #include "cli/output_check.h"
-#include "cli/render/scene_input.h"
+#include "cli/photograph_check.h"
 #include "cli/share/byte_size.h"
 #include "cli/share/page_filling.h"
 #include "cli/share/size_search.h"
@@ -101,7 +101,7 @@ std::string Grouped(std::size_t number) {
 
 void ShareScene(const ShareOptions& options, LongStep& step) {
     const std::filesystem::path folder = options.output.parent_path();
-    WithName(options.scene, [&] { CheckScene(options.scene); });
+    WithName(options.scene, [&] { RefusePhotograph(options.scene); });
     if (IsThere(folder)) WithName(options.output, [&] { CheckOutput(options.output); });
     step.Begin("Reading the scene\u2026");
     const auto [scene, countInFile] = WithName(options.scene, [&] { return ReadWhole(options); });
