@@ -19,12 +19,6 @@ namespace {
 constexpr int kPosterSide = 1280;
 constexpr int kPosterHeightWithoutCamera = 720;
 
-bool IsUsable(const PhotographCamera& camera) {
-    const auto isFocal = [](float focal) { return std::isfinite(focal) && focal > 0.0F; };
-    return isFocal(camera.focalX) && isFocal(camera.focalY) && std::isfinite(camera.centreX) &&
-           std::isfinite(camera.centreY) && camera.width > 0 && camera.height > 0;
-}
-
 PinholeCamera PosterCamera(const std::optional<PhotographCamera>& photograph) {
     if (!photograph) {
         constexpr int kHeight = kPosterHeightWithoutCamera;
@@ -62,8 +56,7 @@ std::vector<std::byte> DrawPoster(SplatRenderer& renderer, const GaussianScene& 
 }  // namespace
 
 StartView LookAt(const RawScene& scene, bool wantsPoster) {
-    StartView view;
-    if (scene.Facts().camera && IsUsable(*scene.Facts().camera)) view.camera = scene.Facts().camera;
+    StartView view = {.camera = scene.Facts().camera};
     if (!view.camera && !wantsPoster) return view;
     const GaussianScene packed = Packed(scene);
     const PinholeCamera camera = PosterCamera(view.camera);

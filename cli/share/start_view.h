@@ -12,10 +12,9 @@
 namespace vistrel {
 
 struct StartView {
-    std::optional<PhotographCamera>
-        camera;                        // of the photograph, where a picture can be taken by it
-    std::optional<DepthRange> depths;  // of what that camera sees; see SeenDepths
-    std::vector<std::byte> poster;     // a WebP file; empty where none is asked for
+    std::optional<PhotographCamera> camera = {};  // of the photograph
+    std::optional<DepthRange> depths = {};        // of what that camera sees; see SeenDepths
+    std::vector<std::byte> poster = {};           // a WebP file; empty where none is asked for
 };
 
 // The poster is the photograph's view, or the window's where the scene has no camera, drawn as the
