@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "cli/picture_size.h"
 #include "cli/render/output_kind.h"
+#include "cli/render/picture_size.h"
 #include "render/camera_motion.h"
 #include "render/pictures/jpeg_encoding.h"
 #include "render/quilt.h"

@@ -32,13 +32,11 @@ ARROWS = {
     "shell/start": (["shell/", "batch/", "viewer/", "ui/", "download/", "engine/", "base/"],
                     ["qt", "xcb"]),
     "cli": (["cli/command.h", "cli/interrupts.h", "cli/long_step.h", "cli/long_work.h",
-             "cli/output_check.h", "cli/photograph_check.h", "cli/picture_size.h",
+             "cli/output_check.h", "cli/photograph_check.h",
              "cli/chosen_model.h", "base/"], ["nlohmann"]),
     "cli/convert": (["cli/", "batch/", "photos/", "engine/", "formats/", "base/"], ["cli11"]),
     "cli/render": (["cli/", "render/", "formats/", "base/"], ["cli11"]),
     "cli/share": (["cli/", "render/", "formats/", "base/"], ["cli11"]),
-    # The page's own picture needs the browser, and so Qt.
-    "cli/snapshot": (["cli/", "viewer/", "base/", "shell/start/extraction.h"], ["cli11", "qt"]),
     # Stands between the program and libcurl for pictures of a download.
     "tools": ([], ["curl"]),
     "tests": (["tests/", "base/", "engine/", "formats/", "photos/", "render/", "download/", "batch/", "viewer/", "ui/",
@@ -146,9 +144,6 @@ LINKS = {
     "vistrel_share_command": ["vistrel_warnings", "vistrel_cli", "vistrel_pictures",
                               "CLI11::CLI11"],
     "vistrel-share": ["vistrel_warnings", "vistrel_share_command"],
-    "vistrel_snapshot": ["vistrel_warnings", "vistrel_cli", "vistrel_viewer"],
-    "vistrel-snapshot": ["vistrel_warnings", "vistrel_resources", "vistrel_snapshot",
-                         "CLI11::CLI11"],
     "local_model": ["vistrel_warnings", "${CMAKE_DL_LIBS}"],
 }
 

@@ -7,6 +7,8 @@
 #include <stdexcept>
 #include <vector>
 
+#include "formats/ply.h"
+#include "formats/thinning.h"
 #include "tests/fuzz/require.h"
 
 namespace vistrel::fuzz {
@@ -25,6 +27,7 @@ struct RoundTrip {
 const std::vector<RoundTrip>& RoundTrips() {
     static const std::vector<RoundTrip> trips = {
         // One line each.
+        {WritePly, ReadPly, ".ply"},
     };
     return trips;
 }
@@ -88,33 +91,6 @@ class StrictSink : public SceneSink {
     std::vector<bool> taken_;  // by place; threads of these targets: one
 };
 
-bool IsUsable(const RawScene& scene, std::size_t place) {
-    for (std::size_t row = 0; row < RawValues(scene.Degree()); ++row) {
-        const float value = scene.Row(row)[place];
-        const bool isScale = row >= kScaleRow && row < kRotationRow;
-        const bool usable = row == kOpacityRow ? !std::isnan(value)
-                                               : std::isfinite(value) || (isScale && value < 0.0F);
-        if (!usable) return false;
-    }
-    return true;
-}
-
-RawScene UsablePart(const RawScene& scene) {
-    std::vector<std::size_t> places;
-    for (std::size_t i = 0; i < scene.Count(); ++i) {
-        if (IsUsable(scene, i)) places.push_back(i);
-    }
-    SceneFacts facts = scene.Facts();
-    facts.count = places.size();
-    RawScene part(facts);
-    for (std::size_t row = 0; row < RawValues(scene.Degree()); ++row) {
-        for (std::size_t i = 0; i < places.size(); ++i) {
-            part.Row(row)[i] = scene.Row(row)[places[i]];
-        }
-    }
-    return part;
-}
-
 void RequireWritableAs(const RoundTrip& format, const RawScene& scene) {
     std::string file;
     try {
@@ -156,14 +132,16 @@ std::optional<RawScene> ReadAnyScene(const SceneTarget& target, std::string_view
     return std::move(sink.kept.scene);
 }
 
-void RequireWritable(const RawScene& scene) {
-    const RawScene usable = UsablePart(scene);
-    if (usable.Count() == 0) return;
-    for (const RoundTrip& format : RoundTrips()) RequireWritableAs(format, usable);
+void RequireWritable(RawScene scene) {
+    LeaveOutUnwritable(scene);
+    if (scene.Count() == 0) return;
+    for (const RoundTrip& format : RoundTrips()) RequireWritableAs(format, scene);
 }
 
 void RunSceneTarget(const SceneTarget& target, std::string_view bytes) {
-    if (const std::optional<RawScene> scene = ReadAnyScene(target, bytes)) RequireWritable(*scene);
+    if (std::optional<RawScene> scene = ReadAnyScene(target, bytes)) {
+        RequireWritable(std::move(*scene));
+    }
 }
 
 RawScene SeedScene(std::size_t count, int degree) {

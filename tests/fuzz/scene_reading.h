@@ -26,7 +26,7 @@ std::optional<RawScene> ReadAnyScene(const SceneTarget& target, std::string_view
 
 // Writes the scene's usable Gaussians in every format and reads them again: as many, with harmonics
 // of the degree that the format can hold. Formats may refuse a scene in a sentence.
-void RequireWritable(const RawScene& scene);
+void RequireWritable(RawScene scene);
 
 // Both of it, the whole of a fuzz target.
 void RunSceneTarget(const SceneTarget& target, std::string_view bytes);

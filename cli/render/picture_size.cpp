@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "cli/picture_size.h"
+#include "cli/render/picture_size.h"
 
 #include <cstdio>
 
