@@ -6,10 +6,20 @@
  */
 import { build } from "esbuild";
 import { mkdir, readFile, writeFile } from "node:fs/promises";
+import { createRequire } from "node:module";
 import path from "node:path";
 import { fileURLToPath } from "node:url";
+import { painterDelivery } from "./painter_delivery.js";
 import { withSharePolicy } from "./policy.js";
+import {
+    avoidReservedWord,
+    readRecordsWithoutEval,
+    withBytesInText,
+    withSmallWorker,
+} from "./spark_text.js";
 
+/** The first browsers that have all that the page uses. */
+const kTarget = ["chrome102", "firefox113", "safari16.4"];
 const kScriptPlace = "/* the page's bundle */";
 /** Each of them once, in this order. */
 const kPlaces = [
@@ -21,17 +31,36 @@ const kPlaces = [
 
 const [, , output, painter] = process.argv;
 if (painter === undefined) throw new Error("Usage: node web/build_share.js OUTPUT PAINTER");
-const source = path.join(path.dirname(fileURLToPath(import.meta.url)), "src", "share");
+const source = path.join(path.dirname(fileURLToPath(import.meta.url)), "src");
+const require = createRequire(import.meta.url);
+
+/** @returns {Promise<string>} Spark, which asks for nothing, and the painter */
+async function spark() {
+    const file = path.join(path.dirname(require.resolve("@sparkjsdev/spark")), "spark.module.js");
+    const text = readRecordsWithoutEval(avoidReservedWord(await readFile(file, "utf8")));
+    return `${await withSmallWorker(withBytesInText(text))}\n${await painterDelivery(painter)}`;
+}
+
+/** @type {import("esbuild").Plugin} */
+const sparkPlugin = {
+    name: "spark",
+    setup({ onLoad }) {
+        onLoad({ filter: /spark\.module\.js$/ }, async () => ({ contents: await spark() }));
+    },
+};
 
 /** @returns {Promise<string>} the page's script */
 async function bundle() {
     const { outputFiles } = await build({
-        entryPoints: [path.join(source, "page.js")],
+        entryPoints: [path.join(source, "share", "page.js")],
         bundle: true,
         format: "esm",
+        target: kTarget,
         minify: true,
+        legalComments: "inline",
         charset: "utf8",
         write: false,
+        plugins: [sparkPlugin],
     });
     return outputFiles[0].text;
 }
@@ -50,7 +79,7 @@ function withPlaces(page) {
 }
 
 const [template, script] = await Promise.all([
-    readFile(path.join(source, "share.html"), "utf8"),
+    readFile(path.join(source, "share", "share.html"), "utf8"),
     bundle(),
 ]);
 if (template.split(kScriptPlace).length !== 2) throw new Error("The page has no script place");
