@@ -17,13 +17,11 @@ namespace vistrel {
 namespace {
 
 constexpr int kPosterSide = 1280;
-constexpr int kPosterHeightWithoutCamera = 720;
 
 PinholeCamera PosterCamera(const std::optional<PhotographCamera>& photograph) {
     if (!photograph) {
-        constexpr int kHeight = kPosterHeightWithoutCamera;
-        return WindowCamera({.general = true}, {.width = kPosterSide, .height = kHeight},
-                            kPosterSide, kHeight);
+        return WindowCamera({.general = true}, {.width = kPosterSide, .height = kPosterSide},
+                            kPosterSide, kPosterSide);
     }
     const float longest = static_cast<float>(std::max(photograph->width, photograph->height));
     const float scale = std::min(1.0F, static_cast<float>(kPosterSide) / longest);

@@ -17,8 +17,9 @@ struct StartView {
     std::vector<std::byte> poster = {};           // a WebP file; empty where none is asked for
 };
 
-// The poster is the photograph's view, or the window's where the scene has no camera, drawn as the
-// page draws, at most 1280 pixels on a side. Throws std::runtime_error and std::bad_alloc.
+// The poster is the photograph's view drawn as the page draws, at most 1280 pixels on a side. Where
+// the scene has no camera it is the square in the middle of the window's view, all of which the
+// page shows in windows of every shape. Throws std::runtime_error and std::bad_alloc.
 [[nodiscard]] StartView LookAt(const RawScene& scene, bool wantsPoster);
 
 }  // namespace vistrel

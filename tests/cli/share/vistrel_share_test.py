@@ -255,8 +255,8 @@ class Posters(ShareTest):
     def test_scene_without_a_photograph_is_seen_from_the_windows_start(self):
         self.scene.write_bytes(ply([ball((0, 0, 0), 0.5)], size=None))
         poster = self.poster()
-        self.assertEqual(poster.shape, (720, 1280, 3))
-        self.assertGreater(poster[360, 640].min(), 200)
+        self.assertEqual(poster.shape, (1280, 1280, 3))
+        self.assertGreater(poster[640, 640].min(), 200)
         self.assertEqual(poster[5, 5].max(), 0)
 
     def test_counts_in_the_size_limit(self):
