@@ -27,7 +27,8 @@ void DescribeShare(CLI::App& app, ShareOptions& options, ShareArguments& argumen
     app.add_option("--title", arguments.title,
                    "Name that the page shows; if not given, that of the scene's file")
         ->type_name("TEXT");
-    app.add_option("--keep-ratio", options.keepRatio, "Share of the Gaussians to keep")
+    app.add_option("--keep-ratio", options.keepRatio,
+                   "Share of the Gaussians to keep; a photograph's are thinned evenly and grow")
         ->capture_default_str();
     app.add_option("--size-limit", arguments.sizeLimit,
                    "Keep as many Gaussians as a page of this size has room for, such as 10MB")

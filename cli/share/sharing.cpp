@@ -2,6 +2,7 @@
 #include "cli/share/sharing.h"
 
 #include <algorithm>
+#include <optional>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -13,6 +14,7 @@
 #include "cli/output_check.h"
 #include "cli/photograph_check.h"
 #include "cli/share/byte_size.h"
+#include "cli/share/even_thinning.h"
 #include "cli/share/page_filling.h"
 #include "cli/share/size_search.h"
 #include "cli/share/start_view.h"
@@ -67,8 +69,11 @@ std::string SpzOf(const RawScene& scene) {
 
 PackedScene PackWhole(const RawScene& scene, const ShareOptions& options, const PageFilling& page) {
     const std::size_t most = ThinnedCount(scene.Count(), options.keepRatio);
-    const auto pack = [&scene](std::size_t count) {
-        return count == scene.Count() ? SpzOf(scene) : SpzOf(ThinnedTo(scene, count));
+    std::optional<EvenThinning> evenly;
+    if (scene.Facts().camera && (most < scene.Count() || options.sizeLimit)) evenly.emplace(scene);
+    const auto pack = [&](std::size_t count) {
+        if (count == scene.Count()) return SpzOf(scene);
+        return SpzOf(evenly ? evenly->To(count) : ThinnedTo(scene, count));
     };
     if (!options.sizeLimit) return {most, pack(most)};
     std::optional<PackedScene> packed = FillRoom(most, page.Room(*options.sizeLimit), pack);

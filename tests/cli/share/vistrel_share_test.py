@@ -100,6 +100,19 @@ class ShareTest(unittest.TestCase):
         for text in ("Error: ", *texts):
             self.assertIn(text, message)
 
+    def drawn_by_the_photographs_camera(self, scene):
+        """Also of a scene that does not know it."""
+        content = scene.read_bytes()
+        if b"element intrinsic" not in content:
+            elements, camera = re.search(rb"(element intrinsic.*)end_header\n(.*)", ply([]), re.DOTALL).groups()
+            content = content.replace(b"end_header", elements + b"end_header", 1) + camera
+        scene = self.folder / "drawn.ply"
+        scene.write_bytes(content)
+        picture = self.folder / "drawn.png"
+        subprocess.run([BINARIES / "vistrel-render", "--no-crop", scene, picture], check=True)
+        with Image.open(picture) as image:
+            return numpy.asarray(image).astype(int)
+
     def names(self):
         return sorted(path.name for path in self.folder.iterdir())
 
@@ -123,11 +136,20 @@ class Content(ShareTest):
         self.assertTrue(told, self.told)
         self.assertAlmostEqual(float(told[1]) * {"k": 1e3, "M": 1e6}[told[2]] / size, 1, delta=0.01)
 
-    def test_keep_ratio_is_that_of_vistrel_convert(self):
-        self.scene.write_bytes(ply(hills(columns=COLUMNS, rows=ROWS)))
+    def test_the_most_important_are_kept_of_a_scene_without_a_photograph(self):
+        self.scene.write_bytes(ply(hills(columns=COLUMNS, rows=ROWS), size=None))
         page = self.share("--keep-ratio", "0.3")
         self.assertEqual(page.count, 2250)
         self.assertEqual(page.spz, self.convert("--spz-version", "3", "--keep-ratio", "0.3"))
+
+    def test_a_photographs_scene_has_no_holes_when_it_is_thinned(self):
+        self.scene.write_bytes(ply(hills(columns=COLUMNS, rows=ROWS)))
+        spz, thinned = self.folder / "thinned.spz", self.folder / "thinned.ply"
+        spz.write_bytes(self.share("--keep-ratio", "0.5").spz)
+        subprocess.run([BINARIES / "vistrel-convert", spz, thinned], check=True, capture_output=True)
+        whole, picture = (self.drawn_by_the_photographs_camera(scene) for scene in (self.scene, thinned))
+        self.assertLess(numpy.abs(picture - whole).mean(), 8)
+        self.assertGreater(picture.max(axis=2).min(), 8)
 
     def test_size_limit_is_kept_and_used(self):
         self.scene.write_bytes(ply(hills(columns=COLUMNS, rows=ROWS)))
@@ -239,10 +261,7 @@ class Posters(ShareTest):
     def test_is_the_photographs_view(self):
         self.scene.write_bytes(ply(hills(columns=COLUMNS, rows=ROWS)))
         poster = self.poster()
-        drawn = self.folder / "drawn.png"
-        subprocess.run([BINARIES / "vistrel-render", "--no-crop", self.scene, drawn], check=True)
-        with Image.open(drawn) as image:
-            expected = numpy.asarray(image).astype(int)
+        expected = self.drawn_by_the_photographs_camera(self.scene)
         self.assertEqual(poster.shape, expected.shape)
         self.assertLess(numpy.abs(poster - expected).mean(), 4)
 
