@@ -50,7 +50,7 @@ class CompressedPly {
     CompressedPly(const InputFile& file, const PlyHeader& header)
         : file_(file),
           header_(header),
-          places_(PlyElementPlaces(file, header, "vertex")),
+          places_(Places(file, header)),
           vertices_(Required("vertex")),
           chunks_(Required("chunk")) {
         for (const char* const name : kPackedProperties) AddWord(name);
@@ -80,13 +80,24 @@ class CompressedPly {
     }
 
   private:
+    [[noreturn]] static void RefuseLists() {
+        throw std::runtime_error("it has lists among its Gaussians");
+    }
+
+    [[nodiscard]] static std::vector<std::uint64_t> Places(const InputFile& file,
+                                                           const PlyHeader& header) {
+        for (const char* const name : {"chunk", "vertex", "sh"}) {
+            const PlyElement* const element = header.Find(name);
+            if (element != nullptr && element->hasLists) RefuseLists();
+        }
+        return PlyElementPlaces(file, header, "vertex");
+    }
+
     [[nodiscard]] std::optional<PackedElement> Placed(const char* name) const {
         const PlyElement* const element = header_.Find(name);
         if (element == nullptr) return {};
         const auto index = static_cast<std::size_t>(element - header_.elements.data());
-        if (index >= places_.size() || element->hasLists) {
-            throw std::runtime_error("it has lists among its Gaussians");
-        }
+        if (index >= places_.size()) RefuseLists();
         return PackedElement{element, places_[index], {}};
     }
 
