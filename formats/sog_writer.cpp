@@ -15,6 +15,7 @@
 
 #include "base/workers.h"
 #include "formats/codebook.h"
+#include "formats/harmonics_palette.h"
 #include "formats/sog.h"
 #include "formats/sog_meta.h"
 #include "formats/space_order.h"
@@ -28,6 +29,9 @@ namespace {
 constexpr float kFlattest = -30.0F;
 
 constexpr double kMost16 = 65535.0;
+
+// Of every colour in a palette, see formats/sog.h.
+constexpr std::size_t kWrittenCoefficients = HarmonicsCount(kMostHarmonicsDegree) - 1;
 
 // What other programs expect of the sides of a picture.
 constexpr std::size_t kSideStep = 4;
@@ -103,14 +107,32 @@ void PutRotation(const std::array<float, 4>& rotation, std::uint8_t* pixel) {
     *next = static_cast<std::uint8_t>(kFirstTag + largest);
 }
 
+// The palette, and what its bytes stand for.
+struct PackedHarmonics {
+    HarmonicsPalette palette;
+    std::size_t coefficients = 0;  // of each colour
+    std::size_t entries = 0;
+    Codebook values;
+};
+
+PackedHarmonics PackHarmonics(const RawScene& scene, Workers& workers) {
+    HarmonicsPalette palette = MakeHarmonicsPalette(scene, workers);
+    Codebook values({palette.entries});
+    values.KeepZero();
+    const std::size_t coefficients = HarmonicsCount(scene.Degree()) - 1;
+    const std::size_t entries = palette.entries.size() / (3 * coefficients);
+    return {std::move(palette), coefficients, entries, std::move(values)};
+}
+
 // A scene on its way into pictures.
 struct PackedScene {
     const RawScene& scene;
     PictureSize size;
-    std::array<Coordinates, 3> positions;
-    AlignedArray<std::uint32_t> order;  // Gaussian of each pixel
-    std::optional<Codebook> scales;
-    std::optional<Codebook> colors;
+    std::array<Coordinates, 3> positions = {};
+    AlignedArray<std::uint32_t> order = {};  // Gaussian of each pixel
+    std::optional<Codebook> scales = {};
+    std::optional<Codebook> colors = {};
+    std::optional<PackedHarmonics> harmonics = {};
 
     [[nodiscard]] std::span<const float> Row(std::size_t row) const {
         return {scene.Row(row), scene.Count()};
@@ -171,6 +193,40 @@ NumberPicture ColorPicture(const PackedScene& packed) {
     });
 }
 
+NumberPicture LabelPicture(const PackedScene& packed) {
+    return FilledPicture(packed, [&](std::size_t gaussian, std::uint8_t* pixel) {
+        const std::uint16_t label = packed.harmonics->palette.labels[gaussian];
+        pixel[0] = static_cast<std::uint8_t>(label & 0xffU);
+        pixel[1] = static_cast<std::uint8_t>(label >> 8U);
+        pixel[3] = kOpaque;
+    });
+}
+
+// Coefficients above the scene's degree are 0.
+NumberPicture PalettePicture(const PackedHarmonics& harmonics) {
+    constexpr std::size_t kRowEntries = 64;
+    const std::size_t rows = (harmonics.entries + kRowEntries - 1) / kRowEntries;
+    NumberPicture picture({.width = static_cast<std::uint32_t>(kRowEntries * kWrittenCoefficients),
+                           .height = static_cast<std::uint32_t>(rows)});
+    const std::uint8_t zero = harmonics.values.Nearest(0.0F);
+    const float* entry = harmonics.palette.entries.data();
+    for (std::size_t i = 0; i < picture.size.Pixels(); ++i) {
+        const std::size_t coefficient = i % kWrittenCoefficients;
+        std::uint8_t* const pixel = picture.Pixel(i);
+        std::fill_n(pixel, 3, zero);
+        pixel[3] = kOpaque;
+        if (i / kWrittenCoefficients >= harmonics.entries) continue;
+        if (coefficient < harmonics.coefficients) {
+            for (std::size_t channel = 0; channel < 3; ++channel) {
+                pixel[channel] = harmonics.values.Nearest(
+                    entry[(channel * harmonics.coefficients) + coefficient]);
+            }
+        }
+        if (coefficient + 1 == kWrittenCoefficients) entry += 3 * harmonics.coefficients;
+    }
+    return picture;
+}
+
 // A picture that is yet to be made.
 struct PlannedPicture {
     std::string_view name;
@@ -184,25 +240,23 @@ constexpr int kLowPositionsEffort = 50;
 
 // Those that take longest first.
 std::vector<PlannedPicture> PlanPictures(const PackedScene& packed) {
-    return {
+    std::vector<PlannedPicture> plan = {
         {kLowPositionsName, kLowPositionsEffort, [&] { return PositionPicture(packed, 0); }},
         {kColorsName, kUsualEffort, [&] { return ColorPicture(packed); }},
         {kRotationsName, kUsualEffort, [&] { return RotationPicture(packed); }},
         {kScalesName, kUsualEffort, [&] { return ScalePicture(packed); }},
         {kHighPositionsName, kUsualEffort, [&] { return PositionPicture(packed, 8); }},
     };
+    if (packed.harmonics) {
+        plan.push_back({kLabelsName, kUsualEffort, [&] { return LabelPicture(packed); }});
+        plan.push_back(
+            {kPaletteName, kUsualEffort, [&] { return PalettePicture(*packed.harmonics); }});
+    }
+    return plan;
 }
 
-}  // namespace
-
-void WriteSog(const RawScene& scene, const SceneWriteOptions& options, ByteSink& sink) {
-    PackedScene packed = {.scene = scene,
-                          .size = SizeFor(scene.Count()),
-                          .positions = {},
-                          .order = {},
-                          .scales = {},
-                          .colors = {}};
-    Workers workers(options.threads);
+PackedScene Packed(const RawScene& scene, Workers& workers) {
+    PackedScene packed = {.scene = scene, .size = SizeFor(scene.Count())};
     workers.Run(5, [&](std::size_t piece, int) {
         if (piece < 3) {
             packed.positions[piece] = CoordinatesOf(packed.Row(kPositionRow + piece));
@@ -214,22 +268,38 @@ void WriteSog(const RawScene& scene, const SceneWriteOptions& options, ByteSink&
     });
     packed.order = SpaceOrder(
         {packed.positions[0].All(), packed.positions[1].All(), packed.positions[2].All()});
+    if (scene.Degree() > 0) packed.harmonics = PackHarmonics(scene, workers);
+    return packed;
+}
 
-    const std::vector<PlannedPicture> plan = PlanPictures(packed);
-    std::vector<std::optional<WebpFile>> files(plan.size());
-    workers.Run(plan.size(), [&](std::size_t piece, int) {
-        files[piece].emplace(plan[piece].make(), plan[piece].effort);
-    });
-
-    SogFacts facts = {.count = scene.Count(),
+SogFacts FactsOf(const PackedScene& packed) {
+    SogFacts facts = {.count = packed.scene.Count(),
                       .scales = packed.scales->Entries(),
                       .colors = packed.colors->Entries()};
     for (std::size_t axis = 0; axis < 3; ++axis) {
         facts.positionMins[axis] = packed.positions[axis].least;
         facts.positionMaxs[axis] = packed.positions[axis].greatest;
     }
+    if (packed.harmonics) {
+        facts.paletteSize = packed.harmonics->entries;
+        facts.degree = kMostHarmonicsDegree;
+        facts.harmonics = packed.harmonics->values.Entries();
+    }
+    return facts;
+}
+
+}  // namespace
+
+void WriteSog(const RawScene& scene, const SceneWriteOptions& options, ByteSink& sink) {
+    Workers workers(options.threads);
+    const PackedScene packed = Packed(scene, workers);
+    const std::vector<PlannedPicture> plan = PlanPictures(packed);
+    std::vector<std::optional<WebpFile>> files(plan.size());
+    workers.Run(plan.size(), [&](std::size_t piece, int) {
+        files[piece].emplace(plan[piece].make(), plan[piece].effort);
+    });
     ZipWriter zip(sink);
-    const std::string meta = SogMetaText(facts);
+    const std::string meta = SogMetaText(FactsOf(packed));
     zip.Add(kSogMetaName, std::as_bytes(std::span(meta)));
     for (std::size_t i = 0; i < plan.size(); ++i) zip.Add(plan[i].name, files[i]->Bytes());
     zip.Finish();
