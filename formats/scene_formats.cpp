@@ -53,7 +53,7 @@ void ReadSceneFile(const std::filesystem::path& path, SceneSink& sink, SpzFrame 
     for (const SceneReader read : kReaders) {
         if (read(input, sink)) return;
     }
-    throw std::runtime_error("it is not a scene");
+    throw std::runtime_error("it is not a scene (" + ListOf(kReadEndings) + ")");
 }
 
 SceneWriter SceneWriterFor(const std::filesystem::path& path) {

@@ -44,8 +44,8 @@ void ConvertInSteps(const SceneConversion& conversion, LongStep& step) {
 bool IsSceneFile(const std::filesystem::path& file) {
     std::error_code ignored;
     const std::filesystem::file_status status = std::filesystem::status(file, ignored);
-    if (!std::filesystem::exists(status)) return HasSceneEnding(file);
-    if (!std::filesystem::is_regular_file(status)) return false;
+    if (std::filesystem::is_other(status)) return false;
+    if (!std::filesystem::is_regular_file(status)) return HasSceneEnding(file);
     std::string start;
     try {
         start = StartOfFile(file, std::max(kSceneStartBytes, kPhotographStartBytes));
