@@ -111,10 +111,22 @@ class Browser {
         await page.go(query);
         return page;
     }
+
+    /**
+     * @param {string} script that runs before those of whatever the page loads
+     * @param {{ width: number, height: number }} size
+     * @param {import("playwright-core").BrowserContextOptions} [options]
+     * @returns {Promise<ViewerPage>} with nothing in it, and storage of its own
+     */
+    async prepare(script, size, options = {}) {
+        const context = await this.#instance.newContext({ viewport: size, ...options });
+        await context.addInitScript(script);
+        return new ViewerPage(await context.newPage());
+    }
 }
 
 /** Runs in the page before its own scripts. */
-function takeWebGLAway() {
+export function takeWebGLAway() {
     const prototype = /** @type {any} */ (HTMLCanvasElement.prototype);
     const { getContext } = prototype;
     prototype.getContext = function (/** @type {string} */ kind, /** @type {any[]} */ ...rest) {
