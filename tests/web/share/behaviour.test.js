@@ -3,9 +3,10 @@
 import assert from "node:assert/strict";
 import { test } from "node:test";
 import { pathToFileURL } from "node:url";
+import { keepContext, pretendCard, takeWebGLAway } from "../support/graphics.js";
 import { kIsDone, kIsStill, sharedPage } from "../support/shared_page.js";
 import { relief, spzFile } from "../support/splat_files.js";
-import { startBrowser, takeWebGLAway } from "../support/viewer_page.js";
+import { startBrowser } from "../support/viewer_page.js";
 import { installWatch } from "../support/watch.js";
 
 const browser = await startBrowser();
@@ -17,26 +18,6 @@ const kScene = spzFile(
 );
 const kPoster =
     "data:image/png;base64,iVBORw0KGgoAAAANSUhEUgAAAAQAAAADCAIAAAA7ljmRAAAAE0lEQVR4nGP4z8DwHw0zoFEZADgaC/WCnBZMAAAAAElFTkSuQmCC";
-
-/** Has the page find a graphics card, so that Spark paints. */
-function pretendCard() {
-    const gl = WebGL2RenderingContext.prototype;
-    const { getParameter } = gl;
-    gl.getParameter = function (name) {
-        return name === 0x9246 ? "A graphics card" : getParameter.call(this, name);
-    };
-}
-
-/** Keeps the canvas's context for the tests. */
-function keepContext() {
-    const prototype = /** @type {any} */ (HTMLCanvasElement.prototype);
-    const { getContext } = prototype;
-    prototype.getContext = function (/** @type {string} */ kind, /** @type {any[]} */ ...rest) {
-        const context = getContext.call(this, kind, ...rest);
-        if (kind === "webgl2") /** @type {any} */ (window).context = context;
-        return context;
-    };
-}
 
 /**
  * @typedef {object} Opening
@@ -193,7 +174,7 @@ for (const [language, bar, first] of /** @type {const} */ ([
     ["ja", "表示", "カラーアナグリフ"],
     ["en", "View", "Color Anaglyph"],
 ])) {
-    test(`SpeaksThe BrowsersLanguage ${language}`, async () => {
+    test(`SpeaksTheBrowsersLanguage ${language}`, async () => {
         const page = await open({ options: { locale: language === "ja" ? "ja-JP" : "de-DE" } });
         assert.equal(await page.evaluate("document.documentElement.lang"), language);
         const name = `document.getElementById("bar").getAttribute("aria-label")`;

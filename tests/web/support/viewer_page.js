@@ -5,6 +5,7 @@ import path from "node:path";
 import { after } from "node:test";
 import { chromium } from "playwright-core";
 import { startCounting, stopCounting } from "../coverage/page_coverage.js";
+import { takeWebGLAway } from "./graphics.js";
 import { RestingPage } from "./resting_page.js";
 import { installWatch } from "./watch.js";
 
@@ -123,15 +124,6 @@ class Browser {
         await context.addInitScript(script);
         return new ViewerPage(await context.newPage());
     }
-}
-
-/** Runs in the page before its own scripts. */
-export function takeWebGLAway() {
-    const prototype = /** @type {any} */ (HTMLCanvasElement.prototype);
-    const { getContext } = prototype;
-    prototype.getContext = function (/** @type {string} */ kind, /** @type {any[]} */ ...rest) {
-        return kind.startsWith("webgl") ? null : getContext.call(this, kind, ...rest);
-    };
 }
 
 /** The built page in Chromium. */
