@@ -9,14 +9,11 @@ import { mkdir, readFile, writeFile } from "node:fs/promises";
 import { createRequire } from "node:module";
 import path from "node:path";
 import { fileURLToPath } from "node:url";
+import { kDelivery, kOldestBrowser, painterDelivery } from "./painter_delivery.js";
 import { withViewerPolicy } from "./policy.js";
 import { avoidReservedWord, readRecordsWithoutEval } from "./spark_text.js";
 
-/** The oldest browser to run in, that of QtWebEngine 6.4. */
-const kTarget = "chrome102";
 const kSpark = "@sparkjsdev/spark";
-/** What Spark's file exports besides, for where it cannot draw itself. */
-const kDelivery = "softwarePainter";
 /** Files beside the page, by the name under which its sources import them. */
 const kBeside = new Map([
     ["three", "three"],
@@ -94,7 +91,7 @@ async function bundle(entry, plugins) {
         entryPoints: [path.join(source, entry)],
         bundle: true,
         format: "esm",
-        target: kTarget,
+        target: kOldestBrowser,
         sourcemap: withSourceMaps && "inline",
         legalComments: "inline",
         charset: "utf8",
@@ -121,22 +118,7 @@ async function page() {
 async function spark() {
     const file = path.join(path.dirname(require.resolve("@sparkjsdev/spark")), "spark.module.js");
     const text = readRecordsWithoutEval(avoidReservedWord(await readFile(file, "utf8")));
-    const delivery = { worker: await worker(), wasm: await readFile(painter, "base64") };
-    return `${text}\nexport const ${kDelivery} = ${JSON.stringify(delivery)};\n`;
-}
-
-/** @returns {Promise<string>} the text of a painter's worker */
-async function worker() {
-    const { outputFiles } = await build({
-        entryPoints: [path.join(source, "painter", "eye_worker.js")],
-        bundle: true,
-        minify: true,
-        format: "iife",
-        target: kTarget,
-        legalComments: "none",
-        write: false,
-    });
-    return outputFiles[0].text;
+    return `${text}\n${await painterDelivery(painter)}`;
 }
 
 /**
