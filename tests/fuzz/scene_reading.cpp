@@ -7,7 +7,10 @@
 #include <stdexcept>
 #include <vector>
 
+#include "formats/compressed_ply.h"
 #include "formats/ply.h"
+#include "formats/splat.h"
+#include "formats/spz.h"
 #include "formats/thinning.h"
 #include "tests/fuzz/require.h"
 
@@ -27,7 +30,11 @@ struct RoundTrip {
 const std::vector<RoundTrip>& RoundTrips() {
     static const std::vector<RoundTrip> trips = {
         // One line each.
+        {WriteCompressedPly, ReadCompressedPly, ".ply"},
         {WritePly, ReadPly, ".ply"},
+        {WriteSplat, ReadSplat, ".splat", 0},
+        {WriteSpz, ReadSpz, ".spz", kMostHarmonicsDegree, 3},
+        {WriteSpz, ReadSpz, ".spz", kMostHarmonicsDegree, 4},
     };
     return trips;
 }
