@@ -165,7 +165,9 @@ SceneFile ReadScenePly(const std::filesystem::path& path, int threads) {
     std::string start(
         static_cast<std::size_t>(std::min<std::uint64_t>(file.Size(), kLongestPlyHeader)), '\0');
     file.Read(0, std::as_writable_bytes(std::span(start)));
-    const FileLayout layout = LayoutOf(ParsePlyHeader(start));
+    const PlyHeader header = ParsePlyHeader(start);
+    if (header.isBigEndian) throw std::runtime_error("it is not in little-endian order");
+    const FileLayout layout = LayoutOf(header);
     if (file.Size() < layout.end) {
         throw std::runtime_error("the file has " + std::to_string(file.Size()) +
                                  " bytes, but its header tells of " + std::to_string(layout.end));

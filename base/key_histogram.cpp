@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "engine/key_histogram.h"
+#include "base/key_histogram.h"
 
 #include <numeric>
 
