@@ -38,21 +38,10 @@ std::string NameOfRow(std::size_t row) {
 // The properties of the vertices that make up Gaussians, in the order of raw values.
 using PlyGaussianColumns = std::vector<PlyProperty>;
 
-int DegreeOfRest(const PlyElement& vertices) {
-    const auto rest = static_cast<std::size_t>(std::ranges::count_if(
+int PlyDegree(const PlyElement& vertices) {
+    return DegreeOfRest(static_cast<std::size_t>(std::ranges::count_if(
         vertices.properties,
-        [](const PlyProperty& property) { return property.name.starts_with(kRest); }));
-    int degree = 0;
-    while (RawValues(degree) < kRawValues + rest) ++degree;
-    if (RawValues(degree) != kRawValues + rest) {
-        throw std::runtime_error("it has " + std::to_string(rest) +
-                                 " coefficients f_rest, not 0, 9, 24 or 45");
-    }
-    if (degree > kMostHarmonicsDegree) {
-        throw std::runtime_error("it has harmonics of degree " + std::to_string(degree) +
-                                 ", more than " + std::to_string(kMostHarmonicsDegree));
-    }
-    return degree;
+        [](const PlyProperty& property) { return property.name.starts_with(kRest); })));
 }
 
 PlyGaussianColumns FindGaussianColumns(const PlyElement& vertices, int degree) {
@@ -253,7 +242,7 @@ bool ReadPly(const SceneInput& input, SceneSink& sink) {
     const std::optional<PlyHeader> header = ReadPlyHeader(input.file);
     if (!header) return false;
     const PlyFile file(input.file, *header);
-    const int degree = DegreeOfRest(file.Vertices());
+    const int degree = PlyDegree(file.Vertices());
     const PlyGaussianColumns columns = FindGaussianColumns(file.Vertices(), degree);
     sink.Begin({static_cast<std::size_t>(file.Vertices().count), degree, file.Camera()});
     PlyGaussians(input.file, file.VerticesPlace(), file.Vertices(), columns, header->isBigEndian)

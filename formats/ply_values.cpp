@@ -6,6 +6,10 @@
 #include <bit>
 #include <cstdint>
 #include <cstring>
+#include <stdexcept>
+#include <string>
+
+#include "formats/raw_scene.h"
 
 namespace vistrel {
 namespace {
@@ -63,6 +67,14 @@ void ReadPlyColumn(const PlyRecords& records, const PlyProperty& property, float
     LoadingOf(property.type, records.isBigEndian).column(records, property.offset, values);
 }
 
+void ReadPlyWords(const PlyRecords& records, const PlyProperty& property, std::uint32_t* words) {
+    const std::byte* from = records.data + property.offset;
+    for (std::size_t i = 0; i < records.count; ++i, from += records.bytes) {
+        words[i] = records.isBigEndian ? LoadPly<std::uint32_t, true>(from)
+                                       : LoadPly<std::uint32_t, false>(from);
+    }
+}
+
 std::vector<double> ReadPlyNumbers(const InputFile& file, std::uint64_t place,
                                    const PlyElement& element, bool isBigEndian, std::size_t count) {
     if (element.count * element.properties.size() != count) return {};
@@ -76,6 +88,20 @@ std::vector<double> ReadPlyNumbers(const InputFile& file, std::uint64_t place,
         }
     }
     return numbers;
+}
+
+int DegreeOfRest(std::size_t coefficients) {
+    int degree = 0;
+    while (RawValues(degree) < kRawValues + coefficients) ++degree;
+    if (RawValues(degree) != kRawValues + coefficients) {
+        throw std::runtime_error("it has " + std::to_string(coefficients) +
+                                 " coefficients f_rest, not 0, 9, 24 or 45");
+    }
+    if (degree > kMostHarmonicsDegree) {
+        throw std::runtime_error("it has harmonics of degree " + std::to_string(degree) +
+                                 ", more than " + std::to_string(kMostHarmonicsDegree));
+    }
+    return degree;
 }
 
 }  // namespace vistrel

@@ -3,7 +3,7 @@
 #pragma once
 
 #include <cstddef>
-#include <span>
+#include <cstdint>
 #include <vector>
 
 #include "formats/ply_header.h"
@@ -24,11 +24,18 @@ struct PlyRecords {
 // The property's numbers in all the records as floats.
 void ReadPlyColumn(const PlyRecords& records, const PlyProperty& property, float* values);
 
+// The bits of a property of 4 bytes in all the records.
+void ReadPlyWords(const PlyRecords& records, const PlyProperty& property, std::uint32_t* words);
+
 // All numbers of an element without lists whose first record begins at `place`, record by record;
 // `count` of them, or nothing where it has another number. Throws std::runtime_error when the file
 // is cut short.
 [[nodiscard]] std::vector<double> ReadPlyNumbers(const InputFile& file, std::uint64_t place,
                                                  const PlyElement& element, bool isBigEndian,
                                                  std::size_t count);
+
+// The degree of harmonics with so many coefficients f_rest. Throws std::runtime_error where that is
+// not a degree of 0 to kMostHarmonicsDegree.
+[[nodiscard]] int DegreeOfRest(std::size_t coefficients);
 
 }  // namespace vistrel

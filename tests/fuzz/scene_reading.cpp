@@ -7,7 +7,9 @@
 #include <stdexcept>
 #include <vector>
 
+#include "formats/compressed_ply.h"
 #include "formats/ply.h"
+#include "formats/splat.h"
 #include "formats/thinning.h"
 #include "tests/fuzz/require.h"
 
@@ -27,7 +29,9 @@ struct RoundTrip {
 const std::vector<RoundTrip>& RoundTrips() {
     static const std::vector<RoundTrip> trips = {
         // One line each.
+        {WriteCompressedPly, ReadCompressedPly, ".ply"},
         {WritePly, ReadPly, ".ply"},
+        {WriteSplat, ReadSplat, ".splat", 0},
     };
     return trips;
 }
