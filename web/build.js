@@ -9,8 +9,9 @@ import { mkdir, readFile, writeFile } from "node:fs/promises";
 import { createRequire } from "node:module";
 import path from "node:path";
 import { fileURLToPath } from "node:url";
+import { refuseLongBlocks } from "./fzstd_text.js";
 import { withViewerPolicy } from "./policy.js";
-import { avoidReservedWord, readRecordsWithoutEval } from "./spark_text.js";
+import { avoidReservedWord, readPalettes, readRecordsWithoutEval } from "./spark_text.js";
 
 /** The oldest browser to run in, that of QtWebEngine 6.4. */
 const kTarget = "chrome102";
@@ -67,6 +68,16 @@ const lazyBesidePlugin = {
     },
 };
 
+/** @type {import("esbuild").Plugin} */
+const fzstdPlugin = {
+    name: "fzstd",
+    setup({ onLoad }) {
+        onLoad({ filter: /[\\/]fzstd[\\/].*\.mjs$/ }, async ({ path: file }) => ({
+            contents: refuseLongBlocks(await readFile(file, "utf8")),
+        }));
+    },
+};
+
 /**
  * @param {string} name of a file beside the page, as its sources import it
  * @returns {Promise<string[]>}
@@ -101,7 +112,7 @@ async function bundle(entry, plugins) {
         // The page is read at every start. Names stay, for what the console tells.
         minifyWhitespace: !withSourceMaps,
         write: false,
-        plugins,
+        plugins: [...plugins, fzstdPlugin],
     });
     return result.outputFiles[0].text;
 }
@@ -120,7 +131,7 @@ async function page() {
 /** @returns {Promise<string>} Spark without what keeps it from running everywhere, and the painter */
 async function spark() {
     const file = path.join(path.dirname(require.resolve("@sparkjsdev/spark")), "spark.module.js");
-    const text = readRecordsWithoutEval(avoidReservedWord(await readFile(file, "utf8")));
+    const text = readPalettes(readRecordsWithoutEval(avoidReservedWord(await readFile(file, "utf8"))));
     const delivery = { worker: await worker(), wasm: await readFile(painter, "base64") };
     return `${text}\nexport const ${kDelivery} = ${JSON.stringify(delivery)};\n`;
 }
