@@ -19,7 +19,10 @@ const kCodebook = 256;
 const kMostForAByte = 64;
 /** Pixels of a picture beside those of the Gaussians: rows of its own, and it is never small. */
 const kSparePixels = 1 << 16;
-/** Pixels of the palette of harmonics: 65536 colours of 15 pixels, and some. */
+/** Pixels of the palette of harmonics: for each colour, and of the smallest palette. */
+const kPaletteColour = 16;
+const kLeastPalette = 1 << 16;
+/** 65536 colours. */
 const kMostPalette = 1 << 20;
 /** Coefficients of the harmonics, by degree. */
 const kCoefficients = [0, 3, 8, 15];
@@ -186,7 +189,7 @@ export async function readSog(bytes) {
         const pixels = webpPixels(picture);
         const isPalette = palettes.includes(file);
         const isGood = isPalette
-            ? pixels <= kMostPalette
+            ? pixels <= Math.min(kMostPalette, kPaletteColour * count + kLeastPalette)
             : pixels >= count && pixels <= 2 * count + kSparePixels;
         if (!isGood) throw damaged(`"${file}" has ${pixels} pixels for ${count} Gaussians`);
         found[file] = picture.buffer;
