@@ -140,27 +140,6 @@ class DrawnScene(Operation):
                 folder / "picture.png"]
 
 
-class ShownScene(DrawnScene):
-    """By vistrel-snapshot: the picture's file only, since the browser has many of its own."""
-    message = r"^Error: .*(picture\.png could not be written|filesystem error: .*pictures/new.*)$"
-
-    def prepare(self, folder):
-        super().prepare(folder)
-        for name in ("home", "pictures", "tmp"):
-            (folder / name).mkdir()
-
-    def command(self, folder):
-        return [self.programs / "vistrel-snapshot", "--size", "200x100", folder / "scene.ply",
-                folder / "pictures/new/picture.png"]
-
-    def watched(self, folder):
-        return folder / "pictures"
-
-    def options(self, folder):
-        return {"env": os.environ | {"HOME": str(folder / "home"), "TMPDIR": str(folder / "tmp"),
-                                     "QTWEBENGINE_DISABLE_SANDBOX": "1"}}
-
-
 # Less than is received at once.
 NETWORK_SIZE = 12_000
 

@@ -11,6 +11,7 @@
 #include <random>
 #include <vector>
 
+#include "render/gaussian_packing.h"
 #include "tests/render/canvas.h"
 #include "tests/support/simd_targets.h"
 #include "tests/support/splat_scene_bytes.h"
