@@ -3,6 +3,7 @@ import { hasHeadset } from "./headset.js";
 
 /** The bar fades away when nobody has moved for so long, milliseconds. */
 const kFading = 4000;
+
 /** @param {string} id */
 function element(id) {
     return /** @type {HTMLElement} */ (document.getElementById(id));
@@ -18,7 +19,9 @@ export class Bar {
     #mode = /** @type {HTMLSelectElement} */ (element("mode"));
     #focus = /** @type {HTMLInputElement} */ (element("focus"));
     #depth = /** @type {HTMLInputElement} */ (element("depth"));
-    #timer = 0;
+    /** When it fades, milliseconds. */
+    #until = 0;
+    #isTimed = false;
     #isHovered = false;
 
     /**
@@ -89,12 +92,21 @@ export class Bar {
     /** Shows the bar for some seconds. */
     wake() {
         this.#bar.classList.remove("faded");
-        window.clearTimeout(this.#timer);
-        this.#timer = window.setTimeout(() => {
+        this.#until = performance.now() + kFading;
+        this.#fadeLater();
+    }
+
+    #fadeLater() {
+        if (this.#isTimed) return;
+        this.#isTimed = true;
+        setTimeout(() => {
+            this.#isTimed = false;
             // Whoever works in it by mouse or keyboard keeps it.
-            if (this.#isHovered || this.#bar.querySelector(":focus-visible")) this.wake();
+            const isUsed = this.#isHovered || this.#bar.querySelector(":focus-visible") !== null;
+            if (isUsed) this.wake();
+            else if (performance.now() < this.#until) this.#fadeLater();
             else this.#bar.classList.add("faded");
-        }, kFading);
+        }, this.#until - performance.now());
     }
 
     /** Shows what the viewer does. */

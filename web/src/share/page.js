@@ -33,9 +33,15 @@ function showProgress(share) {
     line.style.transform = `scaleX(${share})`;
 }
 
+/** @param {boolean} isBusy the scene is not there yet, or not any more */
+function setBusy(isBusy) {
+    showProgress(isBusy ? 0 : 1);
+    element("container").setAttribute("aria-busy", `${isBusy}`);
+}
+
 /** @param {unknown} reason */
 function fail(reason) {
-    showProgress(1);
+    setBusy(false);
     reportSceneFailure(reason);
     say(failureText(reason, language, document.title));
 }
@@ -76,7 +82,7 @@ class Show {
 
     async load() {
         try {
-            showProgress(0);
+            setBusy(true);
             const bytes = await sceneBytes("scene", this.#facts.length, showProgress);
             await this.#viewer.show(bytes);
         } catch (error) {
@@ -86,14 +92,14 @@ class Show {
 
     #shown() {
         showPoster(false);
-        showProgress(1);
+        setBusy(false);
         say("");
         if (!this.#isStill) this.#viewer.sway.start(performance.now());
     }
 
     #lost() {
         showPoster(true);
-        showProgress(1);
+        setBusy(false);
         say(texts.lost);
     }
 

@@ -47,6 +47,30 @@ export class ShareControls extends OrbitControls {
     }
 
     /**
+     * A turn that ends at a limit is over: what was left of it would come back later.
+     * @override
+     * @param {number | null} [deltaTime] seconds
+     * @returns {boolean} whether the view changed
+     */
+    update(deltaTime = null) {
+        const moved = super.update(deltaTime);
+        if (!moved && this.enableDamping) this.#finishTurn();
+        return moved;
+    }
+
+    /** @override */
+    reset() {
+        this.#finishTurn();
+        super.reset();
+    }
+
+    #finishTurn() {
+        this.enableDamping = false;
+        super.update();
+        this.enableDamping = true;
+    }
+
+    /**
      * @param {import("./motion.js").Turn} turn
      * @returns {import("./motion.js").Turn} as much of it as the limits leave
      */
