@@ -9,9 +9,10 @@ import { mkdir, readFile, writeFile } from "node:fs/promises";
 import { createRequire } from "node:module";
 import path from "node:path";
 import { fileURLToPath } from "node:url";
+import { refuseLongBlocks } from "./fzstd_text.js";
 import { kDelivery, kOldestBrowser, painterDelivery } from "./painter_delivery.js";
 import { withViewerPolicy } from "./policy.js";
-import { avoidReservedWord, readRecordsWithoutEval } from "./spark_text.js";
+import { avoidReservedWord, readPalettes, readRecordsWithoutEval } from "./spark_text.js";
 
 const kSpark = "@sparkjsdev/spark";
 /** Files beside the page, by the name under which its sources import them. */
@@ -64,6 +65,16 @@ const lazyBesidePlugin = {
     },
 };
 
+/** @type {import("esbuild").Plugin} */
+const fzstdPlugin = {
+    name: "fzstd",
+    setup({ onLoad }) {
+        onLoad({ filter: /[\\/]fzstd[\\/].*\.mjs$/ }, async ({ path: file }) => ({
+            contents: refuseLongBlocks(await readFile(file, "utf8")),
+        }));
+    },
+};
+
 /**
  * @param {string} name of a file beside the page, as its sources import it
  * @returns {Promise<string[]>}
@@ -98,7 +109,7 @@ async function bundle(entry, plugins) {
         // The page is read at every start. Names stay, for what the console tells.
         minifyWhitespace: !withSourceMaps,
         write: false,
-        plugins,
+        plugins: [...plugins, fzstdPlugin],
     });
     return result.outputFiles[0].text;
 }
@@ -117,8 +128,9 @@ async function page() {
 /** @returns {Promise<string>} Spark without what keeps it from running everywhere, and the painter */
 async function spark() {
     const file = path.join(path.dirname(require.resolve("@sparkjsdev/spark")), "spark.module.js");
-    const text = readRecordsWithoutEval(avoidReservedWord(await readFile(file, "utf8")));
-    return `${text}\n${await painterDelivery(painter)}`;
+    const text = readPalettes(readRecordsWithoutEval(avoidReservedWord(await readFile(file, "utf8"))));
+    return `${text}
+${await painterDelivery(painter)}`;
 }
 
 /**
