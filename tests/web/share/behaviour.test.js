@@ -143,10 +143,11 @@ test("OnlyItselfIsLoaded", async () => {
 });
 
 test("MovesByItselfUntilTheFirstTouchAndThenWithThePhone", async () => {
-    const page = await open({ options: { reducedMotion: "no-preference" } });
+    const options = /** @type {const} */ ({ reducedMotion: "no-preference", hasTouch: true });
+    const page = await open({ options });
     const { frames } = await page.watch();
     await page.becomes(`watch.frames > ${frames} + 20`);
-    await page.page.mouse.click(10, 10);
+    await page.page.touchscreen.tap(10, 10);
     await page.becomes(kIsStill);
     const straight = await pictureOf(page);
     const hold = (/** @type {number} */ gamma) => page.evaluate(`window.dispatchEvent(
