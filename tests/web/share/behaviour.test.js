@@ -10,6 +10,7 @@ import { startBrowser } from "../support/viewer_page.js";
 import { installWatch } from "../support/watch.js";
 
 const browser = await startBrowser();
+const kSize = { width: 320, height: 240 };
 const kScene = spzFile(
     relief(40).map((gaussian) => {
         const [x, y, z] = gaussian.center;
@@ -19,28 +20,27 @@ const kScene = spzFile(
 const kPoster =
     "data:image/png;base64,iVBORw0KGgoAAAANSUhEUgAAAAQAAAADCAIAAAA7ljmRAAAAE0lEQVR4nGP4z8DwHw0zoFEZADgaC/WCnBZMAAAAAElFTkSuQmCC";
 
+/** @typedef {import("../support/viewer_page.js").ViewerPage} ViewerPage */
+
 /**
  * @typedef {object} Opening
  * @property {Partial<import("../support/shared_page.js").Share>} [share]
  * @property {{ width: number, height: number }} [size]
  * @property {(() => void)[]} [before] run in the page before its scripts
  * @property {import("playwright-core").BrowserContextOptions} [options]
+ * @property {(page: ViewerPage) => unknown} [prepare] before the page is loaded
  */
 
 /** @param {Opening} [opening] */
-async function open({ share = {}, size, before = [], options } = {}) {
+async function open({ share = {}, size = kSize, before = [], options = {}, prepare } = {}) {
     const scripts = [installWatch, ...before].map((script) => `(${script})();`).join("\n");
-    const page = await browser.prepare(scripts, size ?? { width: 320, height: 240 }, {
-        reducedMotion: "reduce",
-        ...options,
-    });
+    const page = await browser.prepare(scripts, size, { reducedMotion: "reduce", ...options });
+    await prepare?.(page);
     const html = await sharedPage({ scene: kScene, ...share });
     await page.load(`${pathToFileURL(await browser.file("share.html", html))}`);
     await page.becomes(kIsDone);
     return page;
 }
-
-/** @typedef {import("../support/viewer_page.js").ViewerPage} ViewerPage */
 
 /**
  * The picture without the bar, at rest.
@@ -73,31 +73,52 @@ function textOf(page, id) {
     return page.evaluate(`document.getElementById("${id}").textContent`);
 }
 
-test("OnlyItselfIsLoaded", async () => {
-    const page = await browser.prepare("", { width: 320, height: 240 });
-    /** @type {string[]} */
-    const asked = [];
-    page.page.on("request", (request) => asked.push(request.url()));
-    const html = await sharedPage({ scene: kScene, poster: kPoster });
-    const url = `${pathToFileURL(await browser.file("share.html", html))}`;
-    await page.load(url);
-    await page.becomes(kIsDone);
-    const others = asked.filter((address) => address !== url && !/^(data|blob):/.test(address));
-    assert.deepEqual(others, []);
-    await page.close();
-});
+const desk = await open();
 
 test("TurningEndsAtTheLimit", async () => {
-    const page = await open();
-    const start = await pictureOf(page);
-    for (let i = 0; i < 4; ++i) await drag(page, 150);
-    const end = await pictureOf(page);
+    const start = await pictureOf(desk);
+    for (let i = 0; i < 4; ++i) await drag(desk, 150);
+    const end = await pictureOf(desk);
     assert.notDeepEqual(end, start);
-    await drag(page, 150);
-    assert.deepEqual(await pictureOf(page), end);
-    await page.page.keyboard.press("Home");
-    assert.deepEqual(await pictureOf(page), start);
-    await page.close();
+    await drag(desk, 150);
+    assert.deepEqual(await pictureOf(desk), end);
+    await desk.page.keyboard.press("Home");
+    assert.deepEqual(await pictureOf(desk), start);
+});
+
+test("ZoomsIntoThePictureAndBack", async () => {
+    const start = await pictureOf(desk);
+    for (let i = 0; i < 5; ++i) await desk.page.keyboard.press("+");
+    const near = await pictureOf(desk);
+    assert.notDeepEqual(near, start);
+    await desk.page.keyboard.press("Shift+ArrowLeft");
+    assert.notDeepEqual(await pictureOf(desk), near);
+    await desk.page.keyboard.press("0");
+    assert.deepEqual(await pictureOf(desk), start);
+});
+
+test("KeysGoThroughTheModes", async () => {
+    const mode = () => desk.evaluate(`document.getElementById("mode").selectedIndex`);
+    assert.equal(await mode(), 0);
+    await desk.page.keyboard.press("a");
+    assert.equal(await mode(), 6);
+    await desk.page.keyboard.press("s");
+    await desk.page.keyboard.press("s");
+    assert.equal(await mode(), 1);
+    const plain = await pictureOf(desk);
+    await desk.page.keyboard.press("x");
+    assert.notDeepEqual(await pictureOf(desk), plain);
+    await desk.page.keyboard.press("a");
+});
+
+test("ThePhotographFitsATurnedWindow", async () => {
+    await desk.page.setViewportSize({ width: 120, height: 240 });
+    await pictureOf(desk);
+    const picture = await desk.picture();
+    // 4 : 3 in a width of 120 is 90 rows in the middle.
+    assert.ok(Math.max(...picture.at(60, 120)) > 40);
+    assert.ok(Math.max(...picture.at(60, 40)) < 20);
+    await desk.close();
 });
 
 test("AFreeSceneTurnsOn", async () => {
@@ -109,115 +130,70 @@ test("AFreeSceneTurnsOn", async () => {
     await page.close();
 });
 
-test("ZoomsIntoThePictureAndBack", async () => {
-    const page = await open();
-    const start = await pictureOf(page);
-    for (let i = 0; i < 5; ++i) await page.page.keyboard.press("+");
-    const near = await pictureOf(page);
-    assert.notDeepEqual(near, start);
-    await page.page.keyboard.press("Shift+ArrowLeft");
-    assert.notDeepEqual(await pictureOf(page), near);
-    await page.page.keyboard.press("0");
-    assert.deepEqual(await pictureOf(page), start);
+test("OnlyItselfIsLoaded", async () => {
+    /** @type {string[]} */
+    const asked = [];
+    /** @param {ViewerPage} page */
+    const prepare = ({ page }) => page.on("request", (request) => asked.push(request.url()));
+    const page = await open({ share: { poster: kPoster }, options: { locale: "de-DE" }, prepare });
+    const others = asked.filter((address) => !/^(data|blob):/.test(address));
+    assert.deepEqual(others, [await page.evaluate("location.href")]);
+    assert.equal(await page.evaluate("document.documentElement.lang"), "en");
     await page.close();
 });
 
-test("KeysGoThroughTheModes", async () => {
-    const page = await open();
-    const mode = () => page.evaluate(`document.getElementById("mode").selectedIndex`);
-    assert.equal(await mode(), 0);
-    await page.page.keyboard.press("a");
-    assert.equal(await mode(), 6);
-    await page.page.keyboard.press("s");
-    await page.page.keyboard.press("s");
-    assert.equal(await mode(), 1);
-    const plain = await pictureOf(page);
-    await page.page.keyboard.press("x");
-    assert.notDeepEqual(await pictureOf(page), plain);
-    await page.close();
-});
-
-test("SwaysUntilTheFirstTouch", async () => {
-    const page = await open({ options: { reducedMotion: "no-preference" } });
+test("MovesByItselfUntilTheFirstTouchAndThenWithThePhone", async () => {
+    const options = /** @type {const} */ ({ reducedMotion: "no-preference", hasTouch: true });
+    const page = await open({ options });
     const { frames } = await page.watch();
     await page.becomes(`watch.frames > ${frames} + 20`);
-    await page.page.mouse.move(10, 10);
-    await page.page.mouse.down();
-    await page.page.mouse.up();
+    await page.page.touchscreen.tap(10, 10);
     await page.becomes(kIsStill);
-    const stopped = (await page.watch()).frames;
-    await page.page.evaluate("new Promise((done) => window.displayFrame(() => done(null)))");
-    assert.equal((await page.watch()).frames, stopped);
-    await page.close();
-});
-
-test("StaysStillForThoseWhoWantNoMotion", async () => {
-    const page = await open();
-    await page.becomes(kIsStill);
+    const straight = await pictureOf(page);
+    const hold = (/** @type {number} */ gamma) => page.evaluate(`window.dispatchEvent(
+        new DeviceOrientationEvent("deviceorientation", { beta: 40, gamma: ${gamma} })), null`);
+    await hold(0);
+    await hold(12);
+    assert.notDeepEqual(await pictureOf(page), straight);
     await page.close();
 });
 
 test("TheBarFadesAndComesBack", async () => {
-    const page = await open();
+    const page = await open({ prepare: ({ page }) => page.clock.install() });
     const isFaded = `document.getElementById("bar").classList.contains("faded")`;
-    assert.equal(await page.evaluate(isFaded), false);
-    await page.becomes(isFaded);
-    await page.page.mouse.move(20, 20);
-    assert.equal(await page.evaluate(isFaded), false);
-    await page.becomes(isFaded);
+    for (const wake of [() => page.page.mouse.move(20, 20), () => page.page.keyboard.press("q")]) {
+        await page.page.clock.fastForward(5000);
+        assert.equal(await page.evaluate(isFaded), true);
+        await wake();
+        assert.equal(await page.evaluate(isFaded), false);
+    }
+    // What has the keyboard's focus stays to be seen.
+    await page.page.focus("#mode");
     await page.page.keyboard.press("Tab");
+    await page.page.clock.fastForward(5000);
     assert.equal(await page.evaluate(isFaded), false);
     await page.close();
 });
 
-for (const [language, bar, first] of /** @type {const} */ ([
-    ["ja", "表示", "カラーアナグリフ"],
-    ["en", "View", "Color Anaglyph"],
-])) {
-    test(`SpeaksTheBrowsersLanguage ${language}`, async () => {
-        const page = await open({ options: { locale: language === "ja" ? "ja-JP" : "de-DE" } });
-        assert.equal(await page.evaluate("document.documentElement.lang"), language);
-        const name = `document.getElementById("bar").getAttribute("aria-label")`;
-        assert.equal(await page.evaluate(name), bar);
-        assert.equal(await page.evaluate(`document.getElementById("mode").options[4].text`), first);
-        await page.close();
-    });
-}
-
-for (const [width, height] of /** @type {const} */ ([
-    [360, 640],
-    [640, 360],
-    [1280, 720],
-])) {
-    test(`TheBarFits ${width} x ${height}`, async () => {
-        const isPhone = width < 1000;
-        const page = await open({
-            size: { width, height },
-            options: { hasTouch: isPhone, isMobile: isPhone, locale: "ja-JP" },
-        });
-        await page.page.keyboard.press("s");
+test("APhonesFingersReachTheBar", async () => {
+    const options = { hasTouch: true, isMobile: true, locale: "ja-JP" };
+    const page = await open({ size: { width: 360, height: 640 }, options });
+    assert.equal(await page.evaluate("document.documentElement.lang"), "ja");
+    const third = `document.getElementById("mode").options[4].text`;
+    assert.equal(await page.evaluate(third), "カラーアナグリフ");
+    await page.page.keyboard.press("s");
+    for (const [width, height] of [[360, 640], [640, 360]]) {
+        await page.page.setViewportSize({ width, height });
         const problems = await page.evaluate(`
             Array.from(document.querySelectorAll("#bar button, #bar select, #bar input"))
-                .filter((e) => e.checkVisibility?.() ?? e.offsetParent)
-                .map((e) => [e.id, e.getBoundingClientRect()])
-                .filter(([, r]) => r.height < 44 || r.width < 44 || r.left < 0 || r.top < 0 ||
-                    r.right > innerWidth || r.bottom > innerHeight)
-                .map(([id, r]) => id + JSON.stringify(r))`);
-        assert.deepEqual(problems, []);
-        const wide = `document.documentElement.scrollWidth <= innerWidth`;
-        assert.equal(await page.evaluate(wide), true);
-        await page.close();
-    });
-}
-
-test("ThePhotographFitsATurnedWindow", async () => {
-    const page = await open();
-    await page.page.setViewportSize({ width: 120, height: 240 });
-    await pictureOf(page);
-    const picture = await page.picture();
-    // 4 : 3 in a width of 120 is 90 rows in the middle.
-    assert.ok(Math.max(...picture.at(60, 120)) > 40);
-    assert.ok(Math.max(...picture.at(60, 40)) < 20);
+                .filter((control) => control.offsetParent !== null)
+                .map((control) => [control.id, control.getBoundingClientRect()])
+                .filter(([, box]) => box.height < 44 || box.width < 44 || box.left < 0 ||
+                    box.top < 0 || box.right > innerWidth || box.bottom > innerHeight)
+                .map(([id]) => id)`);
+        assert.deepEqual(problems, [], `${width} x ${height}`);
+        assert.ok(await page.evaluate("document.documentElement.scrollWidth <= innerWidth"));
+    }
     await page.close();
 });
 
@@ -226,7 +202,8 @@ for (const [painter, before] of /** @type {const} */ ([
     ["Spark's", [keepContext, pretendCard]],
 ])) {
     test(`ALostContextSaysSoAndComesBack ${painter}`, async () => {
-        const page = await open({ before: [...before], share: { poster: kPoster } });
+        const share = { poster: kPoster };
+        const page = await open({ share, before: [...before], size: { width: 80, height: 60 } });
         const whole = await pictureOf(page);
         await page.evaluate(`(window.losing = context.getExtension("WEBGL_lose_context"),
             losing.loseContext(), null)`);
@@ -262,17 +239,5 @@ test("ADamagedSceneSaysSoBehindThePoster", async () => {
 test("APageThatWasCutShortSaysSo", async () => {
     const page = await open({ share: { facts: { length: 10_000_000 } } });
     assert.match(await textOf(page, "message"), /damaged or cut short/);
-    await page.close();
-});
-
-test("FollowsThePhoneALittle", async () => {
-    const page = await open({ options: { reducedMotion: "no-preference", hasTouch: true } });
-    await page.page.touchscreen.tap(160, 60);
-    const straight = await pictureOf(page);
-    const hold = (/** @type {number} */ gamma) => page.evaluate(`window.dispatchEvent(
-        new DeviceOrientationEvent("deviceorientation", { beta: 40, gamma: ${gamma} })), null`);
-    await hold(0);
-    await hold(12);
-    assert.notDeepEqual(await pictureOf(page), straight);
     await page.close();
 });

@@ -46,6 +46,7 @@ export const kIsDone = `document.getElementById("container")?.ariaBusy === "fals
  * without any pending, so it asks for several in a row.
  */
 export const kIsStill = `(() => {
-    const isQuiet = ${kIsDone} && watch.pending <= 1;
+    const fading = document.getElementById("bar").classList.contains("faded") ? 0 : 1;
+    const isQuiet = ${kIsDone} && watch.pending <= fading;
     return (window.quiet = isQuiet ? (window.quiet ?? 0) + 1 : 0) > 3 && !(window.quiet = 0);
 })()`;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 /**
- * Tells how a phone is held, where the browser tells it. Safari asks its user, and only from within
- * a touch, so the first one is when it is asked.
+ * Tells how a phone is held, where the browser tells it. Some ask their users, and only from within a
+ * touch, so the first one is when they are asked.
  * @param {(beta: number, gamma: number, screen: number) => void} onTilt degrees: front to back, left
  *     to right, and by how much the page is turned in the phone
  */
