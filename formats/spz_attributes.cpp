@@ -6,6 +6,8 @@
 #include <cmath>
 #include <stdexcept>
 
+#include "formats/half_float.h"
+
 namespace vistrel {
 namespace {
 
@@ -44,15 +46,6 @@ std::uint32_t LittleEndianAt(const std::byte* bytes, std::size_t size) {
 
 void PutLittleEndian(std::uint32_t value, std::size_t size, std::byte* bytes) {
     for (std::size_t k = 0; k < size; ++k) bytes[k] = static_cast<std::byte>(value >> 8 * k);
-}
-
-float FromHalf(std::uint32_t half) {
-    const float sign = (half & 0x8000U) != 0 ? -1.0F : 1.0F;
-    const int exponent = static_cast<int>(half >> 10 & 0x1FU);
-    const auto fraction = static_cast<float>(half & 0x3FFU);
-    if (exponent == 0) return sign * std::ldexp(fraction, -24);
-    if (exponent == 0x1F) return fraction == 0.0F ? sign * HUGE_VALF : NAN;
-    return sign * std::ldexp(fraction + 1024.0F, exponent - 25);
 }
 
 float PositionOf(const std::byte* bytes, float step) {
@@ -95,7 +88,8 @@ void DecodePositions(const SpzFacts& facts, const std::byte* from, std::size_t c
     for (std::size_t i = 0; i < count; ++i) {
         for (std::size_t k = 0; k < 3; ++k, from += bytes) {
             to.Put(kPositionRow + k, i,
-                   isHalf ? FromHalf(LittleEndianAt(from, 2)) : PositionOf(from, step));
+                   isHalf ? FloatOfHalf(static_cast<std::uint16_t>(LittleEndianAt(from, 2)))
+                          : PositionOf(from, step));
         }
     }
 }
