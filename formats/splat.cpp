@@ -63,8 +63,8 @@ SplatRecord RecordOf(const RawScene& scene, std::size_t place) {
     record.opacity = SplatByte(OpacityOfLogit(scene.Row(kOpacityRow)[place]));
     const std::array<double, 4> rotation = UnitRotation(scene, place);
     for (std::size_t k = 0; k < rotation.size(); ++k) {
-        const auto byte = static_cast<int>(rotation[k] * kRotationZero + kRotationZero + 0.5);
-        record.rotation[k] = static_cast<std::uint8_t>(std::min(byte, UINT8_MAX));
+        const auto byte = static_cast<float>(rotation[k]) * kRotationZero + kRotationZero;
+        record.rotation[k] = SplatByte(byte / UINT8_MAX);
     }
     return record;
 }
