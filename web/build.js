@@ -9,14 +9,12 @@ import { mkdir, readFile, writeFile } from "node:fs/promises";
 import { createRequire } from "node:module";
 import path from "node:path";
 import { fileURLToPath } from "node:url";
+import { refuseLongBlocks } from "./fzstd_text.js";
+import { kDelivery, kOldestBrowser, painterDelivery } from "./painter_delivery.js";
 import { withViewerPolicy } from "./policy.js";
-import { avoidReservedWord, readRecordsWithoutEval } from "./spark_text.js";
+import { avoidReservedWord, readPalettes, readRecordsWithoutEval } from "./spark_text.js";
 
-/** The oldest browser to run in, that of QtWebEngine 6.4. */
-const kTarget = "chrome102";
 const kSpark = "@sparkjsdev/spark";
-/** What Spark's file exports besides, for where it cannot draw itself. */
-const kDelivery = "softwarePainter";
 /** Files beside the page, by the name under which its sources import them. */
 const kBeside = new Map([
     ["three", "three"],
@@ -67,6 +65,16 @@ const lazyBesidePlugin = {
     },
 };
 
+/** @type {import("esbuild").Plugin} */
+const fzstdPlugin = {
+    name: "fzstd",
+    setup({ onLoad }) {
+        onLoad({ filter: /[\\/]fzstd[\\/].*\.mjs$/ }, async ({ path: file }) => ({
+            contents: refuseLongBlocks(await readFile(file, "utf8")),
+        }));
+    },
+};
+
 /**
  * @param {string} name of a file beside the page, as its sources import it
  * @returns {Promise<string[]>}
@@ -94,14 +102,14 @@ async function bundle(entry, plugins) {
         entryPoints: [path.join(source, entry)],
         bundle: true,
         format: "esm",
-        target: kTarget,
+        target: kOldestBrowser,
         sourcemap: withSourceMaps && "inline",
         legalComments: "inline",
         charset: "utf8",
         // The page is read at every start. Names stay, for what the console tells.
         minifyWhitespace: !withSourceMaps,
         write: false,
-        plugins,
+        plugins: [...plugins, fzstdPlugin],
     });
     return result.outputFiles[0].text;
 }
@@ -120,23 +128,9 @@ async function page() {
 /** @returns {Promise<string>} Spark without what keeps it from running everywhere, and the painter */
 async function spark() {
     const file = path.join(path.dirname(require.resolve("@sparkjsdev/spark")), "spark.module.js");
-    const text = readRecordsWithoutEval(avoidReservedWord(await readFile(file, "utf8")));
-    const delivery = { worker: await worker(), wasm: await readFile(painter, "base64") };
-    return `${text}\nexport const ${kDelivery} = ${JSON.stringify(delivery)};\n`;
-}
-
-/** @returns {Promise<string>} the text of a painter's worker */
-async function worker() {
-    const { outputFiles } = await build({
-        entryPoints: [path.join(source, "painter", "eye_worker.js")],
-        bundle: true,
-        minify: true,
-        format: "iife",
-        target: kTarget,
-        legalComments: "none",
-        write: false,
-    });
-    return outputFiles[0].text;
+    const text = readPalettes(readRecordsWithoutEval(avoidReservedWord(await readFile(file, "utf8"))));
+    return `${text}
+${await painterDelivery(painter)}`;
 }
 
 /**

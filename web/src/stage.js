@@ -6,6 +6,7 @@ import { EyePairEffect } from "./effects/eye_pair_effect.js";
 import { CpuPainter } from "./painter/cpu_painter.js";
 import { choosePainter, rendererName } from "./painter/painter_choice.js";
 import { SparkPainter } from "./painter/spark_painter.js";
+import { SceneError } from "./texts.js";
 
 /** @typedef {import("./effects/eye_pair_effect.js").StereoMode} StereoMode */
 /** @typedef {import("./view_settings.js").ViewSettings} ViewSettings */
@@ -17,9 +18,17 @@ import { SparkPainter } from "./painter/spark_painter.js";
  * @property {import("./painter/eye_pictures.js").Painter} painter
  * @property {(width: number, height: number, ratio: number) => void} setSize CSS pixels, and device
  *     pixels for one of them; may empty the canvas
+ * @property {Headset | null} headset what draws in one, where the graphics card does
  * @property {() => boolean} isLost whether the canvas cannot be drawn any more
  * @property {(settings: ViewSettings, mode: StereoMode) =>
  *     import("./effects/eye_pair_effect.js").Effect} createEffect
+ */
+
+/**
+ * What a headset's picture is made with.
+ * @typedef {object} Headset
+ * @property {WebGLRenderer} renderer
+ * @property {SparkPainter} painter
  */
 
 /**
@@ -34,12 +43,14 @@ import { SparkPainter } from "./painter/spark_painter.js";
  * @param {import("./painter/painter_choice.js").PainterName | null} wanted
  * @param {StageEvents} events
  * @returns {Stage}
+ * @throws {Error} when the wanted painter cannot work here
  */
 export function createStage(wanted, events) {
     const canvas = document.createElement("canvas");
     const context = canvas.getContext("webgl2"); // three.js would get the same
     const chosen = choosePainter(wanted, context && rendererName(context));
     if (context === null && chosen === "cpu") return createCanvasStage(events);
+    if (context === null) throw new SceneError("noGraphics", "There is no WebGL 2");
     const renderer = new WebGLRenderer({ antialias: true, canvas });
     const painter =
         chosen === "cpu"
@@ -48,6 +59,7 @@ export function createStage(wanted, events) {
     return {
         element: renderer.domElement,
         painter,
+        headset: painter instanceof SparkPainter ? { renderer, painter } : null,
         setSize(width, height, ratio) {
             renderer.setPixelRatio(ratio);
             renderer.setSize(width, height);
@@ -68,6 +80,7 @@ function createCanvasStage({ onPainted, onFailure }) {
     return {
         element: screen.element,
         painter,
+        headset: null,
         setSize(width, height, ratio) {
             screen.ratio = ratio;
             screen.setSize(width, height);

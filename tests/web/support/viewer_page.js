@@ -5,6 +5,7 @@ import path from "node:path";
 import { after } from "node:test";
 import { chromium } from "playwright-core";
 import { startCounting, stopCounting } from "../coverage/page_coverage.js";
+import { takeWebGLAway } from "./graphics.js";
 import { RestingPage } from "./resting_page.js";
 import { installWatch } from "./watch.js";
 
@@ -59,6 +60,7 @@ export async function startBrowser() {
  * @property {number} [scale] device pixels for a CSS pixel
  * @property {boolean} [touch]
  * @property {string} [saved] text of the saved view
+ * @property {string} [locale] of the browser; English when absent
  * @property {boolean} [withoutWebGL] as in a browser that has none
  */
 
@@ -96,6 +98,7 @@ class Browser {
             viewport: { width, height },
             deviceScaleFactor: scale,
             hasTouch: touch,
+            locale: options.locale ?? "en-US",
         });
         await context.addInitScript(installWatch);
         if (options.saved !== undefined) {
@@ -111,15 +114,18 @@ class Browser {
         await page.go(query);
         return page;
     }
-}
 
-/** Runs in the page before its own scripts. */
-function takeWebGLAway() {
-    const prototype = /** @type {any} */ (HTMLCanvasElement.prototype);
-    const { getContext } = prototype;
-    prototype.getContext = function (/** @type {string} */ kind, /** @type {any[]} */ ...rest) {
-        return kind.startsWith("webgl") ? null : getContext.call(this, kind, ...rest);
-    };
+    /**
+     * @param {string} script that runs before those of whatever the page loads
+     * @param {{ width: number, height: number }} size
+     * @param {import("playwright-core").BrowserContextOptions} [options]
+     * @returns {Promise<ViewerPage>} with nothing in it, and storage of its own
+     */
+    async prepare(script, size, options = {}) {
+        const context = await this.#instance.newContext({ viewport: size, ...options });
+        await context.addInitScript(script);
+        return new ViewerPage(await context.newPage());
+    }
 }
 
 /** The built page in Chromium. */

@@ -4,6 +4,7 @@ import { test } from "node:test";
 import {
     avoidReservedWord,
     createCompiledParserFn,
+    readPalettes,
     readRecordsWithoutEval,
 } from "../../../web/spark_text.js";
 
@@ -56,4 +57,16 @@ for (const littleEndian of [true, false]) {
 
 test("AnotherSparkIsNotChangedUnseen", () => {
     assert.throws(() => readRecordsWithoutEval("nothing is compiled here"), /0 and 0 places/);
+});
+
+test("PalettesOfEveryDegreeAreRead", () => {
+    const text = readPalettes("const col = (label & 63) * 15;");
+    const column = new Function("label", "useSH2", "useSH3", `${text} return col;`);
+    assert.equal(column(66, true, true), 30);
+    assert.equal(column(66, true, false), 16);
+    assert.equal(column(66, false, false), 6);
+});
+
+test("OtherPalettesAreRefused", () => {
+    assert.throws(() => readPalettes("(label & 63) * 16"), /0 places/);
 });

@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+/** What a page finds of graphics; each runs in the page before its own scripts. */
+
+/** No WebGL. */
+export function takeWebGLAway() {
+    const prototype = /** @type {any} */ (HTMLCanvasElement.prototype);
+    const { getContext } = prototype;
+    prototype.getContext = function (/** @type {string} */ kind, /** @type {any[]} */ ...rest) {
+        return kind.startsWith("webgl") ? null : getContext.call(this, kind, ...rest);
+    };
+}
+
+/** A graphics card, so that Spark paints. */
+export function pretendCard() {
+    const kUnmaskedRenderer = 0x9246;
+    const gl = WebGL2RenderingContext.prototype;
+    const { getParameter } = gl;
+    gl.getParameter = function (name) {
+        return name === kUnmaskedRenderer ? "A graphics card" : getParameter.call(this, name);
+    };
+}
+
+/** Keeps the canvas's context where a test finds it. */
+export function keepContext() {
+    const prototype = /** @type {any} */ (HTMLCanvasElement.prototype);
+    const { getContext } = prototype;
+    prototype.getContext = function (/** @type {string} */ kind, /** @type {any[]} */ ...rest) {
+        const context = getContext.call(this, kind, ...rest);
+        if (kind === "webgl2") /** @type {any} */ (window).context = context;
+        return context;
+    };
+}
