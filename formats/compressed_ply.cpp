@@ -10,12 +10,12 @@
 #include <vector>
 
 #include "base/workers.h"
-#include "formats/morton_order.h"
 #include "formats/packed_gaussian.h"
 #include "formats/ply_header.h"
 #include "formats/ply_values.h"
 #include "formats/record_writer.h"
 #include "formats/scene_values.h"
+#include "formats/space_order.h"
 
 namespace vistrel {
 namespace {
@@ -245,7 +245,7 @@ bool ReadCompressedPly(const SceneInput& input, SceneSink& sink) {
 }
 
 void WriteCompressedPly(const RawScene& scene, const SceneWriteOptions& options, ByteSink& sink) {
-    const std::vector<std::uint32_t> order = MortonOrder(scene);
+    const std::vector<std::uint32_t> order = SpaceOrder(scene);
     std::vector<ChunkRanges> ranges((scene.Count() + kPlyChunk - 1) / kPlyChunk);
     std::vector<PackedGaussian> packed(scene.Count());
     Workers(options.threads).Run(ranges.size(), [&](std::size_t chunk, int /*worker*/) {

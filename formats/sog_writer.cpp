@@ -129,7 +129,7 @@ struct PackedScene {
     const RawScene& scene;
     PictureSize size;
     std::array<Coordinates, 3> positions = {};
-    AlignedArray<std::uint32_t> order = {};  // Gaussian of each pixel
+    std::vector<std::uint32_t> order = {};  // Gaussian of each pixel
     std::optional<Codebook> scales = {};
     std::optional<Codebook> colors = {};
     std::optional<PackedHarmonics> harmonics = {};

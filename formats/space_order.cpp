@@ -1,62 +1,55 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "formats/space_order.h"
 
-#include <utility>
-#include <vector>
+#include <algorithm>
+
+#include "formats/place_order.h"
 
 namespace vistrel {
 namespace {
 
-struct CurvePlace {
-    std::uint64_t key = 0;  // how far along the curve
-    std::uint32_t place = 0;
-};
+constexpr int kStepBits = 21;  // three of them are in 64 bits
 
-constexpr std::uint64_t kDigits = 1 << 16;
-constexpr unsigned kDigitBits = 16;
-constexpr unsigned kKeyBits = 48;
-
-// Moves bit b to bit 3b.
-std::uint64_t SpacedOut(std::uint16_t number) {
-    std::uint64_t bits = number;
-    bits = (bits | (bits << 16U)) & 0x0000ff0000ffU;
-    bits = (bits | (bits << 8U)) & 0x00f00f00f00fU;
-    bits = (bits | (bits << 4U)) & 0x0c30c30c30c3U;
-    bits = (bits | (bits << 2U)) & 0x249249249249U;
-    return bits;
+// Moves bit b of the lowest 21 to bit 3b.
+std::uint64_t SpacedOut(std::uint64_t bits) {
+    bits = (bits | bits << 32) & 0x001F00000000FFFF;
+    bits = (bits | bits << 16) & 0x001F0000FF0000FF;
+    bits = (bits | bits << 8) & 0x100F00F00F00F00F;
+    bits = (bits | bits << 4) & 0x10C30C30C30C30C3;
+    return (bits | bits << 2) & 0x1249249249249249;
 }
 
-// Into `to`, by one digit of the key; equal ones keep their order.
-void SortByDigit(const AlignedArray<CurvePlace>& from, AlignedArray<CurvePlace>& to,
-                 unsigned shift) {
-    std::vector<std::size_t> starts(kDigits + 1);
-    const auto digit = [shift](const CurvePlace& item) {
-        return static_cast<std::size_t>((item.key >> shift) % kDigits);
-    };
-    for (std::size_t i = 0; i < from.size(); ++i) ++starts[digit(from[i]) + 1];
-    for (std::size_t i = 1; i < kDigits; ++i) starts[i] += starts[i - 1];
-    for (std::size_t i = 0; i < from.size(); ++i) to[starts[digit(from[i])]++] = from[i];
+void AddAxis(const float* values, int axis, std::vector<std::uint64_t>& keys) {
+    const auto [least, most] = std::minmax_element(values, values + keys.size());
+    const auto first = static_cast<double>(*least);
+    const double extent = static_cast<double>(*most) - first;
+    if (!(extent > 0.0)) return;
+    const double steps = static_cast<double>((1U << kStepBits) - 1U) / extent;
+    for (std::size_t i = 0; i < keys.size(); ++i) {
+        const double step = (static_cast<double>(values[i]) - first) * steps;
+        keys[i] |= SpacedOut(static_cast<std::uint64_t>(step)) << axis;
+    }
 }
 
 }  // namespace
 
-AlignedArray<std::uint32_t> SpaceOrder(
+std::vector<std::uint32_t> SpaceOrder(
     const std::array<std::span<const std::uint16_t>, 3>& coordinates) {
-    const std::size_t count = coordinates[0].size();
-    AlignedArray<CurvePlace> places(count);
-    for (std::size_t i = 0; i < count; ++i) {
-        places[i] = {.key = SpacedOut(coordinates[0][i]) | (SpacedOut(coordinates[1][i]) << 1U) |
-                            (SpacedOut(coordinates[2][i]) << 2U),
-                     .place = static_cast<std::uint32_t>(i)};
+    const auto& [x, y, z] = coordinates;
+    std::vector<std::uint64_t> keys(x.size());
+    for (std::size_t i = 0; i < keys.size(); ++i) {
+        keys[i] = SpacedOut(x[i]) | SpacedOut(y[i]) << 1 | SpacedOut(z[i]) << 2;
     }
-    AlignedArray<CurvePlace> other(count);
-    for (unsigned shift = 0; shift < kKeyBits; shift += kDigitBits) {
-        SortByDigit(places, other, shift);
-        std::swap(places, other);
+    return PlacesByKey(keys);
+}
+
+std::vector<std::uint32_t> SpaceOrder(const RawScene& scene) {
+    std::vector<std::uint64_t> keys(scene.Count());
+    if (keys.empty()) return {};
+    for (int axis = 0; axis < 3; ++axis) {
+        AddAxis(scene.Row(kPositionRow + static_cast<std::size_t>(axis)), axis, keys);
     }
-    AlignedArray<std::uint32_t> order(count);
-    for (std::size_t i = 0; i < count; ++i) order[i] = places[i].place;
-    return order;
+    return PlacesByKey(keys);
 }
 
 }  // namespace vistrel

@@ -12,9 +12,9 @@
 #include <string>
 #include <vector>
 
-#include "formats/morton_order.h"
 #include "formats/packed_gaussian.h"
 #include "formats/scene_values.h"
+#include "formats/space_order.h"
 #include "tests/formats/scene_files.h"
 
 namespace vistrel {
@@ -157,7 +157,7 @@ TEST(CompressedPly, ScenesAreReadBackWithinHalfAStepOfTheirChunks) {
         const RawScene again = ReadCompressed(test::FileOf(WriteCompressedPly, scene));
         ASSERT_EQ(again.Count(), scene.Count());
         ASSERT_EQ(again.Degree(), degree);
-        const std::vector<std::uint32_t> order = MortonOrder(scene);
+        const std::vector<std::uint32_t> order = SpaceOrder(scene);
         for (std::size_t row = 0; row < kRotationRow; ++row) {
             if (row == kOpacityRow) continue;
             const float* const before = scene.Row(row);
@@ -181,7 +181,7 @@ TEST(CompressedPly, ScenesAreReadBackWithinHalfAStepOfTheirChunks) {
 TEST(CompressedPly, OpacitiesRotationsAndHarmonicsAreReadBackWithinTheirSteps) {
     const RawScene scene = test::VariedScene(1000, 2);
     const RawScene again = ReadCompressed(test::FileOf(WriteCompressedPly, scene));
-    const std::vector<std::uint32_t> order = MortonOrder(scene);
+    const std::vector<std::uint32_t> order = SpaceOrder(scene);
     for (std::size_t i = 0; i < order.size(); ++i) {
         EXPECT_NEAR(OpacityOfLogit(again.Row(kOpacityRow)[i]),
                     OpacityOfLogit(scene.Row(kOpacityRow)[order[i]]), 0.5F / 255 + 1e-6F);
@@ -249,7 +249,7 @@ TEST(CompressedPly, MoreGaussiansThanThereIsMemoryAreRefused) {
               "");
 }
 
-TEST(MortonOrder, NeighboursInSpaceComeTogether) {
+TEST(SpaceOrder, NeighboursInSpaceComeTogether) {
     RawScene scene({8, 0, {}});
     // The corners of a cube, which is taller than wide, from the last one to the first.
     for (std::size_t i = 0; i < 8; ++i) {
@@ -258,14 +258,14 @@ TEST(MortonOrder, NeighboursInSpaceComeTogether) {
         scene.Row(kPositionRow + 1)[i] = (corner & 2U) != 0 ? 100.0F : 0.0F;
         scene.Row(kPositionRow + 2)[i] = (corner & 4U) != 0 ? 3.0F : 2.0F;
     }
-    EXPECT_EQ(MortonOrder(scene), (std::vector<std::uint32_t>{7, 6, 5, 4, 3, 2, 1, 0}));
+    EXPECT_EQ(SpaceOrder(scene), (std::vector<std::uint32_t>{7, 6, 5, 4, 3, 2, 1, 0}));
 }
 
-TEST(MortonOrder, PlacesThatAreEqualKeepTheirOrder) {
+TEST(SpaceOrder, PlacesThatAreEqualKeepTheirOrder) {
     RawScene scene({5, 0, {}});
     for (std::size_t row = 0; row < 3; ++row) std::fill_n(scene.Row(row), 5, 1.0F);
-    EXPECT_EQ(MortonOrder(scene), (std::vector<std::uint32_t>{0, 1, 2, 3, 4}));
-    EXPECT_TRUE(MortonOrder(RawScene(SceneFacts{})).empty());
+    EXPECT_EQ(SpaceOrder(scene), (std::vector<std::uint32_t>{0, 1, 2, 3, 4}));
+    EXPECT_TRUE(SpaceOrder(RawScene(SceneFacts{})).empty());
 }
 
 }  // namespace
