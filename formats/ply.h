@@ -28,7 +28,7 @@
 
 namespace vistrel {
 
-// See SceneReader and SceneWriter in formats/scene_io.h. Reading takes some 300 KiB for each
+// See SceneReader and SceneWriter in formats/scene_io.h. Reading takes about 1 MiB for each
 // thread beside the sink.
 [[nodiscard]] bool ReadPly(const SceneInput& input, SceneSink& sink);
 void WritePly(const RawScene& scene, const SceneWriteOptions& options, ByteSink& sink);

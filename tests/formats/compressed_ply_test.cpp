@@ -153,7 +153,7 @@ float HalfStep(std::size_t row, float extent) {
 
 TEST(CompressedPly, ScenesAreReadBackWithinHalfAStepOfTheirChunks) {
     for (int degree = 0; degree <= kMostHarmonicsDegree; ++degree) {
-        const RawScene scene = test::VariedScene(3 * kPlyChunk + 17, degree);
+        const RawScene scene = test::VariedScene(kScenePiece + kPlyChunk + 17, degree);
         const RawScene again = ReadCompressed(test::FileOf(WriteCompressedPly, scene));
         ASSERT_EQ(again.Count(), scene.Count());
         ASSERT_EQ(again.Degree(), degree);
