@@ -127,6 +127,9 @@ for (const painter of /** @type {const} */ (["gpu", "cpu"])) {
         const bad = await browser.file("bad.ply", "ply, but no more than that");
         await page.call("FileFromNative", bad);
         assert.equal(page.reports.length, 1);
+        const told = await page.evaluate("document.getElementById('failure').textContent");
+        assert.match(told, /^“bad.ply” cannot be shown.\nIt is damaged/);
+        await page.evaluate("document.getElementById('failure').style.opacity = 0, null");
         assert.equal(centreOf(await page.picture(), 0).sum, 0);
         await page.call("FileFromNative", good);
         assertPoints(await page.picture());
