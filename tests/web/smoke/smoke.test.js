@@ -7,7 +7,8 @@ import assert from "node:assert/strict";
 import { test } from "node:test";
 import { centreOf, pixelOf } from "../support/prediction.js";
 import { startQt } from "../support/qt_page.js";
-import { ksplatFile, plyFile, splatFile, spzFile } from "../support/splat_files.js";
+import { sogFile } from "../support/sog_files.js";
+import { ksplatFile, plyFile, spz4File, splatFile, spzFile } from "../support/splat_files.js";
 import {
     alternating,
     assertPicture,
@@ -65,6 +66,8 @@ for (const painter of /** @type {const} */ (["gpu", "cpu"])) {
             ["a.splat", splatFile(kGaussians)],
             ["a.spz", spzFile(kGaussians)],
             ["a.ksplat", ksplatFile(kGaussians)],
+            ["a4.spz", spz4File(kGaussians)],
+            ["a.sog", sogFile(kGaussians)],
         ]);
         for (const [name, bytes] of files) {
             const file = await browser.file(name, bytes);
