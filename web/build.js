@@ -11,7 +11,12 @@ import path from "node:path";
 import { fileURLToPath } from "node:url";
 import { refuseLongBlocks } from "./fzstd_text.js";
 import { withViewerPolicy } from "./policy.js";
-import { avoidReservedWord, readPalettes, readRecordsWithoutEval } from "./spark_text.js";
+import {
+    avoidReservedWord,
+    decodeWithoutWebGL,
+    readPalettes,
+    readRecordsWithoutEval,
+} from "./spark_text.js";
 
 /** The oldest browser to run in, that of QtWebEngine 6.4. */
 const kTarget = "chrome102";
@@ -131,7 +136,9 @@ async function page() {
 /** @returns {Promise<string>} Spark without what keeps it from running everywhere, and the painter */
 async function spark() {
     const file = path.join(path.dirname(require.resolve("@sparkjsdev/spark")), "spark.module.js");
-    const text = readPalettes(readRecordsWithoutEval(avoidReservedWord(await readFile(file, "utf8"))));
+    const changes = [avoidReservedWord, readRecordsWithoutEval, readPalettes, decodeWithoutWebGL];
+    const original = await readFile(file, "utf8");
+    const text = changes.reduce((changed, change) => change(changed), original);
     const delivery = { worker: await worker(), wasm: await readFile(painter, "base64") };
     return `${text}\nexport const ${kDelivery} = ${JSON.stringify(delivery)};\n`;
 }

@@ -27,20 +27,24 @@ const kArguments = [
 /** Longest time that a page may take to load on a machine that is busy, milliseconds. */
 const kLoadLimit = 120_000;
 
-/** @returns {Promise<import("playwright-core").Browser>} for the caller to close */
-export function launchChromium() {
+/**
+ * @param {string[]} [more] arguments
+ * @returns {Promise<import("playwright-core").Browser>} for the caller to close
+ */
+export function launchChromium(more = []) {
     return chromium.launch({
         executablePath: process.env.VISTREL_CHROMIUM ?? "/usr/bin/chromium",
-        args: kArguments,
+        args: [...kArguments, ...more],
     });
 }
 
 /**
  * One browser for the tests of a file, closed after them.
+ * @param {string[]} [more] arguments
  * @returns {Promise<Browser>}
  */
-export async function startBrowser() {
-    const instance = await launchChromium();
+export async function startBrowser(more) {
+    const instance = await launchChromium(more);
     const folder = await mkdtemp(path.join(tmpdir(), "viewer-"));
     after(async () => {
         const pages = instance.contexts().flatMap((context) => context.pages());
