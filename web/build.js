@@ -4,7 +4,7 @@
  * exactly the files that the program carries; they work side by side from file:// without a server.
  * PAINTER is the WebAssembly of the painter for machines without a graphics card.
  */
-import { build } from "esbuild";
+import { build, transform } from "esbuild";
 import { mkdir, readFile, writeFile } from "node:fs/promises";
 import { createRequire } from "node:module";
 import path from "node:path";
@@ -77,9 +77,10 @@ const lazyBesidePlugin = {
 const fzstdPlugin = {
     name: "fzstd",
     setup({ onLoad }) {
-        onLoad({ filter: /[\\/]fzstd[\\/].*\.mjs$/ }, async ({ path: file }) => ({
-            contents: refuseLongBlocks(await readFile(file, "utf8")),
-        }));
+        onLoad({ filter: /[\\/]fzstd[\\/].*\.mjs$/ }, async ({ path: file }) => {
+            const text = refuseLongBlocks(await readFile(file, "utf8"));
+            return { contents: (await transform(text, { minify: true, target: kTarget })).code };
+        });
     },
 };
 

@@ -76,10 +76,11 @@ for (const [name, bytes] of kFormats) {
 }
 
 test("PicturesOfSogAreDecodedWithoutWebGL", async () => {
-    const plain = await startBrowser(["--disable-3d-apis"]);
-    const file = await plain.file("a.sog", sogFile(kGaussians));
-    const page = await plain.open({ query: `${kQuery}&openFile=${file}` });
-    assert.equal(await page.evaluate("new OffscreenCanvas(1, 1).getContext('webgl2')"), null);
+    const file = await browser.file("plain.sog", sogFile(kGaussians));
+    const page = await browser.open({
+        query: `${kQuery}&openFile=${file}`,
+        withoutWebGL: true,
+    });
     assert.deepEqual(page.reports, []);
     assertShown(await page.picture());
     await page.close();

@@ -27,24 +27,20 @@ const kArguments = [
 /** Longest time that a page may take to load on a machine that is busy, milliseconds. */
 const kLoadLimit = 120_000;
 
-/**
- * @param {string[]} [more] arguments
- * @returns {Promise<import("playwright-core").Browser>} for the caller to close
- */
-export function launchChromium(more = []) {
+/** @returns {Promise<import("playwright-core").Browser>} for the caller to close */
+export function launchChromium() {
     return chromium.launch({
         executablePath: process.env.VISTREL_CHROMIUM ?? "/usr/bin/chromium",
-        args: [...kArguments, ...more],
+        args: kArguments,
     });
 }
 
 /**
  * One browser for the tests of a file, closed after them.
- * @param {string[]} [more] arguments
  * @returns {Promise<Browser>}
  */
-export async function startBrowser(more) {
-    const instance = await launchChromium(more);
+export async function startBrowser() {
+    const instance = await launchChromium();
     const folder = await mkdtemp(path.join(tmpdir(), "viewer-"));
     after(async () => {
         const pages = instance.contexts().flatMap((context) => context.pages());
@@ -121,10 +117,25 @@ class Browser {
 
 /** Runs in the page before its own scripts. */
 function takeWebGLAway() {
-    const prototype = /** @type {any} */ (HTMLCanvasElement.prototype);
-    const { getContext } = prototype;
-    prototype.getContext = function (/** @type {string} */ kind, /** @type {any[]} */ ...rest) {
-        return kind.startsWith("webgl") ? null : getContext.call(this, kind, ...rest);
+    const take = (/** @type {any} */ prototype) => {
+        const { getContext } = prototype;
+        prototype.getContext = function (/** @type {string} */ kind, /** @type {any[]} */ ...rest) {
+            return kind.startsWith("webgl") ? null : getContext.call(this, kind, ...rest);
+        };
+    };
+    take(HTMLCanvasElement.prototype);
+    // Workers, whose texts the page puts together, have canvases of their own.
+    const Plain = window.Blob;
+    window.Blob = class extends Plain {
+        /**
+         * @param {BlobPart[]} [parts]
+         * @param {BlobPropertyBag} [options]
+         */
+        constructor(parts = [], options) {
+            const isWorker = options?.type?.startsWith("text/javascript");
+            const before = isWorker ? [`(${take})(OffscreenCanvas.prototype);`] : [];
+            super([...before, ...parts], options);
+        }
     };
 }
 
