@@ -10,12 +10,12 @@
 #include <vector>
 
 #include "base/workers.h"
+#include "formats/morton_order.h"
 #include "formats/packed_gaussian.h"
 #include "formats/ply_header.h"
 #include "formats/ply_values.h"
 #include "formats/record_writer.h"
 #include "formats/scene_values.h"
-#include "formats/morton_order.h"
 
 namespace vistrel {
 namespace {

@@ -4,7 +4,7 @@
  * exactly the files that the program carries; they work side by side from file:// without a server.
  * PAINTER is the WebAssembly of the painter for machines without a graphics card.
  */
-import { build } from "esbuild";
+import { build, transform } from "esbuild";
 import { mkdir, readFile, writeFile } from "node:fs/promises";
 import { createRequire } from "node:module";
 import path from "node:path";
@@ -12,7 +12,12 @@ import { fileURLToPath } from "node:url";
 import { refuseLongBlocks } from "./fzstd_text.js";
 import { kDelivery, kOldestBrowser, painterDelivery } from "./painter_delivery.js";
 import { withViewerPolicy } from "./policy.js";
-import { avoidReservedWord, readPalettes, readRecordsWithoutEval } from "./spark_text.js";
+import {
+    avoidReservedWord,
+    decodeWithoutWebGL,
+    readPalettes,
+    readRecordsWithoutEval,
+} from "./spark_text.js";
 
 const kSpark = "@sparkjsdev/spark";
 /** Files beside the page, by the name under which its sources import them. */
@@ -69,9 +74,10 @@ const lazyBesidePlugin = {
 const fzstdPlugin = {
     name: "fzstd",
     setup({ onLoad }) {
-        onLoad({ filter: /[\\/]fzstd[\\/].*\.mjs$/ }, async ({ path: file }) => ({
-            contents: refuseLongBlocks(await readFile(file, "utf8")),
-        }));
+        onLoad({ filter: /[\\/]fzstd[\\/].*\.mjs$/ }, async ({ path: file }) => {
+            const text = refuseLongBlocks(await readFile(file, "utf8"));
+            return { contents: (await transform(text, { minify: true, target: kTarget })).code };
+        });
     },
 };
 
@@ -128,9 +134,10 @@ async function page() {
 /** @returns {Promise<string>} Spark without what keeps it from running everywhere, and the painter */
 async function spark() {
     const file = path.join(path.dirname(require.resolve("@sparkjsdev/spark")), "spark.module.js");
-    const text = readPalettes(readRecordsWithoutEval(avoidReservedWord(await readFile(file, "utf8"))));
-    return `${text}
-${await painterDelivery(painter)}`;
+    const changes = [avoidReservedWord, readRecordsWithoutEval, readPalettes, decodeWithoutWebGL];
+    const original = await readFile(file, "utf8");
+    const text = changes.reduce((changed, change) => change(changed), original);
+    return `${text}\n${await painterDelivery(painter)}`;
 }
 
 /**

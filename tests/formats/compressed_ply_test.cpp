@@ -12,9 +12,9 @@
 #include <string>
 #include <vector>
 
+#include "formats/morton_order.h"
 #include "formats/packed_gaussian.h"
 #include "formats/scene_values.h"
-#include "formats/morton_order.h"
 #include "tests/formats/scene_files.h"
 
 namespace vistrel {
