@@ -79,7 +79,7 @@ test("TurningOpensNoGapWiderThanTheWidest", () => {
 });
 
 test("AFlatSceneTurnsAsFarAsAny", () => {
-    assertClose(limitsOf({ nearest: 4, middle: 4, farthest: 4 }).turn, 0.2);
+    assertClose(limitsOf({ nearest: 4, middle: 4, farthest: 4 }).turn, 0.15);
 });
 
 test("ASceneThatBeginsAtTheEyeStillTurnsALittle", () => {
