@@ -2,15 +2,12 @@
 // The ways in which the viewer page shows the two views of a scene.
 #pragma once
 
-#include <array>
-#include <cstddef>
 #include <cstdint>
-#include <string_view>
 
 namespace vistrel {
 
-// The number is the mode's in the settings, in the lists of the window, on command lines and in the
-// page. Numbers that come from outside are not checked: one that is no mode's selects nothing.
+// The number is the mode's in the settings, in the lists of the window and in the page. Numbers
+// that come from outside are not checked: one that is no mode's selects nothing.
 enum class StereoMode : std::int32_t {
     SideBySide = 0,
     LrRl = 1,
@@ -22,10 +19,5 @@ enum class StereoMode : std::int32_t {
 };
 
 inline constexpr std::int32_t kStereoModeCount = static_cast<std::int32_t>(StereoMode::Count);
-
-// What command lines call each mode.
-inline constexpr std::array<std::string_view, kStereoModeCount> kStereoModeNames = {
-    "side by side", "LR/RL", "Dubois", "color anaglyph", "gray anaglyph", "interlaced"};
-static_assert(!kStereoModeNames.back().empty(), "every mode has a name");
 
 }  // namespace vistrel

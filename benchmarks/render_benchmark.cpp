@@ -16,8 +16,9 @@
 
 #include "benchmarks/interleaved.h"
 #include "benchmarks/raw_write.h"
+#include "formats/scene_formats.h"
 #include "render/picture.h"
-#include "render/scene_ply.h"
+#include "render/scene_packing.h"
 #include "render/splat_renderer.h"
 #include "tests/support/plain_splat_drawing.h"
 #include "tests/support/splat_scene_bytes.h"
@@ -112,7 +113,8 @@ void SceneReading(benchmark::State& state) {
     Rounds toNewMemory;
     Rounds toUsedMemory;
     for (auto _ : state) {
-        const double scene = Seconds([&] { benchmark::DoNotOptimize(ReadScenePly(path, 1)); });
+        PackingSink sink;
+        const double scene = Seconds([&] { ReadSceneFile(path, sink, SpzFrame::AsPly, 1); });
         const double again = Seconds([&] { ReadRaw(path, used); });
         const double fresh = Seconds([&] {
             const auto memory = std::make_unique_for_overwrite<char[]>(bytes.size());

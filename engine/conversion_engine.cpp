@@ -52,8 +52,11 @@ void CreateOutputFolder(const std::wstring& outputPath) {
     if (code) throw CreateDirectoriesError(folder, code);
 }
 
-ConversionEngine::ConversionEngine(ProviderList providers, PhotographReader reader)
-    : providers_(std::move(providers)), reader_(std::move(reader)) {
+ConversionEngine::ConversionEngine(ProviderList providers, PhotographReader reader,
+                                   GaussianWriter writer)
+    : providers_(std::move(providers)),
+      reader_(std::move(reader)),
+      writer_(writer ? std::move(writer) : WriteSplatPly) {
     GiveBackLargeBuffers();
 }
 
@@ -78,8 +81,8 @@ void ConversionEngine::Convert(const ConversionJob& job,
     UnprojectGaussians(gaussians, image.focalPx, image.width, image.height, kNetworkSide);
 
     report(L"Saving PLY\u2026");
-    WriteSplatPly(gaussians, job.outputPath, image.focalPx, static_cast<std::uint32_t>(image.width),
-                  static_cast<std::uint32_t>(image.height), job.keepRatio);
+    writer_(gaussians, job.outputPath, image.focalPx, static_cast<std::uint32_t>(image.width),
+            static_cast<std::uint32_t>(image.height), job.keepRatio);
 }
 
 bool ConversionEngine::Run(const ConversionJob& job, const ConversionCallbacks& callbacks) const {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// One photograph in, one splat PLY out.
+// One photograph in, one scene out.
 #pragma once
 
 #include <atomic>
@@ -8,6 +8,7 @@
 #include <string>
 
 #include "engine/execution_provider.h"
+#include "engine/gaussian_writer.h"
 #include "engine/photograph.h"
 #include "engine/sharp_inference.h"
 
@@ -22,13 +23,14 @@ void CreateOutputFolder(const std::wstring& outputPath);
 struct ConversionJob {
     std::wstring modelPath;   // the network's ONNX file
     std::wstring inputPath;   // the photograph
-    std::wstring outputPath;  // the splat PLY
+    std::wstring outputPath;  // the scene
     float keepRatio = 1.0F;   // share of the Gaussians to keep, 0 to 1
     ExecutionProvider provider = ExecutionProvider::Cpu;
 };
 
-// The stage, counted from 1, that opens the network and runs it.
+// Stages, counted from 1: the one that opens the network and runs it, and the last one.
 inline constexpr int kNetworkStage = 2;
+inline constexpr int kSavingStage = 4;
 
 // Whom one run reports to, on the thread that converts. Each may be empty.
 struct ConversionCallbacks {
@@ -49,11 +51,11 @@ class ConversionEngine {
   public:
     // `providers` tells the session which execution providers there are; it is called on the
     // threads that convert, maybe on several at a time. `reader` takes the place of the engine's
-    // own reading of photographs, which is LoadAndPreprocess by the EXIF orientation. The first
-    // engine sets, for the whole process, that the memory of large buffers goes back to the system
-    // when they are freed.
+    // own reading of photographs, which is LoadAndPreprocess by the EXIF orientation, and `writer`
+    // that of WriteSplatPly. The first engine sets, for the whole process, that the memory of large
+    // buffers goes back to the system when they are freed.
     explicit ConversionEngine(ProviderList providers = AvailableExecutionProviders,
-                              PhotographReader reader = {});
+                              PhotographReader reader = {}, GaussianWriter writer = {});
 
     // Atomic. True while a run of StartAsync goes on; a synchronous Run neither reads nor sets it.
     // Stays true when StartAsync could not create the output folder.
@@ -79,6 +81,7 @@ class ConversionEngine {
 
     const ProviderList providers_;
     const PhotographReader reader_;  // may be empty
+    const GaussianWriter writer_;
 };
 
 }  // namespace vistrel

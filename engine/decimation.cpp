@@ -5,7 +5,7 @@
 #include <cmath>
 #include <cstddef>
 
-#include "engine/key_histogram.h"
+#include "base/key_histogram.h"
 
 namespace vistrel {
 namespace {

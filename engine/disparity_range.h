@@ -6,7 +6,7 @@
 #include <optional>
 #include <span>
 
-#include "engine/key_histogram.h"
+#include "base/key_histogram.h"
 
 namespace vistrel {
 

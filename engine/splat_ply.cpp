@@ -19,7 +19,6 @@
 #include "base/text_encoding.h"
 #include "engine/decimation.h"
 #include "engine/disparity_range.h"
-#include "engine/splat_encoding.h"
 #include "engine/splat_ply_format.h"
 
 namespace vistrel {
@@ -77,7 +76,9 @@ class RecordBuilder {
     std::span<const float> Build(std::size_t first, std::size_t count, std::byte* records) {
         std::array<const float*, kVertexGroups.size()> values{};
         for (std::size_t g = 0; g < kVertexGroups.size(); ++g) {
-            values[g] = Encoded(kVertexGroups[g], first, count, scratch_[g].data()).data();
+            float* const scratch = scratch_[g].data();
+            const auto linear = selection_.Values(kVertexGroups[g], first, count, scratch);
+            values[g] = EncodedValues(kVertexGroups[g].encoding, linear, scratch).data();
         }
         Interleave(values, count, records, std::make_index_sequence<kVertexGroups.size()>());
         return {values.front(), count * kMeans.components};
@@ -85,26 +86,6 @@ class RecordBuilder {
 
   private:
     using Scratch = std::array<float, kBlockRecords * 4>;
-
-    std::span<const float> Encoded(const VertexGroup& group, std::size_t first, std::size_t count,
-                                   float* scratch) const {
-        const std::span<const float> linear = selection_.Values(group, first, count, scratch);
-        const std::span<float> encoded(scratch, linear.size());
-        switch (group.encoding) {
-            case Encoding::SameBits:
-                return linear;
-            case Encoding::Color:
-                EncodeColors(linear, encoded);
-                break;
-            case Encoding::Opacity:
-                EncodeOpacities(linear, encoded);
-                break;
-            case Encoding::Scale:
-                EncodeScales(linear, encoded);
-                break;
-        }
-        return encoded;
-    }
 
     // The sizes are known when this is compiled, so that each copy is a move or two.
     template <std::size_t... kGroup>

@@ -4,6 +4,8 @@
 #include <bit>
 #include <string_view>
 
+#include "engine/splat_encoding.h"
+
 namespace vistrel {
 namespace {
 
@@ -94,6 +96,25 @@ class HeaderText {
 };
 
 }  // namespace
+
+std::span<const float> EncodedValues(Encoding encoding, std::span<const float> linear,
+                                     float* scratch) {
+    const std::span<float> encoded(scratch, linear.size());
+    switch (encoding) {
+        case Encoding::SameBits:
+            return linear;
+        case Encoding::Color:
+            EncodeColors(linear, encoded);
+            break;
+        case Encoding::Opacity:
+            EncodeOpacities(linear, encoded);
+            break;
+        case Encoding::Scale:
+            EncodeScales(linear, encoded);
+            break;
+    }
+    return encoded;
+}
 
 std::string SplatPlyHeader(std::int32_t vertexCount) {
     HeaderText text;

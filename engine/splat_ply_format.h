@@ -7,6 +7,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 
 #include "engine/disparity_range.h"
@@ -21,6 +22,10 @@ enum class Encoding {
     Opacity,  // logit
     Scale     // natural logarithm
 };
+
+// The stored values: `linear` itself, or as many in `scratch`. Any thread.
+[[nodiscard]] std::span<const float> EncodedValues(Encoding encoding, std::span<const float> linear,
+                                                   float* scratch);
 
 // Neighbouring properties of a vertex that come from one attribute; all are 32-bit floats.
 struct VertexGroup {
@@ -58,7 +63,7 @@ struct SplatCamera {
 // From "ply" to "end_header" with its line feed.
 [[nodiscard]] std::string SplatPlyHeader(std::int32_t vertexCount);
 
-// The bytes of the elements behind the vertices. Both functions may be called from any thread.
+// The bytes of the elements behind the vertices. Any thread, like the function above.
 [[nodiscard]] std::string SplatPlyCamera(const SplatCamera& camera);
 
 }  // namespace vistrel

@@ -5,26 +5,30 @@
 #include <array>
 #include <charconv>
 #include <limits>
-#include <optional>
+#include <span>
 #include <stdexcept>
+
+#include "formats/ply_values.h"
 
 namespace vistrel {
 namespace {
 
-struct NamedType {
+struct NamedPlyType {
     std::string_view name;
-    std::size_t bytes;
+    PlyType type;
 };
-constexpr std::array kTypes = {
-    NamedType{"char", 1},   NamedType{"int8", 1},    NamedType{"uchar", 1},
-    NamedType{"uint8", 1},  NamedType{"short", 2},   NamedType{"int16", 2},
-    NamedType{"ushort", 2}, NamedType{"uint16", 2},  NamedType{"int", 4},
-    NamedType{"int32", 4},  NamedType{"uint", 4},    NamedType{"uint32", 4},
-    NamedType{"float", 4},  NamedType{"float32", 4}, NamedType{"double", 8},
-    NamedType{"float64", 8}};
+constexpr std::array kPlyTypes = {
+    NamedPlyType{"char", PlyType::Int8},     NamedPlyType{"int8", PlyType::Int8},
+    NamedPlyType{"uchar", PlyType::UInt8},   NamedPlyType{"uint8", PlyType::UInt8},
+    NamedPlyType{"short", PlyType::Int16},   NamedPlyType{"int16", PlyType::Int16},
+    NamedPlyType{"ushort", PlyType::UInt16}, NamedPlyType{"uint16", PlyType::UInt16},
+    NamedPlyType{"int", PlyType::Int32},     NamedPlyType{"int32", PlyType::Int32},
+    NamedPlyType{"uint", PlyType::UInt32},   NamedPlyType{"uint32", PlyType::UInt32},
+    NamedPlyType{"float", PlyType::Float},   NamedPlyType{"float32", PlyType::Float},
+    NamedPlyType{"double", PlyType::Double}, NamedPlyType{"float64", PlyType::Double}};
 
-[[noreturn]] void Refuse(const std::string& reason) {
-    throw std::runtime_error("not a PLY file of Gaussians: " + reason);
+[[noreturn]] void RefusePly(const std::string& reason) {
+    throw std::runtime_error("its PLY header " + reason);
 }
 
 // The next word of `line`, which loses it; empty at its end.
@@ -37,13 +41,13 @@ std::string_view TakeWord(std::string_view& line) {
 }
 
 // Takes the lines of a header one after the other.
-class Lines {
+class PlyLines {
   public:
-    explicit Lines(std::string_view text) : text_(text) {}
+    explicit PlyLines(std::string_view text) : text_(text) {}
 
     [[nodiscard]] std::string_view Next() {
         const std::size_t end = text_.find('\n', position_);
-        if (end == text_.npos) Refuse("the header has no end");
+        if (end == text_.npos) RefusePly("has no end");
         std::string_view line = text_.substr(position_, end - position_);
         if (line.ends_with('\r')) line.remove_suffix(1);
         position_ = end + 1;
@@ -56,7 +60,19 @@ class Lines {
     std::size_t position_ = 0;
 };
 
-PlyElement ParseElement(std::string_view line) {
+// Whether the numbers are big-endian.
+bool ParseByteOrder(std::string_view line) {
+    const std::string_view format = TakeWord(line);
+    if (format == "ascii") {
+        throw std::runtime_error("it is a PLY file of text, and only binary ones are read");
+    }
+    if (format != "binary_little_endian" && format != "binary_big_endian") {
+        RefusePly("tells a format that is not known");
+    }
+    return format == "binary_big_endian";
+}
+
+PlyElement ParsePlyElement(std::string_view line) {
     PlyElement element;
     element.name = TakeWord(line);
     const std::string_view digits = TakeWord(line);
@@ -64,53 +80,150 @@ PlyElement ParseElement(std::string_view line) {
     const auto [end, error] = std::from_chars(digits.data(), last, element.count);
     const bool isCount = error == std::errc() && end == last &&
                          element.count <= std::numeric_limits<std::uint32_t>::max();
-    if (!isCount || element.name.empty()) Refuse("the number of an element is not usable");
+    if (!isCount || element.name.empty()) RefusePly("has an element without a usable number");
     return element;
 }
 
-void AddProperty(std::string_view line, PlyElement& element) {
-    const std::string_view type = TakeWord(line);
-    if (type == "list") {
-        element.hasLists = true;
-        return;
-    }
-    const auto* const known = std::ranges::find(kTypes, type, &NamedType::name);
-    if (known == kTypes.end()) Refuse("a property has a type that is not known");
-    const bool isFloat = type == "float" || type == "float32";
-    element.properties.push_back(
-        {std::string(TakeWord(line)), isFloat ? PlyType::Float : PlyType::Other, element.bytes});
-    element.bytes += known->bytes;
+PlyType TakePlyType(std::string_view& line) {
+    const auto* const known = std::ranges::find(kPlyTypes, TakeWord(line), &NamedPlyType::name);
+    if (known == kPlyTypes.end()) RefusePly("has a property of a type that is not known");
+    return known->type;
 }
 
+void AddPlyProperty(std::string_view line, PlyElement& element) {
+    PlyProperty property;
+    std::string_view rest = line;
+    if (TakeWord(rest) == "list") {
+        property.listLength = TakePlyType(rest);
+        if (*property.listLength >= PlyType::Float) RefusePly("has a list without a whole length");
+        element.hasLists = true;
+        line = rest;
+    }
+    property.type = TakePlyType(line);
+    property.name = TakeWord(line);
+    property.offset = element.bytes;
+    element.bytes += BytesOf(property.type);
+    element.properties.push_back(std::move(property));
+}
+
+// Goes through records with lists in a copy of the file's next bytes.
+class PlyListWalk {
+  public:
+    PlyListWalk(const InputFile& file, std::uint64_t begin, bool isBigEndian)
+        : isWhole_(file.Size() - begin <= kLongestPlyLists),
+          isBigEndian_(isBigEndian),
+          bytes_(static_cast<std::size_t>(
+              std::min<std::uint64_t>(file.Size() - begin, kLongestPlyLists))) {
+        file.Read(begin, bytes_);
+    }
+
+    // How many bytes the element has.
+    [[nodiscard]] std::size_t Walk(const PlyElement& element) {
+        for (std::uint64_t i = 0; i < element.count; ++i) {
+            for (const PlyProperty& property : element.properties) Pass(property);
+        }
+        return position_;
+    }
+
+  private:
+    void Pass(const PlyProperty& property) {
+        std::uint64_t count = 1;
+        if (property.listLength) {
+            const std::byte* const at = bytes_.data() + position_;
+            Advance(BytesOf(*property.listLength));
+            const double length = PlyValue(at, *property.listLength, isBigEndian_);
+            if (length < 0.0) throw std::runtime_error("it has a list of less than nothing");
+            count = static_cast<std::uint64_t>(length);
+        }
+        Advance(count * BytesOf(property.type));
+    }
+
+    void Advance(std::uint64_t count) {
+        if (count > bytes_.size() - position_) {
+            throw std::runtime_error(isWhole_ ? "it is cut short"
+                                              : "it has too many lists before its Gaussians");
+        }
+        position_ += static_cast<std::size_t>(count);
+    }
+
+    bool isWhole_;  // whether the copy holds the rest of the file
+    bool isBigEndian_;
+    std::vector<std::byte> bytes_;
+    std::size_t position_ = 0;
+};
+
 }  // namespace
+
+std::size_t BytesOf(PlyType type) {
+    constexpr std::array<std::size_t, 8> kBytes = {1, 1, 2, 2, 4, 4, 4, 8};
+    return kBytes[static_cast<std::size_t>(type)];
+}
 
 const PlyProperty* PlyElement::Find(std::string_view property) const {
     const auto found = std::ranges::find(properties, property, &PlyProperty::name);
     return found == properties.end() ? nullptr : &*found;
 }
 
+const PlyElement* PlyHeader::Find(std::string_view element) const {
+    const auto found = std::ranges::find(elements, element, &PlyElement::name);
+    return found == elements.end() ? nullptr : &*found;
+}
+
 PlyHeader ParsePlyHeader(std::string_view start) {
-    Lines lines(start.substr(0, kLongestPlyHeader));
-    if (lines.Next() != "ply") Refuse("it does not begin with \"ply\"");
+    PlyLines lines(start.substr(0, kLongestPlyHeader));
+    if (lines.Next() != "ply") RefusePly("does not begin with \"ply\"");
     PlyHeader header;
     bool hasFormat = false;
     for (std::string_view line = lines.Next(); line != "end_header"; line = lines.Next()) {
         const std::string_view word = TakeWord(line);
         if (word == "format") {
-            hasFormat = TakeWord(line) == "binary_little_endian";
-            if (!hasFormat) Refuse("it is not binary in little-endian order");
+            header.isBigEndian = ParseByteOrder(line);
+            hasFormat = true;
         } else if (word == "element") {
-            header.elements.push_back(ParseElement(line));
+            header.elements.push_back(ParsePlyElement(line));
         } else if (word == "property") {
-            if (header.elements.empty()) Refuse("a property belongs to no element");
-            AddProperty(line, header.elements.back());
+            if (header.elements.empty()) RefusePly("has a property without an element");
+            AddPlyProperty(line, header.elements.back());
         } else if (word != "comment" && word != "obj_info") {
-            Refuse("a line of its header is not known");
+            RefusePly("has a line that is not known");
         }
     }
-    if (!hasFormat) Refuse("its header does not tell the format");
+    if (!hasFormat) RefusePly("does not tell the format");
     header.bytes = lines.Position();
     return header;
+}
+
+std::optional<PlyHeader> ReadPlyHeader(const InputFile& file) {
+    std::string start(
+        static_cast<std::size_t>(std::min<std::uint64_t>(file.Size(), kLongestPlyHeader)), '\0');
+    file.Read(0, std::as_writable_bytes(std::span(start)));
+    if (!start.starts_with("ply\n") && !start.starts_with("ply\r\n")) return {};
+    return ParsePlyHeader(start);
+}
+
+std::vector<std::uint64_t> PlyElementPlaces(const InputFile& file, const PlyHeader& header,
+                                            std::string_view last) {
+    std::vector<std::uint64_t> places;
+    std::uint64_t end = header.bytes;
+    bool isBehind = false;
+    const auto requireUpToEnd = [&] {
+        if (file.Size() >= end) return;
+        throw std::runtime_error("it has " + std::to_string(file.Size()) +
+                                 " bytes, but its header tells of " + std::to_string(end));
+    };
+    for (const PlyElement& element : header.elements) {
+        if (element.hasLists && isBehind) break;
+        places.push_back(end);
+        if (element.hasLists) {
+            requireUpToEnd();
+            end += PlyListWalk(file, end, header.isBigEndian).Walk(element);
+        } else {
+            end += element.count * element.bytes;
+        }
+        isBehind = isBehind || element.name == last;
+    }
+    requireUpToEnd();
+    return places;
 }
 
 }  // namespace vistrel

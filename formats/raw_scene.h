@@ -95,9 +95,12 @@ class RawScene {
         return {values_.data() + first, stride_};
     }
 
+    // Leaves out all but the first `count` <= Count(); the memory stays.
+    void Shorten(std::size_t count) { facts_.count = count; }
+
   private:
     SceneFacts facts_;
-    std::size_t stride_ = 0;  // Count() rounded up to a multiple of 32
+    std::size_t stride_ = 0;  // a multiple of 32, at least Count()
     AlignedArray<float> values_;
 };
 

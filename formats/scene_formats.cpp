@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "formats/scene_formats.h"
 
-#include <array>
+#include <algorithm>
 #include <stdexcept>
 
 #include "base/scene_kind.h"
@@ -20,7 +20,31 @@ namespace {
 constexpr std::array<SceneReader, 7> kReaders = {ReadCompressedPly, ReadPly,    ReadSpz,  ReadSog,
                                                  ReadGltf,          ReadKsplat, ReadSplat};
 
+using namespace std::string_view_literals;
+
+constexpr std::array kStarts = {"ply\n"sv, "ply\r"sv, "\x1F\x8B"sv, "NGSP"sv, "PK\3\4"sv, "glTF"sv};
+static_assert(std::ranges::all_of(kStarts, [](std::string_view start) {
+    return start.size() <= kSceneStartBytes;
+}));
+
 }  // namespace
+
+std::string ListOf(std::span<const std::string_view> endings) {
+    std::string all;
+    for (const std::string_view ending : endings) {
+        all.append(all.empty() ? "" : ", ").append(ending);
+    }
+    return all;
+}
+
+bool StartsLikeScene(std::string_view start) {
+    return std::ranges::any_of(kStarts,
+                               [start](std::string_view each) { return start.starts_with(each); });
+}
+
+bool HasSceneEnding(const std::filesystem::path& file) {
+    return std::ranges::find(kReadEndings, SmallEnding(file)) != kReadEndings.end();
+}
 
 void ReadSceneFile(const std::filesystem::path& path, SceneSink& sink, SpzFrame spzFrame,
                    int threads) {
@@ -29,7 +53,7 @@ void ReadSceneFile(const std::filesystem::path& path, SceneSink& sink, SpzFrame 
     for (const SceneReader read : kReaders) {
         if (read(input, sink)) return;
     }
-    throw std::runtime_error("it is not a scene");
+    throw std::runtime_error("it is not a scene (" + ListOf(kReadEndings) + ")");
 }
 
 SceneWriter SceneWriterFor(const std::filesystem::path& path) {

@@ -38,7 +38,7 @@ using SceneReader = bool (*)(const SceneInput& input, SceneSink& sink);
 // What a writer is told.
 struct SceneWriteOptions {
     SpzFrame spzFrame = SpzFrame::AsPly;
-    int spzVersion = 4;  // 3 or 4
+    int spzVersion = 3;  // or 4, which fewer programs read
     int threads = 0;     // as above
 };
 

@@ -124,3 +124,18 @@ export function readRecordsWithoutEval(spark) {
         .replaceAll(kProbe, "")
         .replace(kCompiler, (compiler) => (compiler.includes("\n") ? text : literal));
 }
+
+const kPaletteColumn = "(label & 63) * 15";
+
+/**
+ * Spark takes each colour of a SOG file's palette for one of degree 3, with 15 pixels. Below that
+ * there are fewer.
+ * @param {string} spark source text
+ * @returns {string} the same, which finds the colours of every degree
+ * @throws {Error} when the text is another than the one that was looked through
+ */
+export function readPalettes(spark) {
+    const places = spark.split(kPaletteColumn).length - 1;
+    if (places !== 1) throw new Error(`Spark reads palettes at ${places} places and not one`);
+    return spark.replace(kPaletteColumn, "(label & 63) * (useSH3 ? 15 : useSH2 ? 8 : 3)");
+}

@@ -4,21 +4,21 @@
 #include <unistd.h>
 
 #include <cstddef>
-#include <exception>
+#include <cstdint>
 #include <filesystem>
 #include <stdexcept>
 #include <system_error>
-#include <thread>
 #include <utility>
 #include <vector>
 
-#include "base/new_file.h"
 #include "base/text_encoding.h"
 #include "cli/command.h"
-#include "cli/interrupts.h"
-#include "cli/long_step.h"
-#include "cli/output_check.h"
+#include "cli/convert/output_file.h"
+#include "cli/convert/scene_encoding.h"
+#include "cli/convert/scene_output.h"
+#include "cli/long_work.h"
 #include "engine/conversion_engine.h"
+#include "formats/scene_formats.h"
 #include "photos/photo_file.h"
 #include "photos/photo_reader.h"
 
@@ -32,21 +32,6 @@ bool IsStandardInput(const SingleOptions& options) {
 // What messages and the log call the photograph.
 std::string NameOfInput(const SingleOptions& options) {
     return IsStandardInput(options) ? "standard input" : options.input;
-}
-
-bool IsSameFile(const std::string& first, const std::string& second) {
-    std::error_code error;
-    if (std::filesystem::equivalent(first, second, error)) return true;
-    if (error == std::errc::io_error) {
-        throw std::filesystem::filesystem_error("cannot look at files", first, second, error);
-    }
-    return false;
-}
-
-bool HasFolder(const std::string& output) {
-    std::error_code ignored;
-    const std::filesystem::path folder = std::filesystem::path(output).parent_path();
-    return folder.empty() || std::filesystem::is_directory(folder, ignored);
 }
 
 // Lets `read` fail with the photograph's name.
@@ -68,7 +53,12 @@ std::vector<std::byte> ReadStream(const SingleOptions& options, LongStep& step) 
         standardInput ? "Reading standard input\u2026" : "Reading the pipe\u2026";
     Tell(stage);
     step.Begin(stage);
-    return standardInput ? ReadPhotoDescriptor(STDIN_FILENO) : ReadPhotoFile(options.input);
+    std::vector<std::byte> bytes =
+        standardInput ? ReadPhotoDescriptor(STDIN_FILENO) : ReadPhotoFile(options.input);
+    if (StartsLikeScene({reinterpret_cast<const char*>(bytes.data()), bytes.size()})) {
+        throw PhotoError("It is a scene, and scenes are read from files only.");
+    }
+    return bytes;
 }
 
 PhotographReader MakeReader(const SingleOptions& options, LongStep& step) {
@@ -81,25 +71,35 @@ PhotographReader MakeReader(const SingleOptions& options, LongStep& step) {
     reading.bytes = Named(options, [&] { return ReadStream(options, step); });
     return [&options, read = MakePhotoReader(std::move(reading))](const std::wstring& path) {
         Photograph photograph = Named(options, [&] { return read(path); });
-        if (!HasFolder(options.output)) {
-            CreateOutputFolder(FromUtf8(options.output));
-            CheckOutput(options.output);
-        }
+        MakeOutputFolder(options.output);
         return photograph;
+    };
+}
+
+// Nothing where the engine's own writer does it.
+GaussianWriter MakeWriter(const SingleOptions& options) {
+    if (!IsForeignName(options.output)) return {};
+    return [&options](const GaussianSet& gaussians, const std::wstring& output, float focalPx,
+                      std::uint32_t width, std::uint32_t height, float keepRatio) {
+        SaveScene(EncodedScene(gaussians, focalPx, width, height), ToPath(output), keepRatio,
+                  options.writing);
     };
 }
 
 // Throws std::exception with what went wrong.
 void ConvertAndTell(const SingleOptions& options, LongStep& step) {
-    const ConversionEngine engine(AvailableExecutionProviders, MakeReader(options, step));
+    const ConversionEngine engine(AvailableExecutionProviders, MakeReader(options, step),
+                                  MakeWriter(options));
     const ConversionJob job{FromUtf8(options.model), FromUtf8(NameOfInput(options)),
                             FromUtf8(options.output), options.keepRatio, options.provider};
     int stages = 0;
     ConversionCallbacks callbacks;
     callbacks.onProgress = [&](const std::wstring& stage) {
-        const std::string text = ToUtf8(stage);
+        ++stages;
+        const bool savesOther = stages == kSavingStage && IsForeignName(options.output);
+        const std::string text = savesOther ? "Saving the scene\u2026" : ToUtf8(stage);
         Tell(text);
-        step.Begin(++stages == kNetworkStage ? "Opening the network\u2026" : text);
+        step.Begin(stages == kNetworkStage ? "Opening the network\u2026" : text);
     };
     callbacks.onNetworkOpened = [&step] { step.Begin("Running the network\u2026"); };
     std::string failure;
@@ -117,28 +117,8 @@ bool OutputIsAnInput(const SingleOptions& options) {
 }
 
 void ConvertPhotograph(const SingleOptions& options) {
-    Interrupts interrupts;
-    if (HasFolder(options.output)) CheckOutput(options.output);
-
-    LongStep step;
-    std::exception_ptr failure;
-    std::thread worker([&] {
-        try {
-            ConvertAndTell(options, step);
-        } catch (...) {
-            failure = std::current_exception();
-        }
-        interrupts.Wake();
-    });
-    while (const int event = interrupts.Wait(LongStep::kTick)) {
-        if (event != Interrupts::kTimeout) {
-            DiscardUnfinishedFiles();
-            Interrupts::DieOf(event);
-        }
-        step.Tick();
-    }
-    worker.join();
-    if (failure) std::rethrow_exception(failure);
+    CheckOutputInFolder(options.output);
+    RunLongWork([&](LongStep& step) { ConvertAndTell(options, step); }, EndUnfinished);
 }
 
 }  // namespace vistrel

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "engine/execution_provider.h"
+#include "formats/scene_io.h"
 #include "photos/focal_length.h"
 
 namespace vistrel {
@@ -12,11 +13,12 @@ namespace vistrel {
 struct SingleOptions {
     std::string model;
     std::string input;   // the photograph's file; "-" is standard input
-    std::string output;  // the PLY file
+    std::string output;  // the scene; its name's ending says in which format
     ExecutionProvider provider = ExecutionProvider::Cpu;
     float keepRatio = 1.0F;
     FocalChoice focal = {};
     bool convertColours = true;
+    SceneWriteOptions writing = {};
 };
 
 // Writing the scene over the photograph or the network would lose them. Throws

@@ -1,20 +1,28 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The conversion engine on the command line.
+// The conversion engine on the command line, and one format of scenes into another.
 //
-// The log goes to standard output, stage texts and errors to standard error. Exit status 0: the PLY
-// was written, with --batch every PLY; 1: it was not, or the log was lost, standard error says why;
-// 2: wrong usage.
+// The log goes to standard output, stage texts and errors to standard error. Exit status 0: the
+// scene was written, with --batch every scene; 1: it was not, or the log was lost, standard error
+// says why; 2: wrong usage.
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <filesystem>
+#include <initializer_list>
 #include <map>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
+#include "base/scene_kind.h"
 #include "cli/chosen_model.h"
 #include "cli/command.h"
 #include "cli/convert/batch_conversion.h"
+#include "cli/convert/output_file.h"
+#include "cli/convert/scene_conversion.h"
 #include "cli/convert/single_conversion.h"
+#include "formats/scene_formats.h"
 #include "photos/focal_length.h"
 
 namespace vistrel {
@@ -28,8 +36,9 @@ struct Options {
     BatchConflictPolicy onConflict = BatchConflictPolicy::CancelBatch;
     FocalChoice focal;
     bool ignoreColours = false;
-    std::string input;   // picture, with `batch` a folder of pictures
-    std::string output;  // PLY file, with `batch` a folder for them
+    SceneWriteOptions writing;
+    std::string input;   // picture or scene, with `batch` a folder of pictures
+    std::string output;  // scene, with `batch` a folder for them
 
     [[nodiscard]] ExecutionProvider Provider() const {
         return provider == "cuda" ? ExecutionProvider::Cuda : ExecutionProvider::Cpu;
@@ -50,15 +59,39 @@ int ConvertAll(const Options& options) {
 }
 
 int ConvertOne(const Options& options) {
-    const SingleOptions single = {options.model,         options.input,     options.output,
-                                  options.Provider(),    options.keepRatio, options.focal,
-                                  !options.ignoreColours};
+    const SingleOptions single = {options.model,          options.input,     options.output,
+                                  options.Provider(),     options.keepRatio, options.focal,
+                                  !options.ignoreColours, options.writing};
     if (OutputIsAnInput(single)) {
         Tell("OUTPUT would overwrite PHOTO or MODEL.");
         return kWrongUsage;
     }
     ConvertPhotograph(single);
     return EXIT_SUCCESS;
+}
+
+int ConvertOther(const Options& options) {
+    if (IsSameFile(options.output, options.input)) {
+        Tell("OUTPUT would overwrite SCENE.");
+        return kWrongUsage;
+    }
+    ConvertScene({options.input, options.output, options.keepRatio, options.writing});
+    return EXIT_SUCCESS;
+}
+
+void AddFormatOptions(CLI::App& app, Options& options) {
+    app.add_option_function<std::string>(
+           "--spz-frame",
+           [&options](const std::string& name) {
+               options.writing.spzFrame = name == "rub" ? SpzFrame::RightUpBack : SpzFrame::AsPly;
+           },
+           "How scenes lie in .spz files, read or written: ply (like PLY files, as most programs "
+           "expect) or rub (right, up, back, as the format's description has it) [ply]")
+        ->check(CLI::IsMember({"ply", "rub"}));
+    app.add_option("--spz-version", options.writing.spzVersion,
+                   "Version of the .spz file that is written; fewer programs read 4")
+        ->check(CLI::IsMember({3, 4}))
+        ->capture_default_str();
 }
 
 void Describe(CLI::App& app, Options& options) {
@@ -99,14 +132,60 @@ void Describe(CLI::App& app, Options& options) {
         });
     app.add_flag("--no-icc", options.ignoreColours,
                  "Take colours for sRGB, whatever the picture says about them");
-    app.add_option("PHOTO", options.input,
+    AddFormatOptions(app, options);
+    app.add_option("INPUT", options.input,
                    "Picture to convert: JPEG, PNG, WebP, HEIC, AVIF, TIFF, JPEG XL, camera raw, "
                    "BMP, GIF, TGA, PSD, HDR, PIC, PNM, known by content; may be a pipe, and - is "
-                   "standard input; with --batch the folder of pictures")
+                   "standard input; or a scene: " +
+                       ListOf(kReadEndings) + "; with --batch the folder of pictures")
         ->required();
     app.add_option("OUTPUT", options.output,
-                   "PLY file to write, its folder is created; with --batch the folder for them")
+                   "Scene to write, in the format of its ending: " + ListOf(kWrittenEndings) +
+                       "; its folder is created; with --batch the folder for PLY files")
         ->required();
+}
+
+void CheckUnused(const CLI::App& app, std::initializer_list<const char*> names,
+                 const std::string& reason) {
+    for (const char* const name : names) {
+        if (app.count(name) > 0) throw CLI::ValidationError(name, reason);
+    }
+}
+
+// Endings of what is no scene, or of scenes that are not written: nobody who writes them expects a
+// PLY file.
+void CheckEnding(const std::filesystem::path& output) {
+    constexpr auto kOthers = std::to_array<std::string_view>(
+        {".ksplat", ".gltf", ".zip",  ".html", ".onnx", ".obj", ".jpg",  ".jpeg",
+         ".jps",    ".mpo",  ".png",  ".webp", ".bmp",  ".gif", ".heic", ".heif",
+         ".avif",   ".tif",  ".tiff", ".jxl",  ".dng",  ".cr2", ".cr3",  ".nef",
+         ".arw",    ".raf",  ".orf",  ".rw2",  ".mp4",  ".webm"});
+    if (std::ranges::find(kOthers, SmallEnding(output)) == kOthers.end()) return;
+    throw CLI::ValidationError(output.native(),
+                               "is no name of a scene that can be written: these "
+                               "end in " +
+                                   ListOf(kWrittenEndings));
+}
+
+// Throws CLI::ValidationError for what does not go together; says whether the input is a scene.
+bool Check(const CLI::App& app, const Options& options) {
+    if (!(options.keepRatio >= 0.0F && options.keepRatio <= 1.0F)) {  // also not a number
+        throw CLI::ValidationError("--keep-ratio", "is a number from 0 to 1");
+    }
+    if (options.batch) {
+        CheckUnused(app, {"--spz-frame", "--spz-version"}, "goes with a single file");
+        return false;
+    }
+    CheckEnding(options.output);
+    const bool writesSpz = SmallEnding(options.output) == ".spz";
+    if (!writesSpz) CheckUnused(app, {"--spz-version"}, "goes with an OUTPUT that ends in .spz");
+    if (!IsSceneFile(options.input)) {
+        if (!writesSpz) CheckUnused(app, {"--spz-frame"}, "goes with .spz files");
+        return false;
+    }
+    CheckUnused(app, {"--model", "--provider", "--focal", "--no-icc"},
+                "goes with a photograph, and " + options.input + " is a scene");
+    return true;
 }
 
 // Where no network is named, the one of the window. Throws std::runtime_error where its file is
@@ -127,17 +206,18 @@ bool FindModel(Options& options) {
 
 int Main(int argc, char** argv) {
     Options options;
-    CLI::App app("Turns one photograph into a 3D Gaussian Splat scene (binary PLY).",
-                 "vistrel-convert");
+    CLI::App app(
+        "Turns one photograph into a 3D Gaussian Splat scene, or a scene into another format.",
+        "vistrel-convert");
     Describe(app, options);
+    bool isScene = false;
     try {
         app.parse(argc, argv);
-        if (!(options.keepRatio >= 0.0F && options.keepRatio <= 1.0F)) {  // also not a number
-            throw CLI::ValidationError("--keep-ratio", "is a number from 0 to 1");
-        }
+        isScene = Check(app, options);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? EXIT_SUCCESS : kWrongUsage;
     }
+    if (isScene) return ConvertOther(options);
     if (!FindModel(options)) return kWrongUsage;
     if (options.batch) return ConvertAll(options);
     return ConvertOne(options);

@@ -6,7 +6,7 @@
 
 #include "cli/long_step.h"
 #include "cli/render/options.h"
-#include "render/scene_ply.h"
+#include "render/scene_packing.h"
 #include "render/splat_renderer.h"
 
 namespace vistrel {

@@ -11,6 +11,7 @@
 #include "cli/render/choices.h"
 #include "cli/render/special_options.h"
 #include "cli/render/wrong_usage.h"
+#include "formats/scene_formats.h"
 #include "render/splat_renderer.h"
 
 namespace vistrel {
@@ -60,6 +61,18 @@ void AddViewOptions(CLI::App& app, RenderOptions& options, Arguments& arguments)
         ->type_name("WxH");
 }
 
+void AddInputOptions(CLI::App& app, RenderOptions& options) {
+    app.add_option_function<std::string>(
+           "--spz-frame",
+           [&options](const std::string& name) {
+               options.spzFrame = name == "rub" ? SpzFrame::RightUpBack : SpzFrame::AsPly;
+           },
+           "How scenes lie in .spz files: ply (like PLY files, as most programs write them) or rub "
+           "(right, up, back, as the format's description has it) [ply]")
+        ->check(CLI::IsMember({"ply", "rub"}))
+        ->type_name("FRAME");
+}
+
 void AddOutputOptions(CLI::App& app, RenderOptions& options, Arguments& arguments) {
     app.add_option("--quality", options.quality, "Of all but .png and .gif: 1 to 100")
         ->check(CLI::Range(1, kBestQuality))
@@ -76,7 +89,8 @@ void AddOutputOptions(CLI::App& app, RenderOptions& options, Arguments& argument
     folder->needs(ending);
     ending->needs(folder);
     app.add_option("FILE", arguments.files,
-                   "SCENE OUTPUT: scene to draw (.ply) and file to write (" + OutputEndings() +
+                   "SCENE OUTPUT: scene to draw (" + ListOf(kReadEndings) +
+                       ", known by content) and file to write (" + OutputEndings() +
                        "), the folder of which is created; with --output-dir any number of scenes")
         ->type_name("")
         ->required();
@@ -186,6 +200,7 @@ ParsedOptions ParseOptions(int argc, char** argv) {
     app.set_version_flag("--version", "vistrel-render " VISTREL_VERSION);
     AddViewOptions(app, parsed.options, arguments);
     AddSpecialOptions(app, parsed.options);
+    AddInputOptions(app, parsed.options);
     AddOutputOptions(app, parsed.options, arguments);
     try {
         app.parse(argc, argv);

@@ -9,8 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "cli/picture_size.h"
 #include "cli/render/output_kind.h"
+#include "cli/render/picture_size.h"
+#include "formats/scene_io.h"
 #include "render/camera_motion.h"
 #include "render/pictures/jpeg_encoding.h"
 #include "render/quilt.h"
@@ -49,6 +50,7 @@ struct RenderOptions {
     std::optional<bool> crop;
     PictureSize size;  // of the whole picture; 0 x 0: what suits the view
     int quality = kUsualQuality;
+    SpzFrame spzFrame = SpzFrame::AsPly;
     bool hasFolder = false;  // a failure does not keep the others from being made
     std::vector<RenderJob> jobs;
     MovieMotion motion;  // of movies

@@ -4,16 +4,13 @@
 
 #include <filesystem>
 
-#include "render/scene_ply.h"
+#include "formats/scene_io.h"
+#include "render/scene_packing.h"
 
 namespace vistrel {
 
-// Tells what is no scene by what it is: nothing, a photograph, a format that is not read. Of a
-// scene only the first bytes are looked at. Throws std::runtime_error with the text for the user.
-// Any thread, like the next.
-void CheckScene(const std::filesystem::path& path);
-
-// Throws std::runtime_error with the text for the user, and std::bad_alloc.
-[[nodiscard]] SceneFile ReadScene(const std::filesystem::path& path);
+// Of any format, which the file's bytes or its name tell. Throws std::runtime_error with the text
+// for the user, and std::bad_alloc. Any thread.
+[[nodiscard]] SceneFile ReadScene(const std::filesystem::path& path, SpzFrame spzFrame);
 
 }  // namespace vistrel

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "cli/render/options.h"
-#include "render/scene_ply.h"
+#include "render/scene_packing.h"
 #include "render/splat_renderer.h"
 
 namespace vistrel {

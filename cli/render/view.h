@@ -8,7 +8,7 @@
 #include "render/eye_pair.h"
 #include "render/gaussian_scene.h"
 #include "render/pinhole_camera.h"
-#include "render/scene_ply.h"
+#include "render/scene_packing.h"
 #include "render/splat_renderer.h"
 #include "render/splat_style.h"
 #include "render/stereo_layout.h"

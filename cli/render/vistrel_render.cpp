@@ -17,6 +17,7 @@
 #include "cli/interrupts.h"
 #include "cli/long_step.h"
 #include "cli/output_check.h"
+#include "cli/photograph_check.h"
 #include "cli/render/movie_output.h"
 #include "cli/render/movie_progress.h"
 #include "cli/render/options.h"
@@ -47,10 +48,11 @@ class SceneRendering {
 
     // Throws std::exception with the text for the user.
     void Run(const RenderJob& job) {
-        Naming(job.scene, [&] { CheckScene(job.scene); });  // before a folder is made for it
+        Naming(job.scene, [&] { RefusePhotograph(job.scene); });  // before a folder is made for it
         PrepareOutput(job.output);
         step_.Begin("Reading the scene\u2026");
-        const SceneFile file = Naming(job.scene, [&] { return ReadScene(job.scene); });
+        const SceneFile file =
+            Naming(job.scene, [&] { return ReadScene(job.scene, options_.spzFrame); });
         step_.Begin("Drawing the picture\u2026");
         if (options_.IsMovie()) {
             WriteMovie(renderer_, file, options_, job.output, step_);

@@ -73,6 +73,8 @@ class ViewerTest(Session):
         self.open_file(cut)
         wait_for(self.tells_status, "the status to tell")
         self.assertIn("The scene cannot be shown: The file ends in its", self.program.text())
+        # The page tells it, too, in its middle.
+        wait_for(lambda: self.color_at(0.5, 0.5) != (0, 0, 0), "the page's message")
         self.open_scene()
         self.assertFalse(self.tells_status())
 

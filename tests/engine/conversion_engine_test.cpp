@@ -77,6 +77,37 @@ TEST_F(ConversionEngineTest, GoodRunReportsItsStagesInOrderAndThenThePath) {
     EXPECT_EQ(ReadFile(output_).substr(0, 4), "ply\n");
 }
 
+TEST_F(ConversionEngineTest, WriterOfTheOwnerGetsTheSceneAndItsCamera) {
+    std::wstring path;
+    std::int32_t count = 0;
+    std::vector<float> numbers;
+    const ConversionEngine engine(
+        AvailableExecutionProviders, {},
+        [&](const GaussianSet& gaussians, const std::wstring& outputPath, float focalPx,
+            std::uint32_t width, std::uint32_t height, float keepRatio) {
+            path = outputPath;
+            count = gaussians.count;
+            numbers = {focalPx, static_cast<float>(width), static_cast<float>(height), keepRatio};
+        });
+    ConversionJob job = Job(GoodModel(), ExecutionProvider::Cpu);
+    job.keepRatio = 0.5F;
+    EXPECT_TRUE(engine.Run(job, callbacks_));
+    EXPECT_EQ(path, FromPath(output_));
+    EXPECT_EQ(count, 4);
+    EXPECT_EQ(numbers, (std::vector<float>{4, 4, 3, 0.5F}));
+    EXPECT_FALSE(std::filesystem::exists(output_));
+}
+
+TEST_F(ConversionEngineTest, WhatTheWriterThrowsFailsTheRun) {
+    const ConversionEngine engine(
+        AvailableExecutionProviders, {},
+        [](const GaussianSet&, const std::wstring&, float, std::uint32_t, std::uint32_t, float) {
+            throw std::runtime_error("no room");
+        });
+    EXPECT_FALSE(engine.Run(Job(GoodModel(), ExecutionProvider::Cpu), callbacks_));
+    EXPECT_EQ(Failure(), L"no room");
+}
+
 TEST_F(ConversionEngineTest, RunWithoutCallbacksWorks) {
     EXPECT_TRUE(engine_.Run(Job(GoodModel(), ExecutionProvider::Cpu)));
     EXPECT_FALSE(engine_.Run(Job(L"no such model", ExecutionProvider::Cpu)));

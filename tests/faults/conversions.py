@@ -45,6 +45,17 @@ def network():
     return model.SerializeToString()
 
 
+@cache
+def scene():
+    """A PLY file of Gaussians that take several writes."""
+    names = ("x", "y", "z", "f_dc_0", "f_dc_1", "f_dc_2", "opacity", "scale_0", "scale_1", "scale_2",
+             "rot_0", "rot_1", "rot_2", "rot_3")
+    rows = np.random.default_rng(1).normal(size=(40000, len(names))).astype("<f4")
+    header = ["ply", "format binary_little_endian 1.0", f"element vertex {len(rows)}",
+              *(f"property float {name}" for name in names), "end_header", ""]
+    return "\n".join(header).encode() + rows.tobytes()
+
+
 class Conversion(Operation):
     """Whose photographs lie in the folder "in", on their side."""
     usual = 4
@@ -156,6 +167,42 @@ class BatchOntoInput(BatchOverOlder):
     def prepare(self, folder):
         super().prepare(folder)
         (folder / "out" / "3.ply").hardlink_to(folder / "in/net.onnx")
+
+
+class SceneIntoNewFolder(Operation):
+    """From one format of scenes to another."""
+    usual = 3
+    usual_kills = 3
+    message = (r"^Error: (.*scene\.ply: the file cannot be (opened|read)|create_directories: .*"
+               r"|.*cannot look at files?: .*|Cannot (open|write) output file: .*)$")
+    output = "a/b/scene.spz"
+
+    def prepare(self, folder):
+        (folder / "scene.ply").write_bytes(scene())
+
+    def command(self, folder):
+        return [self.programs / "vistrel-convert", folder / "scene.ply", folder / self.output]
+
+
+class SceneOverOlder(SceneIntoNewFolder):
+    usual_kills = 0
+    output = "scene.sog"
+
+    def prepare(self, folder):
+        super().prepare(folder)
+        (folder / self.output).write_bytes(OLDER)
+
+
+class PhotographIntoScene(ConvertOverOlder):
+    """In a format that the engine does not write itself."""
+    usual = 3
+
+    def prepare(self, folder):
+        super().prepare(folder)
+        (folder / "photo.glb").write_bytes(OLDER)
+
+    def command(self, folder):
+        return self.converter(folder, folder / "in/photo.jpg", folder / "photo.glb")
 
 
 class Log(Conversion):

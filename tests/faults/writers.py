@@ -140,25 +140,19 @@ class DrawnScene(Operation):
                 folder / "picture.png"]
 
 
-class ShownScene(DrawnScene):
-    """By vistrel-snapshot: the picture's file only, since the browser has many of its own."""
-    message = r"^Error: .*(picture\.png could not be written|filesystem error: .*pictures/new.*)$"
+class SharedScene(DrawnScene):
+    """By vistrel-share."""
+    message = (r"^Error: .*(scene\.ply: the file cannot be (opened|read)"
+               r"|page\.html: Cannot open output file: .+|page\.html could not be written: .+)$")
+    usual = 4
 
     def prepare(self, folder):
         super().prepare(folder)
-        for name in ("home", "pictures", "tmp"):
-            (folder / name).mkdir()
+        (folder / "picture.png").rename(folder / "page.html")
 
     def command(self, folder):
-        return [self.programs / "vistrel-snapshot", "--size", "200x100", folder / "scene.ply",
-                folder / "pictures/new/picture.png"]
-
-    def watched(self, folder):
-        return folder / "pictures"
-
-    def options(self, folder):
-        return {"env": os.environ | {"HOME": str(folder / "home"), "TMPDIR": str(folder / "tmp"),
-                                     "QTWEBENGINE_DISABLE_SANDBOX": "1"}}
+        return [self.programs / "vistrel-share", "--poster", folder / "scene.ply",
+                folder / "page.html"]
 
 
 # Less than is received at once.

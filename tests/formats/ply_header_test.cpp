@@ -25,7 +25,7 @@ TEST(PlyHeader, ElementsAndTheirPropertiesAreListed) {
     EXPECT_EQ(vertex.bytes, 13U);
     ASSERT_NE(vertex.Find("y"), nullptr);
     EXPECT_EQ(vertex.Find("y")->offset, 5U);
-    EXPECT_EQ(vertex.Find("y")->type, PlyType::Other);
+    EXPECT_EQ(vertex.Find("y")->type, PlyType::Double);
     EXPECT_EQ(vertex.Find("x")->type, PlyType::Float);
     EXPECT_EQ(vertex.Find("z"), nullptr);
     EXPECT_EQ(header.elements[1].name, "other");
@@ -42,6 +42,12 @@ TEST(PlyHeader, ListsAreNoted) {
     const PlyHeader header = ParsePlyHeader(
         kStart + "element face 1\nproperty list uchar int vertex_indices\nend_header\n");
     EXPECT_TRUE(header.elements.at(0).hasLists);
+    EXPECT_EQ(header.elements[0].properties.at(0).listLength, PlyType::UInt8);
+}
+
+TEST(PlyHeader, OrderOfBytesIsTold) {
+    EXPECT_FALSE(ParsePlyHeader(kStart + "end_header\n").isBigEndian);
+    EXPECT_TRUE(ParsePlyHeader("ply\nformat binary_big_endian 1.0\nend_header\n").isBigEndian);
 }
 
 class WrongPlyHeader : public testing::TestWithParam<std::string> {};
@@ -54,11 +60,13 @@ INSTANTIATE_TEST_SUITE_P(
     Kinds, WrongPlyHeader,
     testing::Values(
         "", "plx\n", "ply\nend_header\n", kStart, kStart + "element vertex 1\n",
-        "ply\nformat ascii 1.0\nend_header\n", "ply\nformat binary_big_endian 1.0\nend_header\n",
+        "ply\nformat ascii 1.0\nend_header\n", "ply\nformat binary_odd_endian 1.0\nend_header\n",
         kStart + "element vertex -1\nend_header\n", kStart + "element vertex 1x\nend_header\n",
         kStart + "element vertex 4294967296\nend_header\n", kStart + "element vertex\nend_header\n",
         kStart + "property float x\nend_header\n",
         kStart + "element vertex 1\nproperty half x\nend_header\n",
+        kStart + "element face 1\nproperty list float int index\nend_header\n",
+        kStart + "element face 1\nproperty list uchar\nend_header\n",
         kStart + "elephant vertex 1\nend_header\n",
         kStart + std::string(kLongestPlyHeader, ' ') + "\nend_header\n"));
 

@@ -19,8 +19,9 @@ fuzz::ConversionWatcher& Watcher() {
 
 }  // namespace
 
-ConversionEngine::ConversionEngine(ProviderList providers, PhotographReader reader)
-    : providers_(std::move(providers)), reader_(std::move(reader)) {}
+ConversionEngine::ConversionEngine(ProviderList providers, PhotographReader reader,
+                                   GaussianWriter writer)
+    : providers_(std::move(providers)), reader_(std::move(reader)), writer_(std::move(writer)) {}
 
 bool ConversionEngine::Run(const ConversionJob& job, const ConversionCallbacks& callbacks) const {
     Watcher()(ToUtf8(job.inputPath), ToUtf8(job.outputPath));

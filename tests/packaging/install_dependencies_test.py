@@ -10,7 +10,7 @@ import unittest
 from pathlib import Path
 
 SOURCE = Path(__file__).resolve().parents[2]
-PACKAGES = ["ca-certificates", "libcurl4", "libexiv2-27", "libqt6widgets6", "xvfb"]
+PACKAGES = ["ca-certificates", "libcurl4", "libexiv2-27", "libqt6widgets6", "xdg-utils"]
 LDD = "#!/bin/sh\n[ -e \"$LIBRARIES\" ] || printf '\\tlibexiv2.so.27 => not found\\n'\n"
 LOGGED = '#!/bin/sh\necho "$(basename "$0") $*" >>"$LOG"\n'
 THROUGH_SUDO = LOGGED + '[ "$1" = -- ] && shift\nexec "$@"\n'

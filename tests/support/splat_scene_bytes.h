@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "render/gaussian_packing.h"
+#include "formats/raw_scene.h"
 
 namespace vistrel::test {
 

@@ -8,8 +8,9 @@
 #include <fstream>
 #include <span>
 
+#include "formats/scene_formats.h"
 #include "render/picture.h"
-#include "render/scene_ply.h"
+#include "render/scene_packing.h"
 #include "render/splat_renderer.h"
 #include "tests/support/splat_scenes.h"
 
@@ -31,7 +32,9 @@ double CoveredShare(const Picture& picture) {
 }
 
 void Draw(std::span<char* const> arguments) {
-    const SceneFile file = ReadScenePly(arguments[0]);
+    PackingSink sink;
+    ReadSceneFile(arguments[0], sink);
+    const SceneFile& file = sink.file;
     PinholeCamera camera =
         FitCamera(file.camera.value(), std::atoi(arguments[1]), std::atoi(arguments[2]));
     test::ShiftSideways(camera, std::strtof(arguments[3], nullptr),

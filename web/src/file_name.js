@@ -24,3 +24,17 @@ export function fileNameOf(url, origin) {
         return "";
     }
 }
+
+/**
+ * @param {string} url
+ * @param {string} origin what a relative url is resolved against
+ * @returns {string} the file's name as users know it
+ */
+export function shownNameOf(url, origin) {
+    try {
+        const path = decodeURIComponent(new URL(url, origin).pathname);
+        return path.slice(path.lastIndexOf("/") + 1);
+    } catch {
+        return url.slice(url.lastIndexOf("/") + 1);
+    }
+}

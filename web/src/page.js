@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 import { EarlyCalls } from "./early_calls.js";
+import { shownNameOf } from "./file_name.js";
 import { parseQuery } from "./query.js";
 import { reportSceneFailure } from "./scene_failure.js";
 
@@ -45,7 +46,7 @@ async function start() {
         early.handOver(startViewer(query));
     } catch (error) {
         isFailed = true;
-        reportSceneFailure(error);
+        reportSceneFailure(error, shownNameOf(query.filepath ?? "", window.location.origin));
     }
 }
 

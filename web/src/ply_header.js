@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+import { SceneError, damaged } from "./texts.js";
+
 /**
  * @typedef {{ type: string, countType?: string }} Property countType: of a list's counts
  * @typedef {{ name: string, count: number, properties: Map<string, Property> }} Element
@@ -24,22 +26,22 @@ const kTypes = new Map(
 
 /**
  * @param {ArrayBuffer} bytes of a PLY file
- * @throws {Error} when it is not binary, or its header claims more than the file holds
+ * @throws {SceneError} when it is not binary, or its header claims more than the file holds
  */
 export function checkPly(bytes) {
     const start = new Uint8Array(bytes, 0, Math.min(bytes.byteLength, kLongestHeader));
     const text = new TextDecoder("latin1").decode(start);
     const end = text.indexOf(kHeaderEnd);
     if (kAscii.test(end < 0 ? text : text.slice(0, end))) {
-        throw new Error("It is a PLY file in ASCII; only binary ones are read");
+        throw new SceneError("ascii");
     }
-    if (end < 0) throw new Error("The header does not end");
+    if (end < 0) throw damaged("The header does not end");
     const isLittle = !text.slice(0, end).includes("format binary_big_endian");
     let at = end + kHeaderEnd.length;
     const view = new DataView(bytes);
     for (const element of elements(text.slice(0, end)).values()) {
         at = endOf(element, view, at, isLittle);
-        if (at > bytes.byteLength) throw new Error(`The file ends in its "${element.name}"`);
+        if (at > bytes.byteLength) throw damaged(`The file ends in its "${element.name}"`);
     }
 }
 
@@ -57,7 +59,7 @@ function elements(header) {
         if (words[0] === "element") {
             current = { name: words[1], count: Number.parseInt(words[2]), properties: new Map() };
             if (!Number.isSafeInteger(current.count) || current.count < 0) {
-                throw new Error(`The count of "${words[1]}" cannot be ${words[2]}`);
+                throw damaged(`The count of "${words[1]}" cannot be ${words[2]}`);
             }
             found.set(current.name, current);
         }
@@ -73,7 +75,7 @@ function elements(header) {
 /** @param {string} name */
 function typeOf(name) {
     const type = kTypes.get(name);
-    if (type === undefined) throw new Error(`There is no type "${name}"`);
+    if (type === undefined) throw damaged(`There is no type "${name}"`);
     return type;
 }
 
@@ -90,7 +92,7 @@ function endOf({ name, count, properties }, view, start, isLittle) {
         return { size: typeOf(type).size, length };
     });
     const record = fields.reduce((sum, { size, length }) => sum + (length?.size ?? size), 0);
-    if (record === 0 && count > 0) throw new Error(`There is nothing in "${name}"`);
+    if (record === 0 && count > 0) throw damaged(`There is nothing in "${name}"`);
     const least = start + count * record;
     if (least > view.byteLength || fields.every(({ length }) => length === null)) return least;
     let at = start;
@@ -98,7 +100,7 @@ function endOf({ name, count, properties }, view, start, isLittle) {
         const { size, length } = fields[i % fields.length];
         const items = length === null ? 1 : length.read(view, at, isLittle);
         if (!Number.isInteger(items) || items < 0) {
-            throw new Error(`A list in "${name}" has no length`);
+            throw damaged(`A list in "${name}" has no length`);
         }
         at += (length?.size ?? 0) + items * size;
     }

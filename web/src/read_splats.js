@@ -1,7 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-import { PackedSplats } from "@sparkjsdev/spark";
+import { PackedSplats, unpackSplats } from "@sparkjsdev/spark";
 import { isAnyPlaced } from "./packed_splats.js";
+import { readSog } from "./sog_file.js";
 import { checkedFormat } from "./splat_file.js";
+import { spz3Of } from "./spz4_file.js";
+import { SceneError } from "./texts.js";
+
+/** @typedef {import("@sparkjsdev/spark").SplatFileType} SplatFileType */
 
 /**
  * @param {ArrayBuffer} bytes of a file, which Spark takes over
@@ -10,13 +15,39 @@ import { checkedFormat } from "./splat_file.js";
  * @throws {Error} when the file cannot be read, or holds nothing to be seen
  */
 export async function readSplats(bytes, name) {
-    const fileType = await checkedFormat(bytes, name);
-    const splats = await new PackedSplats({
-        fileBytes: bytes,
-        fileName: name,
-        fileType: /** @type {import("@sparkjsdev/spark").SplatFileType} */ (fileType),
-    }).initialized;
+    const splats = await unpacked(bytes, name);
     const { packedArray, numSplats } = splats;
     if (packedArray && isAnyPlaced(packedArray, numSplats)) return splats;
-    throw new Error(numSplats <= 0 ? "It has no Gaussians" : "None of its Gaussians has a place");
+    throw new SceneError(numSplats <= 0 ? "empty" : "placeless");
+}
+
+/**
+ * @param {ArrayBuffer} bytes
+ * @param {string} name
+ * @returns {Promise<PackedSplats>}
+ */
+async function unpacked(bytes, name) {
+    const format = await checkedFormat(bytes, name);
+    if (format === "zip") return unpackedSog(bytes);
+    const isSpz4 = format === "spz4";
+    return new PackedSplats({
+        fileBytes: isSpz4 ? spz3Of(bytes) : bytes,
+        fileName: name,
+        fileType: /** @type {SplatFileType} */ (isSpz4 ? "spz" : format),
+    }).initialized;
+}
+
+/**
+ * @param {ArrayBuffer} bytes
+ * @returns {Promise<PackedSplats>}
+ */
+async function unpackedSog(bytes) {
+    const sog = await readSog(bytes);
+    if (sog === null) throw new SceneError("noScene", "The archive has no meta.json");
+    const splats = await unpackSplats({
+        input: new Uint8Array(sog.meta),
+        extraFiles: sog.pictures,
+        fileType: /** @type {SplatFileType} */ ("pcsogs"),
+    });
+    return new PackedSplats(splats).initialized;
 }

@@ -6,6 +6,7 @@ import { EyePairEffect } from "./effects/eye_pair_effect.js";
 import { CpuPainter } from "./painter/cpu_painter.js";
 import { choosePainter, rendererName } from "./painter/painter_choice.js";
 import { SparkPainter } from "./painter/spark_painter.js";
+import { SceneError } from "./texts.js";
 
 /** @typedef {import("./effects/eye_pair_effect.js").StereoMode} StereoMode */
 /** @typedef {import("./view_settings.js").ViewSettings} ViewSettings */
@@ -42,12 +43,14 @@ import { SparkPainter } from "./painter/spark_painter.js";
  * @param {import("./painter/painter_choice.js").PainterName | null} wanted
  * @param {StageEvents} events
  * @returns {Stage}
+ * @throws {Error} when the wanted painter cannot work here
  */
 export function createStage(wanted, events) {
     const canvas = document.createElement("canvas");
     const context = canvas.getContext("webgl2"); // three.js would get the same
     const chosen = choosePainter(wanted, context && rendererName(context));
     if (context === null && chosen === "cpu") return createCanvasStage(events);
+    if (context === null) throw new SceneError("noGraphics", "There is no WebGL 2");
     const renderer = new WebGLRenderer({ antialias: true, canvas });
     const painter =
         chosen === "cpu"

@@ -91,6 +91,11 @@ export class SceneError extends Error {
     }
 }
 
+/** @param {string} detail for logs: what does not fit */
+export function damaged(detail) {
+    return new SceneError("damaged", detail);
+}
+
 /**
  * @param {readonly string[]} languages as `navigator.languages`
  * @returns {Language} the first of them that there are texts in
@@ -112,9 +117,20 @@ export function languageOf(languages) {
 export function failureText(reason, language, name = "") {
     const frame = kFrames[language];
     const first = name === "" ? frame.nameless : frame.named(name);
+    const kind = kindOf(reason);
     const why =
-        reason instanceof SceneError
-            ? kReasons[reason.kind][language]
-            : frame.other + (reason instanceof Error ? reason.message : reason);
+        kind === undefined
+            ? frame.other + (reason instanceof Error ? reason.message : reason)
+            : kReasons[kind][language];
     return `${first}\n${why}`;
+}
+
+/**
+ * @param {unknown} reason
+ * @returns {ReasonKind | undefined} undefined for what is told in others' words
+ */
+function kindOf(reason) {
+    if (reason instanceof SceneError) return reason.kind;
+    // Browsers say this of arrays for which there is no place, and of those that are too long.
+    return /allocation failed|invalid (typed )?array length/i.test(`${reason}`) ? "memory" : undefined;
 }

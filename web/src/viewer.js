@@ -4,12 +4,14 @@ import { OrbitControls } from "./OrbitControls3d.js";
 import { addressToComeBack, mayComeBack } from "./context_loss.js";
 import { DrawLoop, FrameRate } from "./draw_loop.js";
 import { stereoMode } from "./effects/stereo_modes.js";
-import { fileNameOf } from "./file_name.js";
+import { hideFailure } from "./failure_message.js";
+import { fileNameOf, shownNameOf } from "./file_name.js";
 import { readFile } from "./read_file.js";
 import { loadSavedView, storeSavedView } from "./saved_view.js";
 import { reportSceneFailure } from "./scene_failure.js";
 import { SceneState } from "./scene_state.js";
 import { createStage } from "./stage.js";
+import { SceneError } from "./texts.js";
 import { defaultSettings, kSharpStartFocus } from "./view_settings.js";
 
 /** Frames drawn after a change of the view or of a setting. */
@@ -103,7 +105,7 @@ export class Viewer {
     #comeBack() {
         if (this.#url === null) return;
         if (!mayComeBack(window.sessionStorage, Date.now())) {
-            reportSceneFailure("The graphics context was lost");
+            this.#report(new SceneError("graphicsLost", "The graphics context was lost"));
             return;
         }
         this.#isLeaving = true;
@@ -152,6 +154,7 @@ export class Viewer {
         this.#url = url;
         this.#loop.stopTimer = kFramesWhileReading;
         const number = ++this.#lastAsked;
+        hideFailure();
         this.#state.asked();
         const onBytes = (/** @type {ArrayBuffer} */ bytes) => {
             // A large file that was asked for first may arrive last.
@@ -172,7 +175,12 @@ export class Viewer {
     #fail(number, reason) {
         if (number !== this.#lastAsked) return;
         this.#state.failed();
-        reportSceneFailure(reason);
+        this.#report(reason);
+    }
+
+    /** @param {unknown} reason why the file that was asked for last is not shown */
+    #report(reason) {
+        reportSceneFailure(reason, shownNameOf(this.#url ?? "", window.location.origin));
     }
 
     /**

@@ -152,11 +152,12 @@ class Failures(RenderTest):
             self.check_failure(self.run_program(self.scene, self.picture), str(self.scene), "is a photograph",
                                "vistrel-convert")
 
-    def test_scene_of_another_format(self):
-        for ending in (".splat", ".spz", ".ksplat"):
-            scene = self.scene.with_suffix(ending)
-            scene.write_bytes(b"something")
-            self.check_failure(self.run_program(scene, self.picture), ending, ".ply")
+    def test_name_of_a_scene_around_something_else(self):
+        for ending in (".splat", ".spz", ".ksplat", ".sog", ".glb", ".gltf"):
+            for content in (b"something", b"PK\3\4 and no scene", b"glTF and no scene", b"\x1f\x8b and no scene"):
+                scene = self.scene.with_suffix(ending)
+                scene.write_bytes(content)
+                self.check_failure(self.run_program(scene, self.picture), str(scene))
 
     def test_wrong_file(self):
         for content in (b"", b"no scene at all", b"ply\nformat ascii 1.0\nend_header\n"):

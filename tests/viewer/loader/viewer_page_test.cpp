@@ -12,6 +12,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "base/text_encoding.h"
 #include "tests/support/capture.h"
@@ -43,6 +44,14 @@ class ViewerPage : public testing::Test {
         return folder_.Write(name, SceneBytes(parts));
     }
 
+    // The same and another one, which both eyes see at different places.
+    std::filesystem::path DeepScene(std::string_view name) {
+        SceneParts parts;
+        parts.vertices = {WhiteVertex({0.0F, 0.0F, 0.0F}, 0.1F, 0.999F),
+                          WhiteVertex({0.3F, 0.0F, 1.0F}, 0.1F, 0.999F)};
+        return folder_.Write(name, SceneBytes(parts));
+    }
+
     bool Start(const std::wstring& web = FromUtf8(VISTREL_WEB)) {
         std::optional<bool> ready;
         bridge_.Initialize(&window_, window_.rect(), web,
@@ -68,11 +77,23 @@ class ViewerPage : public testing::Test {
                        L"\"shown\"");
     }
 
-    bool Show(std::string_view name) {
-        bridge_.ShowScene(FromPath(Scene(name)), true);
-        return Becomes(L"decodeURIComponent(location.search).includes('" + FromUtf8(name) +
-                           L"')&&SceneStateFromNative()",
+    bool Show(const std::filesystem::path& scene, bool sharp = true) {
+        bridge_.ShowScene(FromPath(scene), sharp);
+        return Becomes(L"decodeURIComponent(location.search).includes('" +
+                           FromPath(scene.filename()) + L"')&&SceneStateFromNative()",
                        L"\"shown\"");
+    }
+
+    // What the page tells of a scene that it cannot show.
+    std::wstring RefusalOf(const std::filesystem::path& scene) {
+        std::optional<std::wstring> told;
+        bridge_.onSceneFailed = [&told](const std::wstring& reason) { told = reason; };
+        (void)LogOf([&] {
+            bridge_.ShowScene(FromPath(scene), true);
+            (void)WaitUntil([&told] { return told.has_value(); });
+        });
+        bridge_.onSceneFailed = nullptr;
+        return told.value_or(L"");
     }
 
     QImage Capture() {
@@ -109,7 +130,7 @@ TEST_F(ViewerPage, StartPageIsBlack) {
 
 TEST_F(ViewerPage, SceneIsShownInBothHalvesAndCaptured) {
     ASSERT_TRUE(Start());
-    ASSERT_TRUE(Show("a b.ply"));
+    ASSERT_TRUE(Show(Scene("a b.ply")));
     const QImage image = Capture();
     EXPECT_EQ(image.size(), QSize(kWidth, kHeight));
     EXPECT_TRUE(IsWhite(image, 0, kWidth / 2));
@@ -119,7 +140,7 @@ TEST_F(ViewerPage, SceneIsShownInBothHalvesAndCaptured) {
 
 TEST_F(ViewerPage, CallsReachThePage) {
     ASSERT_TRUE(Start());
-    ASSERT_TRUE(Show("a.ply"));
+    ASSERT_TRUE(Show(Scene("a.ply")));
     bridge_.SetStereoMode(4);
     bridge_.SetFocusDepth(20, 36);
     bridge_.SetSwapEyes(true);
@@ -132,6 +153,57 @@ TEST_F(ViewerPage, CallsReachThePage) {
     const QColor grey = Capture().pixelColor(kWidth / 2, kHeight / 2);
     EXPECT_EQ(grey.green(), grey.blue());
     EXPECT_GT(grey.lightness(), 0);
+}
+
+TEST_F(ViewerPage, ExchangedEyesExchangeTheHalves) {
+    ASSERT_TRUE(Start());
+    ASSERT_TRUE(Show(DeepScene("a.ply")));
+    const QImage plain = Capture();
+    bridge_.SetSwapEyes(true);
+    ASSERT_TRUE(IsShown());
+    const QImage exchanged = Capture();
+    const QRect left(0, 0, kWidth / 2, kHeight);
+    const QRect right(kWidth / 2, 0, kWidth / 2, kHeight);
+    EXPECT_NE(plain.copy(left), plain.copy(right));
+    EXPECT_EQ(plain.copy(left), exchanged.copy(right));
+    EXPECT_EQ(plain.copy(right), exchanged.copy(left));
+}
+
+TEST_F(ViewerPage, FocusDepthAndKindOfSceneChangeThePicture) {
+    ASSERT_TRUE(Start());
+    std::vector<QImage> pictures;
+    const auto take = [&] {
+        EXPECT_TRUE(IsShown());
+        pictures.push_back(Capture());
+    };
+    ASSERT_TRUE(Show(DeepScene("a.ply")));
+    take();
+    bridge_.SetFocusDepth(40, 30);
+    take();
+    bridge_.SetFocusDepth(0, 60);
+    take();
+    ASSERT_TRUE(Show(DeepScene("b.ply"), false));
+    take();
+    for (std::size_t i = 0; i < pictures.size(); ++i) {
+        for (std::size_t other = 0; other < i; ++other) {
+            EXPECT_NE(pictures[i], pictures[other]) << i << ' ' << other;
+        }
+    }
+}
+
+TEST_F(ViewerPage, SameSceneGivesTheSamePicture) {
+    ASSERT_TRUE(Start());
+    ASSERT_TRUE(Show(DeepScene("a.ply")));
+    const QImage first = Capture();
+    ASSERT_TRUE(Show(DeepScene("b.ply")));
+    EXPECT_EQ(Capture(), first);
+}
+
+TEST_F(ViewerPage, SceneThatCannotBeShownIsToldInThePagesWords) {
+    ASSERT_TRUE(Start());
+    EXPECT_NE(RefusalOf(folder_.Write("cut.ply", "ply, but no more than that")), L"");
+    EXPECT_NE(RefusalOf(folder_.Write("empty.ply", SceneBytes({}))).find(L"Gaussians"),
+              std::wstring::npos);
 }
 
 TEST_F(ViewerPage, EarlyFileArrivesIntactAndIsDrawnWithTheNextMode) {
@@ -169,7 +241,7 @@ TEST_F(ViewerPage, AlertShowsNothing) {
 
 TEST_F(ViewerPage, NextSceneOpensAfterThePagesProcessWasKilled) {
     ASSERT_TRUE(Start());
-    ASSERT_TRUE(Show("a.ply"));
+    ASSERT_TRUE(Show(Scene("a.ply")));
     bool failed = false;
     bridge_.onProcessFailed = [&failed](const std::wstring&) { failed = true; };
     const std::string log = LogOf([&] {
@@ -178,7 +250,7 @@ TEST_F(ViewerPage, NextSceneOpensAfterThePagesProcessWasKilled) {
     });
     EXPECT_NE(log.find("  The browser view failed: "), log.npos) << log;
     EXPECT_TRUE(WaitUntil([this] { return !IsWhite(OnScreen(), 0, kWidth); }));
-    ASSERT_TRUE(Show("b.ply"));
+    ASSERT_TRUE(Show(Scene("b.ply")));
     EXPECT_TRUE(WaitUntil([this] { return IsWhite(OnScreen(), 0, kWidth / 2); }));
 }
 

@@ -49,6 +49,8 @@ test("ContextThatIsLostAgainAndAgainIsGivenUp", async () => {
     await page.evaluate(kLose);
     await page.becomes("SceneStateFromNative() === 'failed'");
     assert.ok(page.reports.includes("Cannot show the scene: The graphics context was lost"));
+    const told = await page.evaluate("document.querySelector('[role=alert]').innerText");
+    assert.match(told, /“a b%.ply” cannot be shown.\nThe graphics card has stopped working/);
     await page.close();
 });
 

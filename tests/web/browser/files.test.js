@@ -5,7 +5,8 @@ import { after, test } from "node:test";
 import { gzipSync } from "node:zlib";
 import { storedBytes } from "../support/memory.js";
 import { centreOf } from "../support/prediction.js";
-import { ksplatFile, plyFile, splatFile, spzFile } from "../support/splat_files.js";
+import { sogFile } from "../support/sog_files.js";
+import { ksplatFile, plyFile, spz4File, splatFile, spzFile } from "../support/splat_files.js";
 import { startBrowser } from "../support/viewer_page.js";
 
 /** @typedef {import("../support/splat_files.js").Gaussian} Gaussian */
@@ -21,6 +22,10 @@ const good = await browser.file("good.ply", plyFile(kGaussians));
 const kQuery = "mode=0&nst=1";
 /** Reports of why a file is not shown begin so. */
 const kCannotShow = "Cannot show the scene: ";
+
+/** The message in the page's middle, after its language. */
+const kTold = `[...document.querySelectorAll("[role=alert]")]
+    .map((element) => element.lang + " " + element.innerText).join()`;
 
 const reference = await browser.open({ query: `${kQuery}&openFile=${good}` });
 const expected = await reference.picture();
@@ -51,6 +56,10 @@ const kFormats = /** @type {const} */ ([
     ["SCENE.SPLAT", splatFile(kGaussians)],
     ["SCENE.SPZ", spzFile(kGaussians)],
     ["SCENE.KSPLAT", ksplatFile(kGaussians)],
+    ["version4.spz", spz4File(kGaussians)],
+    ["scene.sog", sogFile(kGaussians)],
+    ["older.sog", sogFile(kGaussians, { version: 1 })],
+    ["packed.zip", sogFile(kGaussians, { folder: "a/", isPacked: true })],
     ["with space.ply", plyFile(kGaussians)],
     ["日本.splat", splatFile(kGaussians)],
 ]);
@@ -98,6 +107,9 @@ test("BrokenFilesLeaveThePageAlive", async () => {
         ["huge.spz", hugeSpz()],
         ["short.ksplat", Buffer.alloc(100)],
         ["truncated.ksplat", ksplatFile(kGaussians).subarray(0, 5200)],
+        ["empty.spz4.spz", spz4File([])],
+        ["truncated.spz4.spz", spz4File(kGaussians).subarray(0, 120)],
+        ["truncated.sog", sogFile(kGaussians).subarray(0, 2000)],
         ["nowhere.ply", plyFile([placeless([NaN, NaN, NaN]), placeless([0, 0, Infinity])])],
         ["nowhere.splat", splatFile([placeless([0, NaN, 0])])],
     ]);
@@ -109,10 +121,14 @@ test("BrokenFilesLeaveThePageAlive", async () => {
         const reasons = page.reports.filter((report) => report.startsWith(kCannotShow));
         assert.equal(reasons.length, 1, `${name}: ${page.reports}`);
         assert.equal(await page.evaluate("window.SceneStateFromNative()"), "failed", name);
+        const told = new RegExp(`^en “${name}” cannot be shown.\\n[A-Z]`);
+        assert.match(await page.evaluate(kTold), told);
+        assert.match(await page.evaluate(kTold), new RegExp(`“${name}” cannot be shown.\\n[A-Z]`));
         assert.ok(!page.reports.some((report) => report.startsWith("uncaught")), page.reports[0]);
         page.reports.length = 0;
         await page.call("FileFromNative", good);
         assert.deepEqual(page.reports, []);
+        assert.equal(await page.evaluate(kTold), "en ");
         assertShown(await page.picture());
     }
     await page.close();
@@ -156,8 +172,13 @@ function hugeSpz() {
 test("FileWithoutGaussiansShowsNothing", async () => {
     const file = await browser.file("none.ply", plyFile([]));
     const page = await browser.open({ query: `${kQuery}&openFile=${file}` });
-    assert.equal(centreOf(await page.picture(), 0).sum, 0);
     assert.deepEqual(page.reports, [`${kCannotShow}It has no Gaussians`]);
+    assert.equal(
+        await page.evaluate(kTold),
+        "en “none.ply” cannot be shown.\nIt has no Gaussians.",
+    );
+    await page.evaluate("document.getElementById('failure').style.opacity = 0, null");
+    assert.equal(centreOf(await page.picture(), 0).sum, 0);
     await page.call("FileFromNative", good);
     assertShown(await page.picture());
     await page.close();

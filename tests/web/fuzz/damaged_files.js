@@ -20,7 +20,19 @@ const kGoodEvery = 500;
 const kLeast = 1 << 20;
 const kForAByte = 64;
 const kInflated = 1032;
+/** A byte of a SOG file may stand for 64 Gaussians, and each of these for 16 pixels. */
+const kPictured = 64;
 const kMostMemory = 2 ** 31;
+
+/**
+ * @param {Buffer} bytes of a file
+ * @returns {number} what one of them may become
+ */
+function inflationOf(bytes) {
+    const isGzip = bytes[0] === 0x1f && bytes[1] === 0x8b;
+    if (isGzip || bytes.toString("latin1", 0, 4) === "NGSP") return kInflated;
+    return bytes.toString("latin1", 0, 2) === "PK" ? kPictured : 1;
+}
 
 /** @param {Buffer} bytes */
 function ownBytes(bytes) {
@@ -50,8 +62,7 @@ async function readAll(format, first, count, progress) {
             assert.ok(error instanceof Error, `${error}`);
             if (error instanceof assert.AssertionError) throw error;
         }
-        const isPacked = bytes[0] === 0x1f && bytes[1] === 0x8b;
-        const most = kLeast + bytes.length * kForAByte * (isPacked ? kInflated : 1);
+        const most = kLeast + bytes.length * kForAByte * inflationOf(bytes);
         assert.ok(largest.bytes <= most, `${largest.bytes} bytes for ${bytes.length}`);
         if (i % kGoodEvery === 0) {
             for (const good of kGood[format]) {

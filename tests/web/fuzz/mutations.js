@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 /** Damaged files of Gaussians, each made from a small good one by the numbers that it is given. */
 import { gunzipSync, gzipSync } from "node:zlib";
-import { ksplatFile, plyFile, splatFile, spzFile } from "../support/splat_files.js";
+import createSpz from "@adobe/spz";
+import { sogFile, sogParts, zipFile } from "../support/sog_files.js";
+import { cloud, ksplatFile, plyFile, spz4File, splatFile, spzFile } from "../support/splat_files.js";
 
-/** @typedef {"ply" | "splat" | "spz" | "ksplat"} Format */
+/** @typedef {"ply" | "splat" | "spz" | "spz4" | "sog" | "ksplat"} Format */
 
 export class Random {
     #state;
@@ -78,8 +80,30 @@ export const kGood = {
     ],
     splat: [splatFile(kGaussians)],
     spz: [spzFile(kGaussians)],
+    spz4: [spz4File(kGaussians)],
+    sog: [
+        sogFile(kGaussians),
+        sogFile(kGaussians, { version: 1, degree: 1 }),
+        sogFile(kGaussians, { degree: 3, isPacked: true, folder: "a/" }),
+    ],
     ksplat: [ksplatFile(kGaussians)],
 };
+
+/** @returns {Promise<Buffer>} SPZ of version 4, by all means of Zstandard */
+async function packedSpz4() {
+    const spz = await createSpz();
+    const count = 2000;
+    const wave = (/** @type {number} */ size) =>
+        Float32Array.from({ length: size * count }, (_, i) => Math.sin(i / 3) + Math.sin(i * i));
+    const cloud = {
+        numPoints: count, shDegree: 1, antialiased: false, extensions: [], positions: wave(3),
+        scales: wave(3), rotations: wave(4), alphas: wave(1), colors: wave(3), sh: wave(9),
+    };
+    const options = { version: 4, from: spz.CoordinateSystem.UNSPECIFIED, sh1Bits: 5, shRestBits: 4 };
+    return Buffer.from(spz.saveSpzToBuffer(cloud, /** @type {any} */ (options)));
+}
+/** More to start from. @type {Partial<Record<Format, readonly Buffer[]>>} */
+const kSeeds = { spz4: [await packedSpz4()] };
 
 const kNumbers = [
     0, 1, 2, 3, 4, 7, 12, 24, 44, 127, 128, 255, 256, 1000, 4096, 65535, 65536, 1e6, 1 << 24, 1e8,
@@ -194,6 +218,49 @@ function otherSpz(file, random) {
     return Buffer.concat([packed.subarray(0, 10), name, packed.subarray(10)]);
 }
 
+const kValues = [0, 1, -1, 2, 3, 4, 15, 64, 300, 1e6, 2 ** 32, 1e300, 0.5, null, true, "a", "", [], {}];
+
+/**
+ * Changes something somewhere in a value as JSON has it.
+ * @param {any} value
+ * @param {Random} random
+ * @returns {any}
+ */
+function otherJson(value, random) {
+    if (typeof value !== "object" || value === null || random.below(5) === 0) {
+        return random.of(kValues);
+    }
+    const key = random.of(Object.keys(value));
+    if (key === undefined) return random.of(kValues);
+    const changed = Array.isArray(value) ? [...value] : { ...value };
+    if (random.below(4) === 0) delete (/** @type {any} */ (changed)[key]);
+    else /** @type {any} */ (changed)[key] = otherJson(value[key], random);
+    return changed;
+}
+
+/**
+ * @param {Random} random
+ * @returns {Buffer} a SOG file that was damaged before it was put together
+ */
+function otherSog(random) {
+    const version = random.of(/** @type {const} */ ([1, 2]));
+    const degree = random.of(/** @type {const} */ ([0, 1, 2, 3]));
+    const parts = sogParts(random.below(3) > 0 ? kGaussians : cloud(70), { version, degree });
+    let { meta } = parts;
+    const isMeta = random.below(2) === 0;
+    for (let i = random.below(3); isMeta && i >= 0; --i) meta = otherJson(meta, random);
+    /** @type {Record<string, Buffer>} */
+    const files = { "meta.json": Buffer.from(JSON.stringify(meta)), ...parts.pictures };
+    if (!isMeta) {
+        const name = random.of(Object.keys(files));
+        files[name] = otherBytes(files[name], random, 40);
+    }
+    return zipFile(files, { isPacked: random.below(3) === 0 });
+}
+
+/** Where most of the numbers are, if not in the first 64 bytes. */
+const kHeaders = /** @type {Partial<Record<Format, number>>} */ ({ spz4: 160, sog: 1000 });
+
 /**
  * @param {Format} format
  * @param {number} seed
@@ -201,12 +268,13 @@ function otherSpz(file, random) {
  */
 export function damaged(format, seed) {
     const random = new Random(seed);
-    let bytes = random.of(kGood[format]);
+    if (format === "sog" && random.below(3) > 0) return { bytes: otherSog(random), name: "a.sog" };
+    let bytes = random.of([...kGood[format], ...(kSeeds[format] ?? [])]);
     for (let i = random.below(4); i >= 0; --i) {
         if (format === "spz" && i === 0) bytes = otherSpz(kGood.spz[0], random);
         else if (format === "ply" && random.below(3) > 0) bytes = otherHeader(bytes, random);
         else if (format === "ksplat") bytes = otherKsplat(bytes, random);
-        else if (format !== "spz") bytes = otherBytes(bytes, random, 64);
+        else if (format !== "spz") bytes = otherBytes(bytes, random, kHeaders[format] ?? 64);
     }
     const others = ["ply", "SPZ", "splat", "ksplat", "sog", ""];
     const ending = random.below(20) > 0 ? format : random.of(others);

@@ -71,6 +71,26 @@ class WorkerHere extends Port {
     }
 }
 
+/** A lossless WebP picture of which nobody knows more than its size. */
+async function createImageBitmapHere(/** @type {Blob} */ blob) {
+    const view = new DataView(await blob.arrayBuffer());
+    if (view.getUint8(20) !== 0x2f) throw new Error("The picture cannot be decoded");
+    const bits = view.getUint32(21, true);
+    return { width: (bits & 0x3fff) + 1, height: ((bits >>> 14) & 0x3fff) + 1 };
+}
+
+/** Where pictures are drawn: their pixels are any. */
+class CanvasHere {
+    getContext() {
+        const readPixels = (/** @type {any[]} */ ...values) => {
+            const pixels = values.at(-1);
+            for (let i = 0; i < pixels.length; ++i) pixels[i] = i;
+        };
+        const nothing = () => {};
+        return new Proxy({}, { get: (_, name) => (name === "readPixels" ? readPixels : nothing) });
+    }
+}
+
 /** Bytes that arrays of the program took at once, at most, since it was set to 0. */
 export const largest = { bytes: 0 };
 
@@ -91,13 +111,25 @@ function watch(name) {
 
 /** @returns {Promise<typeof import("../../../web/src/read_splats.js")>} */
 export async function loadReader() {
-    Object.assign(globalThis, { Worker: WorkerHere, self: globalThis });
+    Object.assign(globalThis, {
+        Worker: WorkerHere,
+        self: globalThis,
+        OffscreenCanvas: CanvasHere,
+        createImageBitmap: createImageBitmapHere,
+    });
     if (!("navigator" in globalThis)) Object.assign(globalThis, { navigator: {} });
     watch("Uint32Array");
     watch("Uint8Array");
     watch("Float32Array");
     const spark = `${pathToFileURL(path.join(builtFolder(), "spark.module.js"))}`;
-    const hooks = `export function resolve(name, context, next) {
+    const fzstdText = new URL("../../../web/fzstd_text.js", import.meta.url).href;
+    const hooks = `import { refuseLongBlocks } from ${JSON.stringify(fzstdText)};
+    export async function load(url, context, next) {
+        const loaded = await next(url, context);
+        if (!/[/]fzstd[/].*[.]mjs$/.test(url)) return loaded;
+        return { ...loaded, source: refuseLongBlocks(String(loaded.source)) };
+    }
+    export function resolve(name, context, next) {
         if (name !== "@sparkjsdev/spark") return next(name, context);
         return { url: ${JSON.stringify(spark)}, shortCircuit: true };
     }`;

@@ -167,16 +167,17 @@ export function splatFile(gaussians) {
 }
 
 /**
- * Version 2: gzip over a 16-byte header and one array for each attribute.
  * @param {Gaussian[]} gaussians
- * @returns {Buffer}
+ * @param {number} version
+ * @returns {{ header: Buffer, streams: Buffer[] }} an SPZ file's first 16 bytes and its arrays, one
+ *     for each attribute
  */
-export function spzFile(gaussians) {
+function spzParts(gaussians, version) {
     const kFractionalBits = 12;
     const count = gaussians.length;
     const header = Buffer.alloc(16);
     header.write("NGSP", 0, "latin1");
-    header.writeUInt32LE(2, 4);
+    header.writeUInt32LE(version, 4);
     header.writeUInt32LE(count, 8);
     header.writeUInt8(0, 12);
     header.writeUInt8(kFractionalBits, 13);
@@ -184,7 +185,9 @@ export function spzFile(gaussians) {
     const alphas = Buffer.alloc(count);
     const colors = Buffer.alloc(3 * count);
     const logScales = Buffer.alloc(3 * count);
-    const rotations = Buffer.alloc(3 * count, 128);
+    // Nothing is turned: x, y and z are 0, or the three smaller ones, of which w is none.
+    const rotations =
+        version < 3 ? Buffer.alloc(3 * count, 128) : Buffer.alloc(4 * count, "000000c0", "hex");
     gaussians.forEach((gaussian, index) => {
         gaussian.center.forEach((value, i) => {
             const fixed = Math.round(value * 2 ** kFractionalBits);
@@ -198,7 +201,59 @@ export function spzFile(gaussians) {
             logScales.writeUInt8(Math.round((Math.log(value) + 10) * 16), 3 * index + i);
         });
     });
-    return gzipSync(Buffer.concat([header, positions, alphas, colors, logScales, rotations]));
+    return { header, streams: [positions, alphas, colors, logScales, rotations] };
+}
+
+/**
+ * Version 2: gzip over a 16-byte header and one array for each attribute.
+ * @param {Gaussian[]} gaussians
+ * @returns {Buffer}
+ */
+export function spzFile(gaussians) {
+    const { header, streams } = spzParts(gaussians, 2);
+    return gzipSync(Buffer.concat([header, ...streams]));
+}
+
+/**
+ * @param {Buffer} content of less than 256 bytes or of up to 64 kB
+ * @returns {Buffer} a frame of Zstandard with the content as it is, in one block
+ */
+export function storedZstd(content) {
+    const { length } = content;
+    const size = length < 256 ? [0x20, length] : [0x60, (length - 256) & 255, (length - 256) >> 8];
+    const block = 1 | (length << 3);
+    const header = [0x28, 0xb5, 0x2f, 0xfd, ...size, block & 255, (block >> 8) & 255, block >> 16];
+    return Buffer.concat([Buffer.from(header), content]);
+}
+
+/**
+ * @param {Buffer} header of 16 bytes
+ * @param {{ packed: Buffer, size: number }[]} streams frames, and what is to come out of each
+ * @returns {Buffer} an SPZ file of version 4
+ */
+export function spz4Of(header, streams) {
+    const start = Buffer.alloc(32 + 16 * streams.length);
+    header.copy(start);
+    start.writeUInt8(streams.length, 15);
+    start.writeUInt32LE(32, 16);
+    streams.forEach(({ packed, size }, i) => {
+        start.writeBigUInt64LE(BigInt(packed.length), 32 + 16 * i);
+        start.writeBigUInt64LE(BigInt(size), 40 + 16 * i);
+    });
+    return Buffer.concat([start, ...streams.map(({ packed }) => packed)]);
+}
+
+/**
+ * Version 4: a frame of Zstandard for each attribute; nothing is packed in it.
+ * @param {Gaussian[]} gaussians
+ * @returns {Buffer}
+ */
+export function spz4File(gaussians) {
+    const { header, streams } = spzParts(gaussians, 4);
+    return spz4Of(
+        header,
+        streams.map((stream) => ({ packed: storedZstd(stream), size: stream.length })),
+    );
 }
 
 /**

@@ -60,6 +60,7 @@ export async function startBrowser() {
  * @property {number} [scale] device pixels for a CSS pixel
  * @property {boolean} [touch]
  * @property {string} [saved] text of the saved view
+ * @property {string} [locale] of the browser; English when absent
  * @property {boolean} [withoutWebGL] as in a browser that has none
  */
 
@@ -97,6 +98,7 @@ class Browser {
             viewport: { width, height },
             deviceScaleFactor: scale,
             hasTouch: touch,
+            locale: options.locale ?? "en-US",
         });
         await context.addInitScript(installWatch);
         if (options.saved !== undefined) {

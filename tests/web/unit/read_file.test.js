@@ -52,7 +52,11 @@ afterEach(() => Reflect.deleteProperty(globalThis, "XMLHttpRequest"));
 function read(url, end) {
     /** @type {unknown[]} */
     const outcome = [];
-    readFile(url, (bytes) => outcome.push(bytes), (reason) => outcome.push(reason));
+    readFile(
+        url,
+        (bytes) => outcome.push(bytes),
+        ({ kind, message }) => outcome.push([kind, message]),
+    );
     if (end) end(requests[0]);
     return { outcome, told: reports.mock.calls.map((call) => call.arguments) };
 }
@@ -75,7 +79,7 @@ test("AnswerWithoutABodyIsAnEmptyFile", () => {
 
 test("BytesThatDoNotArriveAreTooMany", () => {
     const { outcome } = read("/a.ply", (request) => request.onload({ loaded: 2 ** 31 - 1 }));
-    assert.deepEqual(outcome, ["The file is too large for the viewer"]);
+    assert.deepEqual(outcome, [["tooLarge", "It is too large for the viewer"]]);
 });
 
 test("TooLargeFileIsNotReadToItsEnd", () => {
@@ -85,24 +89,24 @@ test("TooLargeFileIsNotReadToItsEnd", () => {
         request.onprogress({ loaded: 2 ** 31 });
         assert.ok(request.isAborted);
     });
-    assert.deepEqual(outcome, ["The file is too large for the viewer"]);
+    assert.deepEqual(outcome, [["tooLarge", "It is too large for the viewer"]]);
 });
 
 test("OtherStatusIsReported", () => {
     const { outcome, told } = read("/a.ply", (request) => {
         Object.assign(request, { status: 404 }).onload({ loaded: 0 });
     });
-    assert.deepEqual(outcome, ["Reading the file ended with status 404"]);
+    assert.deepEqual(outcome, [["unreadable", "Reading the file ended with status 404"]]);
     assert.deepEqual(told, [["Read error Status code:", 404]]);
 });
 
 test("FailedTransportIsReported", () => {
     const { outcome, told } = read("/a.ply", (request) => request.onerror());
-    assert.deepEqual([outcome, told], [["The file cannot be read"], [["Network error !"]]]);
+    assert.deepEqual([outcome, told], [[["unreadable", "The file cannot be read"]], [["Network error !"]]]);
 });
 
 test("InvalidUrlIsReported", () => {
     const { outcome, told } = read("invalid");
-    assert.deepEqual([outcome, told], [["Its address is invalid"], [["Invalid URL"]]]);
+    assert.deepEqual([outcome, told], [[["unreadable", "Its address is invalid"]], [["Invalid URL"]]]);
     assert.equal(requests.length, 0);
 });

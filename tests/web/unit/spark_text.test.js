@@ -4,6 +4,7 @@ import { test } from "node:test";
 import {
     avoidReservedWord,
     createCompiledParserFn,
+    readPalettes,
     readRecordsWithoutEval,
     withBytesInText,
     withSmallWorker,
@@ -76,4 +77,16 @@ test("TheWorkerIsMinifiedInItsText", async () => {
     const [, literal] = /^const jsContent = (".*");$/m.exec(changed) ?? ["", '""'];
     assert.equal(JSON.parse(literal).trim(), `let aLongName="it's";`);
     await assert.rejects(withSmallWorker("const other = 1;"), /no worker/);
+});
+
+test("PalettesOfEveryDegreeAreRead", () => {
+    const text = readPalettes("const col = (label & 63) * 15;");
+    const column = new Function("label", "useSH2", "useSH3", `${text} return col;`);
+    assert.equal(column(66, true, true), 30);
+    assert.equal(column(66, true, false), 16);
+    assert.equal(column(66, false, false), 6);
+});
+
+test("OtherPalettesAreRefused", () => {
+    assert.throws(() => readPalettes("(label & 63) * 16"), /0 places/);
 });

@@ -3,7 +3,8 @@ import assert from "node:assert/strict";
 import { test } from "node:test";
 import { gunzipSync, gzipSync } from "node:zlib";
 import { checkedFormat } from "../../../web/src/splat_file.js";
-import { ksplatFile, plyFile, splatFile, spzFile } from "../support/splat_files.js";
+import { sogFile } from "../support/sog_files.js";
+import { ksplatFile, plyFile, spz4File, splatFile, spzFile } from "../support/splat_files.js";
 
 /** @type {import("../support/splat_files.js").Gaussian[]} */
 const kGaussians = [{ center: [0, 0, 0], scale: 0.1, color: [1, 0, 0] }];
@@ -38,9 +39,25 @@ test("EndingTellsTheOtherFormats", async () => {
 });
 
 test("OtherFilesAreRefused", async () => {
-    for (const name of ["", "splat", ".splat", "a.", "a.sog", "a.zip"]) {
-        await assert.rejects(format("PK\x03\x04 and whatever is in there", name), /no file of Gau/);
+    for (const name of ["", "splat", ".splat", "a.", "a.zip", "a.spz4", "a.txt"]) {
+        await assert.rejects(format("PK and whatever is in there", name), { kind: "noScene" });
     }
+});
+
+test("EndingThatTheContentBeliesIsTold", async () => {
+    for (const name of ["a.spz", "a.SOG"]) {
+        await assert.rejects(format("whatever is in there", name), { kind: "damaged" });
+    }
+});
+
+test("GltfIsToldAsSuch", async () => {
+    await assert.rejects(format("glTF\x02", "a.ply"), { kind: "gltf" });
+    await assert.rejects(format("{}", "a.gltf"), { kind: "gltf" });
+});
+
+test("ContentTellsOfWhatHasToBeUnpackedFirst", async () => {
+    assert.equal(await format(spz4File(kGaussians), "a.ply"), "spz4");
+    assert.equal(await format(sogFile(kGaussians), "a.ply"), "zip");
 });
 
 test("LongSpzIsKnownByItsStart", async () => {
@@ -69,6 +86,11 @@ test("SpzWithUnknownHarmonicsIsRefused", async () => {
 test("SpzWithoutContentIsRefused", async () => {
     await assert.rejects(format(gzipSync("NGSP"), "a.spz"), /no content/);
     await assert.rejects(format(spzFile(kGaussians).subarray(0, 12), "a.spz"), Error);
+});
+
+test("SplatThatEndsInAGaussianIsRefused", async () => {
+    const whole = splatFile([...kGaussians, ...kGaussians]);
+    await assert.rejects(format(whole.subarray(0, 50), "a.splat"), { kind: "damaged" });
 });
 
 test("KsplatThatTellsOfTooMuchIsRefused", async () => {

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+import { SceneError } from "../texts.js";
 
 /**
  * How numbers are packed into the words of Gaussians; Spark's `splatEncoding`, with its defaults.
@@ -41,6 +42,9 @@
 
 /** What can be asked for: the kind of message to the worker. */
 /** @typedef {"start" | "begin" | "append" | "finish" | "paint"} Request */
+
+/** What the worker answers when a scene is too large for it. */
+export const kNoMemory = "There is not enough memory";
 
 /** How many Gaussians the parts of a scene have a multiple of, but for the last. */
 export const kPartMultiple = 1024;
@@ -171,7 +175,8 @@ export class EyePainter {
         if (failure === undefined) {
             waiting?.resolve(answer);
         } else {
-            waiting?.reject(new Error(failure));
+            const isForMemory = failure === kNoMemory;
+            waiting?.reject(isForMemory ? new SceneError("memory", failure) : new Error(failure));
         }
     }
 

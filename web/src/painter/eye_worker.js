@@ -3,7 +3,7 @@
  * The worker of one eye: passes what it is asked on to the WebAssembly module, of which it has a
  * new instance for every scene, since a module's memory never shrinks.
  */
-import { kPartMultiple, kWords } from "./eye_painter.js";
+import { kNoMemory, kPartMultiple, kWords } from "./eye_painter.js";
 
 /** @typedef {import("./eye_painter.js").PackedEncoding} PackedEncoding */
 
@@ -147,7 +147,7 @@ async function answer({ request, ...content }) {
 /** @param {unknown} error */
 function reasonOf(error) {
     const isForMemory = error instanceof WebAssembly.RuntimeError || error instanceof RangeError;
-    if (isForMemory) return "There is not enough memory";
+    if (isForMemory) return kNoMemory;
     return error instanceof Error ? error.message : `${error}`;
 }
 

@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "formats/morton_order.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+
+namespace vistrel {
+namespace {
+
+constexpr int kCellBits = 21;  // three of them are in 64 bits
+
+// The lowest 21 bits, two zeros between each and the next.
+std::uint64_t SpreadBits(std::uint64_t bits) {
+    bits = (bits | bits << 32) & 0x001F00000000FFFF;
+    bits = (bits | bits << 16) & 0x001F0000FF0000FF;
+    bits = (bits | bits << 8) & 0x100F00F00F00F00F;
+    bits = (bits | bits << 4) & 0x10C30C30C30C30C3;
+    return (bits | bits << 2) & 0x1249249249249249;
+}
+
+struct PlaceKey {
+    std::uint64_t key;
+    std::uint32_t place;
+};
+
+void AddCells(const float* values, int axis, std::vector<PlaceKey>& keys) {
+    const auto [least, most] = std::minmax_element(values, values + keys.size());
+    const auto first = static_cast<double>(*least);
+    const double extent = static_cast<double>(*most) - first;
+    if (!(extent > 0.0)) return;
+    const double cells = static_cast<double>((1U << kCellBits) - 1U) / extent;
+    for (std::size_t i = 0; i < keys.size(); ++i) {
+        const auto cell =
+            static_cast<std::uint64_t>((static_cast<double>(values[i]) - first) * cells);
+        keys[i].key |= SpreadBits(cell) << axis;
+    }
+}
+
+// Sorts by 9 bits of the keys, from bit `shift` on; equal ones keep their order.
+void SortByDigit(int shift, const std::vector<PlaceKey>& from, std::vector<PlaceKey>& to) {
+    constexpr std::size_t kDigits = 512;
+    const auto digitOf = [shift](const PlaceKey& key) { return key.key >> shift & (kDigits - 1); };
+    std::array<std::size_t, kDigits + 1> begins{};
+    for (const PlaceKey& key : from) ++begins[digitOf(key) + 1];
+    for (std::size_t i = 1; i < begins.size(); ++i) begins[i] += begins[i - 1];
+    for (const PlaceKey& key : from) to[begins[digitOf(key)]++] = key;
+}
+
+}  // namespace
+
+std::vector<std::uint32_t> MortonOrder(const RawScene& scene) {
+    std::vector<PlaceKey> keys(scene.Count());
+    if (keys.empty()) return {};
+    for (std::size_t i = 0; i < keys.size(); ++i) keys[i] = {0, static_cast<std::uint32_t>(i)};
+    for (int axis = 0; axis < 3; ++axis) {
+        AddCells(scene.Row(kPositionRow + static_cast<std::size_t>(axis)), axis, keys);
+    }
+    std::vector<PlaceKey> other(keys.size());
+    for (int shift = 0; shift < 3 * kCellBits; shift += 9) {
+        SortByDigit(shift, keys, other);
+        keys.swap(other);
+    }
+    std::vector<std::uint32_t> order(keys.size());
+    std::ranges::transform(keys, order.begin(), &PlaceKey::place);
+    return order;
+}
+
+}  // namespace vistrel
