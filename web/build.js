@@ -9,10 +9,9 @@ import { mkdir, readFile, writeFile } from "node:fs/promises";
 import { createRequire } from "node:module";
 import path from "node:path";
 import { fileURLToPath } from "node:url";
-import { refuseLongBlocks } from "./fzstd_text.js";
-import { kDelivery, kOldestBrowser, painterDelivery } from "./painter_delivery.js";
+import { fzstdPlugin } from "./fzstd_text.js";
 import { withViewerPolicy } from "./policy.js";
-import { avoidReservedWord, readPalettes, readRecordsWithoutEval } from "./spark_text.js";
+import { kDelivery, kOldestBrowser, painterDelivery, sparkText } from "./spark_file.js";
 
 const kSpark = "@sparkjsdev/spark";
 /** Files beside the page, by the name under which its sources import them. */
@@ -62,16 +61,6 @@ const lazyBesidePlugin = {
                 resolveDir: source,
             };
         });
-    },
-};
-
-/** @type {import("esbuild").Plugin} */
-const fzstdPlugin = {
-    name: "fzstd",
-    setup({ onLoad }) {
-        onLoad({ filter: /[\\/]fzstd[\\/].*\.mjs$/ }, async ({ path: file }) => ({
-            contents: refuseLongBlocks(await readFile(file, "utf8")),
-        }));
     },
 };
 
@@ -125,12 +114,9 @@ async function page() {
     return withViewerPolicy(template.replace(kScriptPlace, () => `\n${script}`));
 }
 
-/** @returns {Promise<string>} Spark without what keeps it from running everywhere, and the painter */
+/** @returns {Promise<string>} Spark, and the painter */
 async function spark() {
-    const file = path.join(path.dirname(require.resolve("@sparkjsdev/spark")), "spark.module.js");
-    const text = readPalettes(readRecordsWithoutEval(avoidReservedWord(await readFile(file, "utf8"))));
-    return `${text}
-${await painterDelivery(painter)}`;
+    return `${await sparkText()}\n${await painterDelivery(painter)}`;
 }
 
 /**

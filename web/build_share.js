@@ -6,17 +6,12 @@
  */
 import { build } from "esbuild";
 import { mkdir, readFile, writeFile } from "node:fs/promises";
-import { createRequire } from "node:module";
 import path from "node:path";
 import { fileURLToPath } from "node:url";
-import { painterDelivery } from "./painter_delivery.js";
+import { fzstdPlugin } from "./fzstd_text.js";
 import { withSharePolicy } from "./policy.js";
-import {
-    avoidReservedWord,
-    readRecordsWithoutEval,
-    withBytesInText,
-    withSmallWorker,
-} from "./spark_text.js";
+import { painterDelivery, sparkText } from "./spark_file.js";
+import { withBytesInText, withSmallWorker } from "./spark_text.js";
 
 /** The first browsers that have all that the page uses. */
 const kTarget = ["chrome102", "firefox113", "safari16.4"];
@@ -32,13 +27,11 @@ const kPlaces = [
 const [, , output, painter] = process.argv;
 if (painter === undefined) throw new Error("Usage: node web/build_share.js OUTPUT PAINTER");
 const source = path.join(path.dirname(fileURLToPath(import.meta.url)), "src");
-const require = createRequire(import.meta.url);
 
 /** @returns {Promise<string>} Spark, which asks for nothing, and the painter */
 async function spark() {
-    const file = path.join(path.dirname(require.resolve("@sparkjsdev/spark")), "spark.module.js");
-    const text = readRecordsWithoutEval(avoidReservedWord(await readFile(file, "utf8")));
-    return `${await withSmallWorker(withBytesInText(text))}\n${await painterDelivery(painter)}`;
+    const text = await withSmallWorker(withBytesInText(await sparkText()));
+    return `${text}\n${await painterDelivery(painter)}`;
 }
 
 /** @type {import("esbuild").Plugin} */
@@ -60,7 +53,7 @@ async function bundle() {
         legalComments: "inline",
         charset: "utf8",
         write: false,
-        plugins: [sparkPlugin],
+        plugins: [sparkPlugin, fzstdPlugin],
     });
     return outputFiles[0].text;
 }
