@@ -4,7 +4,7 @@
  * exactly the files that the program carries; they work side by side from file:// without a server.
  * PAINTER is the WebAssembly of the painter for machines without a graphics card.
  */
-import { build } from "esbuild";
+import { build, transform } from "esbuild";
 import { mkdir, readFile, writeFile } from "node:fs/promises";
 import { createRequire } from "node:module";
 import path from "node:path";

@@ -15,6 +15,9 @@ import { withBytesInText, withSmallWorker } from "./spark_text.js";
 
 /** The first browsers that have all that the page uses. */
 const kTarget = ["chrome102", "firefox113", "safari16.4"];
+const kLicencesPlace = "(the licences)";
+/** What the page holds of others', as THIRD_PARTY_NOTICES names it. */
+const kOthers = ["three.js", "Spark", "fzstd", "wasi-libc", "libc++"];
 const kScriptPlace = "/* the page's bundle */";
 /** Each of them once, in this order. */
 const kPlaces = [
@@ -58,6 +61,17 @@ async function bundle() {
     return outputFiles[0].text;
 }
 
+/** @returns {Promise<string>} notices of what others wrote */
+async function licences() {
+    const file = path.join(source, "..", "..", "THIRD_PARTY_NOTICES");
+    const all = await readFile(file, "utf8");
+    const paragraphs = all.split("\n\n");
+    const notices = kOthers.map((name) => paragraphs.find((text) => text.startsWith(name)));
+    const licence = all.slice(all.indexOf("\n(1) "), all.indexOf("\n(2) ")).trim();
+    if (notices.includes(undefined) || licence === "") throw new Error("A notice is missing");
+    return [...notices, licence].join("\n\n").replaceAll(/-{2,}\n/g, "");
+}
+
 /**
  * @param {string} page
  * @returns {string} the same
@@ -71,10 +85,12 @@ function withPlaces(page) {
     return page;
 }
 
-const [template, script] = await Promise.all([
+const [html, script, notices] = await Promise.all([
     readFile(path.join(source, "share", "share.html"), "utf8"),
     bundle(),
+    licences(),
 ]);
+const template = html.replace(kLicencesPlace, () => notices);
 if (template.split(kScriptPlace).length !== 2) throw new Error("The page has no script place");
 if (/<\/script|<!--/i.test(script)) throw new Error("The script would end the page's element");
 const page = withSharePolicy(withPlaces(template.replace(kScriptPlace, () => `\n${script}`)));
