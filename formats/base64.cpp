@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "formats/base64.h"
 
-#include <cstdint>
+#include <algorithm>
 
 namespace vistrel {
 namespace {
@@ -11,6 +11,22 @@ constexpr std::string_view kBase64Digits =
 constexpr std::size_t kInGroup = 4;
 
 }  // namespace
+
+void AppendBase64(std::span<const std::byte> bytes, std::string& text) {
+    constexpr std::uint32_t kLowSix = 63;
+    text.reserve(text.size() + Base64Length(bytes.size()));
+    while (!bytes.empty()) {
+        const std::size_t taken = std::min<std::size_t>(3, bytes.size());
+        std::uint32_t bits = 0;
+        for (std::size_t i = 0; i < 3; ++i) {
+            bits = bits << 8U | (i < taken ? std::to_integer<std::uint32_t>(bytes[i]) : 0U);
+        }
+        for (std::size_t i = 0; i < kInGroup; ++i) {
+            text += i <= taken ? kBase64Digits[bits >> (18U - 6U * i) & kLowSix] : '=';
+        }
+        bytes = bytes.subspan(taken);
+    }
+}
 
 std::optional<std::vector<std::byte>> BytesOfBase64(std::string_view text) {
     if (text.size() % kInGroup == 0) {

@@ -6,7 +6,7 @@
 #include <stdexcept>
 
 #include "base/text_encoding.h"
-#include "cli/share/base64.h"
+#include "formats/base64.h"
 
 namespace vistrel {
 namespace {

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "cli/share/base64.h"
 #include "cli/share/viewer_page.h"
+#include "formats/base64.h"
 
 namespace vistrel {
 namespace {

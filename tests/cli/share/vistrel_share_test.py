@@ -189,7 +189,7 @@ class Content(ShareTest):
 
     def test_scenes_of_all_formats(self):
         self.scene.write_bytes(ply([ball((0, 0, 3), 0.5), ball((1, 0, 4), 0.5, (1, 0, 0))], size=None))
-        for ending in (".compressed.ply", ".splat", ".spz", ".sog"):
+        for ending in (".compressed.ply", ".splat", ".spz", ".sog", ".glb"):
             with self.subTest(ending=ending):
                 scene = self.folder / f"other{ending}"
                 subprocess.run([BINARIES / "vistrel-convert", self.scene, scene], check=True, capture_output=True)
