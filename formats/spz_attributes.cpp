@@ -14,8 +14,8 @@ namespace {
 constexpr float kByteFull = 255.0F;
 constexpr float kColorSteps = kByteFull * 0.15F;
 constexpr float kColorZero = kByteFull / 2.0F;
-constexpr float kScaleSteps = 16.0F;
-constexpr float kLeastLogScale = -10.0F;
+constexpr float kLogScaleSteps = 16.0F;
+constexpr float kSpzLeastLogScale = -10.0F;
 constexpr float kFirstThreeSteps = 127.5F;
 constexpr float kHarmonicSteps = 128.0F;
 constexpr int kHarmonicZero = 128;
@@ -27,10 +27,10 @@ constexpr int kMagnitudeBits = 9;
 constexpr std::uint32_t kRotationMagnitude = (1U << kMagnitudeBits) - 1;
 constexpr int kComponentBits = kMagnitudeBits + 1;
 constexpr int kLargestBits = 3 * kComponentBits;  // below the index of the largest one
-constexpr int kPositionBits = 24;
-constexpr int kMostPosition = (1 << (kPositionBits - 1)) - 1;
+constexpr int kSpzPositionBits = 24;
+constexpr int kMostSpzPosition = (1 << (kSpzPositionBits - 1)) - 1;
 constexpr int kUsualFractionalBits = 12;
-constexpr int kMostFractionalBits = kPositionBits - 1;
+constexpr int kMostFractionalBits = kSpzPositionBits - 1;
 constexpr float kEnoughSteps = 16384.0F;
 
 // The file has x, y, z, w, and we have w, x, y, z.
@@ -65,7 +65,8 @@ ByteTable TableOf(Decode decode) {
 
 const ByteTable kOpacityLogits = TableOf([](float v) { return std::log(v / (kByteFull - v)); });
 const ByteTable kColorValues = TableOf([](float v) { return (v - kColorZero) / kColorSteps; });
-const ByteTable kLogScaleValues = TableOf([](float v) { return v / kScaleSteps + kLeastLogScale; });
+const ByteTable kLogScaleValues =
+    TableOf([](float v) { return v / kLogScaleSteps + kSpzLeastLogScale; });
 const ByteTable kHarmonicValues =
     TableOf([](float v) { return (v - static_cast<float>(kHarmonicZero)) / kHarmonicSteps; });
 
@@ -227,7 +228,7 @@ int SuitableFractionalBits(const RawScene& scene) {
     }
     int bits = kUsualFractionalBits;
     while (bits < kMostFractionalBits && std::ldexp(farthest, bits) < kEnoughSteps) ++bits;
-    while (std::ldexp(farthest, bits) > static_cast<float>(kMostPosition)) --bits;
+    while (std::ldexp(farthest, bits) > static_cast<float>(kMostSpzPosition)) --bits;
     if (bits < 0) throw std::runtime_error("its positions reach too far for SPZ");
     return bits;
 }
@@ -253,7 +254,7 @@ void EncodeSpz(const RawScene& scene, const SpzFacts& facts, const SpzPlaces<std
             at(SpzAttribute::Colors, i)[k] =
                 NearestByte(value(kColorRow + k, i) * kColorSteps + kColorZero);
             at(SpzAttribute::Scales, i)[k] =
-                NearestByte((value(kScaleRow + k, i) - kLeastLogScale) * kScaleSteps);
+                NearestByte((value(kScaleRow + k, i) - kSpzLeastLogScale) * kLogScaleSteps);
         }
         *at(SpzAttribute::Opacities, i) =
             NearestByte(kByteFull / (1.0F + std::exp(-value(kOpacityRow, i))));

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 /** A change to the text of fzstd 0.1.1. */
+import { transform } from "esbuild";
 import { readFile } from "node:fs/promises";
+import { kOldestBrowser } from "./spark_file.js";
 
 /** Stands where a sequence is about to be carried out: so many literals, so long a match. */
 const kSequence = /(?=if \(off > 3\) \{)/g;
@@ -25,8 +27,10 @@ export function refuseLongBlocks(fzstd) {
 export const fzstdPlugin = {
     name: "fzstd",
     setup({ onLoad }) {
-        onLoad({ filter: /[\\/]fzstd[\\/].*\.mjs$/ }, async ({ path: file }) => ({
-            contents: refuseLongBlocks(await readFile(file, "utf8")),
-        }));
+        onLoad({ filter: /[\\/]fzstd[\\/].*\.mjs$/ }, async ({ path: file }) => {
+            const text = refuseLongBlocks(await readFile(file, "utf8"));
+            const options = { minify: true, target: kOldestBrowser };
+            return { contents: (await transform(text, options)).code };
+        });
     },
 };

@@ -4,7 +4,12 @@ import { readFile } from "node:fs/promises";
 import { createRequire } from "node:module";
 import path from "node:path";
 import { fileURLToPath } from "node:url";
-import { avoidReservedWord, readPalettes, readRecordsWithoutEval } from "./spark_text.js";
+import {
+    avoidReservedWord,
+    decodeWithoutWebGL,
+    readPalettes,
+    readRecordsWithoutEval,
+} from "./spark_text.js";
 
 /** What Spark's file exports besides, for where it cannot draw itself. */
 export const kDelivery = "softwarePainter";
@@ -16,8 +21,9 @@ export const kOldestBrowser = "chrome102";
 export async function sparkText() {
     const { resolve } = createRequire(import.meta.url);
     const file = path.join(path.dirname(resolve("@sparkjsdev/spark")), "spark.module.js");
-    const text = avoidReservedWord(await readFile(file, "utf8"));
-    return readPalettes(readRecordsWithoutEval(text));
+    const changes = [avoidReservedWord, readRecordsWithoutEval, readPalettes, decodeWithoutWebGL];
+    const original = await readFile(file, "utf8");
+    return changes.reduce((changed, change) => change(changed), original);
 }
 
 /** @returns {Promise<string>} the text of a painter's worker */

@@ -139,3 +139,32 @@ export function readPalettes(spark) {
     if (places !== 1) throw new Error(`Spark reads palettes at ${places} places and not one`);
     return spark.replace(kPaletteColumn, "(label & 63) * (useSH3 ? 15 : useSH2 ? 8 : 3)");
 }
+
+const kNoGraphics = 'throw new Error("Failed to create WebGL2 context");';
+
+/**
+ * Decodes a picture without WebGL. Colours of what is hardly opaque become coarser, as a canvas
+ * keeps them multiplied.
+ * @param {BlobPart} fileBytes
+ */
+export async function decodeOnCanvas(fileBytes) {
+    const bitmap = await createImageBitmap(new Blob([fileBytes]), { premultiplyAlpha: "none" });
+    const { width, height } = bitmap;
+    const context = new OffscreenCanvas(width, height).getContext("2d");
+    if (context === null) throw new Error("Pictures cannot be decoded");
+    context.drawImage(bitmap, 0, 0);
+    return { rgba: context.getImageData(0, 0, width, height).data, width, height };
+}
+
+/**
+ * Spark decodes the pictures of SOG files by WebGL alone.
+ * @param {string} spark source text
+ * @returns {string} the same, which does it in another way where there is no WebGL
+ * @throws {Error} when the text is another than the one that was looked through
+ */
+export function decodeWithoutWebGL(spark) {
+    const places = spark.split(kNoGraphics).length - 1;
+    if (places !== 1) throw new Error(`Spark wants WebGL at ${places} places and not one`);
+    const text = JSON.stringify(`return (${decodeOnCanvas})(fileBytes);`).slice(1, -1);
+    return spark.replace(kNoGraphics, () => text.replaceAll("'", "\\'"));
+}

@@ -120,9 +120,14 @@ export function failureText(reason, language, name = "") {
     const kind = kindOf(reason);
     const why =
         kind === undefined
-            ? frame.other + (reason instanceof Error ? reason.message : reason)
+            ? frame.other + firstLine(reason instanceof Error ? reason.message : `${reason}`)
             : kReasons[kind][language];
     return `${first}\n${why}`;
+}
+
+/** @param {string} text of others, who may have put more behind it */
+function firstLine(text) {
+    return text.split("\n", 1)[0];
 }
 
 /**

@@ -187,6 +187,15 @@ class Content(ShareTest):
         self.assertEqual(self.share().count, 2)
         self.assertIn("2 of 3 Gaussians", self.told)
 
+    def test_scenes_of_all_formats(self):
+        self.scene.write_bytes(ply([ball((0, 0, 3), 0.5), ball((1, 0, 4), 0.5, (1, 0, 0))], size=None))
+        for ending in (".compressed.ply", ".splat", ".spz", ".sog"):
+            with self.subTest(ending=ending):
+                scene = self.folder / f"other{ending}"
+                subprocess.run([BINARIES / "vistrel-convert", self.scene, scene], check=True, capture_output=True)
+                page = self.share(scene=scene)
+                self.assertEqual((page.title, page.count), ("other", 2))
+
     def test_frame_of_an_spz_file_is_turned(self):
         spz = self.folder / "other.spz"
         spz.write_bytes(self.convert("--spz-frame", "rub"))

@@ -75,6 +75,17 @@ for (const [name, bytes] of kFormats) {
     });
 }
 
+test("PicturesOfSogAreDecodedWithoutWebGL", async () => {
+    const file = await browser.file("plain.sog", sogFile(kGaussians));
+    const page = await browser.open({
+        query: `${kQuery}&openFile=${file}`,
+        withoutWebGL: true,
+    });
+    assert.deepEqual(page.reports, []);
+    assertShown(await page.picture());
+    await page.close();
+});
+
 test("ApostropheInANameIsNoObstacle", async () => {
     const file = await browser.file("it's.ply", plyFile(kGaussians));
     const page = await browser.open({ query: kQuery });
@@ -109,7 +120,7 @@ test("BrokenFilesLeaveThePageAlive", async () => {
         ["truncated.ksplat", ksplatFile(kGaussians).subarray(0, 5200)],
         ["empty.spz4.spz", spz4File([])],
         ["truncated.spz4.spz", spz4File(kGaussians).subarray(0, 120)],
-        ["truncated.sog", sogFile(kGaussians).subarray(0, 2000)],
+        ["truncated.sog.ply", sogFile(kGaussians).subarray(0, 2000)],
         ["nowhere.ply", plyFile([placeless([NaN, NaN, NaN]), placeless([0, 0, Infinity])])],
         ["nowhere.splat", splatFile([placeless([0, NaN, 0])])],
     ]);

@@ -7,7 +7,8 @@ import assert from "node:assert/strict";
 import { test } from "node:test";
 import { centreOf, pixelOf } from "../support/prediction.js";
 import { startQt } from "../support/qt_page.js";
-import { ksplatFile, plyFile, splatFile, spzFile } from "../support/splat_files.js";
+import { sogFile } from "../support/sog_files.js";
+import { ksplatFile, plyFile, spz4File, splatFile, spzFile } from "../support/splat_files.js";
 import {
     alternating,
     assertPicture,
@@ -65,6 +66,8 @@ for (const painter of /** @type {const} */ (["gpu", "cpu"])) {
             ["a.splat", splatFile(kGaussians)],
             ["a.spz", spzFile(kGaussians)],
             ["a.ksplat", ksplatFile(kGaussians)],
+            ["a4.spz", spz4File(kGaussians)],
+            ["a.sog", sogFile(kGaussians)],
         ]);
         for (const [name, bytes] of files) {
             const file = await browser.file(name, bytes);
@@ -127,6 +130,9 @@ for (const painter of /** @type {const} */ (["gpu", "cpu"])) {
         const bad = await browser.file("bad.ply", "ply, but no more than that");
         await page.call("FileFromNative", bad);
         assert.equal(page.reports.length, 1);
+        const told = await page.evaluate("document.getElementById('failure').textContent");
+        assert.match(told, /^“bad.ply” cannot be shown.\nIt is damaged/);
+        await page.evaluate("document.getElementById('failure').style.opacity = 0, null");
         assert.equal(centreOf(await page.picture(), 0).sum, 0);
         await page.call("FileFromNative", good);
         assertPoints(await page.picture());

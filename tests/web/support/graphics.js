@@ -3,10 +3,25 @@
 
 /** No WebGL. */
 export function takeWebGLAway() {
-    const prototype = /** @type {any} */ (HTMLCanvasElement.prototype);
-    const { getContext } = prototype;
-    prototype.getContext = function (/** @type {string} */ kind, /** @type {any[]} */ ...rest) {
-        return kind.startsWith("webgl") ? null : getContext.call(this, kind, ...rest);
+    const take = (/** @type {any} */ prototype) => {
+        const { getContext } = prototype;
+        prototype.getContext = function (/** @type {string} */ kind, /** @type {any[]} */ ...rest) {
+            return kind.startsWith("webgl") ? null : getContext.call(this, kind, ...rest);
+        };
+    };
+    take(HTMLCanvasElement.prototype);
+    // Workers, whose texts the page puts together, have canvases of their own.
+    const Plain = window.Blob;
+    window.Blob = class extends Plain {
+        /**
+         * @param {BlobPart[]} [parts]
+         * @param {BlobPropertyBag} [options]
+         */
+        constructor(parts = [], options) {
+            const isWorker = options?.type?.startsWith("text/javascript");
+            const before = isWorker ? [`(${take})(OffscreenCanvas.prototype);`] : [];
+            super([...before, ...parts], options);
+        }
     };
 }
 

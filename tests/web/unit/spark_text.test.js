@@ -4,6 +4,7 @@ import { test } from "node:test";
 import {
     avoidReservedWord,
     createCompiledParserFn,
+    decodeWithoutWebGL,
     readPalettes,
     readRecordsWithoutEval,
     withBytesInText,
@@ -89,4 +90,11 @@ test("PalettesOfEveryDegreeAreRead", () => {
 
 test("OtherPalettesAreRefused", () => {
     assert.throws(() => readPalettes("(label & 63) * 16"), /0 places/);
+});
+
+test("PicturesAreDecodedInAnotherWayWhereWebGLIsMissing", () => {
+    const spark = "const text = 'if (!gl) {\\n throw new Error(\"Failed to create WebGL2 context\");\\n}';";
+    const text = new Function(`${decodeWithoutWebGL(spark)} return text;`)();
+    assert.match(text, /^if \(!gl\) \{\n return \(async function decodeOnCanvas[^]*\)\(fileBytes\);\n\}$/);
+    assert.throws(() => decodeWithoutWebGL(decodeWithoutWebGL(spark)), /0 places/);
 });

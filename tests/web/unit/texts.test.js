@@ -38,5 +38,12 @@ test("ErrorWithoutADetailIsLoggedAsItIsTold", () => {
 test("ReasonsOfOthersFollowALeadInTheLanguage", () => {
     const told = failureText(new RangeError("Offset is outside"), "ja", "a.spz");
     assert.equal(told, "「a.spz」を表示できません。\n理由: Offset is outside");
-    assert.match(failureText("cut", "en"), /\nThe reason: cut$/);
+    assert.match(failureText("cut\n    at read (a.js:1)", "en"), /\nThe reason: cut$/);
+});
+
+test("WantOfMemoryIsToldInPlainWords", () => {
+    for (const message of ["Array buffer allocation failed", "Invalid typed array length: 9"]) {
+        const told = failureText(new RangeError(message), "en");
+        assert.match(told, /\nThere is not enough memory for it\.$/);
+    }
 });
