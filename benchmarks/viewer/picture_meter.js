@@ -12,18 +12,28 @@ export function installPictureMeter() {
     let share = 0;
     let begun = 0;
 
-    const post = Worker.prototype.postMessage;
-    Worker.prototype.postMessage = function (/** @type {any[]} */ ...args) {
-        const { request, id, share: asked } = args[0] ?? {};
-        if (request === "paint") {
-            const began = performance.now();
+    window.Worker = class extends Worker {
+        /** @type {Map<number, { share: number, begun: number }>} */
+        #asked = new Map();
+
+        /** @param {[string | URL, WorkerOptions?]} args */
+        constructor(...args) {
+            super(...args);
+            // Before the page's own, which may draw at once.
             this.addEventListener("message", ({ data }) => {
-                if (data.id !== id) return;
-                share = asked;
-                begun = began;
+                const asked = this.#asked.get(data.id);
+                if (asked) ({ share, begun } = asked);
+                this.#asked.delete(data.id);
             });
         }
-        return Reflect.apply(post, this, args);
+
+        /** @override */
+        postMessage(/** @type {any[]} */ ...args) {
+            const { request, id, share: asked } = args[0] ?? {};
+            const now = performance.now();
+            if (request === "paint") this.#asked.set(id, { share: asked, begun: now });
+            Reflect.apply(super.postMessage, this, args);
+        }
     };
 
     const gl = WebGL2RenderingContext.prototype;

@@ -207,10 +207,10 @@ for (const [painter, before] of /** @type {const} */ ([
         const whole = await pictureOf(page);
         await page.evaluate(`(window.losing = context.getExtension("WEBGL_lose_context"),
             losing.loseContext(), null)`);
-        await page.becomes(`document.getElementById("message").textContent.includes("graphics")`);
+        await page.becomes(`document.getElementById("failure").textContent.includes("graphics")`);
         assert.equal(await page.evaluate(`document.getElementById("poster").hidden`), false);
         await page.evaluate(`losing.restoreContext(), null`);
-        await page.becomes(`document.getElementById("message").textContent === ""`);
+        await page.becomes(`document.getElementById("failure").textContent === ""`);
         await page.becomes(`document.getElementById("poster").hidden`);
         assert.deepEqual(await pictureOf(page), whole);
         await page.close();
@@ -219,7 +219,7 @@ for (const [painter, before] of /** @type {const} */ ([
 
 test("WithoutWebGLItIsPaintedOnACanvas", async () => {
     const page = await open({ before: [takeWebGLAway] });
-    assert.equal(await textOf(page, "message"), "");
+    assert.equal(await textOf(page, "failure"), "");
     await pictureOf(page);
     const picture = await page.picture();
     assert.ok(Math.max(...picture.at(160, 120)) > 40);
@@ -230,7 +230,7 @@ test("ADamagedSceneSaysSoBehindThePoster", async () => {
     for (const scene of [kScene.subarray(0, 200), Buffer.from("no scene at all")]) {
         const share = { scene, title: "Nasty </title> & title", poster: kPoster };
         const page = await open({ share });
-        assert.match(await textOf(page, "message"), /“Nasty <\/title> & title” cannot be shown/);
+        assert.match(await textOf(page, "failure"), /“Nasty <\/title> & title” cannot be shown/);
         assert.equal(await page.evaluate(`document.getElementById("poster").hidden`), false);
         await page.close();
     }
@@ -238,6 +238,6 @@ test("ADamagedSceneSaysSoBehindThePoster", async () => {
 
 test("APageThatWasCutShortSaysSo", async () => {
     const page = await open({ share: { facts: { length: 10_000_000 } } });
-    assert.match(await textOf(page, "message"), /damaged or cut short/);
+    assert.match(await textOf(page, "failure"), /damaged or cut short/);
     await page.close();
 });

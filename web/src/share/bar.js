@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+import { kShareModes } from "./flat.js";
 import { hasHeadset } from "./headset.js";
 
 /** The bar fades away when nobody has moved for so long, milliseconds. */
@@ -72,7 +73,8 @@ export class Bar {
         element("full").title = texts.fullScreen;
         element("focus-name").textContent = texts.focus;
         element("depth-name").textContent = texts.depth;
-        this.#mode.replaceChildren(...texts.modes.map((name) => new Option(name)));
+        const names = kShareModes.map(({ name }) => texts.modes[name] ?? name);
+        this.#mode.replaceChildren(...names.map((name) => new Option(name)));
     }
 
     async #offerHeadset() {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 import { reportSceneFailure } from "../scene_failure.js";
-import { failureText, languageOf } from "../texts.js";
+import { languageOf } from "../texts.js";
 import { Bar } from "./bar.js";
 import { readFacts } from "./facts.js";
 import { followPhone } from "./phone.js";
@@ -22,7 +22,7 @@ function element(id) {
 
 /** @param {string} text tells what is wrong; nothing when empty */
 function say(text) {
-    element("message").textContent = text;
+    element("failure").textContent = text;
 }
 
 /** @param {number} share of the work until the scene is there, 0 to 1 */
@@ -42,8 +42,7 @@ function setBusy(isBusy) {
 /** @param {unknown} reason */
 function fail(reason) {
     setBusy(false);
-    reportSceneFailure(reason);
-    say(failureText(reason, language, document.title));
+    reportSceneFailure(reason, document.title);
 }
 
 /** @param {boolean} isShown */
