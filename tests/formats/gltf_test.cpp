@@ -36,7 +36,7 @@ std::string GltfRefusal(const std::string& bytes) {
     return test::RefusalOf(ReadGltf, bytes, ".gltf");
 }
 
-std::string Replaced(std::string text, std::string_view from, std::string_view to) {
+std::string GltfReplaced(std::string text, std::string_view from, std::string_view to) {
     const std::size_t place = text.find(from);
     if (place == text.npos) throw std::logic_error("nothing to replace");
     return text.replace(place, from.size(), to);
@@ -252,8 +252,8 @@ TEST(Gltf, SeveralPrimitivesAreOneScene) {
     const std::size_t end = one.find("]}], \"accessors\"");
     const std::string primitive = one.substr(begin, end - begin);
     const std::string withHarmonics =
-        Replaced(primitive, R"(_0_COEF_0": 0)",
-                 R"(_0_COEF_0": 0, "KHR_gaussian_splatting:SH_DEGREE_1_COEF_0": 0,
+        GltfReplaced(primitive, R"(_0_COEF_0": 0)",
+                     R"(_0_COEF_0": 0, "KHR_gaussian_splatting:SH_DEGREE_1_COEF_0": 0,
  "KHR_gaussian_splatting:SH_DEGREE_1_COEF_1": 0, "KHR_gaussian_splatting:SH_DEGREE_1_COEF_2": 0)");
     const RawScene read = ReadGltfScene(
         Glb(std::string(one).replace(begin, end - begin, primitive + ", " + withHarmonics),
@@ -351,14 +351,14 @@ TEST(Gltf, HarmonicsOfDegreeFour) {
 }
 
 TEST(Gltf, CountsThatDiffer) {
-    EXPECT_EQ(GltfRefusal(
-                  Glb(Replaced(JsonOf(GltfText{}), R"("count": 2)", R"("count": 1)"), GltfBytes())),
+    EXPECT_EQ(GltfRefusal(Glb(GltfReplaced(JsonOf(GltfText{}), R"("count": 2)", R"("count": 1)"),
+                              GltfBytes())),
               "its attributes have different counts");
 }
 
 TEST(Gltf, NegativeScalesAreThoseOfDrafts) {
-    EXPECT_EQ(GltfRefusal(Glb(Replaced(JsonOf(GltfText{}), "5121", "5120"),
-                              Replaced(GltfBytes(), "\x02", "\xFE"))),
+    EXPECT_EQ(GltfRefusal(Glb(GltfReplaced(JsonOf(GltfText{}), "5121", "5120"),
+                              GltfReplaced(GltfBytes(), "\x02", "\xFE"))),
               "it has negative scales, as drafts of the format had");
 }
 

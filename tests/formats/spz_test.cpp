@@ -79,7 +79,7 @@ std::string Version3(const std::string& extensions = "") {
     return SpzStart(3, 1, 0, 12, flags) + position + SpzRest(kUnturned3) + extensions;
 }
 
-std::string Frame(const std::string& content) {
+std::string ZstdFrame(const std::string& content) {
     return TextOf(PackZstd(std::as_bytes(std::span(content))));
 }
 
@@ -105,7 +105,7 @@ std::string Version4(const StreamsFile& file) {
     text += file.extensions;
     std::string frames;
     for (const std::string& content : file.contents) {
-        const std::string frame = Frame(content);
+        const std::string frame = ZstdFrame(content);
         const bool isFirst = frames.empty();
         frames += frame;
         text += NumberText(frame.size(), 8);
