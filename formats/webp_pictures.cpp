@@ -58,9 +58,9 @@ WebpFile::WebpFile(const NumberPicture& picture, int effort) {
     if (WebPConfigInit(&config) == 0 || WebPPictureInit(&source) == 0) throw std::bad_alloc();
     config.lossless = 1;
     config.exact = 1;
-    // The first method that looks for repetitions. The next one tries more transforms, which takes
-    // a third longer and makes pictures of this kind no smaller.
-    config.method = 1;
+    // Method 1 is the first that looks for repetitions far back. The next one tries more
+    // transforms, which takes a third longer and makes pictures of this kind no smaller.
+    config.method = effort > 0 ? 1 : 0;
     config.quality = static_cast<float>(effort);
     const std::unique_ptr<WebPPicture, FreePicture> freeSource(&source);
     source.use_argb = 1;

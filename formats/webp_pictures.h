@@ -50,8 +50,8 @@ struct NumberPicture {
 // A WebP file in memory.
 class WebpFile {
   public:
-    // Without loss, also below alpha 0. `effort` is 0 to 100; more takes longer. Throws
-    // std::bad_alloc.
+    // Without loss, also below alpha 0. `effort` is 0 to 100; more takes longer, and from 0 to 1
+    // far longer. Throws std::bad_alloc.
     WebpFile(const NumberPicture& picture, int effort);
 
     [[nodiscard]] std::span<const std::byte> Bytes() const { return {bytes_.get(), size_}; }
