@@ -59,9 +59,10 @@ std::vector<std::wstring> FindPhotographs(const std::wstring& folder, ExtensionT
     return found;
 }
 
-std::wstring PlainOutputPath(const std::wstring& photograph, const std::wstring& folder) {
+std::wstring PlainOutputPath(const std::wstring& photograph, const std::wstring& folder,
+                             const std::string& ending) {
     std::filesystem::path name = ToPath(photograph).stem();
-    name += ".ply";
+    name += ending;
     return FromPath(ToPath(folder) / name);
 }
 
@@ -76,9 +77,9 @@ void Report(const BatchConverter& batch, const BatchProgressInfo& info) {
 
 BatchConflictPolicy DecidePolicy(const BatchConverter& batch,
                                  const std::vector<std::wstring>& photographs,
-                                 const std::wstring& outputDir) {
+                                 const std::wstring& outputDir, const std::string& ending) {
     const bool conflict = std::ranges::any_of(photographs, [&](const std::wstring& photograph) {
-        return MayExist(PlainOutputPath(photograph, outputDir));
+        return MayExist(PlainOutputPath(photograph, outputDir, ending));
     });
     return conflict && batch.onConflict ? batch.onConflict(L"") : BatchConflictPolicy::OverwriteAll;
 }
@@ -104,16 +105,16 @@ bool IsExtensionAmong(std::wstring_view extension, std::span<const std::wstring_
     });
 }
 
-std::wstring MakeUniqueOutputPath(const std::wstring& path) {
+std::wstring MakeUniqueOutputPath(const std::wstring& path, const std::string& ending) {
     constexpr int kMostDoubts = 3;  // of a disk that never tells the search would have no end
     const std::filesystem::path plain = ToPath(path);
+    const std::string whole = plain.filename();
+    const bool isWhole = whole.size() > ending.size() && whole.ends_with(ending);
+    const std::string extension = isWhole ? ending : plain.extension().native();
+    const std::string stem = whole.substr(0, whole.size() - extension.size());
     int doubts = 0;
     for (std::int64_t number = 1;; ++number) {
-        std::filesystem::path name = plain.stem();
-        name += '(';
-        name += std::to_string(number);
-        name += ')';
-        name += plain.extension();
+        const std::string name = stem + '(' + std::to_string(number) + ')' + extension;
         std::wstring candidate = FromPath(plain.parent_path() / name);
         const std::optional<bool> exists = Exists(candidate);
         if (!exists) ++doubts;
@@ -122,14 +123,15 @@ std::wstring MakeUniqueOutputPath(const std::wstring& path) {
 }
 
 std::wstring BatchOutputPath(const std::wstring& photograph, const std::wstring& outputDir,
-                             BatchConflictPolicy policy) {
-    std::wstring plain = PlainOutputPath(photograph, outputDir);
+                             BatchConflictPolicy policy, const std::string& ending) {
+    std::wstring plain = PlainOutputPath(photograph, outputDir, ending);
     const bool renamed = policy == BatchConflictPolicy::RenameAll && MayExist(plain);
-    return renamed ? MakeUniqueOutputPath(plain) : plain;
+    return renamed ? MakeUniqueOutputPath(plain, ending) : plain;
 }
 
-BatchConverter::BatchConverter(std::shared_ptr<const ConversionEngine> engine, ExtensionTest takes)
-    : engine_(std::move(engine)), takes_(takes) {}
+BatchConverter::BatchConverter(std::shared_ptr<const ConversionEngine> engine, ExtensionTest takes,
+                               std::string ending)
+    : engine_(std::move(engine)), takes_(takes), ending_(std::move(ending)) {}
 
 void BatchConverter::Run(const std::wstring& modelPath, const std::wstring& inputDir,
                          const std::wstring& outputDir, std::int32_t provider) {
@@ -145,7 +147,7 @@ void BatchConverter::Run(const std::wstring& modelPath, const std::wstring& inpu
         Report(*this, {.completed = true});
         return;
     }
-    const BatchConflictPolicy policy = DecidePolicy(*this, photographs, outputDir);
+    const BatchConflictPolicy policy = DecidePolicy(*this, photographs, outputDir, ending_);
     if (policy == BatchConflictPolicy::CancelBatch) {
         Report(*this, {.cancelled = true});
         return;
@@ -154,10 +156,11 @@ void BatchConverter::Run(const std::wstring& modelPath, const std::wstring& inpu
     BatchProgressInfo info{.total = static_cast<std::int32_t>(photographs.size())};
     for (const std::wstring& photograph : photographs) {
         if (cancelRequested) break;
-        const ConversionJob job{.modelPath = modelPath,
-                                .inputPath = photograph,
-                                .outputPath = BatchOutputPath(photograph, outputDir, policy),
-                                .provider = ExecutionProvider{provider}};
+        const ConversionJob job{
+            .modelPath = modelPath,
+            .inputPath = photograph,
+            .outputPath = BatchOutputPath(photograph, outputDir, policy, ending_),
+            .provider = ExecutionProvider{provider}};
         ++info.current;
         info.fileName = FromPath(ToPath(photograph).filename());
         try {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Every photograph of a folder becomes a splat PLY in another one.
+// Every photograph of a folder becomes a scene in another one.
 #pragma once
 
 #include <atomic>
@@ -44,19 +44,27 @@ struct BatchProgressInfo {
 // Which files of the folder a batch takes, by their extension with its dot.
 using ExtensionTest = bool (*)(std::wstring_view extension);
 
-// The first of "stem(1).ext", "stem(2).ext", ... beside `path` that no file has. Any thread.
-[[nodiscard]] std::wstring MakeUniqueOutputPath(const std::wstring& path);
+// What the names of scenes end in unless others are asked for.
+inline constexpr const char* kBatchEnding = ".ply";
+
+// The first of "stem(1).ext", "stem(2).ext", ... beside `path` that no file has; `path` ends in
+// `ending`, or has any extension. Any thread.
+[[nodiscard]] std::wstring MakeUniqueOutputPath(const std::wstring& path,
+                                                const std::string& ending = kBatchEnding);
 
 // Where the scene of `photograph` goes in `outputDir` if it is converted now. A name counts as
 // taken as long as the disk does not tell whether it is. Any thread.
 [[nodiscard]] std::wstring BatchOutputPath(const std::wstring& photograph,
                                            const std::wstring& outputDir,
-                                           BatchConflictPolicy policy);
+                                           BatchConflictPolicy policy,
+                                           const std::string& ending = kBatchEnding);
 
 class BatchConverter {
   public:
+    // `ending` is that of the scenes' names, with its dot.
     explicit BatchConverter(std::shared_ptr<const ConversionEngine> engine,
-                            ExtensionTest takes = IsSupportedImageExtension);
+                            ExtensionTest takes = IsSupportedImageExtension,
+                            std::string ending = kBatchEnding);
 
     // These may be empty, are called on the thread of Run and are not replaced during a run. What
     // onProgress throws while a file is converted fails that file; what onConflict throws, and
@@ -79,6 +87,7 @@ class BatchConverter {
   private:
     const std::shared_ptr<const ConversionEngine> engine_;
     const ExtensionTest takes_;
+    const std::string ending_;
 };
 
 }  // namespace vistrel

@@ -29,7 +29,7 @@ constexpr int WindowBits(ZlibWrapping wrapping) {
 }
 
 constexpr std::size_t kDeflateWindow = 32768;  // how far back deflate looks
-constexpr int kDeflateLevel = 6;
+constexpr int kDeflateLevel = 5;
 constexpr int kDeflateMemory = 9;  // the most, which makes the tables fit the data best
 constexpr std::size_t kDeflateBlock = std::size_t{1} << 19;
 constexpr std::size_t kLeastInflated = std::size_t{1} << 16;

@@ -194,9 +194,16 @@ class Halving {
                                            const std::array<Gathered, 2>& halves) const {
         const Border border(halves[0].Mean(), halves[1].Mean());
         const std::span<std::uint32_t> members = places_.subspan(group.first, group.count);
-        const auto beyond = std::ranges::stable_partition(
-            members, [&](std::uint32_t place) { return !border.IsBeyond(points_.all[place]); });
-        const std::size_t count = group.count - beyond.size();
+        std::vector<std::uint32_t> beyond;
+        std::size_t count = 0;
+        for (const std::uint32_t place : members) {
+            if (border.IsBeyond(points_.all[place])) {
+                beyond.push_back(place);
+            } else {
+                members[count++] = place;
+            }
+        }
+        std::ranges::copy(beyond, members.subspan(count).begin());
         if (count == 0 || count == group.count) return {Group{group.first, group.count, 1}};
         const double before =
             std::pow(std::max(halves[0].Variance(), 0.0) * static_cast<double>(count), kShare);

@@ -2,8 +2,9 @@
 #include "formats/morton_order.h"
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
+
+#include "formats/place_order.h"
 
 namespace vistrel {
 namespace {
@@ -19,12 +20,7 @@ std::uint64_t SpreadBits(std::uint64_t bits) {
     return (bits | bits << 2) & 0x1249249249249249;
 }
 
-struct PlaceKey {
-    std::uint64_t key;
-    std::uint32_t place;
-};
-
-void AddCells(const float* values, int axis, std::vector<PlaceKey>& keys) {
+void AddCells(const float* values, int axis, std::vector<std::uint64_t>& keys) {
     const auto [least, most] = std::minmax_element(values, values + keys.size());
     const auto first = static_cast<double>(*least);
     const double extent = static_cast<double>(*most) - first;
@@ -33,37 +29,19 @@ void AddCells(const float* values, int axis, std::vector<PlaceKey>& keys) {
     for (std::size_t i = 0; i < keys.size(); ++i) {
         const auto cell =
             static_cast<std::uint64_t>((static_cast<double>(values[i]) - first) * cells);
-        keys[i].key |= SpreadBits(cell) << axis;
+        keys[i] |= SpreadBits(cell) << axis;
     }
-}
-
-// Sorts by 9 bits of the keys, from bit `shift` on; equal ones keep their order.
-void SortByDigit(int shift, const std::vector<PlaceKey>& from, std::vector<PlaceKey>& to) {
-    constexpr std::size_t kDigits = 512;
-    const auto digitOf = [shift](const PlaceKey& key) { return key.key >> shift & (kDigits - 1); };
-    std::array<std::size_t, kDigits + 1> begins{};
-    for (const PlaceKey& key : from) ++begins[digitOf(key) + 1];
-    for (std::size_t i = 1; i < begins.size(); ++i) begins[i] += begins[i - 1];
-    for (const PlaceKey& key : from) to[begins[digitOf(key)]++] = key;
 }
 
 }  // namespace
 
 std::vector<std::uint32_t> MortonOrder(const RawScene& scene) {
-    std::vector<PlaceKey> keys(scene.Count());
+    std::vector<std::uint64_t> keys(scene.Count());
     if (keys.empty()) return {};
-    for (std::size_t i = 0; i < keys.size(); ++i) keys[i] = {0, static_cast<std::uint32_t>(i)};
     for (int axis = 0; axis < 3; ++axis) {
         AddCells(scene.Row(kPositionRow + static_cast<std::size_t>(axis)), axis, keys);
     }
-    std::vector<PlaceKey> other(keys.size());
-    for (int shift = 0; shift < 3 * kCellBits; shift += 9) {
-        SortByDigit(shift, keys, other);
-        keys.swap(other);
-    }
-    std::vector<std::uint32_t> order(keys.size());
-    std::ranges::transform(keys, order.begin(), &PlaceKey::place);
-    return order;
+    return PlacesByKey(keys);
 }
 
 }  // namespace vistrel

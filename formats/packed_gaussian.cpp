@@ -29,7 +29,7 @@ constexpr std::array kPartShifts = {20, 10, 0};
 constexpr int kLargestShift = 30;
 constexpr double kMostPart = 0.70710678118654752;  // of those
 
-constexpr float kLeastLogScale = -20.0F;
+constexpr float kLeastPackedLogScale = -20.0F;
 constexpr float kMostLogScale = 20.0F;
 
 // Harmonics are in -kHarmonicsReach..kHarmonicsReach.
@@ -106,7 +106,7 @@ ChunkPacker::ChunkPacker(const RawScene& scene, std::span<const std::uint32_t> p
     for (std::size_t axis = 0; axis < 3; ++axis) {
         Gather(kPositionRow + axis, kPositionRange + axis, [](float value) { return value; });
         Gather(kScaleRow + axis, kScaleRange + axis,
-               [](float value) { return std::clamp(value, kLeastLogScale, kMostLogScale); });
+               [](float value) { return std::clamp(value, kLeastPackedLogScale, kMostLogScale); });
         Gather(kColorRow + axis, kColorRange + axis, SrgbOfDc);
     }
 }

@@ -2,13 +2,13 @@
 #include "formats/sog_meta.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdint>
 #include <limits>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 
 #include "formats/raw_scene.h"
+#include "formats/scene_values.h"
 
 namespace vistrel {
 namespace {
@@ -85,7 +85,7 @@ ByteValues CodebookValues(const MetaJson& part) {
 ByteValues LogitsOfShares() {
     ByteValues values;
     for (std::size_t i = 0; i < values.size(); ++i) {
-        values[i] = std::log(static_cast<float>(i) / static_cast<float>(kCodebookSize - 1 - i));
+        values[i] = LogitOfOpacity(Unquantised(static_cast<std::uint32_t>(i), 8));
     }
     return values;
 }

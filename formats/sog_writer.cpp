@@ -16,9 +16,10 @@
 #include "base/workers.h"
 #include "formats/codebook.h"
 #include "formats/harmonics_palette.h"
+#include "formats/morton_order.h"
+#include "formats/scene_values.h"
 #include "formats/sog.h"
 #include "formats/sog_meta.h"
-#include "formats/space_order.h"
 #include "formats/webp_pictures.h"
 #include "formats/zip_archive.h"
 
@@ -27,8 +28,6 @@ namespace {
 
 // Below that a Gaussian is flat in any scene.
 constexpr float kFlattest = -30.0F;
-
-constexpr double kMost16 = 65535.0;
 
 // Of every colour in a palette, see formats/sog.h.
 constexpr std::size_t kWrittenCoefficients = HarmonicsCount(kMostHarmonicsDegree) - 1;
@@ -58,10 +57,6 @@ struct Coordinates {
     double least = 0.0;
     double greatest = 0.0;
     AlignedArray<std::uint16_t> values;
-
-    [[nodiscard]] std::span<const std::uint16_t> All() const {
-        return {values.data(), values.size()};
-    }
 };
 
 Coordinates CoordinatesOf(std::span<const float> positions) {
@@ -70,40 +65,28 @@ Coordinates CoordinatesOf(std::span<const float> positions) {
                                .greatest = StoredPosition(greatest),
                                .values = AlignedArray<std::uint16_t>(positions.size())};
     const double range = coordinates.greatest - coordinates.least;
-    const double scale = range > 0.0 ? kMost16 / range : 0.0;
+    const double scale = range > 0.0 ? 1.0 / range : 0.0;
     for (std::size_t i = 0; i < positions.size(); ++i) {
-        const double step = (StoredPosition(positions[i]) - coordinates.least) * scale;
-        coordinates.values[i] =
-            static_cast<std::uint16_t>(std::lround(std::clamp(step, 0.0, kMost16)));
+        const double share = (StoredPosition(positions[i]) - coordinates.least) * scale;
+        coordinates.values[i] = static_cast<std::uint16_t>(Quantised(share, 16));
     }
     return coordinates;
 }
 
-std::uint8_t ByteOfShare(float share) {
-    return static_cast<std::uint8_t>(std::lround(std::clamp(share, 0.0F, 1.0F) * 255.0F));
+std::uint8_t ByteOfShare(double share) {
+    return static_cast<std::uint8_t>(Quantised(share, 8));
 }
 
-void PutRotation(const std::array<float, 4>& rotation, std::uint8_t* pixel) {
-    std::array<double, 4> unit;
-    double length = 0.0;
-    for (const float value : rotation) length += double{value} * value;
-    length = std::sqrt(length);
-    // Without a direction it is no turn.
-    if (length > 0.0) {
-        std::ranges::transform(rotation, unit.begin(), [&](float value) { return value / length; });
-    } else {
-        unit = {1.0, 0.0, 0.0, 0.0};
-    }
+void PutRotation(const std::array<double, 4>& rotation, std::uint8_t* pixel) {
     const auto largest = static_cast<std::size_t>(
-        std::ranges::max_element(unit, {}, [](double value) { return std::abs(value); }) -
-        unit.begin());
-    const double sign = unit[largest] < 0.0 ? -1.0 : 1.0;
+        std::ranges::max_element(rotation, {}, [](double value) { return std::abs(value); }) -
+        rotation.begin());
+    const double scale = std::copysign(std::numbers::sqrt2 / 2.0, rotation[largest]);
     std::uint8_t* next = pixel;
-    for (std::size_t i = 0; i < 4; ++i) {
-        if (i == largest) continue;
-        *next++ = ByteOfShare(static_cast<float>((sign * unit[i] / std::numbers::sqrt2) + 0.5));
+    for (std::size_t i = 0; i < rotation.size(); ++i) {
+        if (i != largest) *next++ = ByteOfShare((rotation[i] * scale) + 0.5);
     }
-    constexpr std::uint8_t kFirstTag = 252;
+    constexpr std::size_t kFirstTag = 252;
     *next = static_cast<std::uint8_t>(kFirstTag + largest);
 }
 
@@ -117,7 +100,8 @@ struct PackedHarmonics {
 
 PackedHarmonics PackHarmonics(const RawScene& scene, Workers& workers) {
     HarmonicsPalette palette = MakeHarmonicsPalette(scene, workers);
-    Codebook values({palette.entries});
+    constexpr std::array kNone = {0.0F};
+    Codebook values({palette.entries, kNone});
     values.KeepZero();
     const std::size_t coefficients = HarmonicsCount(scene.Degree()) - 1;
     const std::size_t entries = palette.entries.size() / (3 * coefficients);
@@ -129,7 +113,7 @@ struct PackedScene {
     const RawScene& scene;
     PictureSize size;
     std::array<Coordinates, 3> positions = {};
-    AlignedArray<std::uint32_t> order = {};  // Gaussian of each pixel
+    std::vector<std::uint32_t> order = {};  // Gaussian of each pixel
     std::optional<Codebook> scales = {};
     std::optional<Codebook> colors = {};
     std::optional<PackedHarmonics> harmonics = {};
@@ -175,11 +159,7 @@ NumberPicture ScalePicture(const PackedScene& packed) {
 
 NumberPicture RotationPicture(const PackedScene& packed) {
     return FilledPicture(packed, [&](std::size_t gaussian, std::uint8_t* pixel) {
-        std::array<float, 4> rotation;
-        for (std::size_t i = 0; i < 4; ++i) {
-            rotation[i] = packed.scene.Row(kRotationRow + i)[gaussian];
-        }
-        PutRotation(rotation, pixel);
+        PutRotation(UnitRotation(packed.scene, gaussian), pixel);
     });
 }
 
@@ -188,8 +168,7 @@ NumberPicture ColorPicture(const PackedScene& packed) {
         for (std::size_t i = 0; i < 3; ++i) {
             pixel[i] = packed.colors->Nearest(packed.scene.Row(kColorRow + i)[gaussian]);
         }
-        const float logit = packed.scene.Row(kOpacityRow)[gaussian];
-        pixel[3] = ByteOfShare(1.0F / (1.0F + std::exp(-logit)));
+        pixel[3] = ByteOfShare(OpacityOfLogit(packed.scene.Row(kOpacityRow)[gaussian]));
     });
 }
 
@@ -257,17 +236,15 @@ std::vector<PlannedPicture> PlanPictures(const PackedScene& packed) {
 
 PackedScene Packed(const RawScene& scene, Workers& workers) {
     PackedScene packed = {.scene = scene, .size = SizeFor(scene.Count())};
-    workers.Run(5, [&](std::size_t piece, int) {
-        if (piece < 3) {
-            packed.positions[piece] = CoordinatesOf(packed.Row(kPositionRow + piece));
-        } else if (piece == 3) {
-            packed.scales.emplace(packed.ThreeRows(kScaleRow), kFlattest);
-        } else {
-            packed.colors.emplace(packed.ThreeRows(kColorRow));
-        }
-    });
-    packed.order = SpaceOrder(
-        {packed.positions[0].All(), packed.positions[1].All(), packed.positions[2].All()});
+    const std::array<std::function<void()>, 6> steps = {
+        [&] { packed.order = MortonOrder(scene); },
+        [&] { packed.scales.emplace(packed.ThreeRows(kScaleRow), kFlattest); },
+        [&] { packed.colors.emplace(packed.ThreeRows(kColorRow)); },
+        [&] { packed.positions[0] = CoordinatesOf(packed.Row(kPositionRow)); },
+        [&] { packed.positions[1] = CoordinatesOf(packed.Row(kPositionRow + 1)); },
+        [&] { packed.positions[2] = CoordinatesOf(packed.Row(kPositionRow + 2)); },
+    };
+    workers.Run(steps.size(), [&](std::size_t piece, int) { steps[piece](); });
     if (scene.Degree() > 0) packed.harmonics = PackHarmonics(scene, workers);
     return packed;
 }

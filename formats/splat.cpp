@@ -11,6 +11,8 @@
 #include <stdexcept>
 #include <vector>
 
+#include "base/workers.h"
+#include "formats/place_order.h"
 #include "formats/record_writer.h"
 #include "formats/scene_values.h"
 
@@ -61,31 +63,42 @@ SplatRecord RecordOf(const RawScene& scene, std::size_t place) {
     record.opacity = SplatByte(OpacityOfLogit(scene.Row(kOpacityRow)[place]));
     const std::array<double, 4> rotation = UnitRotation(scene, place);
     for (std::size_t k = 0; k < rotation.size(); ++k) {
-        const double byte = std::round(rotation[k] * kRotationZero + kRotationZero);
-        record.rotation[k] = static_cast<std::uint8_t>(std::min(byte, 255.0));
+        const auto byte = static_cast<float>(rotation[k]) * kRotationZero + kRotationZero;
+        record.rotation[k] = SplatByte(byte / UINT8_MAX);
     }
     return record;
 }
 
-// The places of all Gaussians by volume times opacity, the largest first; equal ones keep their
-// order.
-std::vector<std::uint32_t> OrderOfImportance(const RawScene& scene) {
-    struct RankedPlace {
-        float importance;  // its logarithm
-        std::uint32_t place;
-    };
-    std::vector<RankedPlace> ranked(scene.Count());
-    for (std::size_t i = 0; i < ranked.size(); ++i) {
-        float sum = std::log(OpacityOfLogit(scene.Row(kOpacityRow)[i]));
-        for (std::size_t axis = 0; axis < 3; ++axis) sum += scene.Row(kScaleRow + axis)[i];
-        ranked[i] = {sum, static_cast<std::uint32_t>(i)};
-    }
-    std::ranges::sort(ranked, [](const RankedPlace& a, const RankedPlace& b) {
-        return a.importance != b.importance ? a.importance > b.importance : a.place < b.place;
-    });
-    std::vector<std::uint32_t> order(ranked.size());
-    std::ranges::transform(ranked, order.begin(), &RankedPlace::place);
-    return order;
+// Volume times opacity as a number, the smaller the more there is of it.
+std::uint32_t UnimportanceKey(const SplatRecord& record, float logit) {
+    const float importance =
+        record.scale[0] * record.scale[1] * record.scale[2] * OpacityOfLogit(logit);
+    // The bits of positive numbers order as they are; infinity times 0 is not a number.
+    return importance > 0.0F ? ~std::bit_cast<std::uint32_t>(importance) : UINT32_MAX;
+}
+
+// Records of all Gaussians, and the keys that sort them. To make records where they come to lie
+// would be slow: every value of a Gaussian is far from the others.
+struct SplatRecords {
+    explicit SplatRecords(std::size_t count) : records(count), keys(count) {}
+
+    std::vector<SplatRecord> records;
+    std::vector<std::uint32_t> keys;
+};
+
+SplatRecords RecordsOf(const RawScene& scene, int threads) {
+    SplatRecords all(scene.Count());
+    const float* const logits = scene.Row(kOpacityRow);
+    Workers(threads).Run((scene.Count() + kScenePiece - 1) / kScenePiece,
+                         [&](std::size_t piece, int /*worker*/) {
+                             const std::size_t first = piece * kScenePiece;
+                             const std::size_t end = std::min(first + kScenePiece, scene.Count());
+                             for (std::size_t i = first; i < end; ++i) {
+                                 all.records[i] = RecordOf(scene, i);
+                                 all.keys[i] = UnimportanceKey(all.records[i], logits[i]);
+                             }
+                         });
+    return all;
 }
 
 }  // namespace
@@ -96,8 +109,7 @@ bool ReadSplat(const SceneInput& input, SceneSink& sink) {
     if (size == 0) throw std::runtime_error("it is empty");
     if (size % sizeof(SplatRecord) != 0) {
         throw std::runtime_error(
-            "its size is not a multiple of 32 bytes, so it is cut short or no "
-            ".splat file");
+            "its size is not a multiple of 32 bytes: it is cut short or no .splat file");
     }
     const std::uint64_t count = size / sizeof(SplatRecord);
     if (count > kMostGaussians) throw std::runtime_error("it has too many Gaussians");
@@ -114,12 +126,12 @@ bool ReadSplat(const SceneInput& input, SceneSink& sink) {
 }
 
 void WriteSplat(const RawScene& scene, const SceneWriteOptions& options, ByteSink& sink) {
-    const std::vector<std::uint32_t> order = OrderOfImportance(scene);
+    const SplatRecords all = RecordsOf(scene, options.threads);
+    const std::vector<std::uint32_t> order = PlacesByKey(all.keys);
     WriteRecords(scene.Count(), sizeof(SplatRecord), options.threads, sink,
                  [&](std::size_t first, std::size_t count, std::byte* records) {
-                     for (std::size_t i = 0; i < count; ++i) {
-                         const SplatRecord record = RecordOf(scene, order[first + i]);
-                         std::memcpy(records + i * sizeof(record), &record, sizeof(record));
+                     for (std::size_t i = 0; i < count; ++i, records += sizeof(SplatRecord)) {
+                         std::memcpy(records, &all.records[order[first + i]], sizeof(SplatRecord));
                      }
                  });
 }

@@ -18,7 +18,7 @@
 namespace vistrel {
 
 // See SceneReader and SceneWriter in formats/scene_io.h. What is large and opaque is written first,
-// as viewers expect that show a file while it comes; that takes 12 bytes for each Gaussian beside
+// as viewers expect that show a file while it comes; that takes 56 bytes for each Gaussian beside
 // the scene. Harmonics are left out.
 [[nodiscard]] bool ReadSplat(const SceneInput& input, SceneSink& sink);
 void WriteSplat(const RawScene& scene, const SceneWriteOptions& options, ByteSink& sink);

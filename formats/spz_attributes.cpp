@@ -6,14 +6,16 @@
 #include <cmath>
 #include <stdexcept>
 
+#include "formats/half_float.h"
+
 namespace vistrel {
 namespace {
 
 constexpr float kByteFull = 255.0F;
 constexpr float kColorSteps = kByteFull * 0.15F;
 constexpr float kColorZero = kByteFull / 2.0F;
-constexpr float kScaleSteps = 16.0F;
-constexpr float kLeastLogScale = -10.0F;
+constexpr float kLogScaleSteps = 16.0F;
+constexpr float kSpzLeastLogScale = -10.0F;
 constexpr float kFirstThreeSteps = 127.5F;
 constexpr float kHarmonicSteps = 128.0F;
 constexpr int kHarmonicZero = 128;
@@ -25,10 +27,10 @@ constexpr int kMagnitudeBits = 9;
 constexpr std::uint32_t kRotationMagnitude = (1U << kMagnitudeBits) - 1;
 constexpr int kComponentBits = kMagnitudeBits + 1;
 constexpr int kLargestBits = 3 * kComponentBits;  // below the index of the largest one
-constexpr int kPositionBits = 24;
-constexpr int kMostPosition = (1 << (kPositionBits - 1)) - 1;
+constexpr int kSpzPositionBits = 24;
+constexpr int kMostSpzPosition = (1 << (kSpzPositionBits - 1)) - 1;
 constexpr int kUsualFractionalBits = 12;
-constexpr int kMostFractionalBits = kPositionBits - 1;
+constexpr int kMostFractionalBits = kSpzPositionBits - 1;
 constexpr float kEnoughSteps = 16384.0F;
 
 // The file has x, y, z, w, and we have w, x, y, z.
@@ -44,15 +46,6 @@ std::uint32_t LittleEndianAt(const std::byte* bytes, std::size_t size) {
 
 void PutLittleEndian(std::uint32_t value, std::size_t size, std::byte* bytes) {
     for (std::size_t k = 0; k < size; ++k) bytes[k] = static_cast<std::byte>(value >> 8 * k);
-}
-
-float FromHalf(std::uint32_t half) {
-    const float sign = (half & 0x8000U) != 0 ? -1.0F : 1.0F;
-    const int exponent = static_cast<int>(half >> 10 & 0x1FU);
-    const auto fraction = static_cast<float>(half & 0x3FFU);
-    if (exponent == 0) return sign * std::ldexp(fraction, -24);
-    if (exponent == 0x1F) return fraction == 0.0F ? sign * HUGE_VALF : NAN;
-    return sign * std::ldexp(fraction + 1024.0F, exponent - 25);
 }
 
 float PositionOf(const std::byte* bytes, float step) {
@@ -72,7 +65,8 @@ ByteTable TableOf(Decode decode) {
 
 const ByteTable kOpacityLogits = TableOf([](float v) { return std::log(v / (kByteFull - v)); });
 const ByteTable kColorValues = TableOf([](float v) { return (v - kColorZero) / kColorSteps; });
-const ByteTable kLogScaleValues = TableOf([](float v) { return v / kScaleSteps + kLeastLogScale; });
+const ByteTable kLogScaleValues =
+    TableOf([](float v) { return v / kLogScaleSteps + kSpzLeastLogScale; });
 const ByteTable kHarmonicValues =
     TableOf([](float v) { return (v - static_cast<float>(kHarmonicZero)) / kHarmonicSteps; });
 
@@ -95,7 +89,8 @@ void DecodePositions(const SpzFacts& facts, const std::byte* from, std::size_t c
     for (std::size_t i = 0; i < count; ++i) {
         for (std::size_t k = 0; k < 3; ++k, from += bytes) {
             to.Put(kPositionRow + k, i,
-                   isHalf ? FromHalf(LittleEndianAt(from, 2)) : PositionOf(from, step));
+                   isHalf ? FloatOfHalf(static_cast<std::uint16_t>(LittleEndianAt(from, 2)))
+                          : PositionOf(from, step));
         }
     }
 }
@@ -233,7 +228,7 @@ int SuitableFractionalBits(const RawScene& scene) {
     }
     int bits = kUsualFractionalBits;
     while (bits < kMostFractionalBits && std::ldexp(farthest, bits) < kEnoughSteps) ++bits;
-    while (std::ldexp(farthest, bits) > static_cast<float>(kMostPosition)) --bits;
+    while (std::ldexp(farthest, bits) > static_cast<float>(kMostSpzPosition)) --bits;
     if (bits < 0) throw std::runtime_error("its positions reach too far for SPZ");
     return bits;
 }
@@ -259,7 +254,7 @@ void EncodeSpz(const RawScene& scene, const SpzFacts& facts, const SpzPlaces<std
             at(SpzAttribute::Colors, i)[k] =
                 NearestByte(value(kColorRow + k, i) * kColorSteps + kColorZero);
             at(SpzAttribute::Scales, i)[k] =
-                NearestByte((value(kScaleRow + k, i) - kLeastLogScale) * kScaleSteps);
+                NearestByte((value(kScaleRow + k, i) - kSpzLeastLogScale) * kLogScaleSteps);
         }
         *at(SpzAttribute::Opacities, i) =
             NearestByte(kByteFull / (1.0F + std::exp(-value(kOpacityRow, i))));

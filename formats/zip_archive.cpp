@@ -1,13 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "formats/zip_archive.h"
 
-#include <zlib.h>
-
 #include <algorithm>
-#include <limits>
-#include <memory>
-#include <optional>
 #include <stdexcept>
+
+#include "formats/deflate.h"
 
 namespace vistrel {
 namespace {
@@ -153,33 +150,6 @@ void RefuseSharedBytes(const std::vector<ZipEntry>& entries) {
     }
 }
 
-struct EndEntry {
-    void operator()(z_stream* stream) const { inflateEnd(stream); }
-};
-
-// Unpacks into exactly the room that `content` is.
-void InflateEntry(std::span<const std::byte> stored, std::span<std::byte> content) {
-    constexpr int kRawWindow = -15;  // no header before the blocks
-    z_stream stream{};
-    if (inflateInit2(&stream, kRawWindow) != Z_OK) throw std::bad_alloc();
-    const std::unique_ptr<z_stream, EndEntry> end(&stream);
-    // zlib does not write there.
-    stream.next_in = const_cast<Bytef*>(reinterpret_cast<const Bytef*>(stored.data()));
-    stream.avail_in = static_cast<uInt>(stored.size());
-    stream.next_out = reinterpret_cast<Bytef*>(content.data());
-    stream.avail_out = static_cast<uInt>(content.size());
-    const int result = inflate(&stream, Z_FINISH);
-    if (result == Z_MEM_ERROR) throw std::bad_alloc();
-    if (result != Z_STREAM_END || stream.avail_out != 0 || stream.avail_in != 0) {
-        RefuseArchive("an entry of its zip archive is damaged");
-    }
-}
-
-std::uint32_t CrcOf(std::span<const std::byte> content) {
-    return static_cast<std::uint32_t>(
-        crc32_z(0, reinterpret_cast<const Bytef*>(content.data()), content.size()));
-}
-
 void PutZip16(std::string& bytes, std::uint32_t number) {
     bytes.push_back(static_cast<char>(number & 0xffU));
     bytes.push_back(static_cast<char>((number >> 8U) & 0xffU));
@@ -238,12 +208,8 @@ std::vector<std::byte> ZipArchive::Content(const ZipEntry& entry, std::size_t mo
         RefuseArchive("an entry of its zip archive is larger than it can be");
     }
     std::vector<std::byte> content = ZipBytes(file_, entry.data, entry.storedBytes);
-    if (entry.method == kDeflate) {
-        const std::vector<std::byte> stored = std::move(content);
-        content = std::vector<std::byte>(entry.contentBytes);
-        InflateEntry(stored, content);
-    }
-    if (CrcOf(content) != entry.crc) RefuseArchive("an entry of its zip archive is damaged");
+    if (entry.method == kDeflate) content = UnpackDeflate(content, entry.contentBytes);
+    if (Crc32(content) != entry.crc) RefuseArchive("an entry of its zip archive is damaged");
     return content;
 }
 
@@ -256,7 +222,7 @@ void ZipWriter::Add(std::string_view name, std::span<const std::byte> content) {
     const std::uint32_t header = ZipNumber(position_);
     static_cast<void>(ZipNumber(position_ + kLocalBytes + name.size() + content.size()));
     const auto size = static_cast<std::uint32_t>(content.size());
-    const std::uint32_t crc = CrcOf(content);
+    const std::uint32_t crc = Crc32(content);
 
     std::string local;
     PutZip32(local, kLocalMark);

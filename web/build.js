@@ -10,6 +10,7 @@ import { createRequire } from "node:module";
 import path from "node:path";
 import { fileURLToPath } from "node:url";
 import { refuseLongBlocks } from "./fzstd_text.js";
+import { kDelivery, kOldestBrowser, painterDelivery } from "./painter_delivery.js";
 import { withViewerPolicy } from "./policy.js";
 import {
     avoidReservedWord,
@@ -18,11 +19,7 @@ import {
     readRecordsWithoutEval,
 } from "./spark_text.js";
 
-/** The oldest browser to run in, that of QtWebEngine 6.4. */
-const kTarget = "chrome102";
 const kSpark = "@sparkjsdev/spark";
-/** What Spark's file exports besides, for where it cannot draw itself. */
-const kDelivery = "softwarePainter";
 /** Files beside the page, by the name under which its sources import them. */
 const kBeside = new Map([
     ["three", "three"],
@@ -79,7 +76,7 @@ const fzstdPlugin = {
     setup({ onLoad }) {
         onLoad({ filter: /[\\/]fzstd[\\/].*\.mjs$/ }, async ({ path: file }) => {
             const text = refuseLongBlocks(await readFile(file, "utf8"));
-            return { contents: (await transform(text, { minify: true, target: kTarget })).code };
+            return { contents: (await transform(text, { minify: true, target: kOldestBrowser })).code };
         });
     },
 };
@@ -111,7 +108,7 @@ async function bundle(entry, plugins) {
         entryPoints: [path.join(source, entry)],
         bundle: true,
         format: "esm",
-        target: kTarget,
+        target: kOldestBrowser,
         sourcemap: withSourceMaps && "inline",
         legalComments: "inline",
         charset: "utf8",
@@ -140,22 +137,7 @@ async function spark() {
     const changes = [avoidReservedWord, readRecordsWithoutEval, readPalettes, decodeWithoutWebGL];
     const original = await readFile(file, "utf8");
     const text = changes.reduce((changed, change) => change(changed), original);
-    const delivery = { worker: await worker(), wasm: await readFile(painter, "base64") };
-    return `${text}\nexport const ${kDelivery} = ${JSON.stringify(delivery)};\n`;
-}
-
-/** @returns {Promise<string>} the text of a painter's worker */
-async function worker() {
-    const { outputFiles } = await build({
-        entryPoints: [path.join(source, "painter", "eye_worker.js")],
-        bundle: true,
-        minify: true,
-        format: "iife",
-        target: kTarget,
-        legalComments: "none",
-        write: false,
-    });
-    return outputFiles[0].text;
+    return `${text}\n${await painterDelivery(painter)}`;
 }
 
 /**

@@ -6,11 +6,12 @@ const kPolicyPlace = "(the page's policy)";
 /**
  * @param {string} page HTML
  * @param {string} element
- * @returns {string[]} what allows the texts of these elements, and no others
+ * @returns {string[]} what allows the texts of these elements, and no others; data needs no leave
  */
 function hashes(page, element) {
-    const texts = page.matchAll(new RegExp(`<${element}\\b[^>]*>([^]*?)</${element}>`, "g"));
-    return [...texts].map(([, text]) => {
+    const texts = page.matchAll(new RegExp(`<${element}\\b([^>]*)>([^]*?)</${element}>`, "g"));
+    const used = [...texts].filter(([, attributes]) => !attributes.includes('type="application/'));
+    return used.map(([, , text]) => {
         return `'sha256-${createHash("sha256").update(text).digest("base64")}'`;
     });
 }
@@ -47,6 +48,26 @@ export function withViewerPolicy(page) {
         "worker-src": ["blob:"],
         // The scenes, and the bytes of Spark's WebAssembly, which are in its text, too.
         "connect-src": ["file:", "data:"],
+        ...kNowhereElse,
+    });
+}
+
+/**
+ * Fills in the shared page's policy. It reads nothing but itself: no address can be asked for
+ * anything.
+ * @param {string} page
+ * @returns {string}
+ */
+export function withSharePolicy(page) {
+    return filledIn(page, {
+        "default-src": ["'none'"],
+        // Spark sorts, and our painters paint, with WebAssembly.
+        "script-src": [...hashes(page, "script"), "'wasm-unsafe-eval'"],
+        "style-src": hashes(page, "style"),
+        // Their workers' texts are in the page's script.
+        "worker-src": ["blob:"],
+        // The poster.
+        "img-src": ["data:"],
         ...kNowhereElse,
     });
 }

@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+import { transform } from "esbuild";
+import { runInNewContext } from "node:vm";
+
 /** Changes to the text of Spark 0.1.10, which then runs everywhere and keeps to the page's policy. */
 
 /** Uses of `packed` as an identifier in its shaders. */
@@ -16,6 +19,36 @@ export function avoidReservedWord(spark) {
     const uses = spark.match(kUse)?.length ?? 0;
     if (uses !== kUses) throw new Error(`Spark uses "packed" ${uses} times and not ${kUses} times`);
     return spark.replace(kUse, "packedWords");
+}
+
+/** Spark's WebAssembly where it asks for it as an address; in its worker the line ends otherwise. */
+const kBytes = /new URL\("data:application\/wasm;base64,([^"]*)", (?:import\.meta\.url|self\.location\.href)\)/g;
+
+/**
+ * A page that may ask for nothing may not ask for data in its own text either.
+ * @param {string} spark source text
+ * @returns {string} the same, which decodes the bytes of its WebAssembly
+ * @throws {Error} when the text is another than the one that was looked through
+ */
+export function withBytesInText(spark) {
+    const places = spark.match(kBytes)?.length ?? 0;
+    if (places !== kPlaces) throw new Error(`Spark asks for bytes at ${places} places`);
+    return spark.replace(kBytes, 'Uint8Array.from(atob("$1"), (c) => c.charCodeAt(0))');
+}
+
+const kWorker = /^const jsContent = ('.*');$/m;
+
+/**
+ * @param {string} spark source text
+ * @returns {Promise<string>} the same with a minified worker
+ * @throws {Error} when the text is another than the one that was looked through
+ */
+export async function withSmallWorker(spark) {
+    const found = kWorker.exec(spark);
+    if (found === null) throw new Error("Spark has no worker");
+    const [line, literal] = found;
+    const { code } = await transform(runInNewContext(literal), { minify: true });
+    return spark.replace(line, () => `const jsContent = ${JSON.stringify(code)};`);
 }
 
 const kProbe = 'new Function("return 42;");';

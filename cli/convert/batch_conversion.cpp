@@ -20,6 +20,7 @@
 #include "base/new_file.h"
 #include "base/text_encoding.h"
 #include "cli/convert/batch_display.h"
+#include "cli/convert/scene_encoding.h"
 #include "cli/interrupts.h"
 #include "cli/output_check.h"
 #include "engine/conversion_engine.h"
@@ -58,7 +59,7 @@ std::filesystem::path OutputThatIsAnInput(const BatchOptions& options) {
         if (!IsPhotographExtension(FromPath(entry.path().extension()))) continue;
         if (const auto photograph = Identity(entry.path())) inputs.insert(*photograph);
         outputs.insert(ToPath(BatchOutputPath(FromPath(entry.path()), FromPath(options.outputDir),
-                                              BatchConflictPolicy::OverwriteAll)));
+                                              BatchConflictPolicy::OverwriteAll, options.ending)));
     }
     for (const std::filesystem::path& output : outputs) {
         const auto identity = Identity(output);
@@ -131,7 +132,7 @@ class FolderConversion {
     void CheckOutputOf(const std::wstring& photograph) {
         const std::filesystem::path output =
             ToPath(BatchOutputPath(FromPath(options_.inputDir / ToPath(photograph)),
-                                   FromPath(options_.outputDir), policy_));
+                                   FromPath(options_.outputDir), policy_, options_.ending));
         CheckOutput(output);
         // Cameras put JPEG and raw of a photograph side by side, which make one scene.
         const auto former = written_.find(output);
@@ -202,8 +203,9 @@ class FolderConversion {
     Interrupts interrupts_;
     BatchDisplay display_;
     BatchConverter converter_{
-        std::make_shared<ConversionEngine>(AvailableExecutionProviders, MakeReader()),
-        IsPhotographExtension};
+        std::make_shared<ConversionEngine>(AvailableExecutionProviders, MakeReader(),
+                                           WriterFor("a" + options_.ending, options_.writing)),
+        IsPhotographExtension, options_.ending};
     std::thread worker_;
 
     // The worker's, and read when it has ended.

@@ -3,9 +3,11 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
 
 #include "batch/batch_converter.h"
 #include "engine/execution_provider.h"
+#include "formats/scene_io.h"
 #include "photos/focal_length.h"
 
 namespace vistrel {
@@ -18,6 +20,8 @@ struct BatchOptions {
     BatchConflictPolicy onConflict = BatchConflictPolicy::CancelBatch;
     FocalChoice focal = {};
     bool convertColours = true;
+    std::string ending = kBatchEnding;  // of the scenes' names, which says the format
+    SceneWriteOptions writing = {};
 };
 
 enum class BatchOutcome {

@@ -5,7 +5,10 @@
 #include <array>
 #include <cstddef>
 #include <span>
+#include <string>
 
+#include "base/text_encoding.h"
+#include "cli/convert/scene_output.h"
 #include "engine/splat_ply_format.h"
 
 namespace vistrel {
@@ -47,6 +50,15 @@ RawScene EncodedScene(const GaussianSet& gaussians, float focalPx, std::uint32_t
         row += group.components;
     }
     return scene;
+}
+
+GaussianWriter WriterFor(const std::filesystem::path& output, const SceneWriteOptions& options) {
+    if (!IsForeignName(output)) return {};
+    return [options](const GaussianSet& gaussians, const std::wstring& path, float focalPx,
+                     std::uint32_t width, std::uint32_t height, float keepRatio) {
+        SaveScene(EncodedScene(gaussians, focalPx, width, height), ToPath(path), keepRatio,
+                  options);
+    };
 }
 
 }  // namespace vistrel

@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <cstddef>
-#include <cstdint>
 #include <filesystem>
 #include <stdexcept>
 #include <system_error>
@@ -76,20 +75,10 @@ PhotographReader MakeReader(const SingleOptions& options, LongStep& step) {
     };
 }
 
-// Nothing where the engine's own writer does it.
-GaussianWriter MakeWriter(const SingleOptions& options) {
-    if (!IsForeignName(options.output)) return {};
-    return [&options](const GaussianSet& gaussians, const std::wstring& output, float focalPx,
-                      std::uint32_t width, std::uint32_t height, float keepRatio) {
-        SaveScene(EncodedScene(gaussians, focalPx, width, height), ToPath(output), keepRatio,
-                  options.writing);
-    };
-}
-
 // Throws std::exception with what went wrong.
 void ConvertAndTell(const SingleOptions& options, LongStep& step) {
     const ConversionEngine engine(AvailableExecutionProviders, MakeReader(options, step),
-                                  MakeWriter(options));
+                                  WriterFor(options.output, options.writing));
     const ConversionJob job{FromUtf8(options.model), FromUtf8(NameOfInput(options)),
                             FromUtf8(options.output), options.keepRatio, options.provider};
     int stages = 0;

@@ -36,6 +36,7 @@ struct Options {
     BatchConflictPolicy onConflict = BatchConflictPolicy::CancelBatch;
     FocalChoice focal;
     bool ignoreColours = false;
+    std::string ending = kBatchEnding;  // with `batch`, of the scenes
     SceneWriteOptions writing;
     std::string input;   // picture or scene, with `batch` a folder of pictures
     std::string output;  // scene, with `batch` a folder for them
@@ -47,7 +48,8 @@ struct Options {
 
 int ConvertAll(const Options& options) {
     switch (ConvertFolder({options.model, options.input, options.output, options.Provider(),
-                           options.onConflict, options.focal, !options.ignoreColours})) {
+                           options.onConflict, options.focal, !options.ignoreColours,
+                           options.ending, options.writing})) {
         case BatchOutcome::AllConverted:
             return EXIT_SUCCESS;
         case BatchOutcome::NotAllConverted:
@@ -118,8 +120,13 @@ void Describe(CLI::App& app, Options& options) {
            [policies, &options](const std::string& name) {
                options.onConflict = policies.at(name);
            },
-           "With --batch: what happens when PLY files exist already [cancel]")
+           "With --batch: what happens when scenes exist already [cancel]")
         ->check(CLI::IsMember({"overwrite", "rename", "cancel"}))
+        ->needs(batch);
+    app.add_option_function<std::string>(
+           "--format", [&options](const std::string& name) { options.ending = '.' + name; },
+           "With --batch: format of the scenes [ply]")
+        ->check(CLI::IsMember({"ply", "compressed.ply", "splat", "spz", "sog", "glb"}))
         ->needs(batch);
     app.add_option_function<std::string>(
            "--focal",
@@ -141,7 +148,7 @@ void Describe(CLI::App& app, Options& options) {
         ->required();
     app.add_option("OUTPUT", options.output,
                    "Scene to write, in the format of its ending: " + ListOf(kWrittenEndings) +
-                       "; its folder is created; with --batch the folder for PLY files")
+                       "; its folder is created; with --batch the folder for scenes")
         ->required();
 }
 
@@ -172,17 +179,14 @@ bool Check(const CLI::App& app, const Options& options) {
     if (!(options.keepRatio >= 0.0F && options.keepRatio <= 1.0F)) {  // also not a number
         throw CLI::ValidationError("--keep-ratio", "is a number from 0 to 1");
     }
-    if (options.batch) {
-        CheckUnused(app, {"--spz-frame", "--spz-version"}, "goes with a single file");
-        return false;
+    const std::string ending = options.batch ? options.ending : SmallEnding(options.output);
+    const bool isScene = !options.batch && IsSceneFile(options.input);
+    if (!options.batch) CheckEnding(options.output);
+    if (ending != ".spz") {
+        CheckUnused(app, {"--spz-version"}, "goes with .spz files that are written");
+        if (!isScene) CheckUnused(app, {"--spz-frame"}, "goes with .spz files");
     }
-    CheckEnding(options.output);
-    const bool writesSpz = SmallEnding(options.output) == ".spz";
-    if (!writesSpz) CheckUnused(app, {"--spz-version"}, "goes with an OUTPUT that ends in .spz");
-    if (!IsSceneFile(options.input)) {
-        if (!writesSpz) CheckUnused(app, {"--spz-frame"}, "goes with .spz files");
-        return false;
-    }
+    if (!isScene) return false;
     CheckUnused(app, {"--model", "--provider", "--focal", "--no-icc"},
                 "goes with a photograph, and " + options.input + " is a scene");
     return true;

@@ -9,13 +9,11 @@
 #include <filesystem>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "base/new_file.h"
 #include "cli/command.h"
-#include "cli/interrupts.h"
-#include "cli/long_step.h"
+#include "cli/long_work.h"
 #include "cli/output_check.h"
 #include "cli/photograph_check.h"
 #include "cli/render/movie_output.h"
@@ -102,31 +100,17 @@ int RenderAll(const RenderOptions& options, LongStep& step) {
     return status;
 }
 
+[[noreturn]] void EndInterrupted(int /*signal*/) {
+    EndFfmpegProcesses();
+    DiscardUnfinishedFiles();
+    EraseProgress();
+    Tell("Error: interrupted");
+    std::_Exit(EXIT_FAILURE);
+}
+
 int Render(const RenderOptions& options) {
-    Interrupts interrupts;
-    LongStep step;
     int status = EXIT_SUCCESS;
-    std::exception_ptr failure;
-    std::thread worker([&] {
-        try {
-            status = RenderAll(options, step);
-        } catch (...) {
-            failure = std::current_exception();
-        }
-        interrupts.Wake();
-    });
-    while (const int event = interrupts.Wait(LongStep::kTick)) {
-        if (event != Interrupts::kTimeout) {
-            EndFfmpegProcesses();
-            DiscardUnfinishedFiles();
-            EraseProgress();
-            Tell("Error: interrupted");
-            std::_Exit(EXIT_FAILURE);
-        }
-        step.Tick();
-    }
-    worker.join();
-    if (failure) std::rethrow_exception(failure);
+    RunLongWork([&](LongStep& step) { status = RenderAll(options, step); }, EndInterrupted);
     return status;
 }
 

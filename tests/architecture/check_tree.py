@@ -142,6 +142,9 @@ LINKS = {
     "vistrel_render_command": ["vistrel_warnings", "vistrel_cli", "vistrel_pictures",
                                "CLI11::CLI11"],
     "vistrel-render": ["vistrel_warnings", "vistrel_render_command"],
+    "vistrel_share_command": ["vistrel_warnings", "vistrel_cli", "vistrel_pictures",
+                              "CLI11::CLI11"],
+    "vistrel-share": ["vistrel_warnings", "vistrel_share_command"],
     "local_model": ["vistrel_warnings", "${CMAKE_DL_LIBS}"],
 }
 

@@ -88,6 +88,24 @@ TEST_F(MakeUniqueOutputPathTest, OnlyTheLastExtensionGoesBehindTheNumber) {
     EXPECT_EQ(Unique("photo"), "photo(1)");
 }
 
+TEST_F(MakeUniqueOutputPathTest, EndingOfTwoPartsGoesBehindTheNumberAsAWhole) {
+    const std::wstring path = FromPath(folder_ / "a.b.compressed.ply");
+    EXPECT_EQ(ToPath(MakeUniqueOutputPath(path, ".compressed.ply")).filename(),
+              "a.b(1).compressed.ply");
+}
+
+TEST(BatchOutputPath, EndingIsTheOneThatIsAskedFor) {
+    const test::TemporaryFolder folder;
+    const auto name = [&](BatchConflictPolicy policy) {
+        return ToPath(BatchOutputPath(L"/photos/a.b.jpg", FromPath(folder.Path()), policy, ".spz"))
+            .filename();
+    };
+    EXPECT_EQ(name(BatchConflictPolicy::RenameAll), "a.b.spz");
+    folder.Write("a.b.spz", "");
+    EXPECT_EQ(name(BatchConflictPolicy::RenameAll), "a.b(1).spz");
+    EXPECT_EQ(name(BatchConflictPolicy::OverwriteAll), "a.b.spz");
+}
+
 TEST_F(MakeUniqueOutputPathTest, AnyBytesStay) {
     EXPECT_EQ(Unique("\xE5\x86\x99 \xFF#%d.ply"), "\xE5\x86\x99 \xFF#%d(1).ply");
 }

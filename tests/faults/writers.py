@@ -140,6 +140,21 @@ class DrawnScene(Operation):
                 folder / "picture.png"]
 
 
+class SharedScene(DrawnScene):
+    """By vistrel-share."""
+    message = (r"^Error: .*(scene\.ply: the file cannot be (opened|read)"
+               r"|page\.html: Cannot open output file: .+|page\.html could not be written: .+)$")
+    usual = 4
+
+    def prepare(self, folder):
+        super().prepare(folder)
+        (folder / "picture.png").rename(folder / "page.html")
+
+    def command(self, folder):
+        return [self.programs / "vistrel-share", "--poster", folder / "scene.ply",
+                folder / "page.html"]
+
+
 # Less than is received at once.
 NETWORK_SIZE = 12_000
 

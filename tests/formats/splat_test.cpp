@@ -139,7 +139,7 @@ TEST(Splat, FileIsTheSameOnAnyNumberOfThreads) {
 TEST(Splat, SizesThatNoFileHasAreRefused) {
     EXPECT_EQ(test::RefusalOf(ReadSplat, "", ".splat"), "it is empty");
     const std::string sentence =
-        "its size is not a multiple of 32 bytes, so it is cut short or no .splat file";
+        "its size is not a multiple of 32 bytes: it is cut short or no .splat file";
     EXPECT_EQ(test::RefusalOf(ReadSplat, std::string(31, 'x'), ".splat"), sentence);
     EXPECT_EQ(test::RefusalOf(ReadSplat, std::string(65, 'x'), ".splat"), sentence);
 }

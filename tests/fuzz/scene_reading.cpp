@@ -10,6 +10,7 @@
 #include "formats/compressed_ply.h"
 #include "formats/ply.h"
 #include "formats/splat.h"
+#include "formats/spz.h"
 #include "formats/thinning.h"
 #include "tests/fuzz/require.h"
 
@@ -32,6 +33,8 @@ const std::vector<RoundTrip>& RoundTrips() {
         {WriteCompressedPly, ReadCompressedPly, ".ply"},
         {WritePly, ReadPly, ".ply"},
         {WriteSplat, ReadSplat, ".splat", 0},
+        {WriteSpz, ReadSpz, ".spz", kMostHarmonicsDegree, 3},
+        {WriteSpz, ReadSpz, ".spz", kMostHarmonicsDegree, 4},
     };
     return trips;
 }

@@ -13,37 +13,12 @@
 
 #include "render/gaussian_packing.h"
 #include "tests/render/canvas.h"
+#include "tests/support/plain_harmonics.h"
 #include "tests/support/simd_targets.h"
 #include "tests/support/splat_scene_bytes.h"
 
 namespace vistrel {
 namespace {
-
-using Basis = std::array<double, 16>;
-
-// The associated Legendre functions and factors, from their definitions: Y_lm with the
-// Condon-Shortley phase, m from -l to l.
-Basis PlainBasis(double x, double y, double z) {
-    const double cosine = z;
-    const double longitude = std::atan2(y, x);
-    Basis basis{};
-    std::size_t next = 0;
-    for (int l = 0; l <= 3; ++l) {
-        for (int m = -l; m <= l; ++m) {
-            const auto order = static_cast<unsigned>(std::abs(m));
-            double factor = static_cast<double>(2 * l + 1) / (4.0 * M_PI);
-            for (int i = l - std::abs(m) + 1; i <= l + std::abs(m); ++i) factor /= i;
-            const double sign = order % 2 == 0 ? 1.0 : -1.0;  // std::assoc_legendre has no phase
-            const double legendre =
-                sign * std::assoc_legendre(static_cast<unsigned>(l), order, cosine);
-            const double around = m < 0   ? std::sqrt(2.0) * std::sin(order * longitude)
-                                  : m > 0 ? std::sqrt(2.0) * std::cos(order * longitude)
-                                          : 1.0;
-            basis[next++] = std::sqrt(factor) * legendre * around;
-        }
-    }
-    return basis;
-}
 
 // One Gaussian of `degree` in front of a camera. `coefficients` as in RawGaussian, dc first.
 std::array<int, 4> PixelOf(int degree, std::array<float, 3> position,
@@ -80,8 +55,8 @@ TEST_P(Harmonics, EveryDegreeIsTheFormula) {
         for (const auto& position :
              {std::array<float, 3>{0, 0, 2}, {1.5F, 0.3F, 2}, {-0.7F, -1.9F, 1}}) {
             const double length = std::hypot(position[0], position[1], position[2]);
-            const Basis basis =
-                PlainBasis(position[0] / length, position[1] / length, position[2] / length);
+            const std::array<double, 16> basis = test::PlainHarmonics(
+                position[0] / length, position[1] / length, position[2] / length);
             const std::array<int, 4> pixel = PixelOf(degree, position, rest);
             constexpr std::array kDc = {0.1, -0.2, 0.3};
             for (std::size_t channel = 0; channel < 3; ++channel) {

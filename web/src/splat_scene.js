@@ -20,16 +20,17 @@ class EyesRenderer extends SparkRenderer {
 
     /**
      * The smallest width of a Gaussian is a matter of the pixels that it is drawn into, which are
-     * those of an eye's target and not of the screen.
+     * those of an eye's target, or of its part of one, and not of the screen.
      * @override
      * @param {import("three").WebGLRenderer} renderer
      * @param {import("three").Scene} scene
-     * @param {import("three").Camera} camera
+     * @param {import("three").Camera & { viewport?: import("three").Vector4 }} camera
      */
     onBeforeRender(renderer, scene, camera) {
         super.onBeforeRender(renderer, scene, camera);
         const target = renderer.getRenderTarget();
-        if (target) this.uniforms.renderSize.value.set(target.width, target.height);
+        const { width, height } = camera.viewport ?? target ?? {};
+        if (width && height) this.uniforms.renderSize.value.set(width, height);
     }
 }
 

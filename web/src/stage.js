@@ -18,9 +18,17 @@ import { SceneError } from "./texts.js";
  * @property {import("./painter/eye_pictures.js").Painter} painter
  * @property {(width: number, height: number, ratio: number) => void} setSize CSS pixels, and device
  *     pixels for one of them; may empty the canvas
+ * @property {Headset | null} headset what draws in one, where the graphics card does
  * @property {() => boolean} isLost whether the canvas cannot be drawn any more
  * @property {(settings: ViewSettings, mode: StereoMode) =>
  *     import("./effects/eye_pair_effect.js").Effect} createEffect
+ */
+
+/**
+ * What a headset's picture is made with.
+ * @typedef {object} Headset
+ * @property {WebGLRenderer} renderer
+ * @property {SparkPainter} painter
  */
 
 /**
@@ -51,6 +59,7 @@ export function createStage(wanted, events) {
     return {
         element: renderer.domElement,
         painter,
+        headset: painter instanceof SparkPainter ? { renderer, painter } : null,
         setSize(width, height, ratio) {
             renderer.setPixelRatio(ratio);
             renderer.setSize(width, height);
@@ -71,6 +80,7 @@ function createCanvasStage({ onPainted, onFailure }) {
     return {
         element: screen.element,
         painter,
+        headset: null,
         setSize(width, height, ratio) {
             screen.ratio = ratio;
             screen.setSize(width, height);

@@ -13,6 +13,17 @@ function rightOf(camera) {
     return owner.right.set(1, 0, 0).applyQuaternion(camera.quaternion);
 }
 
+const kOrigin = new Vector3();
+
+/**
+ * @param {PerspectiveCamera} camera
+ * @param {import("./view_settings.js").ViewSettings} settings
+ * @returns {number} of the camera from what the eyes' distance follows
+ */
+function distanceOf({ position }, { centre = kOrigin }) {
+    return position.distanceTo(centre);
+}
+
 /** The two eyes' cameras, derived anew from the viewing camera for every frame. */
 export class StereoCamera2 {
     left = new PerspectiveCamera();
@@ -25,7 +36,7 @@ export class StereoCamera2 {
      */
     update(camera, settings, stretch = 1) {
         const eyes = eyePair({
-            distance: camera.position.length(),
+            distance: distanceOf(camera, settings),
             fov: camera.fov,
             aspect: camera.aspect,
             dltx: settings.dltx,
@@ -50,7 +61,7 @@ function placeEye(eye, camera, right, placement, stretch) {
     eye.position.addScaledVector(right, placement.offset);
     const projection = eye.projectionMatrix.elements;
     projection[0] *= stretch;
-    projection[8] = placement.skew; // column-major: row 0, column 2
+    projection[8] = projection[8] * stretch + placement.skew; // column-major: row 0, column 2
     eye.projectionMatrixInverse.copy(eye.projectionMatrix).invert();
 }
 
@@ -61,7 +72,7 @@ function placeEye(eye, camera, right, placement, stretch) {
  * @param {import("three").Matrix4} viewToWorld set by the call
  */
 export function middleView(camera, settings, viewToWorld) {
-    const distance = camera.position.length();
+    const distance = distanceOf(camera, settings);
     const offset =
         (eyeOffset(distance, settings.dpt, -1) + eyeOffset(distance, settings.dpt, 1)) / 2;
     const position = rightOf(camera).clone().multiplyScalar(offset).add(camera.position);

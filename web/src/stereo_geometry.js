@@ -34,10 +34,10 @@ export function eyeOffset(distance, dpt, side) {
 }
 
 /**
- * The eyes about the world origin (not about the point that the controls orbit). The pair is not
+ * The eyes about a centre (the world origin where the page names no other). The pair is not
  * centred on the camera: at the neutral depth of 100 the left eye is where the camera is.
  * @param {object} view
- * @param {number} view.distance of the camera from the world origin
+ * @param {number} view.distance of the camera from the centre
  * @param {number} view.fov vertical field of view in degrees, as if the camera's zoom were 1
  * @param {number} view.aspect width / height
  * @param {number} view.dltx focus value

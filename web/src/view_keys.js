@@ -21,7 +21,7 @@ const kArrows = {
  * @param {KeyboardEvent} event
  * @returns {boolean} whether the key is one of these
  */
-function moveByKey(controls, event) {
+export function moveByKey(controls, event) {
     if (event.ctrlKey || event.altKey || event.metaKey) return false;
     if (Object.hasOwn(kArrows, event.key)) {
         const [dx, dy] = kArrows[event.key];

@@ -6,6 +6,8 @@
  * @property {boolean} swap exchange the eyes
  * @property {number} dltx focus: how far the eyes' pictures are shifted against each other
  * @property {number} dpt depth: distance between the eyes, 100 is neutral
+ * @property {import("three").Vector3} [centre] that the eyes' distance follows, the world's origin
+ *     when absent
  */
 
 /** Focus value that a scene made from a photograph starts with. */

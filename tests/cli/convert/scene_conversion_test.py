@@ -258,6 +258,7 @@ class Refusals(SceneTest):
             self.check_refusal(run(*options, self.scene, self.folder / "a.ply"), 2, options[0])
         self.check_refusal(run("--spz-frame", "rub", PHOTO, self.folder / "a.ply"), 2, "--spz-frame")
         self.check_refusal(run("--batch", "--spz-frame", "rub", self.folder, self.folder), 2, "--spz-frame")
+        self.check_refusal(run("--format", "spz", PHOTO, self.folder / "a.spz"), 2, "--format")
         self.assertEqual(self.names(), ["scene.ply"])
 
     def test_endings_of_what_is_not_written(self):

@@ -152,6 +152,18 @@ class Conflict(Batch):
         self.assertEqual(self.run_batch("--on-conflict", "rename").returncode, 0)
         self.assertEqual(self.outputs(), ["(a.ply)", "a(1).ply", "b.ply"])
 
+    def test_scenes_of_another_format_have_their_own_names(self):
+        (self.input / "b.jpg").unlink()
+        for ending in ("ply", "compressed.ply", "spz"):
+            self.add_output("a." + ending)
+            for policy in ("overwrite", "rename", "cancel"):
+                self.run_batch("--format", ending, "--on-conflict", policy)
+            self.assertNotEqual((self.output / f"a.{ending}").read_bytes(), b"former scene")
+        self.assertEqual(sorted(path.name for path in self.output.iterdir()),
+                         ["a(1).compressed.ply", "a(1).ply", "a(1).spz", "a.compressed.ply", "a.ply", "a.spz"])
+        self.assertEqual((self.output / "a.spz").read_bytes(), (self.output / "a(1).spz").read_bytes())
+        self.assertEqual((self.output / "a.spz").read_bytes()[:2], b"\x1f\x8b")
+
     def test_output_that_is_a_link_to_an_input_is_refused(self):
         for make in (os.symlink, os.link):
             with self.subTest(make=make):

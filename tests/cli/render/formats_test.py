@@ -14,7 +14,7 @@ from program import RenderTest
 
 CONVERT = Path(os.environ["VISTREL_BIN"]) / "vistrel-convert"
 # What the quantisation of each format leaves of the picture.
-LEAST_DECIBELS = {".compressed.ply": 32, ".splat": 32, ".spz": 32, ".sog": 30, ".glb": 60}
+LEAST_DECIBELS = {".compressed.ply": 50, ".splat": 50, ".spz": 44, ".sog": 50, ".glb": 60}
 WINDOW = ["--view", "window", "--size", "240x150", "--stereo", "sbs"]
 
 

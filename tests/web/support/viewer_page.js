@@ -5,6 +5,7 @@ import path from "node:path";
 import { after } from "node:test";
 import { chromium } from "playwright-core";
 import { startCounting, stopCounting } from "../coverage/page_coverage.js";
+import { takeWebGLAway } from "./graphics.js";
 import { RestingPage } from "./resting_page.js";
 import { installWatch } from "./watch.js";
 
@@ -113,30 +114,18 @@ class Browser {
         await page.go(query);
         return page;
     }
-}
 
-/** Runs in the page before its own scripts. */
-function takeWebGLAway() {
-    const take = (/** @type {any} */ prototype) => {
-        const { getContext } = prototype;
-        prototype.getContext = function (/** @type {string} */ kind, /** @type {any[]} */ ...rest) {
-            return kind.startsWith("webgl") ? null : getContext.call(this, kind, ...rest);
-        };
-    };
-    take(HTMLCanvasElement.prototype);
-    // Workers, whose texts the page puts together, have canvases of their own.
-    const Plain = window.Blob;
-    window.Blob = class extends Plain {
-        /**
-         * @param {BlobPart[]} [parts]
-         * @param {BlobPropertyBag} [options]
-         */
-        constructor(parts = [], options) {
-            const isWorker = options?.type?.startsWith("text/javascript");
-            const before = isWorker ? [`(${take})(OffscreenCanvas.prototype);`] : [];
-            super([...before, ...parts], options);
-        }
-    };
+    /**
+     * @param {string} script that runs before those of whatever the page loads
+     * @param {{ width: number, height: number }} size
+     * @param {import("playwright-core").BrowserContextOptions} [options]
+     * @returns {Promise<ViewerPage>} with nothing in it, and storage of its own
+     */
+    async prepare(script, size, options = {}) {
+        const context = await this.#instance.newContext({ viewport: size, ...options });
+        await context.addInitScript(script);
+        return new ViewerPage(await context.newPage());
+    }
 }
 
 /** The built page in Chromium. */

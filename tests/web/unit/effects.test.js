@@ -80,7 +80,7 @@ class FakeRenderer {
  */
 function createEffect(renderer, bsharp, number) {
     const mode = stereoMode(number);
-    const targets = new EyeTargets(renderer.real, new Scene(), mode.targetSize);
+    const targets = new EyeTargets(renderer.real, new Scene(), mode);
     return new EyePairEffect(renderer.real, defaultSettings(bsharp), mode, targets);
 }
 

@@ -34,6 +34,7 @@ in vec2 vUv;
  * @property {number} widthShare of the screen that an eye's picture is wide
  * @property {number} eyeStretch factor on the width of what an eye sees, of which its picture shows
  *     the middle
+ * @property {boolean} [isFlat] the left eye's picture is all there is
  */
 
 /**

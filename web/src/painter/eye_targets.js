@@ -11,6 +11,7 @@ import { kPictureFilters } from "./eye_pictures.js";
 export class EyeTargets {
     #renderer;
     #scene;
+    #isFlat;
     /** @type {WebGLRenderTarget} */
     #left;
     /** @type {WebGLRenderTarget} */
@@ -19,11 +20,12 @@ export class EyeTargets {
     /**
      * @param {import("three").WebGLRenderer} renderer
      * @param {import("three").Scene} scene
-     * @param {number} size of the targets before the first setSize, pixels
+     * @param {import("../effects/eye_pair_effect.js").StereoMode} mode
      */
-    constructor(renderer, scene, size) {
+    constructor(renderer, scene, { targetSize: size, isFlat = false }) {
         this.#renderer = renderer;
         this.#scene = scene;
+        this.#isFlat = isFlat;
         this.#left = new WebGLRenderTarget(size, size, kPictureFilters);
         this.#right = new WebGLRenderTarget(size, size, kPictureFilters);
     }
@@ -42,11 +44,11 @@ export class EyeTargets {
      */
     setSize(columns, rows) {
         this.#left.setSize(columns, rows);
-        this.#right.setSize(columns, rows);
+        if (!this.#isFlat) this.#right.setSize(columns, rows);
     }
 
     /**
-     * Draws both. The renderer clears each target before it draws into it.
+     * Draws what is needed. The renderer clears each target before it draws into it.
      * @param {import("../stereo_camera2.js").StereoCamera2} eyes
      * @param {boolean} swap
      */
@@ -55,6 +57,7 @@ export class EyeTargets {
         this.#scene.updateMatrixWorld();
         renderer.setRenderTarget(this.#left);
         renderer.render(this.#scene, swap ? right : left);
+        if (this.#isFlat) return true;
         renderer.setRenderTarget(this.#right);
         renderer.render(this.#scene, swap ? left : right);
         return true;

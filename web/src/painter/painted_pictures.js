@@ -38,6 +38,7 @@ function viewMatrixOf(eye) {
 export class PaintedPictures {
     #pairs;
     #stretch;
+    #isFlat;
     #width;
     #height;
     #textures = { left: emptyTexture(), right: emptyTexture() };
@@ -51,9 +52,10 @@ export class PaintedPictures {
      * @param {PairPainter} pairs
      * @param {import("../effects/eye_pair_effect.js").StereoMode} mode
      */
-    constructor(pairs, { eyeStretch, targetSize }) {
+    constructor(pairs, { eyeStretch, targetSize, isFlat = false }) {
         this.#pairs = pairs;
         this.#stretch = eyeStretch;
+        this.#isFlat = isFlat;
         this.#width = targetSize;
         this.#height = targetSize;
     }
@@ -89,9 +91,12 @@ export class PaintedPictures {
             width: this.#width,
             height: this.#height,
             stretch: this.#stretch,
+            isFlat: this.#isFlat,
         });
         const { pair } = this.#pairs;
-        if (pair.view !== null && pair.view.stretch !== this.#stretch) return false;
+        const { view } = pair;
+        const isOther = view?.stretch !== this.#stretch || view.isFlat !== this.#isFlat;
+        if (view !== null && isOther) return false;
         if (this.#isShown && pair === this.#pair && swap === this.#swap) return false;
         this.#hold(pair);
         this.#swap = swap;

@@ -18,10 +18,11 @@ const kStill = 100;
  * @property {number} width of each picture, pixels
  * @property {number} height
  * @property {number} stretch factor on the width that the projections already have
+ * @property {boolean} [isFlat] only the left eye's picture is needed
  */
 
 /**
- * Both eyes' pictures of one view.
+ * Both eyes' pictures of one view; of a flat one the right eye has the left one's.
  * @typedef {object} Pair
  * @property {EyePicture} left
  * @property {EyePicture} right
@@ -43,7 +44,8 @@ const kNothing = { left: kBlack, right: kBlack, view: null, share: 1 };
  * @param {PairView} b
  */
 function sameForm(a, b) {
-    return a.width === b.width && a.height === b.height && a.stretch === b.stretch;
+    const isSameSize = a.width === b.width && a.height === b.height;
+    return isSameSize && a.stretch === b.stretch && a.isFlat === b.isFlat;
 }
 
 /** @param {PairView} view */
@@ -182,13 +184,14 @@ export class PairPainter {
     async #paint(view, share) {
         const scene = this.#scene;
         const { now, onPainted, onFailure } = this.#parts;
-        const { width, height, near } = view;
+        const { width, height, near, isFlat } = view;
+        const eyes = this.#eyes?.slice(0, isFlat ? 1 : 2) ?? [];
         const spares = this.#spares;
         const began = now();
         this.#isPainting = true;
         this.#spares = [];
         try {
-            const [left, right] = await Promise.all((this.#eyes ?? []).map((eye, i) => eye.paint({
+            const [left, right = left] = await Promise.all(eyes.map((eye, i) => eye.paint({
                 viewMatrix: view.viewMatrices[i],
                 projection: view.projections[i],
                 width,
@@ -204,7 +207,9 @@ export class PairPainter {
             }
             this.#movingView.painted(share, now() - began);
             const { left: oldLeft, right: oldRight } = this.pair;
-            if (this.pair !== kNothing) this.#spares = [oldLeft.pixels, oldRight.pixels];
+            if (this.pair !== kNothing) {
+                this.#spares = [...new Set([oldLeft.pixels, oldRight.pixels])];
+            }
             this.pair = { left, right, view, share };
             this.update();
             onPainted();

@@ -41,7 +41,17 @@ export class SparkPainter {
 
     /** @param {import("../effects/eye_pair_effect.js").StereoMode} mode */
     pictures(mode) {
-        return new EyeTargets(this.#renderer, this.#splats.scene, mode.targetSize);
+        return new EyeTargets(this.#renderer, this.#splats.scene, mode);
+    }
+
+    /** What a headset's camera looks at. */
+    get scene() {
+        return this.#splats.scene;
+    }
+
+    /** @param {Matrix4} viewToWorld the view to have the drawing order of */
+    sortFor(viewToWorld) {
+        this.#sorter.request(viewToWorld);
     }
 
     /**
@@ -51,7 +61,7 @@ export class SparkPainter {
     drawn(camera, settings) {
         const wasSorted = this.#sorter.isSorted;
         middleView(camera, settings, this.#middleView);
-        this.#sorter.request(this.#middleView);
+        this.sortFor(this.#middleView);
         return wasSorted && this.#sorter.isSorted;
     }
 }
