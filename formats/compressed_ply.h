@@ -6,9 +6,10 @@
 //   element chunk, one for every 256 Gaussians
 //   property                        type    meaning                              unit
 //   min_x y z, max_x y z            float   range of the centres                 the scene's length
-//   min_scale_x y z, max_scale_...  float   range of the standard deviations     ln(length),
-//   -20..20 min_r g b, max_r g b            float   range of the colours; 0 and 1 where
-//                                           older files have none                sRGB value
+//   min_scale_x y z, max_scale_...  float   range of the standard deviations     ln(length)
+//                                           of -20 to 20
+//   min_r g b, max_r g b            float   range of the colours; 0 and 1 where  sRGB value
+//                                           older files have none
 //
 //   element vertex, one for each Gaussian; least significant bits last
 //   property                type   bits         meaning

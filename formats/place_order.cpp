@@ -18,17 +18,20 @@ struct KeyedPlace {
     std::uint32_t place;
 };
 
-// Sorts by the digit that begins at bit `shift`; equal ones keep their order.
+// Sorts by the digit that begins at bit `shift`; equal ones keep their order. False, and nothing is
+// done, where all have the same digit.
 template <typename Key>
-void SortByDigit(int shift, const std::vector<KeyedPlace<Key>>& from,
+bool SortByDigit(int shift, const std::vector<KeyedPlace<Key>>& from,
                  std::vector<KeyedPlace<Key>>& to) {
     const auto digitOf = [shift](const KeyedPlace<Key>& keyed) {
         return static_cast<std::size_t>(keyed.key >> shift) & (kDigits - 1);
     };
     std::array<std::size_t, kDigits + 1> begins{};
     for (const KeyedPlace<Key>& keyed : from) ++begins[digitOf(keyed) + 1];
+    if (std::ranges::find(begins, from.size()) != begins.end()) return false;
     for (std::size_t i = 1; i < begins.size(); ++i) begins[i] += begins[i - 1];
     for (const KeyedPlace<Key>& keyed : from) to[begins[digitOf(keyed)]++] = keyed;
+    return true;
 }
 
 template <typename Key>
@@ -39,8 +42,7 @@ std::vector<std::uint32_t> SortedPlaces(std::span<const Key> keys) {
     }
     std::vector<KeyedPlace<Key>> other(keys.size());
     for (int shift = 0; shift < std::numeric_limits<Key>::digits; shift += kDigitBits) {
-        SortByDigit(shift, sorted, other);
-        sorted.swap(other);
+        if (SortByDigit(shift, sorted, other)) sorted.swap(other);
     }
     std::vector<std::uint32_t> places(keys.size());
     std::ranges::transform(sorted, places.begin(), &KeyedPlace<Key>::place);

@@ -5,10 +5,9 @@
 //   property            meaning                                      unit
 //   x y z               centre                                       the scene's length
 //   nx ny nz            written as 0 for programs that ask for them, not read
-//   f_dc_0 to 2         red, green, blue                             (sRGB value - 0.5) /
-//   0.28209478 f_rest_0 to N - 1   harmonics of degree 1 (N is 9), 2 (24) or 3 (45): all of red,
-//   then all of
-//                       green, then all of blue; added to the sRGB value
+//   f_dc_0 to 2         red, green, blue; v is the sRGB value        (v - 0.5) / 0.28209478
+//   f_rest_0 to N - 1   harmonics of degree 1 (N is 9), 2 (24) or 3 (45): all of red, then all
+//                       of green, then all of blue; added to the sRGB value
 //   opacity             logit                                        ln(o / (1 - o)), o in 0..1
 //   scale_0 to 2        standard deviations along its own axes       ln(length)
 //   rot_0 to 3          quaternion w, x, y, z, any length
@@ -29,7 +28,7 @@
 
 namespace vistrel {
 
-// See SceneReader and SceneWriter in formats/scene_io.h. Reading takes some 300 KiB for each
+// See SceneReader and SceneWriter in formats/scene_io.h. Reading takes about 1 MiB for each
 // thread beside the sink.
 [[nodiscard]] bool ReadPly(const SceneInput& input, SceneSink& sink);
 void WritePly(const RawScene& scene, const SceneWriteOptions& options, ByteSink& sink);

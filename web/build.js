@@ -4,20 +4,14 @@
  * exactly the files that the program carries; they work side by side from file:// without a server.
  * PAINTER is the WebAssembly of the painter for machines without a graphics card.
  */
-import { build, transform } from "esbuild";
+import { build } from "esbuild";
 import { mkdir, readFile, writeFile } from "node:fs/promises";
 import { createRequire } from "node:module";
 import path from "node:path";
 import { fileURLToPath } from "node:url";
-import { refuseLongBlocks } from "./fzstd_text.js";
-import { kDelivery, kOldestBrowser, painterDelivery } from "./painter_delivery.js";
+import { fzstdPlugin } from "./fzstd_text.js";
 import { withViewerPolicy } from "./policy.js";
-import {
-    avoidReservedWord,
-    decodeWithoutWebGL,
-    readPalettes,
-    readRecordsWithoutEval,
-} from "./spark_text.js";
+import { kDelivery, kOldestBrowser, painterDelivery, sparkText } from "./spark_file.js";
 
 const kSpark = "@sparkjsdev/spark";
 /** Files beside the page, by the name under which its sources import them. */
@@ -66,17 +60,6 @@ const lazyBesidePlugin = {
                 contents: `export const { ${names.join(", ")} } = await import("${name}");`,
                 resolveDir: source,
             };
-        });
-    },
-};
-
-/** @type {import("esbuild").Plugin} */
-const fzstdPlugin = {
-    name: "fzstd",
-    setup({ onLoad }) {
-        onLoad({ filter: /[\\/]fzstd[\\/].*\.mjs$/ }, async ({ path: file }) => {
-            const text = refuseLongBlocks(await readFile(file, "utf8"));
-            return { contents: (await transform(text, { minify: true, target: kOldestBrowser })).code };
         });
     },
 };
@@ -131,13 +114,9 @@ async function page() {
     return withViewerPolicy(template.replace(kScriptPlace, () => `\n${script}`));
 }
 
-/** @returns {Promise<string>} Spark without what keeps it from running everywhere, and the painter */
+/** @returns {Promise<string>} Spark, and the painter */
 async function spark() {
-    const file = path.join(path.dirname(require.resolve("@sparkjsdev/spark")), "spark.module.js");
-    const changes = [avoidReservedWord, readRecordsWithoutEval, readPalettes, decodeWithoutWebGL];
-    const original = await readFile(file, "utf8");
-    const text = changes.reduce((changed, change) => change(changed), original);
-    return `${text}\n${await painterDelivery(painter)}`;
+    return `${await sparkText()}\n${await painterDelivery(painter)}`;
 }
 
 /**

@@ -6,20 +6,18 @@
  */
 import { build } from "esbuild";
 import { mkdir, readFile, writeFile } from "node:fs/promises";
-import { createRequire } from "node:module";
 import path from "node:path";
 import { fileURLToPath } from "node:url";
-import { painterDelivery } from "./painter_delivery.js";
+import { fzstdPlugin } from "./fzstd_text.js";
 import { withSharePolicy } from "./policy.js";
-import {
-    avoidReservedWord,
-    readRecordsWithoutEval,
-    withBytesInText,
-    withSmallWorker,
-} from "./spark_text.js";
+import { painterDelivery, sparkText } from "./spark_file.js";
+import { withBytesInText, withSmallWorker } from "./spark_text.js";
 
 /** The first browsers that have all that the page uses. */
 const kTarget = ["chrome102", "firefox113", "safari16.4"];
+const kLicencesPlace = "(the licences)";
+/** What the page holds of others', as THIRD_PARTY_NOTICES names it. */
+const kOthers = ["three.js", "Spark", "fzstd", "wasi-libc", "libc++"];
 const kScriptPlace = "/* the page's bundle */";
 /** Each of them once, in this order. */
 const kPlaces = [
@@ -32,13 +30,11 @@ const kPlaces = [
 const [, , output, painter] = process.argv;
 if (painter === undefined) throw new Error("Usage: node web/build_share.js OUTPUT PAINTER");
 const source = path.join(path.dirname(fileURLToPath(import.meta.url)), "src");
-const require = createRequire(import.meta.url);
 
 /** @returns {Promise<string>} Spark, which asks for nothing, and the painter */
 async function spark() {
-    const file = path.join(path.dirname(require.resolve("@sparkjsdev/spark")), "spark.module.js");
-    const text = readRecordsWithoutEval(avoidReservedWord(await readFile(file, "utf8")));
-    return `${await withSmallWorker(withBytesInText(text))}\n${await painterDelivery(painter)}`;
+    const text = await withSmallWorker(withBytesInText(await sparkText()));
+    return `${text}\n${await painterDelivery(painter)}`;
 }
 
 /** @type {import("esbuild").Plugin} */
@@ -60,9 +56,20 @@ async function bundle() {
         legalComments: "inline",
         charset: "utf8",
         write: false,
-        plugins: [sparkPlugin],
+        plugins: [sparkPlugin, fzstdPlugin],
     });
     return outputFiles[0].text;
+}
+
+/** @returns {Promise<string>} notices of what others wrote */
+async function licences() {
+    const file = path.join(source, "..", "..", "THIRD_PARTY_NOTICES");
+    const all = await readFile(file, "utf8");
+    const paragraphs = all.split("\n\n");
+    const notices = kOthers.map((name) => paragraphs.find((text) => text.startsWith(name)));
+    const licence = all.slice(all.indexOf("\n(1) "), all.indexOf("\n(2) ")).trim();
+    if (notices.includes(undefined) || licence === "") throw new Error("A notice is missing");
+    return [...notices, licence].join("\n\n").replaceAll(/-{2,}\n/g, "");
 }
 
 /**
@@ -78,10 +85,12 @@ function withPlaces(page) {
     return page;
 }
 
-const [template, script] = await Promise.all([
+const [html, script, notices] = await Promise.all([
     readFile(path.join(source, "share", "share.html"), "utf8"),
     bundle(),
+    licences(),
 ]);
+const template = html.replace(kLicencesPlace, () => notices);
 if (template.split(kScriptPlace).length !== 2) throw new Error("The page has no script place");
 if (/<\/script|<!--/i.test(script)) throw new Error("The script would end the page's element");
 const page = withSharePolicy(withPlaces(template.replace(kScriptPlace, () => `\n${script}`)));

@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 /** A change to the text of fzstd 0.1.1. */
+import { transform } from "esbuild";
+import { readFile } from "node:fs/promises";
+import { kOldestBrowser } from "./spark_file.js";
 
 /** Stands where a sequence is about to be carried out: so many literals, so long a match. */
 const kSequence = /(?=if \(off > 3\) \{)/g;
@@ -16,3 +19,18 @@ export function refuseLongBlocks(fzstd) {
     if (places !== 1) throw new Error(`fzstd has ${places} places of sequences and not one`);
     return fzstd.replace(kSequence, "if (oubt + ll + ml > buf.length)\n err(0);\n");
 }
+
+/**
+ * Has a bundle take fzstd with the change.
+ * @type {import("esbuild").Plugin}
+ */
+export const fzstdPlugin = {
+    name: "fzstd",
+    setup({ onLoad }) {
+        onLoad({ filter: /[\\/]fzstd[\\/].*\.mjs$/ }, async ({ path: file }) => {
+            const text = refuseLongBlocks(await readFile(file, "utf8"));
+            const options = { minify: true, target: kOldestBrowser };
+            return { contents: (await transform(text, options)).code };
+        });
+    },
+};

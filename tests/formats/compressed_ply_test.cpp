@@ -153,7 +153,7 @@ float HalfStep(std::size_t row, float extent) {
 
 TEST(CompressedPly, ScenesAreReadBackWithinHalfAStepOfTheirChunks) {
     for (int degree = 0; degree <= kMostHarmonicsDegree; ++degree) {
-        const RawScene scene = test::VariedScene(3 * kPlyChunk + 17, degree);
+        const RawScene scene = test::VariedScene(kScenePiece + kPlyChunk + 17, degree);
         const RawScene again = ReadCompressed(test::FileOf(WriteCompressedPly, scene));
         ASSERT_EQ(again.Count(), scene.Count());
         ASSERT_EQ(again.Degree(), degree);
@@ -213,7 +213,7 @@ TEST(CompressedPly, OtherPlyFilesAreLeftToTheirReader) {
     }
 }
 
-std::string Replaced(std::string bytes, const std::string& from, const std::string& to) {
+std::string PlyWith(std::string bytes, const std::string& from, const std::string& to) {
     return bytes.replace(bytes.find(from), from.size(), to);
 }
 
@@ -222,30 +222,30 @@ TEST(CompressedPly, WhatDoesNotFitTogetherIsRefused) {
         CompressedBytes({kChunk, kVertices, {std::string(9, '\x80'), std::string(9, '\x80')}});
     ASSERT_EQ(CompressedRefusal(bytes), "");
     EXPECT_NE(CompressedRefusal(bytes.substr(0, bytes.size() - 1)), "");
-    EXPECT_EQ(CompressedRefusal(Replaced(bytes, "element chunk 1", "element other 1")),
+    EXPECT_EQ(CompressedRefusal(PlyWith(bytes, "element chunk 1", "element other 1")),
               "it has no element \"chunk\"");
-    EXPECT_EQ(CompressedRefusal(Replaced(bytes, "element chunk 1", "element chunk 0")),
+    EXPECT_EQ(CompressedRefusal(PlyWith(bytes, "element chunk 1", "element chunk 0")),
               "it has 0 chunks, too few for 2 Gaussians");
-    EXPECT_EQ(CompressedRefusal(Replaced(bytes, "min_scale_y", "min_scale_q")),
+    EXPECT_EQ(CompressedRefusal(PlyWith(bytes, "min_scale_y", "min_scale_q")),
               "its element \"chunk\" has no \"min_scale_y\"");
-    EXPECT_EQ(CompressedRefusal(Replaced(bytes, "packed_scale", "packed_other")),
+    EXPECT_EQ(CompressedRefusal(PlyWith(bytes, "packed_scale", "packed_other")),
               "its element \"vertex\" has no \"packed_scale\"");
-    EXPECT_EQ(CompressedRefusal(Replaced(bytes, "uint packed_scale", "float packed_scale")),
+    EXPECT_EQ(CompressedRefusal(PlyWith(bytes, "uint packed_scale", "float packed_scale")),
               "its \"packed_scale\" is not of 32 bits");
-    EXPECT_EQ(CompressedRefusal(Replaced(bytes, "element sh 2", "element sh 1")),
+    EXPECT_EQ(CompressedRefusal(PlyWith(bytes, "element sh 2", "element sh 1")),
               "it has 2 Gaussians, but 1 of them have harmonics");
-    EXPECT_EQ(CompressedRefusal(Replaced(bytes, "property uchar f_rest_8\n", "")),
+    EXPECT_EQ(CompressedRefusal(PlyWith(bytes, "property uchar f_rest_8\n", "")),
               "it has 8 coefficients f_rest, not 0, 9, 24 or 45");
-    EXPECT_EQ(CompressedRefusal(Replaced(bytes, "uchar f_rest_8", "char f_rest_8")),
+    EXPECT_EQ(CompressedRefusal(PlyWith(bytes, "uchar f_rest_8", "char f_rest_8")),
               "its \"f_rest_8\" is not a byte");
     EXPECT_EQ(
-        CompressedRefusal(Replaced(bytes, "uint packed_color", "list uchar uint packed_color")),
+        CompressedRefusal(PlyWith(bytes, "uint packed_color", "list uchar uint packed_color")),
         "it has lists among its Gaussians");
 }
 
 TEST(CompressedPly, MoreGaussiansThanThereIsMemoryAreRefused) {
-    EXPECT_NE(CompressedRefusal(Replaced(CompressedBytes({kChunk, kVertices}), "element vertex 2",
-                                         "element vertex 4000000000")),
+    EXPECT_NE(CompressedRefusal(PlyWith(CompressedBytes({kChunk, kVertices}), "element vertex 2",
+                                        "element vertex 4000000000")),
               "");
 }
 

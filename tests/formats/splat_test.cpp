@@ -17,7 +17,7 @@
 namespace vistrel {
 namespace {
 
-constexpr float kInfinity = std::numeric_limits<float>::infinity();
+constexpr float kUnbounded = std::numeric_limits<float>::infinity();
 
 RawScene ReadSplatBytes(const std::string& bytes) {
     return test::SceneOf(ReadSplat, bytes, ".splat");
@@ -50,7 +50,7 @@ TEST(Splat, RecordIsReadAsItsLayoutSays) {
                                          std::log(4.0F),
                                          std::log(0.5F),
                                          std::log(2.0F),
-                                         -kInfinity,
+                                         -kUnbounded,
                                          127.0F / 128.0F,
                                          0,
                                          -1,
@@ -65,7 +65,7 @@ TEST(Splat, RecordIsWrittenAsItsLayoutSays) {
     const RawScene scene = SceneOfOne({.position = {1.5F, -2, 3},
                                        .colorDc = {-9, 9, -0.3F / kFirstHarmonic},
                                        .opacityLogit = std::log(4.0F),
-                                       .logScale = {0, 100, -kInfinity},
+                                       .logScale = {0, 100, -kUnbounded},
                                        .rotation = {2, 0, -2, 0}});
     EXPECT_EQ(test::FileOf(WriteSplat, scene),
               SplatBytesOf({1.5F, -2, 3, 1, std::numeric_limits<float>::max(), 0},
@@ -75,11 +75,11 @@ TEST(Splat, RecordIsWrittenAsItsLayoutSays) {
 TEST(Splat, RotationIsReadWithinHalfAStep) {
     const RawScene scene = SceneOfOne({.position = {},
                                        .colorDc = {},
-                                       .opacityLogit = kInfinity,
+                                       .opacityLogit = kUnbounded,
                                        .logScale = {},
                                        .rotation = {0.8F, -0.5F, 0.3F, 0.1414214F}});
     const RawScene again = ReadSplatBytes(test::FileOf(WriteSplat, scene));
-    EXPECT_EQ(again.Row(kOpacityRow)[0], kInfinity);
+    EXPECT_EQ(again.Row(kOpacityRow)[0], kUnbounded);
     for (std::size_t k = 0; k < 4; ++k) {
         EXPECT_NEAR(again.Row(kRotationRow + k)[0], scene.Row(kRotationRow + k)[0], 0.5F / 128);
     }

@@ -54,7 +54,9 @@ std::vector<float> MostImportantPlaces(const RawScene& scene, std::size_t count)
     };
     std::vector<std::size_t> order(scene.Count());
     std::iota(order.begin(), order.end(), 0);
-    std::ranges::stable_sort(order, std::ranges::greater(), importance);
+    std::ranges::sort(order, [&importance](std::size_t a, std::size_t b) {
+        return importance(a) != importance(b) ? importance(a) > importance(b) : a < b;
+    });
     order.resize(count);
     std::ranges::sort(order);
     std::vector<float> places;

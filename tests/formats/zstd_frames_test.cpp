@@ -12,7 +12,7 @@
 namespace vistrel {
 namespace {
 
-using Frame = std::vector<std::byte>;
+using ZstdFrame = std::vector<std::byte>;
 
 std::string FrameRefusal(std::span<const std::byte> frame, std::size_t bytes) {
     try {
@@ -24,32 +24,32 @@ std::string FrameRefusal(std::span<const std::byte> frame, std::size_t bytes) {
 }
 
 TEST(ZstdFrames, ComeBack) {
-    Frame content(100000);
+    ZstdFrame content(100000);
     for (std::size_t i = 0; i < content.size(); ++i) content[i] = static_cast<std::byte>(i * i);
     EXPECT_EQ(UnpackZstd(PackZstd(content), content.size()), content);
 }
 
 // Far more than what room is taken for at first.
 TEST(ZstdFrames, MillionsOfEqualBytesComeBack) {
-    const Frame content(std::size_t{1} << 23, std::byte{7});
+    const ZstdFrame content(std::size_t{1} << 23, std::byte{7});
     EXPECT_EQ(UnpackZstd(PackZstd(content), content.size()), content);
 }
 
 TEST(ZstdFrames, AnotherSizeThanClaimed) {
-    const Frame packed = PackZstd(Frame(10));
+    const ZstdFrame packed = PackZstd(ZstdFrame(10));
     EXPECT_EQ(FrameRefusal(packed, 9), "a stream has another size than it claims");
     EXPECT_EQ(FrameRefusal(packed, 11), "a stream has another size than it claims");
 }
 
 // Two frames, the first of which says the size that is expected.
 TEST(ZstdFrames, MoreThanTheFirstFrameSays) {
-    Frame packed = PackZstd(Frame(10));
+    ZstdFrame packed = PackZstd(ZstdFrame(10));
     packed.insert(packed.end(), packed.begin(), packed.end());
     EXPECT_EQ(FrameRefusal(packed, 10), "its compressed data are damaged");
 }
 
 TEST(ZstdFrames, CutAtAnyPlace) {
-    const Frame packed = PackZstd(Frame(100, std::byte{1}));
+    const ZstdFrame packed = PackZstd(ZstdFrame(100, std::byte{1}));
     for (std::size_t size = 0; size < packed.size(); ++size) {
         EXPECT_NE(FrameRefusal(std::span(packed).first(size), 100), "") << size;
     }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "formats/compressed_ply.h"
+#include "formats/gltf.h"
 #include "formats/ply.h"
 #include "formats/splat.h"
 #include "formats/spz.h"
@@ -31,6 +32,7 @@ const std::vector<RoundTrip>& RoundTrips() {
     static const std::vector<RoundTrip> trips = {
         // One line each.
         {WriteCompressedPly, ReadCompressedPly, ".ply"},
+        {WriteGlb, ReadGltf, ".glb"},
         {WritePly, ReadPly, ".ply"},
         {WriteSplat, ReadSplat, ".splat", 0},
         {WriteSpz, ReadSpz, ".spz", kMostHarmonicsDegree, 3},

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 /** What a page finds of graphics; each runs in the page before its own scripts. */
 
-/** No WebGL, neither in the page nor in its workers, whose texts it puts together. */
+/** No WebGL. */
 export function takeWebGLAway() {
     const take = (/** @type {any} */ prototype) => {
         const { getContext } = prototype;
@@ -10,6 +10,7 @@ export function takeWebGLAway() {
         };
     };
     take(HTMLCanvasElement.prototype);
+    // Workers, whose texts the page puts together, have canvases of their own.
     const Plain = window.Blob;
     window.Blob = class extends Plain {
         /**

@@ -254,6 +254,21 @@ test("OnlyTheNewestOfTwoScenesIsTaken", async () => {
     assert.equal(await bench.pairs.take(first, scene()), false);
 });
 
+test("AFlatViewIsPaintedOnceForBothEyes", async () => {
+    const bench = new Bench();
+    const painted = () => bench.eyes.map(({ asked }) => asked.filter((a) => a.viewMatrix).length);
+    bench.pairs.request(viewFrom(0, { isFlat: true }));
+    await bench.load();
+    await bench.answer();
+    assert.deepEqual(painted(), [1, 0]);
+    const { left, right } = bench.pairs.pair;
+    assert.equal(right, left);
+    bench.pairs.request(viewFrom(0, { isFlat: false }));
+    await bench.answer();
+    assert.deepEqual(painted(), [2, 1]);
+    assert.notEqual(bench.pairs.pair.right, bench.pairs.pair.left);
+});
+
 test("MemoryOfThePicturesBeforeIsUsedAgain", async () => {
     const bench = new Bench();
     bench.pairs.request(viewFrom(0));

@@ -7,6 +7,8 @@ import {
     decodeWithoutWebGL,
     readPalettes,
     readRecordsWithoutEval,
+    withBytesInText,
+    withSmallWorker,
 } from "../../../web/spark_text.js";
 
 const kUse = "uvec4 packed = f(packed, packed.x);"; // three uses
@@ -58,6 +60,24 @@ for (const littleEndian of [true, false]) {
 
 test("AnotherSparkIsNotChangedUnseen", () => {
     assert.throws(() => readRecordsWithoutEval("nothing is compiled here"), /0 and 0 places/);
+});
+
+test("BytesAreDecodedAndNotAskedFor", () => {
+    const address = 'new URL("data:application/wasm;base64,AAEC", import.meta.url);';
+    const text = `a = ${address}b = ${address.replace("import.meta.url", "self.location.href")}`;
+    const changed = withBytesInText(text);
+    assert.doesNotMatch(changed, /URL/);
+    const [a] = /Uint8Array\.from[^;]*/.exec(changed) ?? [""];
+    assert.deepEqual([...new Function(`return ${a};`)()], [0, 1, 2]);
+    assert.throws(() => withBytesInText("no bytes"), /0 places/);
+});
+
+test("TheWorkerIsMinifiedInItsText", async () => {
+    const spark = "before;\nconst jsContent = 'let  aLongName = \"it\\'s\";\\n// a comment\\n';\nafter;";
+    const changed = await withSmallWorker(spark);
+    const [, literal] = /^const jsContent = (".*");$/m.exec(changed) ?? ["", '""'];
+    assert.equal(JSON.parse(literal).trim(), `let aLongName="it's";`);
+    await assert.rejects(withSmallWorker("const other = 1;"), /no worker/);
 });
 
 test("PalettesOfEveryDegreeAreRead", () => {

@@ -29,7 +29,7 @@ const kGeneralAngle = (65 * Math.PI) / 180;
 const kWidestGap = 0.2;
 /** Least and most angle of turning, radians: less is no depth, and beyond lies a scene's back. */
 const kLeastTurn = 0.03;
-const kMostTurn = 0.2;
+const kMostTurn = 0.15;
 /** A picture's upper and lower edges come into sight sooner. */
 const kRaiseShare = 0.6;
 
