@@ -19,8 +19,8 @@ constexpr float kSpzLeastLogScale = -10.0F;
 constexpr float kFirstThreeSteps = 127.5F;
 constexpr float kHarmonicSteps = 128.0F;
 constexpr int kHarmonicZero = 128;
-constexpr int kDegree1Step = 8;
-constexpr int kHigherStep = 16;
+constexpr long kDegree1Step = 8;
+constexpr long kHigherStep = 16;
 constexpr std::size_t kDegree1Functions = 3;
 constexpr float kLargestSmall = 0.70710678F;  // of the three smallest components of a length of 1
 constexpr int kMagnitudeBits = 9;
@@ -155,15 +155,14 @@ void DecodeRotations(int version, const std::byte* from, std::size_t count, cons
 
 // The nearest of 0..255.
 std::byte NearestByte(float value) {
-    return static_cast<std::byte>(static_cast<int>(std::clamp(value, 0.0F, kByteFull) + 0.5F));
+    return static_cast<std::byte>(std::lround(std::clamp(value, 0.0F, kByteFull)));
 }
 
-std::byte HarmonicByte(float value, int step) {
+std::byte HarmonicByte(float value, long step) {
     constexpr float kMost = 256.0F;  // far enough for what ends at 0 or 255
-    const float steps = std::clamp(value * kHarmonicSteps, -kMost, kMost);
-    const int whole = static_cast<int>(steps + kMost + 0.5F) - static_cast<int>(kMost);
-    const int rounded = std::max(0, whole + kHarmonicZero + step / 2) / step * step;
-    return static_cast<std::byte>(std::min(rounded, 255));
+    const long whole = std::lround(std::clamp(value * kHarmonicSteps, -kMost, kMost));
+    const long rounded = std::max(0L, whole + kHarmonicZero + step / 2) / step * step;
+    return static_cast<std::byte>(std::min(rounded, 255L));
 }
 
 std::uint32_t PackedRotation(const std::array<float, 4>& rotation) {
@@ -184,7 +183,7 @@ std::uint32_t PackedRotation(const std::array<float, 4>& rotation) {
         const float steps =
             std::min(std::abs(parts[k]) * scale, static_cast<float>(kRotationMagnitude));
         bits = bits << 1 | (parts[k] < 0.0F ? 1U : 0U);
-        bits = bits << kMagnitudeBits | static_cast<std::uint32_t>(steps + 0.5F);
+        bits = bits << kMagnitudeBits | static_cast<std::uint32_t>(std::lround(steps));
     }
     return bits;
 }
@@ -249,7 +248,7 @@ void EncodeSpz(const RawScene& scene, const SpzFacts& facts, const SpzPlaces<std
     for (std::size_t i = first; i < first + count; ++i) {
         for (std::size_t k = 0; k < 3; ++k) {
             const double position = value(kPositionRow + k, i) * steps;
-            PutLittleEndian(static_cast<std::uint32_t>(std::lrint(position)), 3,
+            PutLittleEndian(static_cast<std::uint32_t>(std::lround(position)), 3,
                             at(SpzAttribute::Positions, i) + 3 * k);
             at(SpzAttribute::Colors, i)[k] =
                 NearestByte(value(kColorRow + k, i) * kColorSteps + kColorZero);
@@ -262,7 +261,7 @@ void EncodeSpz(const RawScene& scene, const SpzFacts& facts, const SpzPlaces<std
         for (std::size_t k = 0; k < 4; ++k) rotation[k] = value(kRotationRows[k], i);
         PutLittleEndian(PackedRotation(rotation), 4, at(SpzAttribute::Rotations, i));
         for (std::size_t k = 0; k < functions; ++k) {
-            const int step = k < kDegree1Functions ? kDegree1Step : kHigherStep;
+            const long step = k < kDegree1Functions ? kDegree1Step : kHigherStep;
             for (std::size_t c = 0; c < 3; ++c) {
                 at(SpzAttribute::Harmonics, i)[3 * k + c] =
                     HarmonicByte(value(kHarmonicsRow + c * functions + k, i), step);
