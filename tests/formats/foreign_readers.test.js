@@ -17,6 +17,7 @@ import {
     readByGs3d,
     readBySplatTransform,
     readBySpz,
+    readByThree,
     splatTransform,
 } from "./foreign_readers.js";
 import { startSpark } from "./spark_reader.js";
@@ -180,6 +181,23 @@ function assertSame(found, steps, wanted = expected) {
     }
 }
 
+/**
+ * @param {Splat} splat
+ * @param {number[]} signs of the axes, two of them negative: half a turn about the third
+ * @returns {Splat} the same, turned
+ */
+function turned({ center, covariance, harmonics, ...others }, [x, y, z]) {
+    const signs = [x, y, z];
+    // How the basis functions of degrees 1 to 3 depend on the axes.
+    const basis = [y, z, x, x * y, y * z, 1, x * z, 1, y, x * y * z, y, z, x, z, x];
+    return {
+        ...others,
+        center: center.map((value, i) => value * signs[i]),
+        covariance: covariance.map((value, i) => value * signs[Math.floor(i / 3)] * signs[i % 3]),
+        harmonics: harmonics.map((value, i) => value * basis[i % basis.length]),
+    };
+}
+
 const kWritten = /** @type {const} */ ([
     ["ply", []],
     ["compressed.ply", []],
@@ -243,3 +261,17 @@ for (const level of /** @type {const} */ ([0, 1, 2])) {
         assertSame(parsedPly(await readFile(ply)), both(kFormats.ksplat, kGs3d));
     });
 }
+
+test("GlbHasItsValuesWhereThreeLooksForThem", async () => {
+    const splats = await readByThree(await convert("l.ply", "l.glb"));
+    // Up is up in glTF, and what is in front of the camera is at negative depths.
+    assertSame(splats, kExact, expected.map((splat) => turned(splat, [1, -1, -1])));
+});
+
+test("GlbOfSplatTransformLooksTheOtherWay", async () => {
+    // It turns scenes upright so that the right is on the left, and the scene faces the viewer.
+    await splatTransform(at("l.ply"), at("foreign.glb"));
+    const ply = await convert("foreign.glb", "foreign.glb.ply");
+    const splats = parsedPly(await readFile(ply));
+    assertSame(splats, kExact, expected.map((splat) => turned(splat, [-1, 1, -1])));
+});
