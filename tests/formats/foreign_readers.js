@@ -52,7 +52,8 @@ export function covarianceOf(scale, [w, x, y, z]) {
 export function parsedPly(bytes) {
     const end = bytes.indexOf("end_header\n") + 11;
     const header = bytes.toString("latin1", 0, end);
-    const [, count, lines] = /element vertex (\d+)\n((?:property float \w+\n)+)/.exec(header);
+    const kVertices = /element vertex (\d+)\n((?:property float \w+\n)+)/;
+    const [, count, lines] = kVertices.exec(header);
     const names = lines.trim().split("\n").map((line) => line.split(" ")[2]);
     const rest = names.filter((name) => name.startsWith("f_rest_")).length;
     return Array.from({ length: Number(count) }, (_, i) => {
@@ -191,7 +192,9 @@ export async function readByThree(file) {
     gltf.scene.updateMatrixWorld(true);
     /** @type {any} */
     let points;
-    gltf.scene.traverse((object) => (points = /** @type {any} */ (object).isPoints ? object : points));
+    gltf.scene.traverse((/** @type {any} */ object) => {
+        if (object.isPoints) points = object;
+    });
     const attribute = (/** @type {string} */ name) => points.geometry.getAttribute(name);
     const own = (/** @type {string} */ name) => attribute(`khr_gaussian_splatting:${name}`);
     const part = (/** @type {any} */ values, /** @type {number} */ i) =>
