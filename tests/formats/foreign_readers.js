@@ -52,7 +52,8 @@ export function covarianceOf(scale, [w, x, y, z]) {
 export function parsedPly(bytes) {
     const end = bytes.indexOf("end_header\n") + 11;
     const header = bytes.toString("latin1", 0, end);
-    const [, count, lines] = /element vertex (\d+)\n((?:property float \w+\n)+)/.exec(header);
+    const kVertices = /element vertex (\d+)\n((?:property float \w+\n)+)/;
+    const [, count, lines] = kVertices.exec(header);
     const names = lines.trim().split("\n").map((line) => line.split(" ")[2]);
     const rest = names.filter((name) => name.startsWith("f_rest_")).length;
     return Array.from({ length: Number(count) }, (_, i) => {
@@ -183,7 +184,7 @@ export async function ksplatOf(ply, compressionLevel) {
 /**
  * three.js' reader of glTF, which knows nothing of Gaussians and shows what is where.
  * @param {string} file
- * @returns {Promise<{ splats: Splat[], camera: any }>} turned as the file's nodes say
+ * @returns {Promise<Splat[]>} where the file's nodes place them
  */
 export async function readByThree(file) {
     const bytes = new Uint8Array(await readFile(file)).buffer;
@@ -191,7 +192,9 @@ export async function readByThree(file) {
     gltf.scene.updateMatrixWorld(true);
     /** @type {any} */
     let points;
-    gltf.scene.traverse((object) => (points = /** @type {any} */ (object).isPoints ? object : points));
+    gltf.scene.traverse((/** @type {any} */ object) => {
+        if (object.isPoints) points = object;
+    });
     const attribute = (/** @type {string} */ name) => points.geometry.getAttribute(name);
     const own = (/** @type {string} */ name) => attribute(`khr_gaussian_splatting:${name}`);
     const part = (/** @type {any} */ values, /** @type {number} */ i) =>
@@ -200,15 +203,16 @@ export async function readByThree(file) {
     const names = [1, 2, 3].slice(0, degree).flatMap((l) =>
         Array.from({ length: 2 * l + 1 }, (_, n) => `sh_degree_${l}_coef_${n}`),
     );
-    const splats = Array.from({ length: attribute("position").count }, (_, i) => {
+    return Array.from({ length: attribute("position").count }, (_, i) => {
         const [x, y, z, w] = part(own("rotation"), i);
         return {
-            center: new Vector3(...part(attribute("position"), i)).applyMatrix4(points.matrixWorld).toArray(),
+            center: new Vector3(...part(attribute("position"), i))
+                .applyMatrix4(points.matrixWorld)
+                .toArray(),
             covariance: covarianceOf(part(own("scale"), i), [w, x, y, z]),
             opacity: part(own("opacity"), i)[0],
             color: part(own("sh_degree_0_coef_0"), i).map((dc) => 0.5 + kShDc * dc),
             harmonics: byColour(names.flatMap((name) => part(own(name), i))),
         };
     });
-    return { splats, camera: gltf.cameras[0] };
 }

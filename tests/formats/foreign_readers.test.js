@@ -17,6 +17,7 @@ import {
     readByGs3d,
     readBySplatTransform,
     readBySpz,
+    readByThree,
     splatTransform,
 } from "./foreign_readers.js";
 import { startSpark } from "./spark_reader.js";
@@ -88,7 +89,8 @@ function scene(degree) {
     const properties = names.map((name) => `property float ${name}\n`).join("");
     const element = `element vertex ${records.length}\n${properties}`;
     const header = `ply\nformat binary_little_endian 1.0\n${element}end_header\n`;
-    return Buffer.concat([Buffer.from(header), Buffer.from(Float32Array.from(records.flat()).buffer)]);
+    const values = Float32Array.from(records.flat());
+    return Buffer.concat([Buffer.from(header), Buffer.from(values.buffer)]);
 }
 
 await writeFile(at("l.ply"), scene(3));
@@ -105,21 +107,32 @@ const expected = parsedPly(await readFile(at("l.ply")));
  * @property {number[]} harmonics of degrees 1 to 3; none where the format has none
  */
 
-/** @type {Steps} */
-const kExact = { center: 1e-6, shape: 1e-4, opacity: 1e-5, color: 1e-5, harmonics: [1e-5, 1e-5, 1e-5] };
-/** What each format's steps allow, with what comes of a turned quaternion. @type {Record<string, Steps>} */
+/**
+ * @param {number} center
+ * @param {number} shape
+ * @param {number} opacity
+ * @param {number} color
+ * @param {number[]} harmonics
+ * @returns {Steps}
+ */
+function steps(center, shape, opacity, color, harmonics) {
+    return { center, shape, opacity, color, harmonics };
+}
+
+const kExact = steps(1e-6, 1e-4, 1e-5, 1e-5, [1e-5, 1e-5, 1e-5]);
+/** What each format's steps allow, with what comes of a turned quaternion. */
 const kFormats = {
     "ply": kExact,
-    "compressed.ply": { center: 2e-3, shape: 0.02, opacity: 3e-3, color: 3e-3, harmonics: [0.02, 0.02, 0.02] },
-    "splat": { center: 1e-6, shape: 0.05, opacity: 4e-3, color: 4e-3, harmonics: [] },
-    "spz": { center: 2e-4, shape: 0.09, opacity: 3e-3, color: 4e-3, harmonics: [0.04, 0.07, 0.07] },
-    "sog": { center: 1e-3, shape: 0.06, opacity: 5e-3, color: 8e-3, harmonics: [0.03, 0.03, 0.03] },
-    "ksplat": { center: 1e-3, shape: 0.02, opacity: 3e-3, color: 3e-3, harmonics: [0.02, 0.02] },
+    "compressed.ply": steps(2e-3, 0.02, 3e-3, 3e-3, [0.02, 0.02, 0.02]),
+    "splat": steps(1e-6, 0.05, 4e-3, 4e-3, []),
+    "spz": steps(2e-4, 0.09, 3e-3, 4e-3, [0.04, 0.07, 0.07]),
+    "sog": steps(1e-3, 0.06, 5e-3, 8e-3, [0.03, 0.03, 0.03]),
+    "ksplat": steps(1e-3, 0.02, 3e-3, 3e-3, [0.02, 0.02]),
 };
 /** What Spark packs its Gaussians into: halves, logarithms of sizes in 8 bits, the rest in bytes. */
-const kSpark = { center: 2e-3, shape: 0.12, opacity: 3e-3, color: 3e-3, harmonics: [0.01, 0.008, 0.02] };
+const kSpark = steps(2e-3, 0.12, 3e-3, 3e-3, [0.01, 0.008, 0.02]);
 /** GaussianSplats3D keeps colours and opacities in bytes. */
-const kGs3d = { center: 0, shape: 1e-3, opacity: 4e-3, color: 4e-3, harmonics: [0, 0] };
+const kGs3d = steps(0, 1e-3, 4e-3, 4e-3, [0, 0]);
 
 /**
  * @param {Steps} a
@@ -146,12 +159,12 @@ function farthest(a, b) {
 
 /**
  * @param {Splat[]} found
- * @param {Steps} steps
+ * @param {Steps} most
  * @param {Splat[]} [wanted]
  */
-function assertSame(found, steps, wanted = expected) {
+function assertSame(found, most, wanted = expected) {
     assert.equal(found.length, wanted.length);
-    const perColour = (steps.harmonics.length + 1) ** 2 - 1;
+    const perColour = (most.harmonics.length + 1) ** 2 - 1;
     for (const splat of wanted) {
         const distance = (/** @type {Splat} */ { center }) => farthest(center, splat.center);
         const [same] = [...found].sort((a, b) => distance(a) - distance(b));
@@ -163,21 +176,38 @@ function assertSame(found, steps, wanted = expected) {
             color: farthest(same.color, splat.color),
         };
         for (const [name, value] of Object.entries(off)) {
-            const most = /** @type {Record<string, any>} */ (steps)[name];
-            assert.ok(value <= most, `${name} is off by ${value}: ${JSON.stringify([same, splat])}`);
+            const limit = /** @type {Record<string, any>} */ (most)[name];
+            assert.ok(value <= limit, `${name} is off by ${value}: ${JSON.stringify([same, splat])}`);
         }
         assert.equal(same.harmonics.length, 3 * perColour);
-        for (const [l, most] of steps.harmonics.entries()) {
+        for (const [l, limit] of most.harmonics.entries()) {
             for (let c = 0; c < 3; ++c) {
                 const of = (/** @type {number[]} */ all) => {
                     const first = (c * all.length) / 3;
                     return all.slice(first + (l + 1) ** 2 - 1, first + (l + 2) ** 2 - 1);
                 };
                 const value = farthest(of(same.harmonics), of(splat.harmonics));
-                assert.ok(value <= most, `harmonics of degree ${l + 1} are off by ${value}`);
+                assert.ok(value <= limit, `harmonics of degree ${l + 1} are off by ${value}`);
             }
         }
     }
+}
+
+/**
+ * @param {Splat} splat
+ * @param {number[]} signs of the axes, two of them negative: half a turn about the third
+ * @returns {Splat} the same, turned
+ */
+function turned({ center, covariance, harmonics, ...others }, [x, y, z]) {
+    const signs = [x, y, z];
+    // How the basis functions of degrees 1 to 3 depend on the axes.
+    const basis = [y, z, x, x * y, y * z, 1, x * z, 1, y, x * y * z, y, z, x, z, x];
+    return {
+        ...others,
+        center: center.map((value, i) => value * signs[i]),
+        covariance: covariance.map((value, i) => value * signs[Math.floor(i / 3)] * signs[i % 3]),
+        harmonics: harmonics.map((value, i) => value * basis[i % basis.length]),
+    };
 }
 
 const kWritten = /** @type {const} */ ([
@@ -189,32 +219,32 @@ const kWritten = /** @type {const} */ ([
     ["sog", []],
 ]);
 for (const [format, options] of kWritten) {
-    const steps = kFormats[format];
+    const own = kFormats[format];
     const title = [format, ...options].join(" ");
     const name = `${title.replaceAll(" ", "")}.${format}`;
     const written = convert("l.ply", name, ...options);
 
     test(`SplatTransformReads ${title}`, async () => {
-        assertSame(await readBySplatTransform(await written), both(steps, kExact));
+        assertSame(await readBySplatTransform(await written), both(own, kExact));
     });
 
     test(`SparkReads ${title}`, async () => {
-        assertSame(await spark.read(await written), both(steps, kSpark));
+        assertSame(await spark.read(await written), both(own, kSpark));
     });
 
     if (format === "spz") {
         test(`TheFormatsLibraryReads ${title}`, async () => {
-            assertSame(await readBySpz(await written, "UNSPECIFIED"), steps);
+            assertSame(await readBySpz(await written, "UNSPECIFIED"), own);
         });
 
         test(`TheFormatsLibraryTurnsTheDocumentedFrameBack ${title}`, async () => {
             const file = await convert("l.ply", `rub${name}`, "--spz-frame", "rub", ...options);
-            assertSame(await readBySpz(file, "RDF"), steps);
+            assertSame(await readBySpz(file, "RDF"), own);
         });
     } else if (format !== "sog") {
         test(`GaussianSplats3DReads ${title}`, async () => {
-            const degrees = steps.harmonics.slice(0, kGs3dDegree);
-            assertSame(await readByGs3d(await written), both({ ...steps, harmonics: degrees }, kGs3d));
+            const degrees = own.harmonics.slice(0, kGs3dDegree);
+            assertSame(await readByGs3d(await written), both({ ...own, harmonics: degrees }, kGs3d));
         });
     }
 }
@@ -243,3 +273,17 @@ for (const level of /** @type {const} */ ([0, 1, 2])) {
         assertSame(parsedPly(await readFile(ply)), both(kFormats.ksplat, kGs3d));
     });
 }
+
+test("GlbHasItsValuesWhereThreeLooksForThem", async () => {
+    const splats = await readByThree(await convert("l.ply", "l.glb"));
+    // Up is up in glTF, and what is in front of the camera is at negative depths.
+    assertSame(splats, kExact, expected.map((splat) => turned(splat, [1, -1, -1])));
+});
+
+test("GlbOfSplatTransformLooksTheOtherWay", async () => {
+    // It turns scenes upright so that the right is on the left, and the scene faces the viewer.
+    await splatTransform(at("l.ply"), at("foreign.glb"));
+    const ply = await convert("foreign.glb", "foreign.glb.ply");
+    const splats = parsedPly(await readFile(ply));
+    assertSame(splats, kExact, expected.map((splat) => turned(splat, [-1, 1, -1])));
+});

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 import { EarlyCalls } from "./early_calls.js";
+import { showFailure } from "./failure_message.js";
 import { shownNameOf } from "./file_name.js";
 import { parseQuery } from "./query.js";
-import { reportSceneFailure } from "./scene_failure.js";
 
 const query = parseQuery(window.location.search);
 const early = new EarlyCalls(reportError);
@@ -46,7 +46,7 @@ async function start() {
         early.handOver(startViewer(query));
     } catch (error) {
         isFailed = true;
-        reportSceneFailure(error, shownNameOf(query.filepath ?? "", window.location.origin));
+        showFailure(error, shownNameOf(query.filepath ?? "", window.location.origin));
     }
 }
 

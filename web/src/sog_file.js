@@ -13,8 +13,8 @@ const kMostMeta = 1 << 18;
 /** Values in a table. */
 const kCodebook = 256;
 /**
- * Gaussians, or bytes of a picture, for a byte of the file, at most. The pictures of a real scene take some bytes for each
- * of them, while a picture of a single colour takes none.
+ * Gaussians, or bytes of a picture, for a byte of the file, at most. The pictures of a real scene
+ * take some bytes for each of them, while a picture of a single colour takes none.
  */
 const kMostForAByte = 64;
 /** Pixels of a picture beside those of the Gaussians: rows of its own, and it is never small. */

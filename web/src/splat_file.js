@@ -111,7 +111,9 @@ function checkSpz(file, header) {
     const version = header.getUint32(4, true);
     const count = header.getUint32(8, true);
     const harmonics = kSpzHarmonics[header.getUint8(12)];
-    if (harmonics === undefined) throw new SceneError("harmonics", "The file has other spherical harmonics");
+    if (harmonics === undefined) {
+        throw new SceneError("harmonics", "The file has other spherical harmonics");
+    }
     const record = (version === 1 ? 6 : 9) + 1 + 3 + 3 + (version === 3 ? 4 : 3) + harmonics;
     const needed = kSpzHeader + count * record;
     // A gzip file ends with the length of its content modulo 2^32.

@@ -18,7 +18,7 @@ const kReasons = {
         ja: "ガウシアンが1つもありません。",
     },
     gltf: {
-        en: "It is a glTF file, which the viewer does not read. vistrel-convert makes a PLY file of it.",
+        en: "It is a glTF file. The viewer does not read it; vistrel-convert makes a PLY file of it.",
         ja: "ビューアーで読めないglTFファイルです。vistrel-convertでPLYファイルに変換できます。",
     },
     graphicsLost: {

@@ -4,11 +4,10 @@ import { OrbitControls } from "./OrbitControls3d.js";
 import { addressToComeBack, mayComeBack } from "./context_loss.js";
 import { DrawLoop, FrameRate } from "./draw_loop.js";
 import { stereoMode } from "./effects/stereo_modes.js";
-import { hideFailure } from "./failure_message.js";
+import { hideFailure, showFailure } from "./failure_message.js";
 import { fileNameOf, shownNameOf } from "./file_name.js";
 import { readFile } from "./read_file.js";
 import { loadSavedView, storeSavedView } from "./saved_view.js";
-import { reportSceneFailure } from "./scene_failure.js";
 import { SceneState } from "./scene_state.js";
 import { createStage } from "./stage.js";
 import { SceneError } from "./texts.js";
@@ -180,7 +179,7 @@ export class Viewer {
 
     /** @param {unknown} reason why the file that was asked for last is not shown */
     #report(reason) {
-        reportSceneFailure(reason, shownNameOf(this.#url ?? "", window.location.origin));
+        showFailure(reason, shownNameOf(this.#url ?? "", window.location.origin));
     }
 
     /**

@@ -48,7 +48,9 @@ export class ZipArchive {
         const count = view.getUint16(end + 10, true);
         let at = view.getUint32(end + 16, true);
         for (let i = 0; i < count; ++i) {
-            if (at + kDirectoryEntry.size > end) throw damaged("The archive's directory is cut short");
+            if (at + kDirectoryEntry.size > end) {
+                throw damaged("The archive's directory is cut short");
+            }
             if (view.getUint32(at, true) !== kDirectoryEntry.magic) {
                 throw damaged("The archive's directory is damaged");
             }
