@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-import { reportSceneFailure } from "../scene_failure.js";
+import { showFailure } from "../failure_message.js";
 import { languageOf } from "../texts.js";
 import { Bar } from "./bar.js";
 import { readFacts } from "./facts.js";
@@ -42,7 +42,7 @@ function setBusy(isBusy) {
 /** @param {unknown} reason */
 function fail(reason) {
     setBusy(false);
-    reportSceneFailure(reason, document.title);
+    showFailure(reason, document.title);
 }
 
 /** @param {boolean} isShown */
