@@ -98,7 +98,7 @@ void WritePage(const std::filesystem::path& output, const PageFilling& page,
 // 1,234,567
 std::string Grouped(std::size_t number) {
     std::string text = std::to_string(number);
-    for (std::size_t at = text.size(); at > 3;) text.insert(at -= 3, ",");
+    for (std::size_t at = text.size(); at > 3;) text.insert(at -= 3, 1, ',');
     return text;
 }
 
