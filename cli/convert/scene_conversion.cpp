@@ -36,7 +36,9 @@ void ConvertInSteps(const SceneConversion& conversion, LongStep& step) {
     RawScene scene = ReadNamedScene(conversion);
     MakeOutputFolder(conversion.output);
     begin("Saving the scene\u2026");
-    SaveScene(std::move(scene), conversion.output, conversion.keepRatio, conversion.writing);
+    // Nothing is lost with the power: the scene that it comes from is still there.
+    SaveScene(std::move(scene), conversion.output, conversion.keepRatio, conversion.writing,
+              Durability::kUsual);
 }
 
 }  // namespace

@@ -56,8 +56,8 @@ GaussianWriter WriterFor(const std::filesystem::path& output, const SceneWriteOp
     if (!IsForeignName(output)) return {};
     return [options](const GaussianSet& gaussians, const std::wstring& path, float focalPx,
                      std::uint32_t width, std::uint32_t height, float keepRatio) {
-        SaveScene(EncodedScene(gaussians, focalPx, width, height), ToPath(path), keepRatio,
-                  options);
+        SaveScene(EncodedScene(gaussians, focalPx, width, height), ToPath(path), keepRatio, options,
+                  Durability::kOnDisk);
     };
 }
 

@@ -49,9 +49,9 @@ void LeaveOut(RawScene& scene, float keepRatio) {
     scene = ThinnedTo(scene, kept);
 }
 
-NewFile OpenScene(const std::filesystem::path& path) {
+NewFile OpenScene(const std::filesystem::path& path, Durability durability) {
     try {
-        return NewFile(path, {.durability = Durability::kOnDisk});
+        return NewFile(path, {.durability = durability});
     } catch (const std::system_error& failure) {
         throw std::runtime_error("Cannot open output file: " + failure.code().message());
     }
@@ -65,10 +65,10 @@ bool IsForeignName(const std::filesystem::path& output) {
 }
 
 void SaveScene(RawScene scene, const std::filesystem::path& output, float keepRatio,
-               const SceneWriteOptions& options) {
+               const SceneWriteOptions& options, Durability durability) {
     LeaveOut(scene, keepRatio);
     const SceneWriter known = SceneWriterFor(output);
-    NewFile file = OpenScene(output);
+    NewFile file = OpenScene(output, durability);
     CountingSink sink(file);
     try {
         (known == nullptr ? WritePly : known)(scene, options, sink);

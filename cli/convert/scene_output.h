@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <filesystem>
 
+#include "base/new_file.h"
 #include "formats/scene_io.h"
 
 namespace vistrel {
@@ -16,11 +17,11 @@ namespace vistrel {
 
 // Writes the share `keepRatio` of the scene, the most important, in the format that the name's
 // ending says, a PLY file where it says none. Gaussians that cannot be written are left out. The
-// file appears whole and is then safe on the disk. Logs a line, and one for what is left out.
+// file appears whole. Logs a line, and one for what is left out.
 //
 // Throws std::bad_alloc and std::runtime_error, with the text for the user; a former file stays
 // then. Any thread.
 void SaveScene(RawScene scene, const std::filesystem::path& output, float keepRatio,
-               const SceneWriteOptions& options);
+               const SceneWriteOptions& options, Durability durability);
 
 }  // namespace vistrel
