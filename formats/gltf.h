@@ -20,14 +20,14 @@
 // Gaussians are points (mode 0) of meshes that nodes of the scene place. Each attribute is an
 // accessor: bytes of a buffer, with a type and a distance from one to the next.
 //
-//   attribute                                    values   types
-//   POSITION                                     x, y, z  float
-//   KHR_gaussian_splatting:ROTATION              x y z w  float, 8 and 16 bits normalised
-//   KHR_gaussian_splatting:SCALE                 3        float, 8 and 16 bits; linear, not
-//   negative KHR_gaussian_splatting:OPACITY               1        float, 8 and 16 bits normalised;
-//   0 to 1 KHR_gaussian_splatting:SH_DEGREE_l_COEF_n    r, g, b  float; n = 0 to 2 l, all up to a
-//   degree
+//   attribute            values   types
+//   POSITION             x, y, z  float
+//   :ROTATION            x y z w  float, 8 and 16 bits normalised
+//   :SCALE               3        float, 8 and 16 bits; linear, not negative
+//   :OPACITY             1        float, 8 and 16 bits normalised; 0 to 1
+//   :SH_DEGREE_l_COEF_n  r, g, b  float; n = 0 to 2 l, all up to a degree
 //
+// The names that begin with a colon stand behind KHR_gaussian_splatting.
 // Coefficients are those of RawScene. Written are floats, one attribute behind the other.
 //
 // Frame: x right, y up, z backward. A scene is turned by half a turn about x on its way, so that it

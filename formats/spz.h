@@ -37,14 +37,12 @@
 //   1      opacity in steps of 1/255
 //   3      red, green, blue: colorDc = (v / 255 - 0.5) / 0.15
 //   3      scales: logScale = v / 16 - 10
-//   4      rotation: its smallest three components, in steps of sqrt(0.5) / 511; from the highest
-//   bit
-//          on: index of the left out largest one in x, y, z, w, which counts as positive (2), then
-//          each other one in this order as sign (1) and magnitude (9).
+//   4      rotation: its smallest three components, in steps of sqrt(0.5) / 511; from the
+//          highest bit on: index of the left out largest one in x, y, z, w, which counts as
+//          positive (2), then each other one in this order as sign (1) and magnitude (9).
 //          Versions 1 and 2, 3 bytes: x, y, z = v / 127.5 - 1; w >= 0 completes the length to 1
-//   3 d    harmonics, each one's red, green, blue: v / 128 - 1. Written in steps of 8 (degree 1)
-//   and
-//          16 (above it), which pack better
+//   3 d    harmonics, each one's red, green, blue: v / 128 - 1. Written in steps of 8 (degree
+//          1) and 16 (above it), which pack better
 //
 // Extensions are records of type (4 bytes), length (4) and content. Of these, 0xADBE0003 says how
 // the scene lies, by 4 bytes: 1 + (1 if x points right) + (2 if y up) + (4 if z forward); 0 says
