@@ -137,17 +137,17 @@ TEST(Sog, TheNumberOfThreadsMakesNoDifference) {
 }
 
 TEST(Sog, InfiniteOpacitiesStayAndFlatScalesAreNearlyFlat) {
-    constexpr float kInfinity = std::numeric_limits<float>::infinity();
+    constexpr float infinity = std::numeric_limits<float>::infinity();
     RawScene scene = AnySogScene(2, 0);
     scene.Row(0)[0] = -2.0F;
     scene.Row(0)[1] = 2.0F;
-    scene.Row(kOpacityRow)[0] = -kInfinity;
-    scene.Row(kOpacityRow)[1] = kInfinity;
-    scene.Row(kScaleRow)[0] = -kInfinity;
+    scene.Row(kOpacityRow)[0] = -infinity;
+    scene.Row(kOpacityRow)[1] = infinity;
+    scene.Row(kScaleRow)[0] = -infinity;
     const RawScene read = ReadSogBytes(WrittenSog(scene));
     const std::size_t first = PlaceOf(scene, 0, read);
-    EXPECT_EQ(read.Row(kOpacityRow)[first], -kInfinity);
-    EXPECT_EQ(read.Row(kOpacityRow)[1 - first], kInfinity);
+    EXPECT_EQ(read.Row(kOpacityRow)[first], -infinity);
+    EXPECT_EQ(read.Row(kOpacityRow)[1 - first], infinity);
     EXPECT_EQ(read.Row(kScaleRow)[first], -30.0F);
 }
 
