@@ -11,13 +11,13 @@
  * @property {number[]} harmonics all of red, then of green, then of blue; empty for none
  */
 import * as gs3d from "@mkkellogg/gaussian-splats-3d";
-import createSpz from "@adobe/spz";
 import { execFile } from "node:child_process";
 import { readFile } from "node:fs/promises";
 import { fileURLToPath } from "node:url";
 import { promisify } from "node:util";
 import { Matrix4, Quaternion, Vector3, Vector4 } from "three";
 import { GLTFLoader } from "three/examples/jsm/loaders/GLTFLoader.js";
+import { createSpz } from "../support/adobe_spz.js";
 
 const run = promisify(execFile);
 const kShDc = 0.28209478;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 /** Damaged files of Gaussians, each made from a small good one by the numbers that it is given. */
 import { gunzipSync, gzipSync } from "node:zlib";
-import createSpz from "@adobe/spz";
+import { createSpz } from "../../support/adobe_spz.js";
 import { sogFile, sogParts, zipFile } from "../support/sog_files.js";
 import { cloud, ksplatFile, plyFile, spz4File, splatFile, spzFile } from "../support/splat_files.js";
 

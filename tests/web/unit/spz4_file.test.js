@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-import createSpz from "@adobe/spz";
 import assert from "node:assert/strict";
 import { test } from "node:test";
 import { gunzipSync } from "node:zlib";
 import { spz3Of } from "../../../web/src/spz4_file.js";
+import { createSpz } from "../../support/adobe_spz.js";
 import { cloud, spz4File, spz4Of, spzFile, storedZstd } from "../support/splat_files.js";
 
 const spz = await createSpz();
