@@ -116,7 +116,7 @@ class CompressedPly {
     }
 
     void AddWord(const char* name) {
-        const PlyProperty& property = PropertyOf(vertices_, name);
+        const PlyProperty property = PropertyOf(vertices_, name);
         if (property.type != PlyType::UInt32 && property.type != PlyType::Int32) {
             throw std::runtime_error(std::string("its \"") + name + "\" is not of 32 bits");
         }
