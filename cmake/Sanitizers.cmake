@@ -14,6 +14,12 @@ if(VISTREL_SANITIZE MATCHES "undefined" AND CMAKE_CXX_COMPILER_ID STREQUAL "Clan
   add_compile_options(-fno-sanitize=function)
 endif()
 
+# The address sanitizer sees what lies outside of an object, too, and these checks take a third of the
+# time that compiling does.
+if(VISTREL_SANITIZE MATCHES "address")
+  add_compile_options(-fno-sanitize=object-size)
+endif()
+
 # With Clang, Highway's lowest target would be another than in what users get.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
   add_compile_definitions(HWY_BROKEN_EMU128=1)
