@@ -2,7 +2,9 @@
 // What every command does around its work.
 #pragma once
 
+#include <filesystem>
 #include <functional>
+#include <stdexcept>
 #include <string>
 
 namespace vistrel {
@@ -16,5 +18,16 @@ void Tell(const std::string& line);
 // error when it throws, and when something that was printed did not reach standard output. A reader
 // of the output that goes away does not stop the work. Main thread, before any other has started.
 [[nodiscard]] int RunCommand(const std::function<int()>& work);
+
+// What `work` returns. Where it throws a std::runtime_error, its text has the file's name before
+// it. Any thread.
+template <typename Work>
+auto WithName(const std::filesystem::path& file, const Work& work) {
+    try {
+        return work();
+    } catch (const std::runtime_error& error) {
+        throw std::runtime_error(file.native() + ": " + error.what());
+    }
+}
 
 }  // namespace vistrel

@@ -29,16 +29,6 @@
 namespace vistrel {
 namespace {
 
-// What `work` throws is told with the file's name.
-template <typename Work>
-auto Naming(const std::filesystem::path& file, const Work& work) {
-    try {
-        return work();
-    } catch (const std::runtime_error& error) {
-        throw std::runtime_error(file.native() + ": " + error.what());
-    }
-}
-
 // One scene after the other.
 class SceneRendering {
   public:
@@ -46,11 +36,12 @@ class SceneRendering {
 
     // Throws std::exception with the text for the user.
     void Run(const RenderJob& job) {
-        Naming(job.scene, [&] { RefusePhotograph(job.scene); });  // before a folder is made for it
+        // Before a folder is made for it.
+        WithName(job.scene, [&] { RefusePhotograph(job.scene); });
         PrepareOutput(job.output);
         step_.Begin("Reading the scene\u2026");
         const SceneFile file =
-            Naming(job.scene, [&] { return ReadScene(job.scene, options_.spzFrame); });
+            WithName(job.scene, [&] { return ReadScene(job.scene, options_.spzFrame); });
         step_.Begin("Drawing the picture\u2026");
         if (options_.IsMovie()) {
             WriteMovie(renderer_, file, options_, job.output, step_);
@@ -76,7 +67,7 @@ class SceneRendering {
             std::error_code ignored;  // a folder that is missing is told by the check
             std::filesystem::create_directories(output.parent_path(), ignored);
         }
-        Naming(output, [&output] { CheckOutput(output); });
+        WithName(output, [&output] { CheckOutput(output); });
     }
 
     const RenderOptions& options_;

@@ -26,16 +26,6 @@
 namespace vistrel {
 namespace {
 
-// What `work` throws is told with the file's name.
-template <typename Work>
-auto WithName(const std::filesystem::path& file, const Work& work) {
-    try {
-        return work();
-    } catch (const std::runtime_error& error) {
-        throw std::runtime_error(file.native() + ": " + error.what());
-    }
-}
-
 bool IsThere(const std::filesystem::path& folder) {
     std::error_code ignored;
     return folder.empty() || std::filesystem::is_directory(folder, ignored);
