@@ -75,6 +75,9 @@ class User:
         x, y = layout.controls(**shown)[control]
         self.display.click(self.panel[0] + x, self.panel[1] + y)
 
+    def press_for_dialog(self, control, **shown):
+        press_until(lambda: self.press(control, **shown), self.newest_dialog, "a dialog")
+
     def dialog(self):
         """The newest window of the program beside its main one."""
         return wait_for(self.newest_dialog, "a dialog")
@@ -108,16 +111,16 @@ class User:
         left, top = self.panel[0] + x - 90, self.panel[1] + y - 8
         box = (left, top, left + 180, top + 16)
         before = self.display.picture(box).tobytes()
-        self.press("select model")
+        self.press_for_dialog("select model")
         self.enter_file(path)
         wait_for(lambda: self.display.picture(box).tobytes() != before, "the network's name")
 
     def open_batch(self):
-        press_until(lambda: self.press("batch"), self.newest_dialog, "the batch dialog")
+        self.press_for_dialog("batch")
         return BatchDialog(self, self.dialog())
 
     def open_file(self, path, **shown):
-        self.press("select file", **shown)
+        self.press_for_dialog("select file", **shown)
         self.enter_file(path)
 
     def open_photograph(self, path, **shown):
@@ -146,7 +149,7 @@ class User:
 
 
 def press_until(press, condition, what):
-    """A press is not heard while a question is about to close."""
+    """A press is not heard while a dialog is about to close, although its window is gone."""
     def is_heard():
         press()
         try:
