@@ -13,13 +13,23 @@
 #include <vector>
 
 #include "formats/deflate.h"
-#include "formats/zstd_frames.h"
 #include "tests/formats/scene_files.h"
+#include "tests/support/spz_bytes.h"
 
 namespace vistrel {
 namespace {
 
+using test::AxesRecord;
+using test::Gzipped;
+using test::kUnturned3;
+using test::NumberText;
+using test::SpzRest;
+using test::SpzStart;
+using test::StreamsFile;
+using test::TextOf;
 using test::VariedScene;
+using test::Version3;
+using test::Version4;
 
 constexpr float kForever = std::numeric_limits<float>::infinity();
 
@@ -40,82 +50,6 @@ RawScene ReadSpzScene(std::string_view bytes, SpzFrame frame = SpzFrame::AsPly, 
 
 std::string SpzRefusal(std::string_view bytes) {
     return test::RefusalOf(ReadSpz, bytes, ".spz");
-}
-
-std::string TextOf(const std::vector<std::byte>& bytes) {
-    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
-}
-
-std::string Gzipped(std::string_view content) {
-    MemorySink sink;
-    PackGzip(std::as_bytes(std::span(content)), 1, sink);
-    return std::move(sink.content);
-}
-
-std::string NumberText(std::uint64_t number, int bytes) {
-    std::string text;
-    for (int k = 0; k < bytes; ++k) text += static_cast<char>(number >> 8 * k & 0xFF);
-    return text;
-}
-
-// The header of versions 1 to 3.
-std::string SpzStart(std::uint32_t version, std::uint32_t count, char degree = 0,
-                     char fractionalBits = 12, char flags = 0) {
-    return "NGSP" + NumberText(version, 4) + NumberText(count, 4) + degree + fractionalBits +
-           flags + '\0';
-}
-
-// What lies behind positions: a half opaque, grey one of e^-2 with a rotation.
-std::string SpzRest(const std::string& rotation) {
-    return "\x80" + std::string(3, '\x7F') + std::string(3, '\x80') + rotation;
-}
-
-const std::string kUnturned3 = NumberText(0xC0000000, 4);  // w is largest, the others are 0
-
-// A file of version 3 with one Gaussian and its records of extensions.
-std::string Version3(const std::string& extensions = "") {
-    const char flags = extensions.empty() ? 0 : 2;
-    const std::string position = NumberText(4096, 3) + NumberText(8192, 3) + NumberText(12288, 3);
-    return SpzStart(3, 1, 0, 12, flags) + position + SpzRest(kUnturned3) + extensions;
-}
-
-std::string ZstdFrame(const std::string& content) {
-    return TextOf(PackZstd(std::as_bytes(std::span(content))));
-}
-
-struct StreamsFile {
-    std::uint32_t version = 4;
-    std::uint32_t count = 1;
-    char degree = 0;
-    std::string extensions = {};
-    std::vector<std::string> contents = {std::string(9, '\0'), "\x80", "\x7F\x7F\x7F",
-                                         "\x80\x80\x80", kUnturned3};
-    std::uint64_t wrongBytes = 0;  // of the first stream, added to what the table says
-    char wrongStreams = 0;
-    std::uint32_t wrongTable = 0;
-};
-
-// A file of version 4.
-std::string Version4(const StreamsFile& file) {
-    const char flags = file.extensions.empty() ? 0 : 2;
-    const auto streams = static_cast<char>(file.contents.size());
-    std::string text = SpzStart(file.version, file.count, file.degree, 12, flags);
-    text.back() = static_cast<char>(streams + file.wrongStreams);
-    text += NumberText(32 + file.extensions.size() + file.wrongTable, 4) + std::string(12, '\0');
-    text += file.extensions;
-    std::string frames;
-    for (const std::string& content : file.contents) {
-        const std::string frame = ZstdFrame(content);
-        const bool isFirst = frames.empty();
-        frames += frame;
-        text += NumberText(frame.size(), 8);
-        text += NumberText(content.size() + (isFirst ? file.wrongBytes : 0), 8);
-    }
-    return text + frames;
-}
-
-std::string AxesRecord(std::uint32_t axes) {
-    return NumberText(0xADBE0003, 4) + NumberText(4, 4) + NumberText(axes, 4);
 }
 
 std::array<float, 3> FirstPosition(const RawScene& scene) {
