@@ -13,7 +13,8 @@ import unittest
 import numpy
 
 import render_scenes
-from program import PROGRAM, RenderTest, without_steps
+from program import PROGRAM, RenderTest
+from command import without_steps  # found by program
 from render_scenes import HEIGHT, WIDTH, ball, hills, ply
 
 FORMER = b"what was there before"

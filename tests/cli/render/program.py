@@ -2,43 +2,24 @@
 """What every test of vistrel-render does."""
 
 import os
-import re
-import resource
-import subprocess
-import tempfile
-import unittest
+import sys
 from pathlib import Path
 
 import numpy
 from PIL import Image
 
+sys.path.insert(0, str(Path(__file__).resolve().parents[1]))
+from command import CommandTest  # noqa: E402
+
 PROGRAM = Path(os.environ["VISTREL_BIN"]) / "vistrel-render"
 
 
-def without_steps(said):
-    """What was said but for what tells, on a slow machine, that something takes long."""
-    return re.sub("^[A-Z][a-z ]+… [0-9]+ s\n".encode(), b"", said, flags=re.MULTILINE)
+class RenderTest(CommandTest):
+    program = PROGRAM
 
-
-class RenderTest(unittest.TestCase):
     def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.folder = Path(folder.name)
-        self.scene = self.folder / "scene.ply"
+        super().setUp()
         self.picture = self.folder / "picture.png"
-
-    def run_program(self, *arguments, largest_file=None, **options):
-        """`largest_file` stands for a disk that is full; the signal which would end the program stays ignored."""
-        def limit():
-            resource.setrlimit(resource.RLIMIT_FSIZE, (largest_file, largest_file))
-
-        result = subprocess.run(
-            [PROGRAM, *map(os.fsencode, arguments)], capture_output=True, timeout=300, check=False,
-            preexec_fn=limit if largest_file is not None else None,
-            restore_signals=largest_file is None, **options)
-        result.stderr = without_steps(result.stderr)
-        return result
 
     def draw(self, *options, scene=None, notes=b""):
         """The picture's pixels as numbers: rows, columns, red, green and blue."""
@@ -51,9 +32,5 @@ class RenderTest(unittest.TestCase):
 
     def check_failure(self, result, *texts):
         """One line that holds the texts, and no picture."""
-        message = result.stderr.decode(errors="surrogateescape")
-        self.assertEqual(result.returncode, 1, message)
-        self.assertEqual(message.count("\n"), 1, message)
-        for text in ("Error: ", *texts):
-            self.assertIn(text, message)
+        super().check_failure(result, *texts)
         self.assertFalse(self.picture.exists())

@@ -9,12 +9,10 @@ import io
 import json
 import os
 import re
-import resource
 import signal
 import struct
 import subprocess
 import sys
-import tempfile
 import time
 import unittest
 from pathlib import Path
@@ -22,8 +20,8 @@ from pathlib import Path
 import numpy
 from PIL import Image
 
-sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "render"))
-from program import without_steps  # noqa: E402
+sys.path[:0] = [str(Path(__file__).resolve().parents[1]), str(Path(__file__).resolve().parents[1] / "render")]
+from command import CommandTest  # noqa: E402
 from render_scenes import FOCAL, HEIGHT, WIDTH, ball, hills, ply  # noqa: E402
 
 BINARIES = Path(os.environ["VISTREL_BIN"])
@@ -58,26 +56,13 @@ class Page(html.parser.HTMLParser):
         self.found[self.open] = self.found.get(self.open, "") + data
 
 
-class ShareTest(unittest.TestCase):
+class ShareTest(CommandTest):
+    program = PROGRAM
+
     def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.folder = Path(folder.name)
-        self.scene = self.folder / "scene.ply"
+        super().setUp()
         self.scene.write_bytes(SMALL)
         self.output = self.folder / "page.html"
-
-    def run_program(self, *arguments, largest_file=None, **options):
-        """`largest_file` stands for a disk that is full; the signal which would end the program stays ignored."""
-        def limit():
-            resource.setrlimit(resource.RLIMIT_FSIZE, (largest_file, largest_file))
-
-        result = subprocess.run(
-            [PROGRAM, *map(os.fsencode, arguments)], capture_output=True, timeout=300, check=False,
-            preexec_fn=limit if largest_file is not None else None,
-            restore_signals=largest_file is None, **options)
-        result.stderr = without_steps(result.stderr)
-        return result
 
     def share(self, *options, scene=None, output=None):
         output = output or self.output
@@ -91,14 +76,6 @@ class ShareTest(unittest.TestCase):
         spz = self.folder / "converted.spz"
         subprocess.run([BINARIES / "vistrel-convert", *options, self.scene, spz], check=True, capture_output=True)
         return spz.read_bytes()
-
-    def check_failure(self, result, *texts):
-        """One line that holds the texts."""
-        message = os.fsdecode(result.stderr)
-        self.assertEqual(result.returncode, 1, message)
-        self.assertEqual(message.count("\n"), 1, message)
-        for text in ("Error: ", *texts):
-            self.assertIn(text, message)
 
     def drawn_by_the_photographs_camera(self, scene):
         """Also of a scene that does not know it."""
@@ -380,15 +357,10 @@ class WrongUsage(ShareTest):
         self.assertEqual(self.scene.read_bytes(), SMALL)
 
     def test_help_and_version(self):
-        for option, text in (("--help", b"--size-limit"), ("--version", b"vistrel-share 1.0.0\n")):
-            result = self.run_program(option)
-            self.assertEqual((result.returncode, result.stderr), (0, b""))
-            self.assertIn(text, result.stdout)
+        self.check_help(b"--size-limit")
 
     def test_help_that_cannot_be_printed_ends_with_one(self):
-        with open("/dev/full", "w") as full:
-            result = subprocess.run([PROGRAM, "--help"], stdout=full, stderr=subprocess.PIPE, check=False)
-        self.assertEqual((result.returncode, result.stderr), (1, b"Error: standard output could not be written\n"))
+        self.check_help_without_room()
 
 
 if __name__ == "__main__":
