@@ -99,6 +99,10 @@ std::wstring ModelFile() {
     return UserDataFolder() + L"/Vistrel/Models/sharp_fp16.onnx";
 }
 
+std::wstring RuntimeFolder() {
+    return UserDataFolder() + L"/Vistrel/Runtime";
+}
+
 std::wstring DocumentsFolder() {
     const std::filesystem::path folder = NamedDocumentsFolder();
     std::error_code failure;

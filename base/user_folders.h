@@ -15,6 +15,8 @@ namespace vistrel {
 [[nodiscard]] std::wstring MakeBrowserFolder();
 // UserDataFolder() + "/Vistrel/Models/sharp_fp16.onnx".
 [[nodiscard]] std::wstring ModelFile();
+// UserDataFolder() + "/Vistrel/Runtime": an ONNX Runtime of the user's own, with CUDA for instance.
+[[nodiscard]] std::wstring RuntimeFolder();
 // The documents folder, where there is none the home folder.
 [[nodiscard]] std::wstring DocumentsFolder();
 // $XDG_CONFIG_HOME/Vistrel/settings.json, default ~/.config.

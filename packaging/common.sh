@@ -34,7 +34,7 @@ done
 # library, or a version of one.
 require_start() {
     local name missing
-    missing=$(for name in vistrel vistrel-convert vistrel-render vistrel-share WebView2Loader.dll; do
+    missing=$(for name in vistrel vistrel-convert vistrel-fetch vistrel-render vistrel-share WebView2Loader.dll; do
         LC_ALL=C ldd "$1/$name" 2>&1 || true
     done | sed -nE 's/^\s*(\S+) => not found.*/\1/p; s/.*: version `(\S+)'"'"' not found.*/\1/p' | sort -u)
     [ -z "$missing" ] ||

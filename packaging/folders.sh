@@ -12,7 +12,7 @@ data="${XDG_DATA_HOME:-}"
 [[ "$data" == /* ]] || data="$HOME/.local/share"
 config="${XDG_CONFIG_HOME:-}"
 [[ "$config" == /* ]] || config="$HOME/.config"
-commands=(vistrel vistrel-convert vistrel-make-scene vistrel-render vistrel-share)
+commands=(vistrel vistrel-convert vistrel-fetch vistrel-make-scene vistrel-render vistrel-share)
 
 # Takes away what an installation has put into the desktop's folders.
 remove_from_desktop() {

@@ -48,7 +48,7 @@ class CommandTest(unittest.TestCase):
 
     def check_help(self, option):
         """Help names an option."""
-        for asked, text in (("--help", option), ("--version", f"{self.program.name} 1.0.0\n".encode())):
+        for asked, text in (("--help", option), ("--version", f"{self.program.name} 2.0.0\n".encode())):
             result = self.run_program(asked)
             self.assertEqual((result.returncode, result.stderr), (0, b""))
             self.assertIn(text, result.stdout)

@@ -9,7 +9,7 @@ import unittest
 from pathlib import Path
 
 BINARIES = Path(os.environ["VISTREL_BIN"])
-PROGRAMS = ("vistrel", "vistrel-convert", "vistrel-render", "vistrel-share")
+PROGRAMS = ("vistrel", "vistrel-convert", "vistrel-fetch", "vistrel-render", "vistrel-share")
 LOADER = "WebView2Loader.dll"
 DECODERS = tuple(f"photos/{name}.so" for name in ("heif", "jxl", "raw", "tiff", "webp"))
 CODECS = r"lib(heif|de265|dav1d|aom|jxl\w*|raw(_r)?|tiff|webp\w*|lcms2)\.so"

@@ -21,7 +21,7 @@ from display import Display, wait_for  # noqa: E402
 
 BINARIES = Path(os.environ["VISTREL_BIN"])
 RELIEF = "resources/relief/vistrel_relief_demo.onnx"
-LIBRARIES_AND_PROGRAMS = {"vistrel", "vistrel-convert", "vistrel-render", "vistrel-share",
+LIBRARIES_AND_PROGRAMS = {"vistrel", "vistrel-convert", "vistrel-fetch", "vistrel-render", "vistrel-share",
                           "WebView2Loader.dll", "libonnxruntime.so.1"}
 DECODERS = {f"photos/{name}.so" for name in ("heif", "jxl", "raw", "tiff", "webp")}
 SHARED = {f"share/icons/hicolor/{size}x{size}/apps/vistrel.png" for size in (16, 32, 48, 128, 256)} | {

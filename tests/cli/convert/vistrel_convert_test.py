@@ -252,7 +252,7 @@ class WrongUsage(Convert):
         self.assertEqual((photo.read_bytes(), model.read_bytes()), before)
 
     def test_help_and_version(self):
-        for option, text in (("--help", b"--model"), ("--version", b"vistrel-convert 1.0.0\n")):
+        for option, text in (("--help", b"--model"), ("--version", b"vistrel-convert 2.0.0\n")):
             result = run(option)
             self.assertEqual(result.returncode, 0)
             self.assertIn(text, result.stdout)
