@@ -20,7 +20,7 @@ class Bus:
         environment = display.environment | {
             "HOME": str(folder), "XDG_RUNTIME_DIR": str(folder), "XDG_DATA_HOME": str(folder),
             "GSETTINGS_BACKEND": "memory"}
-        self.bus = SessionBus(folder, environment, display.log)
+        self.bus = SessionBus(environment, display.log)
         # The registry ends with its bus.
         self.close = self.bus.close
         # For the program. On a desktop its toolkit would ask whether there is a screen reader.

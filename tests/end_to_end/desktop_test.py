@@ -15,7 +15,6 @@ from session import BINARIES, Session
 from session_bus import SessionBus
 
 NAME, PATH, OPEN = "org.vistrel.vistrel", "/org/vistrel/vistrel", "org.freedesktop.Application.Open"
-BUS = ("org.freedesktop.DBus", "/org/freedesktop/DBus")
 
 
 class StartedProgram(Program):
@@ -30,15 +29,13 @@ class StartedProgram(Program):
         services.mkdir(parents=True)
         (services / f"{NAME}.service").write_text(
             f"[D-BUS Service]\nName={NAME}\nExec={shlex.quote(str(self.folder / 'vistrel'))}\n")
-        # The name of a socket is short.
-        self.bus = SessionBus(display.folder, environment, self.output)
+        self.bus = SessionBus(environment, self.output)
         self.process = self.bus.process
 
     @property
     def identifier(self):
         """That of the program which has the name now."""
-        told = self.bus.call(*BUS, "org.freedesktop.DBus.GetConnectionUnixProcessID", NAME)
-        return int(told.strip("(,)").split()[-1])
+        return self.bus.owner(NAME)
 
     def kill(self):
         try:
@@ -53,7 +50,7 @@ class DesktopTest(Session):
     def open(self, *files):
         """As a file manager does on a double click."""
         addresses = ", ".join(f"'{file.as_uri()}'" for file in files)
-        self.program.bus.call(NAME, PATH, OPEN, f"[{addresses}]", "{}")
+        self.program.bus.call(NAME, PATH, OPEN, f"[{addresses}]", "@a{sv} {}")
 
     def test_files_are_opened_by_a_program_that_the_bus_starts_once(self):
         scene = self.home / os.fsdecode(b"wall 50% \xc3\xbc \xe9.ply")
