@@ -281,7 +281,8 @@ TEST_F(ViewerPage, NextSceneOpensAfterThePagesProcessWasKilled) {
 TEST_F(ViewerPage, BridgeMayEndAtAnyMoment) {
     for (const int steps : {0, 1, 2, 5, 20}) {
         WebViewBridge bridge(L"No loader.");
-        bridge.Initialize(&window_, window_.rect(), FromUtf8(VISTREL_WEB), [](bool) {});
+        bridge.Prepare(&window_, window_.rect());
+        bridge.Initialize(FromUtf8(VISTREL_WEB), [](bool) {});
         for (int i = 0; i < steps; ++i) DeliverPosted();
     }
     DeliverPosted();
