@@ -220,7 +220,7 @@ class FetchedNetwork(Operation):
     message = r"^Error: .+"
     tells_of_more = True  # the network may be there when the settings cannot be had
     usual = 4
-    usual_kills = 40
+    usual_kills = 20
 
     def __init__(self, programs):
         super().__init__(programs)
