@@ -115,7 +115,8 @@ SHOWS_NO_PARTY = ("engine", "formats", "photos", "render", "render/pictures", "d
 LINKS = {
     "vistrel_base": ["vistrel_warnings", "Threads::Threads"],
     "vistrel_engine": ["vistrel_warnings", "vistrel_base", "Threads::Threads", "Stb::stb",
-                       "PkgConfig::exiv2", "PkgConfig::hwy", "OnnxRuntime::onnxruntime"],
+                       "PkgConfig::exiv2", "PkgConfig::hwy", "OnnxRuntime::headers",
+                       "${CMAKE_DL_LIBS}"],
     "vistrel_photo_samples": ["vistrel_warnings", "vistrel_base"],
     "vistrel_photos": ["vistrel_warnings", "vistrel_engine", "vistrel_photo_samples", "${CMAKE_DL_LIBS}",
                        "PkgConfig::exiv2", "PkgConfig::lcms2", "ZLIB::ZLIB"],
