@@ -20,4 +20,8 @@ inline constexpr const char* kCudaProviderName = "CUDAExecutionProvider";
 // Throws std::runtime_error when there is no such library that can be used.
 [[nodiscard]] std::vector<std::string> AvailableExecutionProviders();
 
+// Opens the CUDA provider and all it needs, as a conversion does; it has to be among the available
+// ones. Throws std::exception with ONNX Runtime's text. Any thread.
+void OpenCudaProvider();
+
 }  // namespace vistrel

@@ -145,6 +145,11 @@ std::vector<std::string> AvailableExecutionProviders() {
     return Ort::GetAvailableProviders();
 }
 
+void OpenCudaProvider() {
+    Environment();  // to which failures are logged
+    Ort::SessionOptions().AppendExecutionProvider_CUDA(OrtCUDAProviderOptions());
+}
+
 GaussianSet RunSharpInference(const std::wstring& modelPath, const PreprocessedImage& image,
                               float disparityFactor, ExecutionProvider provider,
                               const ProviderList& providers,

@@ -146,7 +146,7 @@ LINKS = {
     "vistrel-convert": ["vistrel_warnings", "vistrel_batch", "vistrel_cli", "vistrel_engine",
                         "vistrel_formats", "vistrel_photos", "CLI11::CLI11"],
     "vistrel_fetch_command": ["vistrel_warnings", "vistrel_cli", "vistrel_resumable", "vistrel_engine",
-                              "CLI11::CLI11", "LibArchive::LibArchive",
+                              "CLI11::CLI11", "LibArchive::LibArchive", "${CMAKE_DL_LIBS}",
                               "nlohmann_json::nlohmann_json"],
     "vistrel-fetch": ["vistrel_warnings", "vistrel_fetch_command"],
     "vistrel_render_command": ["vistrel_warnings", "vistrel_cli", "vistrel_pictures",

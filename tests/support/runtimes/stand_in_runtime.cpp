@@ -24,11 +24,38 @@ OrtStatus* Release(char** /*names*/, int /*count*/) noexcept {
     return nullptr;
 }
 
+// Nobody looks into these.
+int nothing = 0;
+
+OrtStatus* MakeEnvironment(OrtLoggingLevel /*level*/, const char* /*name*/,
+                           OrtEnv** made) noexcept {
+    *made = reinterpret_cast<OrtEnv*>(&nothing);
+    return nullptr;
+}
+OrtStatus* TakeLanguage(const OrtEnv* /*environment*/,
+                        OrtLanguageProjection /*language*/) noexcept {
+    return nullptr;
+}
+OrtStatus* MakeOptions(OrtSessionOptions** made) noexcept {
+    *made = reinterpret_cast<OrtSessionOptions*>(&nothing);
+    return nullptr;
+}
+void FreeOptions(OrtSessionOptions* /*options*/) noexcept {}
+OrtStatus* OpenCuda(OrtSessionOptions* /*options*/,
+                    const OrtCUDAProviderOptions* /*settings*/) noexcept {
+    return nullptr;
+}
+
 const OrtApi* Api(std::uint32_t version) noexcept {
     static const OrtApi api = [] {
         OrtApi table = {};
         table.GetAvailableProviders = List;
         table.ReleaseAvailableProviders = Release;
+        table.CreateEnv = MakeEnvironment;
+        table.SetLanguageProjection = TakeLanguage;
+        table.CreateSessionOptions = MakeOptions;
+        table.ReleaseSessionOptions = FreeOptions;
+        table.SessionOptionsAppendExecutionProvider_CUDA = OpenCuda;
         return table;
     }();
     return version <= NEWEST_API ? &api : nullptr;
