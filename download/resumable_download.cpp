@@ -22,6 +22,7 @@ struct Trouble {
     std::string reason;
     bool isForGood = false;
     std::chrono::seconds pause{0};  // that the server asks for
+    bool wasAvoidable = false;      // by a request for the whole file, which comes next
 };
 
 bool MayPass(int status) {
@@ -205,7 +206,7 @@ class Transfer : public FileReceiver {
     // What is here goes when the server begins to send the file, and not before.
     bool BeginAnewAfter(const std::string& reason) {
         mayGoOn_ = false;
-        trouble_ = Trouble{reason};
+        trouble_ = Trouble{.reason = reason, .wasAvoidable = asksForPiece_};
         return false;
     }
 
@@ -260,7 +261,11 @@ class Transfer : public FileReceiver {
                                end.isForGood};
         }
         if (trouble_->isForGood) throw std::runtime_error(trouble_->reason);
-        retries_.Failed(trouble_->reason, trouble_->pause);
+        if (trouble_->wasAvoidable) {
+            watcher_.OnNotice(trouble_->reason + ". Fetching all of it.");
+        } else {
+            retries_.Failed(trouble_->reason, trouble_->pause);
+        }
         return false;
     }
 

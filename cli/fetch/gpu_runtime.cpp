@@ -14,6 +14,7 @@
 #include "cli/fetch/new_runtime.h"
 #include "cli/fetch/package_files.h"
 #include "cli/fetch/shared_library.h"
+#include "cli/fetch/transfer_display.h"
 #include "cli/long_work.h"
 #include "download/sha256.h"
 #include "engine/onnxruntime_library.h"
@@ -70,6 +71,7 @@ int FetchGpuRuntime(const GpuOptions& options) {
     if (!options.checkOnly) {
         RunLongWork([&](LongStep& step) { Install(options, step); },
                     [](int signal) {
+                        EraseTransferLine();
                         NewRuntime::Remove();
                         EndUnfinished(signal);
                     });

@@ -16,11 +16,15 @@ namespace vistrel::test {
 class Recorder : public HttpReceiver {
   public:
     std::vector<int> statuses;
+    std::vector<std::string> headers;  // "NAME: VALUE"
     std::int64_t length = -1;
     std::string body;
     std::size_t largestPiece = 0;
     std::atomic<bool> cancelled = false;
 
+    void OnHeader(std::string_view name, std::string_view value) override {
+        headers.push_back(std::string(name).append(": ").append(value));
+    }
     void OnAnswer(int status, std::int64_t bytes) override {
         statuses.push_back(status);
         length = bytes;
