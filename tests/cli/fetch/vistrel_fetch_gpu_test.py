@@ -2,12 +2,13 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 """vistrel-fetch gpu with packages of stand-ins: what is in the user's folder afterwards, and what is told.
 
-Usage: gpu_test.py PROGRAM FOLDER-OF-STAND-INS [unittest arguments].
+Usage: vistrel_fetch_gpu_test.py FOLDER-OF-STAND-INS [unittest arguments].
 """
 
 import fcntl
 import gzip
 import hashlib
+import http.server
 import io
 import os
 import resource
@@ -16,11 +17,13 @@ import subprocess
 import sys
 import tarfile
 import tempfile
+import threading
 import unittest
 import zipfile
 from pathlib import Path
 
-PROGRAM, RUNTIMES = "", Path()  # set by main()
+PROGRAM = Path(os.environ["VISTREL_BIN"]) / "vistrel-fetch"
+RUNTIMES = Path()  # set by main()
 
 LIBRARY = "libonnxruntime.so.1"
 SHARED = "libonnxruntime_providers_shared.so"
@@ -243,6 +246,39 @@ class RefusalTest(GpuTest):
                 self.assertEqual(self.run_it(*words).returncode, 2)
 
 
+class DownloadTest(GpuTest):
+    def serve(self, content, status=200):
+        """The address of a server that has nothing else."""
+        class Answer(http.server.BaseHTTPRequestHandler):
+            def do_GET(self):
+                self.send_response(status)
+                self.send_header("Content-Length", str(len(content)))
+                self.end_headers()
+                self.wfile.write(content)
+
+            def log_message(self, *_):
+                pass
+
+        server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Answer)
+        threading.Thread(target=server.serve_forever, daemon=True).start()
+        self.addCleanup(server.server_close)
+        self.addCleanup(server.shutdown)
+        return f"http://127.0.0.1:{server.server_port}/{TESTED}"
+
+    def test_package_other_than_the_published_one_is_refused(self):
+        self.put_former()
+        done = self.run_it("--url", self.serve(tgz(release(libraries()))))
+        self.assertEqual(done.returncode, 1, done.stderr)
+        self.assertIn(TESTED_SUM, done.stderr)
+        self.check_installed(dict.fromkeys(FILES, b"former"))
+
+    def test_server_without_the_package_is_told(self):
+        done = self.run_it("--url", self.serve(b"none", status=404))
+        self.assertEqual(done.returncode, 1)
+        self.assertIn("404", done.stderr.splitlines()[-1])
+        self.assertFalse(self.runtime.exists())
+
+
 class CheckTest(GpuTest):
     def put_stand_in(self):
         self.runtime.mkdir(parents=True)
@@ -252,7 +288,7 @@ class CheckTest(GpuTest):
     def test_without_a_runtime_of_the_user_s_the_program_s_is_looked_at(self):
         done = self.run_it("--check")
         self.assertEqual(done.returncode, 1)
-        own = Path(PROGRAM).resolve().parent
+        own = PROGRAM.resolve().parent
         self.assertIn(f": {own / LIBRARY}, with", done.stdout.splitlines()[0])
         self.assertIn("vistrel-fetch gpu brings", done.stdout)
         for library in ("libcublasLt.so.12", "libcudart.so.12", "libcufft.so.11", "libcurand.so.10"):
@@ -305,5 +341,5 @@ class CheckTest(GpuTest):
 
 
 if __name__ == "__main__":
-    PROGRAM, RUNTIMES = sys.argv[1], Path(sys.argv[2])
-    unittest.main(argv=[sys.argv[0], *sys.argv[3:]])
+    RUNTIMES = Path(sys.argv[1])
+    unittest.main(argv=[sys.argv[0], *sys.argv[2:]])
