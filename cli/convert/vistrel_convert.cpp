@@ -22,6 +22,7 @@
 #include "cli/convert/output_file.h"
 #include "cli/convert/scene_conversion.h"
 #include "cli/convert/single_conversion.h"
+#include "engine/onnxruntime_library.h"
 #include "formats/scene_formats.h"
 #include "photos/focal_length.h"
 
@@ -231,5 +232,6 @@ int Main(int argc, char** argv) {
 }  // namespace vistrel
 
 int main(int argc, char** argv) {
+    vistrel::KeepOnnxRuntimeSilent();
     return vistrel::RunCommand([&] { return vistrel::Main(argc, argv); });
 }

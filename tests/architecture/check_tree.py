@@ -115,7 +115,8 @@ SHOWS_NO_PARTY = ("engine", "formats", "photos", "render", "render/pictures", "d
 LINKS = {
     "vistrel_base": ["vistrel_warnings", "Threads::Threads"],
     "vistrel_engine": ["vistrel_warnings", "vistrel_base", "Threads::Threads", "Stb::stb",
-                       "PkgConfig::exiv2", "PkgConfig::hwy", "OnnxRuntime::onnxruntime"],
+                       "PkgConfig::exiv2", "PkgConfig::hwy", "OnnxRuntime::headers",
+                       "${CMAKE_DL_LIBS}"],
     "vistrel_photo_samples": ["vistrel_warnings", "vistrel_base"],
     "vistrel_photos": ["vistrel_warnings", "vistrel_engine", "vistrel_photo_samples", "${CMAKE_DL_LIBS}",
                        "PkgConfig::exiv2", "PkgConfig::lcms2", "ZLIB::ZLIB"],
@@ -145,7 +146,7 @@ LINKS = {
     "vistrel-convert": ["vistrel_warnings", "vistrel_batch", "vistrel_cli", "vistrel_engine",
                         "vistrel_formats", "vistrel_photos", "CLI11::CLI11"],
     "vistrel_fetch_command": ["vistrel_warnings", "vistrel_cli", "vistrel_resumable", "vistrel_engine",
-                              "CLI11::CLI11", "LibArchive::LibArchive",
+                              "CLI11::CLI11", "LibArchive::LibArchive", "${CMAKE_DL_LIBS}",
                               "nlohmann_json::nlohmann_json"],
     "vistrel-fetch": ["vistrel_warnings", "vistrel_fetch_command"],
     "vistrel_render_command": ["vistrel_warnings", "vistrel_cli", "vistrel_pictures",
