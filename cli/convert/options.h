@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What the command line asks for.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "batch/batch_converter.h"
+#include "engine/execution_provider.h"
+#include "formats/scene_io.h"
+#include "photos/focal_length.h"
+
+namespace vistrel {
+
+struct ConvertOptions {
+    enum class Task { Photograph, Scene, Folder };
+
+    Task task = Task::Photograph;
+    std::string model;  // empty: the one that is chosen in the window
+    ExecutionProvider provider = ExecutionProvider::Cpu;
+    float keepRatio = 1.0F;  // 0..1
+    BatchConflictPolicy onConflict = BatchConflictPolicy::CancelBatch;
+    FocalChoice focal = {};
+    bool ignoreColours = false;
+    std::string ending = kBatchEnding;  // of a folder's scenes
+    SceneWriteOptions writing = {};
+    std::string input;   // picture, scene, or folder of pictures
+    std::string output;  // scene, or folder for them
+};
+
+struct ParsedConvertOptions {
+    ConvertOptions options;
+    std::optional<int> status;  // to end with at once; everything was said
+};
+
+// Looks at the input, which may be a scene or a photograph. Main thread.
+[[nodiscard]] ParsedConvertOptions ParseConvertOptions(int argc, char** argv);
+
+}  // namespace vistrel
