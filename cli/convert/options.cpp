@@ -4,14 +4,18 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstdlib>
 #include <filesystem>
 #include <initializer_list>
 #include <map>
 #include <string_view>
+#include <system_error>
+#include <vector>
 
 #include "base/scene_kind.h"
 #include "cli/command.h"
+#include "cli/convert/photograph_folder.h"
 #include "cli/convert/scene_conversion.h"
 #include "formats/scene_formats.h"
 
@@ -33,14 +37,18 @@ void AddSpzOptions(CLI::App& app, ConvertOptions& options) {
         ->capture_default_str();
 }
 
-void DescribeConvert(CLI::App& app, ConvertOptions& options, bool& isBatch) {
-    const std::map<std::string, BatchConflictPolicy> policies = {
-        {"overwrite", BatchConflictPolicy::OverwriteAll},
-        {"rename", BatchConflictPolicy::RenameAll},
-        {"cancel", BatchConflictPolicy::CancelBatch}};
-    app.set_version_flag("--version", "vistrel-convert " VISTREL_VERSION);
+// As the command line has it.
+struct ConvertArguments {
+    bool isBatch = false;
+    std::string outputDir;
+    std::string part;
+    std::vector<std::string> files;
+};
+
+void DescribePhotographs(CLI::App& app, ConvertOptions& options) {
     app.add_option("--model", options.model,
-                   "ONNX file of the network; if not given, the one that is chosen in the window");
+                   "ONNX file of the network; if not given, the one that is chosen in the window")
+        ->type_name("FILE");
     app.add_option_function<std::string>(
            "--provider",
            [&options](const std::string& name) {
@@ -48,27 +56,6 @@ void DescribeConvert(CLI::App& app, ConvertOptions& options, bool& isBatch) {
            },
            "What the network runs on [cpu]")
         ->check(CLI::IsMember({"cpu", "cuda"}));
-    auto* keepRatio =
-        app.add_option("--keep-ratio", options.keepRatio, "Share of the Gaussians to keep")
-            ->capture_default_str();
-    auto* batch = app.add_flag("--batch", isBatch,
-                               "Convert all pictures of one folder: .jpg, .jpeg, .png, .bmp, "
-                               ".webp, .heic, .heif, .avif, .tif, .tiff, .jxl, .dng, .cr2, .cr3, "
-                               ".nef, .arw, .raf, .orf, .rw2")
-                      ->excludes(keepRatio);
-    app.add_option_function<std::string>(
-           "--on-conflict",
-           [policies, &options](const std::string& name) {
-               options.onConflict = policies.at(name);
-           },
-           "With --batch: what happens when scenes exist already [cancel]")
-        ->check(CLI::IsMember({"overwrite", "rename", "cancel"}))
-        ->needs(batch);
-    app.add_option_function<std::string>(
-           "--format", [&options](const std::string& name) { options.ending = '.' + name; },
-           "With --batch: format of the scenes [ply]")
-        ->check(CLI::IsMember({"ply", "compressed.ply", "splat", "spz", "sog", "glb"}))
-        ->needs(batch);
     app.add_option_function<std::string>(
            "--focal",
            [&options](const std::string& text) { options.focal = *ParseFocalChoice(text); },
@@ -80,16 +67,68 @@ void DescribeConvert(CLI::App& app, ConvertOptions& options, bool& isBatch) {
         });
     app.add_flag("--no-icc", options.ignoreColours,
                  "Take colours for sRGB, whatever the picture says about them");
+}
+
+void DescribeMany(CLI::App& app, ManyOptions& many, ConvertArguments& arguments) {
+    const std::map<std::string, ConflictChoice> choices = {{"cancel", ConflictChoice::Cancel},
+                                                           {"overwrite", ConflictChoice::Overwrite},
+                                                           {"rename", ConflictChoice::Rename},
+                                                           {"skip", ConflictChoice::Skip}};
+    auto* const batch =
+        app.add_flag("--batch", arguments.isBatch,
+                     "Convert all pictures of one folder: " + ListOf(kPhotographEndings));
+    app.add_flag("--recursive", many.isRecursive,
+                 "With --batch: also those of the folders below it, into the same folders below "
+                 "OUTPUT; links to folders are not followed")
+        ->needs(batch);
+    app.add_option("--output-dir", arguments.outputDir,
+                   "Convert any number of pictures and scenes into this folder, which is created")
+        ->type_name("DIR")
+        ->excludes(batch);
+    app.add_option_function<std::string>(
+           "--format", [&many](const std::string& name) { many.ending = '.' + name; },
+           "Of many: format of the scenes [ply]")
+        ->check(CLI::IsMember({"ply", "compressed.ply", "splat", "spz", "sog", "glb"}));
+    app.add_option_function<std::string>(
+           "--on-conflict",
+           [choices, &many](const std::string& name) { many.onConflict = choices.at(name); },
+           "Of many: what happens where scenes exist already: cancel (nothing is converted), "
+           "overwrite, rename (the new ones get numbers) or skip (what is there is not made "
+           "again) [cancel]")
+        ->check(CLI::IsMember({"cancel", "overwrite", "rename", "skip"}));
+    app.add_option("--part", arguments.part,
+                   "Of many: K/N is every N-th of the files, beginning with the K-th, for one of N "
+                   "machines")
+        ->type_name("K/N");
+    app.add_option("--report", many.report,
+                   "Of many: table to which each file adds a line when it has been tried: input, "
+                   "output, seconds, Gaussians, error, with tabs between them; \\t, \\n, \\r and "
+                   "\\\\ stand for characters of names; skipped files have no line")
+        ->type_name("FILE");
+    app.add_option("--then", many.then,
+                   "Of many: command for the shell after the end, unless you stop it; knows "
+                   "$VISTREL_CONVERTED, $VISTREL_FAILED, $VISTREL_SKIPPED and $VISTREL_OUTPUT_DIR")
+        ->type_name("COMMAND");
+}
+
+void DescribeConvert(CLI::App& app, ConvertOptions& options, ConvertArguments& arguments) {
+    app.set_version_flag("--version", "vistrel-convert " VISTREL_VERSION);
+    DescribePhotographs(app, options);
+    app.add_option("--keep-ratio", options.keepRatio, "Share of the Gaussians to keep")
+        ->type_name("NUMBER")
+        ->capture_default_str();
     AddSpzOptions(app, options);
-    app.add_option("INPUT", options.input,
-                   "Picture to convert: JPEG, PNG, WebP, HEIC, AVIF, TIFF, JPEG XL, camera raw, "
-                   "BMP, GIF, TGA, PSD, HDR, PIC, PNM, known by content; may be a pipe, and - is "
-                   "standard input; or a scene: " +
-                       ListOf(kReadEndings) + "; with --batch the folder of pictures")
-        ->required();
-    app.add_option("OUTPUT", options.output,
-                   "Scene to write, in the format of its ending: " + ListOf(kWrittenEndings) +
-                       "; its folder is created; with --batch the folder for scenes")
+    DescribeMany(app, options.many, arguments);
+    app.add_option("FILE", arguments.files,
+                   "INPUT OUTPUT: picture to convert (JPEG, PNG, WebP, HEIC, AVIF, TIFF, JPEG XL, "
+                   "camera raw, BMP, GIF, TGA, PSD, HDR, PIC, PNM, known by content; may be a "
+                   "pipe, and - is standard input) or scene (" +
+                       ListOf(kReadEndings) +
+                       "), and scene to write, in the format of its ending (" +
+                       ListOf(kWrittenEndings) +
+                       "), the folder of which is created; with --batch the folder of pictures and "
+                       "the one for scenes; with --output-dir any number of pictures and scenes")
+        ->type_name("")
         ->required();
 }
 
@@ -115,37 +154,93 @@ void CheckSceneName(const std::filesystem::path& output) {
                                    ListOf(kWrittenEndings));
 }
 
-// Throws CLI::ValidationError for what does not go together; finds out what the input is.
-void TakeConvert(const CLI::App& app, bool isBatch, ConvertOptions& options) {
-    if (!(options.keepRatio >= 0.0F && options.keepRatio <= 1.0F)) {  // also not a number
-        throw CLI::ValidationError("--keep-ratio", "is a number from 0 to 1");
+void CheckSpz(const CLI::App& app, const std::string& ending, bool readsScenes) {
+    if (ending == ".spz") return;
+    RefuseUnused(app, {"--spz-version"}, "goes with .spz files that are written");
+    if (!readsScenes) RefuseUnused(app, {"--spz-frame"}, "goes with .spz files");
+}
+
+// Throws CLI::ValidationError.
+ListPart ParsePart(const std::string& text) {
+    ListPart part;
+    const char* const end = text.data() + text.size();
+    const auto [slash, error] = std::from_chars(text.data(), end, part.number);
+    if (error == std::errc() && slash != end && *slash == '/') {
+        const auto [rest, wrong] = std::from_chars(slash + 1, end, part.count);
+        if (wrong == std::errc() && rest == end && part.number >= 1 && part.number <= part.count) {
+            return part;
+        }
     }
-    const std::string ending = isBatch ? options.ending : SmallEnding(options.output);
-    const bool isScene = !isBatch && IsSceneFile(options.input);
-    if (!isBatch) CheckSceneName(options.output);
-    if (ending != ".spz") {
-        RefuseUnused(app, {"--spz-version"}, "goes with .spz files that are written");
-        if (!isScene) RefuseUnused(app, {"--spz-frame"}, "goes with .spz files");
+    throw CLI::ValidationError("--part", "is K/N, such as 3/20, with K from 1 to N");
+}
+
+void TakeMany(const CLI::App& app, const ConvertArguments& arguments, ConvertOptions& options) {
+    ManyOptions& many = options.many;
+    if (arguments.isBatch) {
+        if (arguments.files.size() != 2) {
+            throw CLI::ValidationError("FILE", "with --batch is two folders");
+        }
+        many.inputDir = arguments.files[0];
+        many.outputDir = arguments.files[1];
+    } else {
+        many.files.assign(arguments.files.begin(), arguments.files.end());
+        many.outputDir = arguments.outputDir;
+        if (std::ranges::count(arguments.files, "-") > 0) {
+            throw CLI::ValidationError("-", "goes with an OUTPUT, not with --output-dir");
+        }
     }
-    if (isBatch) options.task = ConvertOptions::Task::Folder;
+    if (!arguments.part.empty()) many.part = ParsePart(arguments.part);
+    CheckSpz(app, many.ending, !arguments.isBatch);
+    options.task = ConvertOptions::Task::Many;
+}
+
+// Finds out what the input is.
+void TakeOne(const CLI::App& app, const ConvertArguments& arguments, ConvertOptions& options) {
+    RefuseUnused(app, {"--format", "--on-conflict", "--part", "--report", "--then"},
+                 "goes with --batch or --output-dir");
+    if (arguments.files.size() != 2) {
+        throw CLI::ValidationError("FILE",
+                                   "is INPUT and OUTPUT, unless there is --batch or --output-dir");
+    }
+    options.input = arguments.files[0];
+    options.output = arguments.files[1];
+    const bool isScene = IsSceneFile(options.input);
+    CheckSceneName(options.output);
+    CheckSpz(app, SmallEnding(options.output), isScene);
     if (!isScene) return;
     RefuseUnused(app, {"--model", "--provider", "--focal", "--no-icc"},
                  "goes with a photograph, and " + options.input + " is a scene");
     options.task = ConvertOptions::Task::Scene;
 }
 
+// Throws CLI::ValidationError for what does not go together.
+void TakeConvert(const CLI::App& app, const ConvertArguments& arguments, ConvertOptions& options) {
+    if (!(options.keepRatio >= 0.0F && options.keepRatio <= 1.0F)) {  // also not a number
+        throw CLI::ValidationError("--keep-ratio", "is a number from 0 to 1");
+    }
+    if (arguments.isBatch || app.count("--output-dir") > 0) {
+        TakeMany(app, arguments, options);
+    } else {
+        TakeOne(app, arguments, options);
+    }
+}
+
 }  // namespace
 
 ParsedConvertOptions ParseConvertOptions(int argc, char** argv) {
     ParsedConvertOptions parsed;
-    bool isBatch = false;
-    CLI::App app(
-        "Turns one photograph into a 3D Gaussian Splat scene, or a scene into another format.",
-        "vistrel-convert");
-    DescribeConvert(app, parsed.options, isBatch);
+    ConvertArguments arguments;
+    CLI::App app("Turns photographs into 3D Gaussian Splat scenes, and scenes into other formats.",
+                 "vistrel-convert");
+    app.footer(
+        "vistrel-convert photo.heic scene.ply\n"
+        "vistrel-convert --keep-ratio 0.5 scene.ply small.spz\n"
+        "vistrel-convert --batch --recursive --on-conflict skip photos scenes\n"
+        "vistrel-convert --output-dir scenes --format spz one.jpg two.cr3 three.ply");
+    DescribeConvert(app, parsed.options, arguments);
     try {
         app.parse(argc, argv);
-        TakeConvert(app, isBatch, parsed.options);
+        TakeConvert(app, arguments, parsed.options);
     } catch (const CLI::ParseError& error) {
         parsed.status = app.exit(error) == 0 ? EXIT_SUCCESS : kWrongUsage;
     }

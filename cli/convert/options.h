@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "batch/batch_converter.h"
+#include "cli/convert/many_options.h"
 #include "engine/execution_provider.h"
 #include "formats/scene_io.h"
 #include "photos/focal_length.h"
@@ -13,19 +13,18 @@
 namespace vistrel {
 
 struct ConvertOptions {
-    enum class Task { Photograph, Scene, Folder };
+    enum class Task { Photograph, Scene, Many };
 
     Task task = Task::Photograph;
     std::string model;  // empty: the one that is chosen in the window
     ExecutionProvider provider = ExecutionProvider::Cpu;
     float keepRatio = 1.0F;  // 0..1
-    BatchConflictPolicy onConflict = BatchConflictPolicy::CancelBatch;
     FocalChoice focal = {};
     bool ignoreColours = false;
-    std::string ending = kBatchEnding;  // of a folder's scenes
-    SceneWriteOptions writing = {};
-    std::string input;   // picture, scene, or folder of pictures
-    std::string output;  // scene, or folder for them
+    SceneWriteOptions writing = {};  // its frame is also that of SPZ files that are read
+    std::string input;               // one picture or scene
+    std::string output;              // the scene
+    ManyOptions many = {};
 };
 
 struct ParsedConvertOptions {
