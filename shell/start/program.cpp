@@ -60,7 +60,7 @@ ProgramEnd Run(int& argc, char** argv, const MainWindowServices& services) {
     // The browser draws with the program's graphics contexts.
     QApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     QApplication::setApplicationName("Vistrel");
-    QApplication::setDesktopFileName("vistrel");
+    QApplication::setDesktopFileName("org.vistrel.vistrel");
     const QApplication application = MakeApplication(argc, argv);
     const DarkTitleBars darkTitleBars;
     QApplication::setWindowIcon(ProgramIcon());
