@@ -12,7 +12,7 @@ function(_put_compressed file)
   execute_process(COMMAND gzip -9n "${file}" COMMAND_ERROR_IS_FATAL ANY)
 endfunction()
 
-# What dpkg does now, and what tells of it.
+# What dpkg does itself.
 file(STRINGS "${_program}/runtime_packages" _packages REGEX "^[^#]")
 foreach(_name README.md install install-dependencies uninstall folders.sh openers.sh manifest
               runtime_packages LICENSE)
@@ -25,7 +25,8 @@ foreach(_command IN LISTS CPACK_VISTREL_COMMANDS)
 endforeach()
 
 # The program writes these beside itself, where a user may not.
-file(COPY ${CPACK_VISTREL_MANUALS} DESTINATION "${_program}")
+file(COPY ${CPACK_VISTREL_MANUALS} DESTINATION "${_program}"
+     FILE_PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
 
 file(RENAME "${_program}/share" "${_share}")
 if(EXISTS "${_share}/zsh/site-functions")
@@ -45,14 +46,24 @@ file(STRINGS "${_share}/metainfo/org.vistrel.vistrel.metainfo.xml" _releases REG
 string(REGEX REPLACE ".*date=\"([0-9-]+)\".*" "\\1" _day "${_releases}")
 execute_process(COMMAND "${CMAKE_COMMAND}" -E env LC_ALL=C date --utc --rfc-email "--date=${_day}"
                 OUTPUT_VARIABLE _date OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+configure_file("${CMAKE_CURRENT_LIST_DIR}/../../CHANGELOG.md" "${_documents}/changelog" COPYONLY)
+_put_compressed("${_documents}/changelog")
+configure_file("${CMAKE_CURRENT_LIST_DIR}/lintian-overrides" "${_share}/lintian/overrides/vistrel"
+               COPYONLY)
 file(WRITE "${_documents}/changelog.Debian"
      "vistrel (${_version}) unstable; urgency=medium
 
-  * Version ${CPACK_PACKAGE_VERSION}; the changelog tells what is new.
+  * Version ${CPACK_PACKAGE_VERSION}; changelog.gz tells what is new.
 
  -- ${CPACK_PACKAGE_CONTACT}  ${_date}
 ")
 _put_compressed("${_documents}/changelog.Debian")
+
+# Whatever the mask of who builds.
+set(_for_all OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
+set(_for_all_to_enter ${_for_all} OWNER_EXECUTE GROUP_EXECUTE WORLD_EXECUTE)
+file(CHMOD_RECURSE "${_root}/usr" DIRECTORY_PERMISSIONS ${_for_all_to_enter})
+file(CHMOD_RECURSE "${_share}" PERMISSIONS ${_for_all} DIRECTORY_PERMISSIONS ${_for_all_to_enter})
 
 # Libraries with the versions they need to have. dpkg-shlibdeps wants to see a package's sources.
 find_program(_dpkg_shlibdeps dpkg-shlibdeps NO_CACHE)
@@ -61,7 +72,7 @@ if(NOT _dpkg_shlibdeps)
 endif()
 set(_sources "${CPACK_TOPLEVEL_DIRECTORY}/shlibdeps")
 file(WRITE "${_sources}/debian/control" "Source: vistrel\n\nPackage: vistrel\nArchitecture: any\n")
-file(GLOB _binaries "${_program}/photos/*.so")
+file(GLOB _binaries "${_program}/*.so" "${_program}/photos/*.so")
 foreach(_name vistrel vistrel-convert vistrel-fetch vistrel-render vistrel-share
               WebView2Loader.dll libonnxruntime.so.1)
   list(APPEND _binaries "${_program}/${_name}")
