@@ -23,7 +23,7 @@ BINARIES = Path(os.environ["VISTREL_BIN"])
 RELIEF = "resources/relief/vistrel_relief_demo.onnx"
 LIBRARIES_AND_PROGRAMS = {"vistrel", "vistrel-convert", "vistrel-fetch", "vistrel-render", "vistrel-share",
                           "WebView2Loader.dll", "libonnxruntime.so.1"}
-DECODERS = {f"photos/{name}.so" for name in ("heif", "jxl", "raw", "tiff", "webp")}
+MODULES = {"vistrel_http.so"} | {f"photos/{name}.so" for name in ("heif", "jxl", "raw", "tiff", "webp")}
 SHARED = {f"share/icons/hicolor/{size}x{size}/apps/vistrel.png" for size in (16, 32, 48, 128, 256)} | {
     "share/icons/hicolor/scalable/apps/vistrel.svg", "share/applications/vistrel.desktop",
     "share/applications/vistrel-make-scene.desktop",
@@ -99,7 +99,7 @@ class PackageCase(unittest.TestCase):
 
 class Contents(PackageCase):
     def test_the_package_holds_what_a_user_needs_and_no_more(self):
-        self.assertEqual(files_below(self.package), LIBRARIES_AND_PROGRAMS | DECODERS | SHARED | OTHERS)
+        self.assertEqual(files_below(self.package), LIBRARIES_AND_PROGRAMS | MODULES | SHARED | OTHERS)
 
     def test_programs_are_stripped_and_find_their_libraries_beside_themselves(self):
         for name in LIBRARIES_AND_PROGRAMS:
@@ -109,8 +109,8 @@ class Contents(PackageCase):
                 self.assertNotIn(".symtab", told)
                 self.assertIn("runpath: [$ORIGIN]", told)
 
-    def test_decoders_are_stripped_and_need_nothing_of_the_package(self):
-        for name in DECODERS:
+    def test_modules_are_stripped_and_need_nothing_of_the_package(self):
+        for name in MODULES:
             with self.subTest(name):
                 told = subprocess.run(["readelf", "-W", "-S", "-d", self.package / name], check=True,
                                       capture_output=True, text=True).stdout
@@ -136,7 +136,7 @@ class Contents(PackageCase):
 
     def test_the_named_packages_bring_every_library(self):
         needed = set()
-        for name in LIBRARIES_AND_PROGRAMS | DECODERS:
+        for name in LIBRARIES_AND_PROGRAMS | MODULES:
             told = subprocess.run(["readelf", "-W", "-d", self.package / name], check=True,
                                   capture_output=True, text=True).stdout
             needed |= set(re.findall(r"\(NEEDED\).*\[(.+)\]", told)) - LIBRARIES_AND_PROGRAMS
