@@ -127,8 +127,7 @@ TEST(Redirect, IsLeftToTheCallerWhoWantsIt) {
         "HTTP/1.1 302 Found\r\nLocation: ../b\r\nContent-Length: 0\r\n\r\n");
     Recorder recorder;
     const std::unique_ptr<HttpRequest> request = MakeHttpRequest({.followsRedirects = false});
-    ASSERT_TRUE(request->ParseUrl(server.Url("/x/y/a")) && request->OpenSession() &&
-                request->Connect() && request->OpenRequest() && request->Send(recorder));
+    EXPECT_TRUE(test::Send(*request, server.Url("/x/y/a"), recorder));
     EXPECT_EQ(recorder.statuses, std::vector{302});
     EXPECT_EQ(request->RedirectTarget(), server.Url("/x/b"));
 }

@@ -63,9 +63,7 @@ HttpFailure FailureAfter(const std::string& answer) {
     const ScriptedServer server(answer);
     Recorder recorder;
     const std::unique_ptr<HttpRequest> request = MakeHttpRequest();
-    EXPECT_TRUE(request->ParseUrl(server.Url()) && request->OpenSession() && request->Connect() &&
-                request->OpenRequest());
-    static_cast<void>(request->Send(recorder));
+    static_cast<void>(test::Send(*request, server.Url(), recorder));
     return request->Failure();
 }
 
@@ -253,8 +251,12 @@ TEST(HttpRequest, SilenceInTheBodyEndsItLikeABrokenConnection) {
         connection.WaitUntilClosed();
     });
     Recorder recorder;
-    EXPECT_TRUE(Get(server.Url(), recorder, {.silenceTimeout = std::chrono::seconds(1)}));
+    const std::unique_ptr<HttpRequest> request =
+        MakeHttpRequest({.silenceTimeout = std::chrono::seconds(1)});
+    EXPECT_TRUE(test::Send(*request, server.Url(), recorder));
     EXPECT_EQ(recorder.body, "mod");
+    EXPECT_NE(request->Failure().reason, "");
+    EXPECT_FALSE(request->Failure().isForGood);
 }
 
 // A transfer that stops in the middle, without an end, and is cancelled there.

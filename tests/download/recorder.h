@@ -37,10 +37,13 @@ class Recorder : public HttpReceiver {
 };
 
 // All steps of a request; false where one of them fails.
+inline bool Send(HttpRequest& request, const std::string& url, HttpReceiver& receiver) {
+    return request.ParseUrl(url) && request.OpenSession() && request.Connect() &&
+           request.OpenRequest() && request.Send(receiver);
+}
+
 inline bool Get(const std::string& url, HttpReceiver& receiver, const HttpSettings& settings = {}) {
-    const std::unique_ptr<HttpRequest> request = MakeHttpRequest(settings);
-    return request->ParseUrl(url) && request->OpenSession() && request->Connect() &&
-           request->OpenRequest() && request->Send(receiver);
+    return Send(*MakeHttpRequest(settings), url, receiver);
 }
 
 }  // namespace vistrel::test

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// What takes long with a real server; the rest is seen from outside, in the tests of vistrel-fetch.
+// What would take long with real pauses; the rest is seen from outside, in the tests of
+// vistrel-fetch.
 #include "download/resumable_download.h"
 
 #include <gtest/gtest.h>
@@ -41,9 +42,7 @@ std::string SumOf(const std::string& bytes) {
 class ResumableDownload : public testing::Test {
   protected:
     std::string Fetch(const std::string& url, const FileFacts& facts) {
-        FileSource source{.url = url};
-        source.http.silenceTimeout = std::chrono::seconds(1);
-        return DownloadFile(source, facts, file_, watcher_);
+        return DownloadFile({.url = url}, facts, file_, watcher_);
     }
 
     // Why it failed.
@@ -62,14 +61,13 @@ class ResumableDownload : public testing::Test {
     RecordingWatcher watcher_;
 };
 
-TEST_F(ResumableDownload, SilenceInTheBodyIsACut) {
+TEST_F(ResumableDownload, AfterACutTheRestIsAskedFor) {
     std::vector<std::string> requests;
     {
         const ScriptedServer server([&](Connection& connection) {
             requests.push_back(connection.ReadRequest());
             if (requests.size() == 1) {
                 connection.Send(kOkHead + "Content-Length: 8\r\n\r\nthe ");
-                connection.WaitUntilClosed();
             } else {
                 connection.Send(
                     "HTTP/1.1 206 Piece\r\nContent-Range: bytes 4-7/8\r\n"
