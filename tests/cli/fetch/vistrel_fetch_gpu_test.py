@@ -196,6 +196,11 @@ class RefusalTest(GpuTest):
                 with self.subTest(name=name, size=size):
                     self.check_refused(self.package(whole[:size], name), name)
 
+    def test_archive_with_a_wrong_byte(self):
+        whole = bytearray(tgz(release(libraries())))
+        whole[-6] ^= 1  # of the checksum
+        self.check_refused(self.package(whole), "package.tgz")
+
     def test_package_for_python_with_a_wrong_byte(self):
         members = [member for member in release(libraries()) if isinstance(member[1], bytes)]
         whole = bytearray(zipped(members))
