@@ -37,6 +37,8 @@ void AddSpzOptions(CLI::App& app, ConvertOptions& options) {
         ->capture_default_str();
 }
 
+constexpr const char* kManyFiles = "Many files";  // heading of the help
+
 // As the command line has it.
 struct ConvertArguments {
     bool isBatch = false;
@@ -69,45 +71,55 @@ void DescribePhotographs(CLI::App& app, ConvertOptions& options) {
                  "Take colours for sRGB, whatever the picture says about them");
 }
 
-void DescribeMany(CLI::App& app, ManyOptions& many, ConvertArguments& arguments) {
+void DescribeManyInputs(CLI::App& app, ManyOptions& many, ConvertArguments& arguments) {
+    auto* const batch = app.add_flag("--batch", arguments.isBatch,
+                                     "Convert all pictures of one folder into another: " +
+                                         ListOf(kPhotographEndings))
+                            ->group(kManyFiles);
+    app.add_flag("--recursive", many.isRecursive,
+                 "With --batch: also those of the folders below it, into equal folders; links to "
+                 "folders are not followed")
+        ->group(kManyFiles)
+        ->needs(batch);
+    app.add_option("--output-dir", arguments.outputDir,
+                   "Convert any number of pictures and scenes into this folder, which is created")
+        ->group(kManyFiles)
+        ->type_name("DIR")
+        ->excludes(batch);
+    app.add_option("--part", arguments.part,
+                   "Only every N-th of them, beginning with the K-th, for one of N machines")
+        ->group(kManyFiles)
+        ->type_name("K/N");
+}
+
+void DescribeManyOutputs(CLI::App& app, ManyOptions& many) {
     const std::map<std::string, ConflictChoice> choices = {{"cancel", ConflictChoice::Cancel},
                                                            {"overwrite", ConflictChoice::Overwrite},
                                                            {"rename", ConflictChoice::Rename},
                                                            {"skip", ConflictChoice::Skip}};
-    auto* const batch =
-        app.add_flag("--batch", arguments.isBatch,
-                     "Convert all pictures of one folder: " + ListOf(kPhotographEndings));
-    app.add_flag("--recursive", many.isRecursive,
-                 "With --batch: also those of the folders below it, into the same folders below "
-                 "OUTPUT; links to folders are not followed")
-        ->needs(batch);
-    app.add_option("--output-dir", arguments.outputDir,
-                   "Convert any number of pictures and scenes into this folder, which is created")
-        ->type_name("DIR")
-        ->excludes(batch);
     app.add_option_function<std::string>(
            "--format", [&many](const std::string& name) { many.ending = '.' + name; },
-           "Of many: format of the scenes [ply]")
+           "Format of the scenes [ply]")
+        ->group(kManyFiles)
         ->check(CLI::IsMember({"ply", "compressed.ply", "splat", "spz", "sog", "glb"}));
     app.add_option_function<std::string>(
            "--on-conflict",
            [choices, &many](const std::string& name) { many.onConflict = choices.at(name); },
-           "Of many: what happens where scenes exist already: cancel (nothing is converted), "
-           "overwrite, rename (the new ones get numbers) or skip (what is there is not made "
-           "again) [cancel]")
+           "What happens where scenes exist already: cancel (nothing is converted), overwrite, "
+           "rename (the new ones get numbers) or skip (what is there is not made again) [cancel]")
+        ->group(kManyFiles)
         ->check(CLI::IsMember({"cancel", "overwrite", "rename", "skip"}));
-    app.add_option("--part", arguments.part,
-                   "Of many: K/N is every N-th of the files, beginning with the K-th, for one of N "
-                   "machines")
-        ->type_name("K/N");
-    app.add_option("--report", many.report,
-                   "Of many: table to which each file adds a line when it has been tried: input, "
-                   "output, seconds, Gaussians, error, with tabs between them; \\t, \\n, \\r and "
-                   "\\\\ stand for characters of names; skipped files have no line")
+    app.add_option(
+           "--report", many.report,
+           "Table to which each file adds a line when it has been tried: input, output, "
+           "seconds, Gaussians, error, with tabs between them; \\t, \\n, \\r and \\\\ stand "
+           "for characters of names; skipped files have no line")
+        ->group(kManyFiles)
         ->type_name("FILE");
     app.add_option("--then", many.then,
-                   "Of many: command for the shell after the end, unless you stop it; knows "
+                   "Command that the shell runs after the end, unless you stop it; it knows "
                    "$VISTREL_CONVERTED, $VISTREL_FAILED, $VISTREL_SKIPPED and $VISTREL_OUTPUT_DIR")
+        ->group(kManyFiles)
         ->type_name("COMMAND");
 }
 
@@ -118,7 +130,8 @@ void DescribeConvert(CLI::App& app, ConvertOptions& options, ConvertArguments& a
         ->type_name("NUMBER")
         ->capture_default_str();
     AddSpzOptions(app, options);
-    DescribeMany(app, options.many, arguments);
+    DescribeManyInputs(app, options.many, arguments);
+    DescribeManyOutputs(app, options.many);
     app.add_option("FILE", arguments.files,
                    "INPUT OUTPUT: picture to convert (JPEG, PNG, WebP, HEIC, AVIF, TIFF, JPEG XL, "
                    "camera raw, BMP, GIF, TGA, PSD, HDR, PIC, PNM, known by content; may be a "

@@ -300,7 +300,7 @@ class Interrupted(Batch):
             with self.subTest(number=number):
                 self.setUp()
                 self.hold()
-                process = self.start("--on-conflict", "overwrite")
+                process = self.start("--on-conflict", "overwrite", "--then", "echo this follows >&2")
                 name = self.wait_until_writing(process)
                 process.send_signal(number)
                 self.assertIn(b"Stopping after the current file", process.stderr.readline())
