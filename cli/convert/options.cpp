@@ -22,6 +22,8 @@
 namespace vistrel {
 namespace {
 
+constexpr const char* kManyFiles = "Many files";  // heading of the help
+
 void AddSpzOptions(CLI::App& app, ConvertOptions& options) {
     app.add_option_function<std::string>(
            "--spz-frame",
@@ -36,8 +38,6 @@ void AddSpzOptions(CLI::App& app, ConvertOptions& options) {
         ->check(CLI::IsMember({3, 4}))
         ->capture_default_str();
 }
-
-constexpr const char* kManyFiles = "Many files";  // heading of the help
 
 // As the command line has it.
 struct ConvertArguments {
@@ -190,7 +190,7 @@ ListPart ParsePart(const std::string& text) {
 void TakeMany(const CLI::App& app, const ConvertArguments& arguments, ConvertOptions& options) {
     ManyOptions& many = options.many;
     if (arguments.isBatch) {
-        if (arguments.files.size() != 2) {
+        if (arguments.files.size() != 2 || arguments.files[0].empty()) {
             throw CLI::ValidationError("FILE", "with --batch is two folders");
         }
         many.inputDir = arguments.files[0];
