@@ -44,7 +44,9 @@ struct ConvertArguments {
     bool isBatch = false;
     std::string outputDir;
     std::string part;
-    std::vector<std::string> files;
+    std::string input;
+    std::string output;
+    std::vector<std::string> more;
 };
 
 void DescribePhotographs(CLI::App& app, ConvertOptions& options) {
@@ -132,17 +134,22 @@ void DescribeConvert(CLI::App& app, ConvertOptions& options, ConvertArguments& a
     AddSpzOptions(app, options);
     DescribeManyInputs(app, options.many, arguments);
     DescribeManyOutputs(app, options.many);
-    app.add_option("FILE", arguments.files,
-                   "INPUT OUTPUT: picture to convert (JPEG, PNG, WebP, HEIC, AVIF, TIFF, JPEG XL, "
-                   "camera raw, BMP, GIF, TGA, PSD, HDR, PIC, PNM, known by content; may be a "
-                   "pipe, and - is standard input) or scene (" +
-                       ListOf(kReadEndings) +
-                       "), and scene to write, in the format of its ending (" +
-                       ListOf(kWrittenEndings) +
-                       "), the folder of which is created; with --batch the folder of pictures and "
-                       "the one for scenes; with --output-dir any number of pictures and scenes")
+    // Two of their own: of a list CLI11 would take the brackets off a name such as [trip].
+    app.add_option("INPUT", arguments.input,
+                   "Picture to convert: JPEG, PNG, WebP, HEIC, AVIF, TIFF, JPEG XL, camera raw, "
+                   "BMP, GIF, TGA, PSD, HDR, PIC, PNM, known by content; may be a pipe, and - is "
+                   "standard input; or a scene: " +
+                       ListOf(kReadEndings) + "; with --batch the folder of pictures")
         ->type_name("")
         ->required();
+    app.add_option("OUTPUT", arguments.output,
+                   "Scene to write, in the format of its ending: " + ListOf(kWrittenEndings) +
+                       "; its folder is created; with --batch the folder for scenes; with "
+                       "--output-dir the second INPUT")
+        ->type_name("");
+    app.add_option("MORE", arguments.more,
+                   "With --output-dir: any number of further pictures and scenes")
+        ->type_name("");
 }
 
 void RefuseUnused(const CLI::App& app, std::initializer_list<const char*> names,
@@ -187,18 +194,26 @@ ListPart ParsePart(const std::string& text) {
     throw CLI::ValidationError("--part", "is K/N, such as 3/20, with K from 1 to N");
 }
 
+void CheckTwo(const CLI::App& app, const ConvertArguments& arguments) {
+    if (arguments.input.empty()) throw CLI::ValidationError("INPUT", "is empty");
+    if (app.count("OUTPUT") == 0) throw CLI::RequiredError("OUTPUT");
+    if (!arguments.more.empty()) {
+        throw CLI::ValidationError(arguments.more.front(), "goes with --output-dir");
+    }
+}
+
 void TakeMany(const CLI::App& app, const ConvertArguments& arguments, ConvertOptions& options) {
     ManyOptions& many = options.many;
     if (arguments.isBatch) {
-        if (arguments.files.size() != 2 || arguments.files[0].empty()) {
-            throw CLI::ValidationError("FILE", "with --batch is two folders");
-        }
-        many.inputDir = arguments.files[0];
-        many.outputDir = arguments.files[1];
+        CheckTwo(app, arguments);
+        many.inputDir = arguments.input;
+        many.outputDir = arguments.output;
     } else {
-        many.files.assign(arguments.files.begin(), arguments.files.end());
+        many.files = {arguments.input};
+        if (app.count("OUTPUT") > 0) many.files.emplace_back(arguments.output);
+        many.files.insert(many.files.end(), arguments.more.begin(), arguments.more.end());
         many.outputDir = arguments.outputDir;
-        if (std::ranges::count(arguments.files, "-") > 0) {
+        if (std::ranges::count(many.files, "-") > 0) {
             throw CLI::ValidationError("-", "goes with an OUTPUT, not with --output-dir");
         }
     }
@@ -211,12 +226,9 @@ void TakeMany(const CLI::App& app, const ConvertArguments& arguments, ConvertOpt
 void TakeOne(const CLI::App& app, const ConvertArguments& arguments, ConvertOptions& options) {
     RefuseUnused(app, {"--format", "--on-conflict", "--part", "--report", "--then"},
                  "goes with --batch or --output-dir");
-    if (arguments.files.size() != 2) {
-        throw CLI::ValidationError("FILE",
-                                   "is INPUT and OUTPUT, unless there is --batch or --output-dir");
-    }
-    options.input = arguments.files[0];
-    options.output = arguments.files[1];
+    CheckTwo(app, arguments);
+    options.input = arguments.input;
+    options.output = arguments.output;
     const bool isScene = IsSceneFile(options.input);
     CheckSceneName(options.output);
     CheckSpz(app, SmallEnding(options.output), isScene);

@@ -61,6 +61,14 @@ class Tree(ManyFilesTest):
                          [f"Processing {i + 1} / 4: {name}"
                           for i, name in enumerate(["a.jpg", "b/d.jpg", "b/z.jpg", "c.jpg"])])
 
+    def test_folders_in_brackets(self):
+        self.add_photographs("[day]/[a].jpg")
+        self.output = self.folder / "[scenes]"
+        result = self.run_program("--batch", "--recursive", "[in]", "[scenes]",
+                                  cwd=self.input.rename(self.folder / "[in]").parent)
+        self.check(result, 0, "Converted 1 of 1.")
+        self.assertEqual(self.scenes(), ["[day]/[a].ply"])
+
     def test_links_to_folders_are_not_followed(self):
         self.add_photographs("trip/a.jpg")
         (self.input / "trip" / "up").symlink_to("..")
