@@ -89,7 +89,7 @@ void DescribeManyInputs(CLI::App& app, ManyOptions& many, ConvertArguments& argu
         ->type_name("DIR")
         ->excludes(batch);
     app.add_option("--part", arguments.part,
-                   "Only every N-th of them, beginning with the K-th, for one of N machines")
+                   "Only every N-th of many files, beginning with the K-th, for one of N machines")
         ->group(kManyFiles)
         ->type_name("K/N");
 }
@@ -101,25 +101,26 @@ void DescribeManyOutputs(CLI::App& app, ManyOptions& many) {
                                                            {"skip", ConflictChoice::Skip}};
     app.add_option_function<std::string>(
            "--format", [&many](const std::string& name) { many.ending = '.' + name; },
-           "Format of the scenes [ply]")
+           "Format of the scenes of many files [ply]")
         ->group(kManyFiles)
         ->check(CLI::IsMember({"ply", "compressed.ply", "splat", "spz", "sog", "glb"}));
     app.add_option_function<std::string>(
            "--on-conflict",
            [choices, &many](const std::string& name) { many.onConflict = choices.at(name); },
-           "What happens where scenes exist already: cancel (nothing is converted), overwrite, "
+           "What happens where scenes of many files exist already: cancel (nothing is converted), "
+           "overwrite, "
            "rename (the new ones get numbers) or skip (what is there is not made again) [cancel]")
         ->group(kManyFiles)
         ->check(CLI::IsMember({"cancel", "overwrite", "rename", "skip"}));
     app.add_option(
            "--report", many.report,
-           "Table to which each file adds a line when it has been tried: input, output, "
+           "Table to which each of many files adds a line when it has been tried: input, output, "
            "seconds, Gaussians, error, with tabs between them; \\t, \\n, \\r and \\\\ stand "
            "for characters of names; skipped files have no line")
         ->group(kManyFiles)
         ->type_name("FILE");
     app.add_option("--then", many.then,
-                   "Command that the shell runs after the end, unless you stop it; it knows "
+                   "Command that the shell runs after many files, unless you stop it; it knows "
                    "$VISTREL_CONVERTED, $VISTREL_FAILED, $VISTREL_SKIPPED and $VISTREL_OUTPUT_DIR")
         ->group(kManyFiles)
         ->type_name("COMMAND");
