@@ -205,7 +205,7 @@ void ChooseModel(const std::filesystem::path& model) {
 
 std::filesystem::path ChosenModel() {
     const auto text = ReadWholeFile(ToPath(SettingsFile()));
-    if (!text) return {};
+    if (!text) return ToPath(FirstModel());
     const auto settings = nlohmann::json::parse(WithoutHalfPairs(*text), nullptr, false);
     if (!settings.is_object()) return {};
     const auto model = settings.find("modelPath");

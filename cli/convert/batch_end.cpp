@@ -10,6 +10,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <system_error>
@@ -97,6 +98,7 @@ std::string RunShellCommand(const std::string& command, const BatchCounts& count
                          "VISTREL_FAILED=" + std::to_string(counts.failed),
                          "VISTREL_SKIPPED=" + std::to_string(counts.skipped),
                          "VISTREL_OUTPUT_DIR=" + outputDir.native()});
+    std::fflush(stdout);  // what the command prints comes behind the log
     pid_t process = 0;
     const int error = Start({"/bin/sh", "-c", command}, environment, false, process);
     if (error != 0) return std::string("could not be started: ") + std::strerror(error);

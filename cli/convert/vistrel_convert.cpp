@@ -14,6 +14,7 @@
 #include "cli/convert/output_file.h"
 #include "cli/convert/scene_conversion.h"
 #include "cli/convert/single_conversion.h"
+#include "engine/onnxruntime_library.h"
 
 namespace vistrel {
 namespace {
@@ -58,5 +59,6 @@ int Main(int argc, char** argv) {
 }  // namespace vistrel
 
 int main(int argc, char** argv) {
+    vistrel::KeepOnnxRuntimeSilent();
     return vistrel::RunCommand([&] { return vistrel::Main(argc, argv); });
 }

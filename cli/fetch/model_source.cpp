@@ -51,8 +51,8 @@ FileSource ModelSource(const ModelFetchOptions& options) {
 }
 
 std::string FileNameIn(const std::string& url) {
-    const std::string origin = OriginOf(url);
-    const std::string path = url.substr(origin.size(), url.find_first_of("?#") - origin.size());
+    const std::string address = url.substr(0, url.find_first_of("?#"));
+    const std::string path = address.substr(OriginOf(address).size());
     const std::string name = path.substr(path.rfind('/') + 1);
     const bool isName = !name.empty() && name != "." && name != "..";
     return isName ? name : ToPath(ModelFile()).filename().native();
