@@ -37,6 +37,9 @@ void AddSpzOptions(CLI::App& app, ConvertOptions& options) {
         ->capture_default_str();
 }
 
+// It needs no files, so it is looked for before all others.
+constexpr const char* kReportOption = "--report-problem";
+
 // As the command line has it.
 struct ConvertArguments {
     bool isBatch = false;
@@ -121,6 +124,9 @@ void DescribeConvert(CLI::App& app, ConvertOptions& options, ConvertArguments& a
         "vistrel-convert --batch --recursive --on-conflict skip photos scenes\n"
         "vistrel-convert --output-dir scenes --format spz one.jpg two.cr3 three.ply");
     app.set_version_flag("--version", "vistrel-convert " VISTREL_VERSION);
+    const std::string reportHelp =
+        "Alone: print what to tell with a report of a problem, without names of files";
+    app.add_flag(kReportOption, reportHelp);
     DescribePhotographs(app, options);
     app.add_option("--keep-ratio", options.keepRatio, "Share of the Gaussians to keep")
         ->type_name("NUMBER")
@@ -226,6 +232,7 @@ void TakeConvert(const CLI::App& app, const ConvertArguments& arguments, Convert
     if (!(options.keepRatio >= 0.0F && options.keepRatio <= 1.0F)) {  // also not a number
         throw CLI::ValidationError("--keep-ratio", "is a number from 0 to 1");
     }
+    RefuseUnused(app, {kReportOption}, "stands alone");
     if (arguments.isBatch || app.count("--output-dir") > 0) {
         TakeMany(app, arguments, options);
     } else {
@@ -237,6 +244,10 @@ void TakeConvert(const CLI::App& app, const ConvertArguments& arguments, Convert
 
 ParsedConvertOptions ParseConvertOptions(int argc, char** argv) {
     ParsedConvertOptions parsed;
+    if (argc == 2 && argv[1] == std::string_view(kReportOption)) {
+        parsed.options.task = ConvertOptions::Task::Report;
+        return parsed;
+    }
     ConvertArguments arguments;
     CLI::App app;
     DescribeConvert(app, parsed.options, arguments);

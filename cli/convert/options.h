@@ -18,7 +18,7 @@ class App;
 namespace vistrel {
 
 struct ConvertOptions {
-    enum class Task { Photograph, Scene, Many };
+    enum class Task { Photograph, Scene, Many, Report };
 
     Task task = Task::Photograph;
     std::string model;  // empty: the one that is chosen in the window
