@@ -55,4 +55,9 @@ tell_desktop() {
     if [ -d "$data/mime/packages" ] && command -v update-mime-database >/dev/null; then
         update-mime-database "$data/mime"
     fi
+    # A session whose bus has never seen the folder of services would not start the program.
+    if [ -n "${DBUS_SESSION_BUS_ADDRESS:-}" ] && command -v gdbus >/dev/null; then
+        gdbus call --session --timeout 5 --dest org.freedesktop.DBus --object-path /org/freedesktop/DBus \
+            --method org.freedesktop.DBus.ReloadConfig >/dev/null 2>&1 || true
+    fi
 }

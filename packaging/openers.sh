@@ -1,12 +1,14 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
-# What opens photographs, for install and uninstall; sourced after folders.sh, never run.
+# What opens photographs and scenes, for install and uninstall; sourced after folders.sh, never run.
 # shellcheck shell=bash disable=SC2154,SC2016
 #
-# File managers offer "Make a 3D scene" once the user's folder of entries is indexed. But that folder
-# goes before the system's, so the entry would also open photographs on a double click wherever
-# nobody has chosen a program for that. Therefore the programs that open them now are written down
-# as those that go on to do so, in the user's defaults.list, which yields to every choice of the user.
+# File managers offer Vistrel's window and "Make a 3D scene" once the user's folder of entries is
+# indexed. But that folder goes before the system's, so these entries would also open photographs on
+# a double click wherever nobody has chosen a program for that. Therefore the programs that open them
+# now are written down as those that go on to do so, in the user's defaults.list, which yields to
+# every choice of the user. What no other program opens, the window does.
 
+window=org.vistrel.vistrel.desktop
 maker=vistrel-make-scene.desktop
 openers="$data/applications/defaults.list"
 openers_mark="# What Vistrel has found to open photographs, so that its own entry does not."
@@ -31,16 +33,23 @@ association_files() {
     done
 }
 
-# Lines TYPE=ENTRY;ENTRY;... for the types of our entry that others open, the best opener first.
+# Lines TYPE=ENTRY;ENTRY;... for the types of our entries, the best opener first.
 list_openers() {
-    association_files | xargs -0r awk -F= -v ours="$maker" '
+    association_files | xargs -0r awk -F= -v window="$window" -v maker="$maker" '
         FNR == 1 { section = "" }
-        FILENAME == ARGV[1] && /^MimeType=/ { count = split($2, types, ";") }
+        (FILENAME == ARGV[1] || FILENAME == ARGV[2]) && /^MimeType=/ {
+            parts = split($2, named, ";")
+            for (i = 1; i < parts; ++i) {
+                if (!(named[i] in last)) types[++count] = named[i]
+                last[named[i]] = last[named[i]] (FILENAME == ARGV[1] ? window ";" : "")
+            }
+            next
+        }
         /^\[/ { section = $0; next }
         {
             parts = split($2, entries, ";")
             for (i = 1; i <= parts; ++i) {
-                if (entries[i] == "" || entries[i] == ours) continue
+                if (entries[i] == "" || entries[i] == window || entries[i] == maker) continue
                 if (section == "[Removed Associations]") removed[$1, entries[i]] = 1
                 else if (section == "[Default Applications]") chosen[$1] = chosen[$1] entries[i] ";"
                 else others[$1] = others[$1] entries[i] ";"
@@ -52,9 +61,10 @@ list_openers() {
                 parts = split(chosen[types[t]] others[types[t]], entries, ";")
                 for (i = 1; i < parts; ++i)
                     if (!((types[t], entries[i]) in removed)) line = line entries[i] ";"
+                line = line last[types[t]]
                 if (line != "") print types[t] "=" line
             }
-        }' "$data/applications/$maker"
+        }' "$data/applications/$window" "$data/applications/$maker"
 }
 
 # Whether a folder of entries has $1, in which a dash may stand for a folder's name.
@@ -83,8 +93,8 @@ forget_openers() {
     if grep -qsxF "$openers_mark" "$openers"; then rm -f "$openers"; fi
 }
 
-# Makes file managers offer our entry, and nothing else of it.
-offer_maker() {
+# Makes file managers offer our entries, and nothing else of them.
+offer_entries() {
     forget_openers
     # One of somebody else's is left alone, and then nothing is indexed.
     [ ! -e "$openers" ] || return 0
@@ -94,7 +104,7 @@ offer_maker() {
     update-desktop-database "$data/applications"
 }
 
-withdraw_maker() {
+withdraw_entries() {
     local index="$data/applications/mimeinfo.cache"
     forget_openers
     if [ -e "$index" ] && command -v update-desktop-database >/dev/null; then

@@ -39,6 +39,9 @@ void AddSpzOptions(CLI::App& app, ConvertOptions& options) {
         ->capture_default_str();
 }
 
+// It needs no files, so it is looked for before all others.
+constexpr const char* kReportOption = "--report-problem";
+
 // As the command line has it.
 struct ConvertArguments {
     bool isBatch = false;
@@ -127,7 +130,18 @@ void DescribeManyOutputs(CLI::App& app, ManyOptions& many) {
 }
 
 void DescribeConvert(CLI::App& app, ConvertOptions& options, ConvertArguments& arguments) {
+    app.name("vistrel-convert");
+    app.description(
+        "Turns photographs into 3D Gaussian Splat scenes, and scenes into other formats.");
+    app.footer(
+        "vistrel-convert photo.heic scene.ply\n"
+        "vistrel-convert --keep-ratio 0.5 scene.ply small.spz\n"
+        "vistrel-convert --batch --recursive --on-conflict skip photos scenes\n"
+        "vistrel-convert --output-dir scenes --format spz one.jpg two.cr3 three.ply");
     app.set_version_flag("--version", "vistrel-convert " VISTREL_VERSION);
+    const std::string reportHelp =
+        "Alone: print what to tell with a report of a problem, without names of files";
+    app.add_flag(kReportOption, reportHelp);
     DescribePhotographs(app, options);
     app.add_option("--keep-ratio", options.keepRatio, "Share of the Gaussians to keep")
         ->type_name("NUMBER")
@@ -244,6 +258,7 @@ void TakeConvert(const CLI::App& app, const ConvertArguments& arguments, Convert
     if (!(options.keepRatio >= 0.0F && options.keepRatio <= 1.0F)) {  // also not a number
         throw CLI::ValidationError("--keep-ratio", "is a number from 0 to 1");
     }
+    RefuseUnused(app, {kReportOption}, "stands alone");
     if (arguments.isBatch || app.count("--output-dir") > 0) {
         TakeMany(app, arguments, options);
     } else {
@@ -255,14 +270,12 @@ void TakeConvert(const CLI::App& app, const ConvertArguments& arguments, Convert
 
 ParsedConvertOptions ParseConvertOptions(int argc, char** argv) {
     ParsedConvertOptions parsed;
+    if (argc == 2 && argv[1] == std::string_view(kReportOption)) {
+        parsed.options.task = ConvertOptions::Task::Report;
+        return parsed;
+    }
     ConvertArguments arguments;
-    CLI::App app("Turns photographs into 3D Gaussian Splat scenes, and scenes into other formats.",
-                 "vistrel-convert");
-    app.footer(
-        "vistrel-convert photo.heic scene.ply\n"
-        "vistrel-convert --keep-ratio 0.5 scene.ply small.spz\n"
-        "vistrel-convert --batch --recursive --on-conflict skip photos scenes\n"
-        "vistrel-convert --output-dir scenes --format spz one.jpg two.cr3 three.ply");
+    CLI::App app;
     DescribeConvert(app, parsed.options, arguments);
     try {
         app.parse(argc, argv);
@@ -271,6 +284,14 @@ ParsedConvertOptions ParseConvertOptions(int argc, char** argv) {
         parsed.status = app.exit(error) == 0 ? EXIT_SUCCESS : kWrongUsage;
     }
     return parsed;
+}
+
+void ShowConvertOptions(const std::function<void(const CLI::App& app)>& reader) {
+    ConvertOptions options;
+    ConvertArguments arguments;
+    CLI::App app;
+    DescribeConvert(app, options, arguments);
+    reader(app);
 }
 
 }  // namespace vistrel

@@ -20,12 +20,14 @@ sys.path.insert(0, str(SOURCE / "tests" / "end_to_end"))
 from display import Display, wait_for  # noqa: E402
 
 BINARIES = Path(os.environ["VISTREL_BIN"])
+WINDOW = "org.vistrel.vistrel.desktop"
 RELIEF = "resources/relief/vistrel_relief_demo.onnx"
 LIBRARIES_AND_PROGRAMS = {"vistrel", "vistrel-convert", "vistrel-fetch", "vistrel-render", "vistrel-share",
                           "WebView2Loader.dll", "libonnxruntime.so.1"}
-DECODERS = {f"photos/{name}.so" for name in ("heif", "jxl", "raw", "tiff", "webp")}
+MODULES = {"vistrel_http.so"} | {f"photos/{name}.so" for name in ("heif", "jxl", "raw", "tiff", "webp")}
 SHARED = {f"share/icons/hicolor/{size}x{size}/apps/vistrel.png" for size in (16, 32, 48, 128, 256)} | {
-    "share/icons/hicolor/scalable/apps/vistrel.svg", "share/applications/vistrel.desktop",
+    "share/icons/hicolor/scalable/apps/vistrel.svg", f"share/applications/{WINDOW}",
+    "share/dbus-1/services/org.vistrel.vistrel.service",
     "share/applications/vistrel-make-scene.desktop",
     "share/metainfo/org.vistrel.vistrel.metainfo.xml", "share/mime/packages/vistrel.xml"}
 OTHERS = {"LICENSE", "README.md", "THIRD_PARTY_NOTICES", "common.sh", "docs/many_machines.md", "folders.sh",
@@ -99,7 +101,7 @@ class PackageCase(unittest.TestCase):
 
 class Contents(PackageCase):
     def test_the_package_holds_what_a_user_needs_and_no_more(self):
-        self.assertEqual(files_below(self.package), LIBRARIES_AND_PROGRAMS | DECODERS | SHARED | OTHERS)
+        self.assertEqual(files_below(self.package), LIBRARIES_AND_PROGRAMS | MODULES | SHARED | OTHERS)
 
     def test_programs_are_stripped_and_find_their_libraries_beside_themselves(self):
         for name in LIBRARIES_AND_PROGRAMS:
@@ -109,8 +111,8 @@ class Contents(PackageCase):
                 self.assertNotIn(".symtab", told)
                 self.assertIn("runpath: [$ORIGIN]", told)
 
-    def test_decoders_are_stripped_and_need_nothing_of_the_package(self):
-        for name in DECODERS:
+    def test_modules_are_stripped_and_need_nothing_of_the_package(self):
+        for name in MODULES:
             with self.subTest(name):
                 told = subprocess.run(["readelf", "-W", "-S", "-d", self.package / name], check=True,
                                       capture_output=True, text=True).stdout
@@ -136,7 +138,7 @@ class Contents(PackageCase):
 
     def test_the_named_packages_bring_every_library(self):
         needed = set()
-        for name in LIBRARIES_AND_PROGRAMS | DECODERS:
+        for name in LIBRARIES_AND_PROGRAMS | MODULES:
             told = subprocess.run(["readelf", "-W", "-d", self.package / name], check=True,
                                   capture_output=True, text=True).stdout
             needed |= set(re.findall(r"\(NEEDED\).*\[(.+)\]", told)) - LIBRARIES_AND_PROGRAMS
@@ -177,7 +179,7 @@ class Installed(PackageCase):
 
     def test_validators_find_nothing_in_what_the_desktop_reads(self):
         share = self.home / ".local/share"
-        for entry in ("vistrel.desktop", "vistrel-make-scene.desktop"):
+        for entry in (WINDOW, "vistrel-make-scene.desktop"):
             desktop = subprocess.run(["desktop-file-validate", share / "applications" / entry],
                                      capture_output=True, text=True, env=self.environment)
             self.assertEqual((desktop.returncode, desktop.stdout + desktop.stderr), (0, ""))
@@ -188,19 +190,15 @@ class Installed(PackageCase):
         found = re.findall(r"^[EW]: .*", told, re.MULTILINE)
         # There is no homepage yet, which newer validators warn of.
         self.assertEqual([line for line in found if not line.endswith(" url-homepage-missing")], [])
-        self.assertNotIn("%f", (share / "applications/vistrel.desktop").read_text())
 
     def test_file_types_are_known_after_the_install(self):
         globs = (self.home / ".local/share/mime/globs").read_text()
-        for ending in ("ply", "spz", "splat"):
+        for ending in ("ply", "spz", "splat", "ksplat"):
             self.assertIn(f"application/vnd.{ending}:*.{ending}\n", globs)
 
     def test_the_menu_entry_starts_the_program_which_ends_on_a_signal(self):
-        command = self.command_of("vistrel.desktop")
+        command = self.command_of(WINDOW)
         self.assertEqual(command, f'"{self.program}/vistrel"')
-        # What the program finds when it looks for its network at the first start.
-        self.assertEqual(json.loads(self.settings().read_text()),
-                         {"modelPath": str(self.program / RELIEF)})
         display = Display(self.home / "display")
         self.addCleanup(display.close)
         environment = self.environment | {"DISPLAY": display.environment["DISPLAY"],
@@ -214,11 +212,13 @@ class Installed(PackageCase):
         process.send_signal(signal.SIGTERM)
         status = process.wait(20)
         self.assertEqual(status, 0, (self.home / "output.log").read_text(errors="replace"))
+        # The network of a first start.
+        self.assertEqual(json.loads(self.settings().read_text())["modelPath"], str(self.program / RELIEF))
 
     def test_the_converter_converts_with_what_is_in_the_package(self):
-        model, photo = self.program / RELIEF, self.program / "resources/sample/autumn_lake.jpg"
+        photo = self.program / "resources/sample/autumn_lake.jpg"
         scene = self.home / "scenes" / "a lake.ply"
-        done = subprocess.run([self.program / "vistrel-convert", "--model", model, photo, scene],
+        done = subprocess.run([self.program / "vistrel-convert", photo, scene],
                               env=self.environment, capture_output=True, text=True)
         self.assertEqual(done.returncode, 0, done.stderr)
         self.assertTrue(scene.read_bytes().startswith(b"ply\n"))
@@ -297,6 +297,15 @@ class Installing(PackageCase):
             self.assertEqual(now, opener)
             self.assertIn("vistrel-make-scene.desktop", offered)
 
+    def test_the_window_opens_what_no_other_program_does(self):
+        self.add_viewers({"viewer": "image/jpeg;", "meshes": "application/vnd.spz;"})
+        self.install()
+        self.assertEqual(self.opener("image/jpeg"),
+                         ("viewer.desktop", {"viewer.desktop", WINDOW, "vistrel-make-scene.desktop"}))
+        self.assertEqual(self.opener("application/vnd.spz"), ("meshes.desktop", {"meshes.desktop", WINDOW}))
+        self.assertEqual(self.opener("image/bmp")[0], WINDOW)
+        self.assertEqual(self.opener("application/vnd.ply"), (WINDOW, {WINDOW}))
+
     def test_choices_of_the_system_and_of_the_user_hold(self):
         self.add_viewers({"viewer": "image/jpeg;image/png;", "painter": "image/jpeg;image/png;"})
         (self.home / "system/applications/mimeapps.list").write_text(
@@ -304,6 +313,7 @@ class Installing(PackageCase):
         self.install()
         self.assertEqual(self.opener("image/jpeg")[0], "viewer.desktop")
         self.assertEqual(self.opener("image/png")[0], "painter.desktop")
+        (self.home / ".config").mkdir()
         (self.home / ".config/mimeapps.list").write_text(
             "[Default Applications]\nimage/jpeg=vistrel-make-scene.desktop\n")
         self.assertEqual(self.opener("image/jpeg")[0], "vistrel-make-scene.desktop")
@@ -346,6 +356,7 @@ class Installing(PackageCase):
 
     def test_an_update_keeps_settings_and_what_the_user_has_put_in_place(self):
         self.install()
+        self.settings().parent.mkdir(parents=True)
         self.settings().write_text('{"modelPath": "/mine"}')
         runtime = self.program / "libonnxruntime.so.1"
         runtime.write_text("with CUDA")
@@ -363,8 +374,7 @@ class Installing(PackageCase):
         self.install()
         (self.program / "help_en.html").write_text("written at every start")
         self.uninstall()
-        self.assertEqual(files_below(self.home), {".config/Vistrel/settings.json",
-                                                  ".local/share/Vistrel/Models/sharp_fp16.onnx"})
+        self.assertEqual(files_below(self.home), {".local/share/Vistrel/Models/sharp_fp16.onnx"})
         self.assertEqual(empty_folders_below(self.home), set())
 
     def test_file_types_of_others_stay(self):
