@@ -82,16 +82,13 @@ class WebViewEnvironment {
 struct WebViewEnvironmentOptions {
     std::wstring additionalBrowserArguments;  // command line switches, separated by blanks
     std::wstring targetCompatibleBrowserVersion;
-    // Where the browser is going to be, or null. Made ready for it from inside the call when its
-    // window is not shown yet; a window that is shown before would have to be made a second time.
-    QWidget* host = nullptr;
 };
 
 // Null when there is no browser to be had.
 using EnvironmentCreated = std::function<void(std::unique_ptr<WebViewEnvironment> environment)>;
 
 // The number of this interface; a loader library with another one is not used.
-inline constexpr std::uint32_t kWebViewInterfaceNumber = 2;
+inline constexpr std::uint32_t kWebViewInterfaceNumber = 3;
 
 extern "C" {
 // Exported as "VistrelWebViewInterfaceNumber".

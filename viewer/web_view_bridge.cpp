@@ -5,6 +5,7 @@
 #include <QDeadlineTimer>
 #include <QEventLoop>
 #include <QMessageBox>
+#include <QOpenGLWidget>
 #include <QRect>
 #include <QString>
 #include <QTimer>
@@ -30,6 +31,14 @@ constexpr std::wstring_view kSceneFailed = L"Cannot show the scene: ";
 constexpr const wchar_t* kNoPicture = L"There is no picture";
 constexpr std::chrono::seconds kLongestCapture(1);
 
+// The browser is drawn by the graphics card, and a window learns only when it is made that it holds
+// such a part. So it gets a hidden one. A program that shares no contexts has no browser.
+void MakeWindowForBrowser(QWidget& host) {
+    if (!QCoreApplication::testAttribute(Qt::AA_ShareOpenGLContexts)) return;
+    auto* const part = new QOpenGLWidget(&host);
+    part->hide();
+}
+
 }  // namespace
 
 template <typename Callback>
@@ -47,17 +56,25 @@ WebViewBridge::~WebViewBridge() {
     Release();
 }
 
-bool WebViewBridge::Initialize(QWidget* parent, const QRect& bounds, const std::wstring& tempFolder,
-                               ReadyCallback onReady) {
+void WebViewBridge::Prepare(QWidget* parent, const QRect& bounds) {
     Release();
+    if (parent == nullptr) return;
+    host_ = new QWidget(parent);
+    host_->setObjectName("WebViewHost");
+    host_->setGeometry(bounds);
+    MakeWindowForBrowser(*host_);
+    host_->show();
+}
+
+bool WebViewBridge::Initialize(const std::wstring& tempFolder, ReadyCallback onReady) {
     tempFolder_ = FolderInAddress(tempFolder);
-    if (!CreateHost(parent, bounds)) {
+    if (!host_) {
         onReady(false);
         return false;
     }
 
     const std::weak_ptr<char> alive = alive_;
-    const EnvironmentFactory factory = FindFactory(parent);
+    const EnvironmentFactory factory = FindFactory(host_->parentWidget());
     if (alive.expired()) return false;  // the message box lets the window be closed
     if (!factory) {
         onReady(false);
@@ -66,7 +83,7 @@ bool WebViewBridge::Initialize(QWidget* parent, const QRect& bounds, const std::
 
     const WebViewEnvironmentOptions options = {
         L"--allow-file-access-from-files --disable-web-security --allow-running-insecure-content",
-        L"124.0.2478.35", host_};
+        L"124.0.2478.35"};
     const bool started =
         factory(MakeBrowserFolder(), options,
                 WhileAlive([this, onReady](std::unique_ptr<WebViewEnvironment> environment) {
@@ -83,15 +100,6 @@ void WebViewBridge::Release() {
     controller_.reset();  // lives in the host window
     environment_.reset();
     delete host_;
-}
-
-bool WebViewBridge::CreateHost(QWidget* parent, const QRect& bounds) {
-    if (parent == nullptr) return false;
-    host_ = new QWidget(parent);
-    host_->setObjectName("WebViewHost");
-    host_->setGeometry(bounds);
-    host_->show();
-    return true;
 }
 
 EnvironmentFactory WebViewBridge::FindFactory(QWidget* owner) const {

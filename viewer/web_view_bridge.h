@@ -46,12 +46,14 @@ class WebViewBridge {
     // A picture was not saved.
     std::function<void(const std::wstring& reason)> onCaptureFailed;
 
-    // Makes the host window in `parent` at `bounds` (the parent's coordinates) and starts making
-    // the browser in it, which then shows the page in `tempFolder`. Returns whether that could be
-    // started. `onReady` hears once whether the view is there, in case of a failure possibly from
-    // inside this call. What an earlier call made is given up.
-    bool Initialize(QWidget* parent, const QRect& bounds, const std::wstring& tempFolder,
-                    ReadyCallback onReady);
+    // Makes the host window in `parent` at `bounds` (the parent's coordinates). Best before the
+    // parent is shown, which else vanishes and comes back when the browser joins it. What was made
+    // before is given up.
+    void Prepare(QWidget* parent, const QRect& bounds);
+    // Starts making the browser in the host window, which then shows the page in `tempFolder`.
+    // Returns whether that could be started. `onReady` hears once whether the view is there, in
+    // case of a failure possibly from inside this call. Once for each host window.
+    bool Initialize(const std::wstring& tempFolder, ReadyCallback onReady);
 
     // Null until the view is ready.
     [[nodiscard]] WebView* View() const;
@@ -85,7 +87,6 @@ class WebViewBridge {
 
   private:
     void Release();
-    bool CreateHost(QWidget* parent, const QRect& bounds);
     [[nodiscard]] EnvironmentFactory FindFactory(QWidget* owner) const;
     void OnEnvironment(std::unique_ptr<WebViewEnvironment> environment, const ReadyCallback& ready);
     void CreateControllerFromEnv(WebViewEnvironment& environment, const ReadyCallback& ready);

@@ -75,11 +75,16 @@ class ObservedEnvironment : public WebViewEnvironment {
 
 bool MakeEnvironment(Milestones& milestones, const std::wstring& userDataFolder,
                      const WebViewEnvironmentOptions& options, EnvironmentCreated completed) {
-    qApp->installEventFilter(&milestones);
     return LoadWebViewFactory()(
         userDataFolder, options, [&milestones, completed = std::move(completed)](auto environment) {
             completed(std::make_unique<ObservedEnvironment>(std::move(environment), milestones));
         });
+}
+
+Milestones* milestonesOfProgram = nullptr;
+
+void WatchApplication() {
+    qApp->installEventFilter(milestonesOfProgram);
 }
 
 }  // namespace
@@ -87,6 +92,8 @@ bool MakeEnvironment(Milestones& milestones, const std::wstring& userDataFolder,
 
 int main(int argc, char** argv) {
     vistrel::Milestones milestones;
+    vistrel::milestonesOfProgram = &milestones;
+    qAddPreRoutine(vistrel::WatchApplication);
     vistrel::MainWindowServices services;
     services.browser = [&milestones](const std::wstring& folder, const auto& options,
                                      vistrel::EnvironmentCreated completed) {

@@ -15,9 +15,11 @@
 #include "base/new_file.h"
 #include "batch/dialogs/batch_dialog.h"
 #include "shell/start/dark_title_bars.h"
+#include "shell/start/desktop_service.h"
 #include "shell/start/display_failure.h"
 #include "shell/start/embedded_resources.h"
 #include "shell/start/run_program.h"
+#include "shell/start/window_activation.h"
 #include "ui/wide_text.h"
 
 namespace vistrel {
@@ -35,8 +37,23 @@ void RunBatch(QWidget* owner, const std::shared_ptr<ConversionEngine>& engine,
     BatchDialog(owner, engine, &settings).exec();
 }
 
+// An open dialog keeps files away, as it does those that are dropped on the window.
+std::unique_ptr<QObject> AnswerDesktop(MainWindow& window) {
+    return std::make_unique<DesktopService>(DesktopCalls{
+        .activate =
+            [&window](const QVariantMap& platformData) {
+                QWidget* const dialog = QApplication::activeModalWidget();
+                BringToFront(dialog != nullptr ? *dialog : window, platformData);
+            },
+        .open =
+            [&window](const QList<QUrl>& files) {
+                if (QApplication::activeModalWidget() == nullptr) window.TakeFiles(files);
+            }});
+}
+
 ProgramWindow MakeMainWindow(const ProgramFiles& files, MainWindowServices services) {
     services.runBatch = RunBatch;
+    services.answerDesktop = AnswerDesktop;
     auto window = std::make_unique<MainWindow>(files.webDir, files.appDir, std::move(services));
     ProgramWindow result;
     result.messages = window->Messages();

@@ -31,8 +31,8 @@ QUrl FileUrl(const std::filesystem::path& file) {
     return QUrl::fromEncoded("file://" + name.toPercentEncoding("/"));
 }
 
-std::optional<std::wstring> DroppedFile(const QMimeData& dropped) {
-    for (const QUrl& url : dropped.urls()) {
+std::optional<std::wstring> FirstFile(const QList<QUrl>& addresses) {
+    for (const QUrl& url : addresses) {
         if (!url.isLocalFile() || !IsThisHost(url.host())) continue;
         const QByteArray name =
             QByteArray::fromPercentEncoding(url.path(QUrl::FullyEncoded).toLatin1());
@@ -42,6 +42,10 @@ std::optional<std::wstring> DroppedFile(const QMimeData& dropped) {
         if (!std::filesystem::is_directory(ToPath(path), unknown)) return path;
     }
     return std::nullopt;
+}
+
+std::optional<std::wstring> DroppedFile(const QMimeData& dropped) {
+    return FirstFile(dropped.urls());
 }
 
 }  // namespace vistrel

@@ -3,6 +3,7 @@
 // every name of a file.
 #pragma once
 
+#include <QList>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -14,8 +15,9 @@ namespace vistrel {
 
 [[nodiscard]] QUrl FileUrl(const std::filesystem::path& file);
 
-// What somebody drops on the window: path of the first local file; folders, and addresses of
-// anything else, are passed over.
+// Path of the first local file; folders, and addresses of anything else, are passed over.
+[[nodiscard]] std::optional<std::wstring> FirstFile(const QList<QUrl>& addresses);
+// That of what somebody drops on the window.
 [[nodiscard]] std::optional<std::wstring> DroppedFile(const QMimeData& dropped);
 
 }  // namespace vistrel

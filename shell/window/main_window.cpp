@@ -11,6 +11,8 @@
 #include <QResizeEvent>
 #include <QScreen>
 #include <QStyle>
+#include <QUrl>
+#include <QWindow>
 #include <algorithm>
 #include <utility>
 
@@ -110,10 +112,18 @@ void MainWindow::OnCreate() {
     setFocus();  // keys act at once, and no button looks chosen
 
     layout()->activate();
-    viewer_.Start(ViewerBounds(client_->size(), Sidebar::kWidth), [mailbox = mailbox_](bool ready) {
+    viewer_.Prepare(ViewerBounds(client_->size(), Sidebar::kWidth));
+    UpdateModelDisplay();
+}
+
+// The browser takes as long to load as all the rest of the start, in which nothing is drawn.
+void MainWindow::OnShown() {
+    if (destroyed_) return;
+    viewer_.Start([mailbox = mailbox_](bool ready) {
         mailbox->Post(std::make_unique<WindowMessage>(kWebViewReadyMessage, ready ? 1 : 0));
     });
-    UpdateModelDisplay();
+    // A message box may have been open in there.
+    if (!destroyed_ && services_.answerDesktop) desktop_ = services_.answerDesktop(*this);
 }
 
 void MainWindow::ConnectViewer() {
@@ -137,6 +147,14 @@ std::shared_ptr<Mailbox> MainWindow::Messages() const {
 
 bool MainWindow::HasRunningWorker() const {
     return engine_->busy || downloader_->busy || viewer_.IsReading();
+}
+
+bool MainWindow::TakeFiles(const QList<QUrl>& addresses) {
+    const std::optional<std::wstring> file = FirstFile(addresses);
+    if (!file) return false;
+    SelectFile(*file);
+    viewer_.UpdateVisibility();
+    return true;
 }
 
 void MainWindow::SelectFile(const std::wstring& path) {
@@ -204,7 +222,17 @@ bool MainWindow::eventFilter(QObject* watched, QEvent* event) {
         const QSize size = static_cast<QResizeEvent*>(event)->size();
         Layout(size.width(), size.height());
     }
+    if (watched == windowHandle() && event->type() == QEvent::Expose && !shown_) {
+        shown_ = windowHandle()->isExposed();
+        // Its picture is drawn on this event.
+        if (shown_) QMetaObject::invokeMethod(this, [this] { OnShown(); }, Qt::QueuedConnection);
+    }
     return QMainWindow::eventFilter(watched, event);
+}
+
+void MainWindow::showEvent(QShowEvent* event) {
+    QMainWindow::showEvent(event);
+    windowHandle()->installEventFilter(this);
 }
 
 void MainWindow::changeEvent(QEvent* event) {
@@ -252,11 +280,7 @@ void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
 }
 
 void MainWindow::dropEvent(QDropEvent* event) {
-    const std::optional<std::wstring> file = DroppedFile(*event->mimeData());
-    if (!file) return;
-    AcceptCopy(*event);
-    SelectFile(*file);
-    viewer_.UpdateVisibility();
+    if (TakeFiles(event->mimeData()->urls())) AcceptCopy(*event);
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {
@@ -266,6 +290,7 @@ void MainWindow::closeEvent(QCloseEvent* event) {
 
 void MainWindow::Destroy() {
     if (std::exchange(destroyed_, true)) return;
+    desktop_.reset();
     generate_.Stop();
     settings_.Save();
     mailbox_->Close();

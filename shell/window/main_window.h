@@ -20,6 +20,7 @@
 namespace vistrel {
 
 class Mailbox;
+class MainWindow;
 class Sidebar;
 class WindowDialogs;
 
@@ -33,14 +34,16 @@ struct MainWindowServices {
     std::function<void(QWidget* owner, const std::shared_ptr<ConversionEngine>& engine,
                        const AppSettings& settings)>
         runBatch;
+    // Lets the desktop call the window until what it returns is deleted; empty: nobody calls.
+    std::function<std::unique_ptr<QObject>(MainWindow& window)> answerDesktop;
 };
 
 // Thread of the event loop. Made by the entry point and deleted by it after the loop; the loop ends
 // when the window is closed, also where dialogs are open.
 class MainWindow : public QMainWindow {
   public:
-    // `webDir` holds the page's files, `appDir` the help pages. Loads the settings and starts the
-    // browser.
+    // `webDir` holds the page's files, `appDir` the help pages. Loads the settings. The browser
+    // starts, and the desktop may call, once the window is on the screen.
     MainWindow(std::wstring webDir, std::wstring appDir, MainWindowServices services = {});
     ~MainWindow() override;
 
@@ -56,6 +59,9 @@ class MainWindow : public QMainWindow {
     // A Qt::Key; modifiers do not count. Ignored while the user types or has a combo box open.
     void OnKeyDown(int key);
 
+    // What was dropped on the window, or handed to the program: the first file is selected. Whether
+    // there was one.
+    bool TakeFiles(const QList<QUrl>& addresses);
     // A splat file is shown, anything else is a photograph to be converted.
     void SelectFile(const std::wstring& path);
     // Shows a splat file, with focus and depth as they are at first.
@@ -71,6 +77,7 @@ class MainWindow : public QMainWindow {
   protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
     void changeEvent(QEvent* event) override;
+    void showEvent(QShowEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
     void customEvent(QEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
@@ -79,6 +86,8 @@ class MainWindow : public QMainWindow {
 
   private:
     void OnCreate();
+    // The window was on the screen for the first time.
+    void OnShown();
     void ConnectViewer();
     MainMenu* MakeMenu();
     // Ends the program; once.
@@ -109,6 +118,8 @@ class MainWindow : public QMainWindow {
     GenerateFlow generate_;
     DownloadFlow download_;
     std::wstring viewerFailure_;  // the newest that the user was told
+    std::unique_ptr<QObject> desktop_;
+    bool shown_ = false;
     bool sidebarHidden_ = false;
     bool destroyed_ = false;
 };

@@ -37,9 +37,13 @@ void ViewerArea::Tell(const std::wstring& text) const {
     if (onFailure) onFailure(text);
 }
 
-void ViewerArea::Start(const QRect& bounds, WebViewBridge::ReadyCallback onReady) {
-    bridge_.Initialize(client_, bounds, webDir_, std::move(onReady));
+void ViewerArea::Prepare(const QRect& bounds) {
+    bridge_.Prepare(client_, bounds);
     focus_->raise();
+}
+
+void ViewerArea::Start(WebViewBridge::ReadyCallback onReady) {
+    bridge_.Initialize(webDir_, std::move(onReady));
 }
 
 void ViewerArea::SetBounds(const QRect& bounds) {

@@ -30,10 +30,12 @@ class ViewerArea {
     // Something went wrong; the text is for the user. May be empty.
     std::function<void(const std::wstring& text)> onFailure;
 
-    // Starts the browser at `bounds` (coordinates of the client). `onReady` hears once whether it
-    // is there, in case of a failure possibly from inside this call; what it heard belongs into
-    // SetReady.
-    void Start(const QRect& bounds, WebViewBridge::ReadyCallback onReady);
+    // Makes the browser's place at `bounds` (coordinates of the client), before the window is
+    // shown.
+    void Prepare(const QRect& bounds);
+    // Starts the browser. `onReady` hears once whether it is there, in case of a failure possibly
+    // from inside this call; what it heard belongs into SetReady.
+    void Start(WebViewBridge::ReadyCallback onReady);
     void SetReady(bool ready) { webViewReady_ = ready; }
     [[nodiscard]] bool IsReady() const { return webViewReady_; }
 

@@ -24,8 +24,8 @@ class WebViewBridgeTest : public testing::Test {
     WebViewBridgeTest() { setenv("XDG_DATA_HOME", folder_.Path().c_str(), 1); }
 
     bool Initialize(const std::wstring& tempFolder = L"/t") {
-        return bridge_->Initialize(&window_, QRect(290, 0, 640, 480), tempFolder,
-                                   [this](bool ready) { answers_.push_back(ready); });
+        bridge_->Prepare(&window_, QRect(290, 0, 640, 480));
+        return bridge_->Initialize(tempFolder, [this](bool ready) { answers_.push_back(ready); });
     }
 
     void MakeReady() {

@@ -67,7 +67,8 @@ TEST_F(WebViewBridgeStart, StepsFollowInOrder) {
 }
 
 TEST_F(WebViewBridgeStart, OwnerHearsOfTheViewBeforeTheStartPageIsShown) {
-    bridge_->Initialize(&window_, QRect(0, 0, 10, 10), L"/t", [this](bool) {
+    bridge_->Prepare(&window_, QRect(0, 0, 10, 10));
+    bridge_->Initialize(L"/t", [this](bool) {
         browser_.calls.emplace_back(L"ready");
         bridge_->SetStereoMode(1);
     });
@@ -98,8 +99,9 @@ TEST_F(WebViewBridgeStart, FolderWithAnyNameIsWholeInTheAddress) {
 }
 
 TEST_F(WebViewBridgeStart, WithoutAParentThereIsNoHostWindow) {
-    EXPECT_FALSE(bridge_->Initialize(nullptr, QRect(0, 0, 10, 10), L"/t",
-                                     [this](bool ready) { answers_.push_back(ready); }));
+    bridge_->Prepare(nullptr, QRect(0, 0, 10, 10));
+    EXPECT_FALSE(
+        bridge_->Initialize(L"/t", [this](bool ready) { answers_.push_back(ready); }));
     EXPECT_EQ(answers_, std::vector{false});
     EXPECT_TRUE(browser_.calls.empty());
 }
@@ -137,7 +139,7 @@ TEST_F(WebViewBridgeStart, SecondControllerReplacesTheFirst) {
     browser_.AnswerController();
     EXPECT_EQ(browser_.environments, 1);
     EXPECT_EQ(browser_.controllers, 1);
-    EXPECT_EQ(window_.findChildren<QWidget*>().size(), 1);
+    EXPECT_EQ(window_.findChildren<QWidget*>("WebViewHost").size(), 1);
 }
 
 TEST_F(WebViewBridgeStart, SecondStartGivesTheFirstViewUp) {
@@ -145,7 +147,7 @@ TEST_F(WebViewBridgeStart, SecondStartGivesTheFirstViewUp) {
     Initialize();
     EXPECT_EQ(bridge_->View(), nullptr);
     EXPECT_EQ(browser_.controllers, 0);
-    EXPECT_EQ(window_.findChildren<QWidget*>().size(), 1);
+    EXPECT_EQ(window_.findChildren<QWidget*>("WebViewHost").size(), 1);
 }
 
 TEST_F(WebViewBridgeStart, MissingLoaderIsToldInAMessageBox) {
@@ -202,7 +204,8 @@ TEST_F(WebViewBridgeEnd, EverythingIsReleased) {
 }
 
 TEST_F(WebViewBridgeEnd, OwnerMayEndItWhenTheViewIsReady) {
-    bridge_->Initialize(&window_, QRect(0, 0, 10, 10), L"/t", [this](bool) { bridge_.reset(); });
+    bridge_->Prepare(&window_, QRect(0, 0, 10, 10));
+    bridge_->Initialize(L"/t", [this](bool) { bridge_.reset(); });
     browser_.AnswerEnvironment();
     browser_.AnswerController();
     EXPECT_EQ(browser_.Addresses(), Calls{});
@@ -210,7 +213,8 @@ TEST_F(WebViewBridgeEnd, OwnerMayEndItWhenTheViewIsReady) {
 }
 
 TEST_F(WebViewBridgeEnd, OwnerMayEndItWhenTheViewFails) {
-    bridge_->Initialize(&window_, QRect(0, 0, 10, 10), L"/t", [this](bool) { bridge_.reset(); });
+    bridge_->Prepare(&window_, QRect(0, 0, 10, 10));
+    bridge_->Initialize(L"/t", [this](bool) { bridge_.reset(); });
     browser_.AnswerEnvironment(false);
     EXPECT_EQ(Host(), nullptr);
 }

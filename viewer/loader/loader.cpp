@@ -2,7 +2,6 @@
 // What the loader library exports, and the environment and the controller behind it.
 #include <QCoreApplication>
 #include <QLoggingCategory>
-#include <QOpenGLWidget>
 #include <QPointer>
 #include <QRect>
 #include <QWebEngineView>
@@ -54,15 +53,6 @@ class Environment final : public WebViewEnvironment {
     Later later_;
 };
 
-// The browser is drawn by the graphics card, and a window learns only when it is made that it holds
-// such a part. So one that is not made yet gets a hidden part of the kind; without, it vanishes and
-// comes back when the browser joins it.
-void PrepareHostWindow(QWidget& host) {
-    if (host.window()->windowHandle() != nullptr) return;
-    auto* const part = new QOpenGLWidget(&host);
-    part->hide();
-}
-
 bool CanStart() {
     if (QCoreApplication::instance() == nullptr ||
         !QCoreApplication::testAttribute(Qt::AA_ShareOpenGLContexts)) {
@@ -92,7 +82,6 @@ bool CreateCoreWebView2EnvironmentWithOptions(const std::wstring& userDataFolder
     if (!vistrel::loader::CanStart()) return false;
     // The browser tells its switches at every start otherwise; QT_LOGGING_RULES still counts.
     QLoggingCategory::setFilterRules(QStringLiteral("qt.webenginecontext.info=false"));
-    if (options.host != nullptr) vistrel::loader::PrepareHostWindow(*options.host);
     // No object is there yet that could be destroyed, so this one call always comes.
     const auto later = std::make_shared<Later>();
     later->Post([later, userDataFolder, options, completed = std::move(completed)] {

@@ -77,6 +77,8 @@ void WindowTest::Open(bool browserReady) {
     window = std::make_unique<MainWindow>(webDir, L"/app", services);
     window->show();
     window->activateWindow();
+    // The browser is asked for once the window is on the screen.
+    ASSERT_TRUE(WaitUntil([this] { return !browser.calls.empty(); }));
     QCoreApplication::processEvents();
     if (browserReady) {
         browser.AnswerEnvironment();

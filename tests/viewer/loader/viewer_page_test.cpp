@@ -6,8 +6,10 @@
 #include <QApplication>
 #include <QColor>
 #include <QImage>
+#include <QPlatformSurfaceEvent>
 #include <QScreen>
 #include <QWidget>
+#include <QWindow>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -26,6 +28,20 @@
 namespace vistrel::test {
 namespace {
 
+// Counts the windows that are taken off the screen.
+class LostWindows : public QObject {
+  public:
+    int count = 0;
+
+  protected:
+    bool eventFilter(QObject* /*watched*/, QEvent* event) override {
+        if (event->type() != QEvent::PlatformSurface) return false;
+        const auto type = static_cast<QPlatformSurfaceEvent*>(event)->surfaceEventType();
+        if (type == QPlatformSurfaceEvent::SurfaceAboutToBeDestroyed) ++count;
+        return false;
+    }
+};
+
 class ViewerPage : public testing::Test {
   protected:
     static constexpr int kWidth = 200;
@@ -34,6 +50,7 @@ class ViewerPage : public testing::Test {
     ViewerPage() {
         setenv("XDG_DATA_HOME", (folder_ / "data").c_str(), 1);
         window_.resize(kWidth, kHeight);
+        bridge_.Prepare(&window_, window_.rect());
         window_.show();
     }
 
@@ -54,8 +71,7 @@ class ViewerPage : public testing::Test {
 
     bool Start(const std::wstring& web = FromUtf8(VISTREL_WEB)) {
         std::optional<bool> ready;
-        bridge_.Initialize(&window_, window_.rect(), web,
-                           [&ready](bool answer) { ready = answer; });
+        bridge_.Initialize(web, [&ready](bool answer) { ready = answer; });
         return WaitUntil([&ready] { return ready.has_value(); }) && *ready;
     }
 
@@ -119,6 +135,14 @@ class ViewerPage : public testing::Test {
     QWidget window_;
     WebViewBridge bridge_{L"No loader."};
 };
+
+TEST_F(ViewerPage, WindowIsMadeOnceAlthoughTheBrowserJoinsItLater) {
+    LostWindows lost;
+    window_.windowHandle()->installEventFilter(&lost);
+    ASSERT_TRUE(Start());
+    DeliverPosted();
+    EXPECT_EQ(lost.count, 0);
+}
 
 TEST_F(ViewerPage, StartPageIsBlack) {
     ASSERT_TRUE(Start());

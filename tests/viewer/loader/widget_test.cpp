@@ -3,7 +3,6 @@
 #include <QDropEvent>
 #include <QLineEdit>
 #include <QMimeData>
-#include <QPlatformSurfaceEvent>
 #include <QTest>
 #include <QTimer>
 #include <QWindow>
@@ -63,40 +62,6 @@ TEST_F(LoaderWidgetTest, FileDroppedOnTheViewReachesTheWindow) {
     QApplication::sendEvent(browser_.Window().windowHandle(), &drop);
     EXPECT_EQ(dropped.count, 1);
     EXPECT_EQ(browser_.Run(L"document.body.textContent"), L"\"first\"");
-}
-
-// Counts the windows that are taken off the screen.
-class LostWindows : public QObject {
-  public:
-    int count = 0;
-
-  protected:
-    bool eventFilter(QObject* /*watched*/, QEvent* event) override {
-        if (event->type() != QEvent::PlatformSurface) return false;
-        const auto type = static_cast<QPlatformSurfaceEvent*>(event)->surfaceEventType();
-        if (type == QPlatformSurfaceEvent::SurfaceAboutToBeDestroyed) ++count;
-        return false;
-    }
-};
-
-TEST(LoaderWindowTest, WindowIsMadeOnceAlthoughTheBrowserJoinsItLater) {
-    const TemporaryFolder folder;
-    QWidget window;
-    auto* const host = new QWidget(&window);
-    WebViewEnvironmentOptions options = ProgramsOptions();
-    options.host = host;
-    std::unique_ptr<WebViewEnvironment> environment;
-    ASSERT_TRUE(Loader().createEnvironment(FromPath(folder / "profile"), options,
-                                           [&](auto made) { environment = std::move(made); }));
-    window.show();
-    LostWindows lost;
-    window.windowHandle()->installEventFilter(&lost);
-    ASSERT_TRUE(WaitUntil([&] { return environment != nullptr; }));
-    const auto controller = MakeController(*environment, *host);
-    ASSERT_NE(controller, nullptr);
-    controller->SetBounds(window.rect());
-    DeliverPosted();
-    EXPECT_EQ(lost.count, 0);
 }
 
 TEST_F(LoaderWidgetTest, BoundsAreThoseOfTheWidget) {

@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "shell/start/window_activation.h"
+
+#include <QGuiApplication>
+#include <QWidget>
+
+namespace vistrel {
+
+void BringToFront(QWidget& window, const QVariantMap& platformData) {
+    const QByteArray token = platformData.value("activation-token").toString().toUtf8();
+    // Where Qt looks for it when it asks the compositor.
+    if (!token.isEmpty() && QGuiApplication::platformName().startsWith("wayland"))
+        qputenv("XDG_ACTIVATION_TOKEN", token);
+    if (window.isMinimized()) window.setWindowState(window.windowState() & ~Qt::WindowMinimized);
+    window.raise();
+    window.activateWindow();
+}
+
+}  // namespace vistrel
