@@ -11,4 +11,9 @@ namespace vistrel {
 // std::bad_alloc only.
 [[nodiscard]] std::filesystem::path ChosenModel();
 
+// Chooses that network for the window. Everything else in the settings file stays as it is; where
+// there is none, it is made. Throws std::runtime_error, its text naming the file, where that cannot
+// be read or written, or is broken, and then it is as it was.
+void ChooseModel(const std::filesystem::path& model);
+
 }  // namespace vistrel

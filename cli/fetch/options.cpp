@@ -19,10 +19,17 @@ void DescribeModel(CLI::App& app, ModelFetchOptions& options) {
 }
 
 void DescribeGpu(CLI::App& app, GpuOptions& options) {
-    app.add_option("--from", options.package, "The package, brought by hand")
-        ->check(CLI::ExistingFile);
-    app.add_flag("--check", options.checkOnly, "Only tell what is missing");
-    app.add_option("--cuda", options.cuda, "Major version of CUDA")->capture_default_str();
+    auto* from = app.add_option("--from", options.package,
+                                "The package, brought by hand: .tgz, .nupkg, .whl, or a folder")
+                     ->check(CLI::ExistingPath);
+    auto* url = app.add_option("--url", options.url, "Where else the package is to be had");
+    app.add_flag("--check", options.checkOnly, "Only tell what is missing")
+        ->excludes(from)
+        ->excludes(url);
+    app.add_option("--cuda", options.cuda, "Major version of CUDA")
+        ->check(CLI::IsMember({12}))
+        ->excludes(from->excludes(url))
+        ->capture_default_str();
 }
 
 }  // namespace
