@@ -112,6 +112,14 @@ void DescribeMany(CLI::App& app, ManyOptions& many, ConvertArguments& arguments)
 }
 
 void DescribeConvert(CLI::App& app, ConvertOptions& options, ConvertArguments& arguments) {
+    app.name("vistrel-convert");
+    app.description(
+        "Turns photographs into 3D Gaussian Splat scenes, and scenes into other formats.");
+    app.footer(
+        "vistrel-convert photo.heic scene.ply\n"
+        "vistrel-convert --keep-ratio 0.5 scene.ply small.spz\n"
+        "vistrel-convert --batch --recursive --on-conflict skip photos scenes\n"
+        "vistrel-convert --output-dir scenes --format spz one.jpg two.cr3 three.ply");
     app.set_version_flag("--version", "vistrel-convert " VISTREL_VERSION);
     DescribePhotographs(app, options);
     app.add_option("--keep-ratio", options.keepRatio, "Share of the Gaussians to keep")
@@ -230,13 +238,7 @@ void TakeConvert(const CLI::App& app, const ConvertArguments& arguments, Convert
 ParsedConvertOptions ParseConvertOptions(int argc, char** argv) {
     ParsedConvertOptions parsed;
     ConvertArguments arguments;
-    CLI::App app("Turns photographs into 3D Gaussian Splat scenes, and scenes into other formats.",
-                 "vistrel-convert");
-    app.footer(
-        "vistrel-convert photo.heic scene.ply\n"
-        "vistrel-convert --keep-ratio 0.5 scene.ply small.spz\n"
-        "vistrel-convert --batch --recursive --on-conflict skip photos scenes\n"
-        "vistrel-convert --output-dir scenes --format spz one.jpg two.cr3 three.ply");
+    CLI::App app;
     DescribeConvert(app, parsed.options, arguments);
     try {
         app.parse(argc, argv);
@@ -245,6 +247,14 @@ ParsedConvertOptions ParseConvertOptions(int argc, char** argv) {
         parsed.status = app.exit(error) == 0 ? EXIT_SUCCESS : kWrongUsage;
     }
     return parsed;
+}
+
+void ShowConvertOptions(const std::function<void(const CLI::App& app)>& reader) {
+    ConvertOptions options;
+    ConvertArguments arguments;
+    CLI::App app;
+    DescribeConvert(app, options, arguments);
+    reader(app);
 }
 
 }  // namespace vistrel
