@@ -1,0 +1,32 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+"""A session's message bus of a test's own."""
+
+import subprocess
+
+
+class SessionBus:
+    """Programs that it starts get `environment`; services are described in its data folder."""
+
+    def __init__(self, folder, environment, log):
+        self.process = subprocess.Popen(
+            ["dbus-daemon", "--session", "--nofork", "--nosyslog", "--print-address",
+             f"--address=unix:dir={folder}"],
+            env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=log, text=True)
+        self.address = self.process.stdout.readline().strip()
+        if not self.address:
+            raise RuntimeError("dbus-daemon ended")
+
+    def call(self, *arguments):
+        """What a method answers, as gdbus writes it: call(NAME, PATH, METHOD, ARGUMENT...)."""
+        name, path, method, *rest = map(str, arguments)
+        done = subprocess.run(["gdbus", "call", "--address", self.address, "--timeout", "60", "--dest", name,
+                               "--object-path", path, "--method", method, *rest],
+                              capture_output=True, text=True)
+        if done.returncode != 0:
+            raise RuntimeError(done.stderr)
+        return done.stdout.strip()
+
+    def close(self):
+        self.process.kill()
+        self.process.wait()
+        self.process.stdout.close()
