@@ -29,9 +29,7 @@ file(COPY ${CPACK_VISTREL_MANUALS} DESTINATION "${_program}"
      FILE_PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
 
 file(RENAME "${_program}/share" "${_share}")
-if(EXISTS "${_share}/zsh/site-functions")
-  file(RENAME "${_share}/zsh/site-functions" "${_share}/zsh/vendor-completions")
-endif()
+file(RENAME "${_share}/zsh/site-functions" "${_share}/zsh/vendor-completions")
 file(GLOB _man_pages "${_share}/man/man1/*.1")
 foreach(_page IN LISTS _man_pages)
   _put_compressed("${_page}")
