@@ -31,7 +31,10 @@ SHARED = {f"share/icons/hicolor/{size}x{size}/apps/vistrel.png" for size in (16,
     "share/icons/hicolor/scalable/apps/vistrel.svg", f"share/applications/{WINDOW}",
     "share/dbus-1/services/org.vistrel.vistrel.service",
     "share/applications/vistrel-make-scene.desktop",
-    "share/metainfo/org.vistrel.vistrel.metainfo.xml", "share/mime/packages/vistrel.xml"}
+    "share/metainfo/org.vistrel.vistrel.metainfo.xml", "share/mime/packages/vistrel.xml"} | {
+    f"share/{place}" for name in ("vistrel-convert", "vistrel-fetch", "vistrel-render", "vistrel-share")
+    for place in (f"bash-completion/completions/{name}", f"zsh/site-functions/_{name}", f"man/man1/{name}.1")} | {
+    f"share/man/man1/{name}.1" for name in ("vistrel", "vistrel-make-scene")}
 OTHERS = {"LICENSE", "README.md", "THIRD_PARTY_NOTICES", "common.sh", "docs/many_machines.md", "folders.sh",
           "install", "install-dependencies", "manifest", RELIEF, "resources/sample/autumn_lake.jpg",
           "openers.sh", "runtime_packages", "uninstall", "vistrel-make-scene"}
