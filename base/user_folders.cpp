@@ -113,6 +113,13 @@ std::wstring SettingsFile() {
     return FromPath(BaseFolder("XDG_CONFIG_HOME", ".config") / "Vistrel" / "settings.json");
 }
 
+std::wstring FirstModel(const std::wstring& programFolder) {
+    const std::filesystem::path model =
+        ToPath(programFolder) / "resources" / "relief" / "vistrel_relief_demo.onnx";
+    std::error_code unknown;
+    return std::filesystem::is_regular_file(model, unknown) ? FromPath(model) : std::wstring();
+}
+
 bool MakePrivateFolder(const std::wstring& path) {
     std::filesystem::path folder = ToPath(path);
     if (!folder.has_filename()) folder = folder.parent_path();

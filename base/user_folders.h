@@ -21,6 +21,11 @@ namespace vistrel {
 [[nodiscard]] std::wstring DocumentsFolder();
 // $XDG_CONFIG_HOME/Vistrel/settings.json, default ~/.config.
 [[nodiscard]] std::wstring SettingsFile();
+// Folder of the running program, links resolved.
+[[nodiscard]] std::wstring ProgramFolder();
+// The network of a user without settings: the relief demo of the package in `programFolder`, empty
+// where none lies there.
+[[nodiscard]] std::wstring FirstModel(const std::wstring& programFolder = ProgramFolder());
 // Of this user alone: $TMPDIR, else $XDG_RUNTIME_DIR, else /tmp/vistrel-<uid>, which is made where
 // it is missing. Nothing where that one belongs to somebody else, is a link or cannot be made. Ends
 // in a separator.
@@ -30,7 +35,5 @@ namespace vistrel {
 [[nodiscard]] bool MakePrivateFolder(const std::wstring& path);
 // Whether there is something of that name, be it a link, that another user has made.
 [[nodiscard]] bool BelongsToSomebodyElse(const std::wstring& path);
-// Folder of the running program, links resolved.
-[[nodiscard]] std::wstring ProgramFolder();
 
 }  // namespace vistrel

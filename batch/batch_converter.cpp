@@ -46,23 +46,22 @@ bool MayExist(const std::wstring& path) {
 }
 
 // In the order of the listing. Throws std::filesystem::filesystem_error.
-std::vector<std::wstring> FindPhotographs(const std::wstring& folder, ExtensionTest takes) {
+std::vector<std::wstring> PhotographsOf(const std::wstring& folder) {
     std::vector<std::wstring> found;
     for (const auto& entry : std::filesystem::directory_iterator(ToPath(folder))) {
         // Asked of every entry, so that a folder that cannot be read in full is never taken in
         // part.
         const bool regular = entry.is_regular_file();
-        if (regular && takes(FromPath(entry.path().extension()))) {
+        if (regular && IsSupportedImageExtension(FromPath(entry.path().extension()))) {
             found.push_back(FromPath(entry.path()));
         }
     }
     return found;
 }
 
-std::wstring PlainOutputPath(const std::wstring& photograph, const std::wstring& folder,
-                             const std::string& ending) {
+std::wstring PlainOutputPath(const std::wstring& photograph, const std::wstring& folder) {
     std::filesystem::path name = ToPath(photograph).stem();
-    name += ending;
+    name += kBatchEnding;
     return FromPath(ToPath(folder) / name);
 }
 
@@ -77,9 +76,9 @@ void Report(const BatchConverter& batch, const BatchProgressInfo& info) {
 
 BatchConflictPolicy DecidePolicy(const BatchConverter& batch,
                                  const std::vector<std::wstring>& photographs,
-                                 const std::wstring& outputDir, const std::string& ending) {
+                                 const std::wstring& outputDir) {
     const bool conflict = std::ranges::any_of(photographs, [&](const std::wstring& photograph) {
-        return MayExist(PlainOutputPath(photograph, outputDir, ending));
+        return MayExist(PlainOutputPath(photograph, outputDir));
     });
     return conflict && batch.onConflict ? batch.onConflict(L"") : BatchConflictPolicy::OverwriteAll;
 }
@@ -96,11 +95,7 @@ std::function<void(const std::wstring&)> StageReports(const BatchConverter& batc
 }  // namespace
 
 bool IsSupportedImageExtension(std::wstring_view extension) {
-    return IsExtensionAmong(extension, kExtensions);
-}
-
-bool IsExtensionAmong(std::wstring_view extension, std::span<const std::wstring_view> known) {
-    return std::ranges::any_of(known, [&](std::wstring_view one) {
+    return std::ranges::any_of(kExtensions, [&](std::wstring_view one) {
         return std::ranges::equal(one, extension, {}, {}, AsciiLower);
     });
 }
@@ -122,23 +117,25 @@ std::wstring MakeUniqueOutputPath(const std::wstring& path, const std::string& e
     }
 }
 
-std::wstring BatchOutputPath(const std::wstring& photograph, const std::wstring& outputDir,
-                             BatchConflictPolicy policy, const std::string& ending) {
-    std::wstring plain = PlainOutputPath(photograph, outputDir, ending);
-    const bool renamed = policy == BatchConflictPolicy::RenameAll && MayExist(plain);
-    return renamed ? MakeUniqueOutputPath(plain, ending) : plain;
+std::wstring FreeOutputPath(const std::wstring& path, const std::string& ending) {
+    return MayExist(path) ? MakeUniqueOutputPath(path, ending) : path;
 }
 
-BatchConverter::BatchConverter(std::shared_ptr<const ConversionEngine> engine, ExtensionTest takes,
-                               std::string ending)
-    : engine_(std::move(engine)), takes_(takes), ending_(std::move(ending)) {}
+std::wstring BatchOutputPath(const std::wstring& photograph, const std::wstring& outputDir,
+                             BatchConflictPolicy policy) {
+    const std::wstring plain = PlainOutputPath(photograph, outputDir);
+    return policy == BatchConflictPolicy::RenameAll ? FreeOutputPath(plain) : plain;
+}
+
+BatchConverter::BatchConverter(std::shared_ptr<const ConversionEngine> engine)
+    : engine_(std::move(engine)) {}
 
 void BatchConverter::Run(const std::wstring& modelPath, const std::wstring& inputDir,
                          const std::wstring& outputDir, std::int32_t provider) {
     cancelRequested = false;
     std::vector<std::wstring> photographs;
     try {
-        photographs = FindPhotographs(inputDir, takes_);
+        photographs = PhotographsOf(inputDir);
     } catch (const std::exception&) {
         Report(*this, {.errorMessage = L"Failed to scan input directory."});
         return;
@@ -147,7 +144,7 @@ void BatchConverter::Run(const std::wstring& modelPath, const std::wstring& inpu
         Report(*this, {.completed = true});
         return;
     }
-    const BatchConflictPolicy policy = DecidePolicy(*this, photographs, outputDir, ending_);
+    const BatchConflictPolicy policy = DecidePolicy(*this, photographs, outputDir);
     if (policy == BatchConflictPolicy::CancelBatch) {
         Report(*this, {.cancelled = true});
         return;
@@ -156,11 +153,10 @@ void BatchConverter::Run(const std::wstring& modelPath, const std::wstring& inpu
     BatchProgressInfo info{.total = static_cast<std::int32_t>(photographs.size())};
     for (const std::wstring& photograph : photographs) {
         if (cancelRequested) break;
-        const ConversionJob job{
-            .modelPath = modelPath,
-            .inputPath = photograph,
-            .outputPath = BatchOutputPath(photograph, outputDir, policy, ending_),
-            .provider = ExecutionProvider{provider}};
+        const ConversionJob job{.modelPath = modelPath,
+                                .inputPath = photograph,
+                                .outputPath = BatchOutputPath(photograph, outputDir, policy),
+                                .provider = ExecutionProvider{provider}};
         ++info.current;
         info.fileName = FromPath(ToPath(photograph).filename());
         try {

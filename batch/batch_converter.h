@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <span>
 #include <string>
 #include <string_view>
 
@@ -37,14 +36,7 @@ struct BatchProgressInfo {
 // .jpeg, .png, .bmp, .webp. Any thread.
 [[nodiscard]] bool IsSupportedImageExtension(std::wstring_view extension);
 
-// Whether `extension`, in any case (ASCII), is one of `known`, which are in lower case. Any thread.
-[[nodiscard]] bool IsExtensionAmong(std::wstring_view extension,
-                                    std::span<const std::wstring_view> known);
-
-// Which files of the folder a batch takes, by their extension with its dot.
-using ExtensionTest = bool (*)(std::wstring_view extension);
-
-// What the names of scenes end in unless others are asked for.
+// What the names of a batch's scenes end in.
 inline constexpr const char* kBatchEnding = ".ply";
 
 // The first of "stem(1).ext", "stem(2).ext", ... beside `path` that no file has; `path` ends in
@@ -52,19 +44,19 @@ inline constexpr const char* kBatchEnding = ".ply";
 [[nodiscard]] std::wstring MakeUniqueOutputPath(const std::wstring& path,
                                                 const std::string& ending = kBatchEnding);
 
-// Where the scene of `photograph` goes in `outputDir` if it is converted now. A name counts as
+// `path` itself where no file has it, or else one that MakeUniqueOutputPath finds. A name counts as
 // taken as long as the disk does not tell whether it is. Any thread.
+[[nodiscard]] std::wstring FreeOutputPath(const std::wstring& path,
+                                          const std::string& ending = kBatchEnding);
+
+// Where the scene of `photograph` goes in `outputDir` if it is converted now. Any thread.
 [[nodiscard]] std::wstring BatchOutputPath(const std::wstring& photograph,
                                            const std::wstring& outputDir,
-                                           BatchConflictPolicy policy,
-                                           const std::string& ending = kBatchEnding);
+                                           BatchConflictPolicy policy);
 
 class BatchConverter {
   public:
-    // `ending` is that of the scenes' names, with its dot.
-    explicit BatchConverter(std::shared_ptr<const ConversionEngine> engine,
-                            ExtensionTest takes = IsSupportedImageExtension,
-                            std::string ending = kBatchEnding);
+    explicit BatchConverter(std::shared_ptr<const ConversionEngine> engine);
 
     // These may be empty, are called on the thread of Run and are not replaced during a run. What
     // onProgress throws while a file is converted fails that file; what onConflict throws, and
@@ -86,8 +78,6 @@ class BatchConverter {
 
   private:
     const std::shared_ptr<const ConversionEngine> engine_;
-    const ExtensionTest takes_;
-    const std::string ending_;
 };
 
 }  // namespace vistrel

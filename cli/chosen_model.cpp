@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "cli/chosen_model.h"
 
+#include <array>
 #include <cstddef>
+#include <cstdio>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
+#include "base/new_file.h"
 #include "base/text_encoding.h"
 #include "base/user_folders.h"
 #include "base/whole_file.h"
@@ -82,11 +86,126 @@ std::filesystem::path NameIn(const std::string& text) {
     return ToPath(name);
 }
 
+// As the window writes it: a byte that is no UTF-8 is half of a surrogate pair.
+std::string InQuotes(const std::filesystem::path& name) {
+    std::string quoted = "\"";
+    for (const wchar_t character : FromPath(name)) {
+        const auto code = static_cast<unsigned>(character);
+        if (code == '"' || code == '\\') {
+            quoted.append("\\").push_back(static_cast<char>(code));
+        } else if (code < 0x20 || (code >= 0xDC80 && code <= 0xDCFF)) {
+            std::array<char, 8> escape{};
+            std::snprintf(escape.data(), escape.size(), "\\u%04x", code);
+            quoted += escape.data();
+        } else {
+            quoted += ToUtf8(std::wstring(1, character));
+        }
+    }
+    return quoted + '"';
+}
+
+// A place in a text that is known to be JSON.
+class JsonPlace {
+  public:
+    explicit JsonPlace(std::string_view text) : text_(text), place_(text.find('{') + 1) {}
+
+    [[nodiscard]] std::size_t Index() const { return place_; }
+    [[nodiscard]] char Next() {
+        place_ = text_.find_first_not_of(" \t\r\n", place_);
+        return text_[place_];
+    }
+    void Skip() { ++place_; }
+
+    // Takes a value, or a member's name.
+    std::string_view TakeValue() {
+        const char first = Next();
+        const std::size_t begin = place_;
+        if (first == '"') {
+            TakeText();
+        } else if (first == '{' || first == '[') {
+            TakeNest();
+        } else {
+            place_ = text_.find_first_of(",]} \t\r\n", place_);
+        }
+        return text_.substr(begin, place_ - begin);
+    }
+
+  private:
+    void TakeText() {
+        while (text_[++place_] != '"') {
+            if (text_[place_] == '\\') ++place_;
+        }
+        ++place_;
+    }
+
+    void TakeNest() {
+        int depth = 0;
+        do {
+            const char character = text_[place_];
+            if (character == '"') {
+                TakeText();
+                continue;
+            }
+            if (character == '{' || character == '[') ++depth;
+            if (character == '}' || character == ']') --depth;
+            ++place_;
+        } while (depth > 0);
+    }
+
+    std::string_view text_;
+    std::size_t place_;
+};
+
+// The object `json` with the member "modelPath" of that value. Of several of one name, the last
+// counts, or the first, so all of them get it.
+std::string WithModel(std::string_view json, const std::string& value) {
+    std::string changed;
+    std::size_t taken = 0;
+    JsonPlace place(json);
+    const std::size_t begin = place.Index();
+    const bool isEmpty = place.Next() == '}';
+    while (place.Next() != '}') {
+        const std::string name(place.TakeValue());
+        static_cast<void>(place.Next());
+        place.Skip();
+        static_cast<void>(place.Next());
+        const std::size_t start = place.Index();
+        static_cast<void>(place.TakeValue());
+        if (nlohmann::json::parse(WithoutHalfPairs(name)) == "modelPath") {
+            changed.append(json.substr(taken, start - taken)).append(value);
+            taken = place.Index();
+        }
+        if (place.Next() == ',') place.Skip();
+    }
+    if (taken == 0) {
+        changed = std::string(json.substr(0, begin)) + "\n    \"modelPath\": " + value;
+        changed += isEmpty ? "\n" : ",";
+        taken = isEmpty ? place.Index() : begin;
+    }
+    return changed.append(json.substr(taken));
+}
+
 }  // namespace
+
+void ChooseModel(const std::filesystem::path& model) {
+    const std::filesystem::path file = ToPath(SettingsFile());
+    std::filesystem::create_directories(file.parent_path());
+    const auto text = ReadWholeFile(file);
+    if (!text && Exists(file).value_or(true)) {
+        throw std::runtime_error(file.native() + ": the settings cannot be read");
+    }
+    const std::string old = text.value_or("{}\n");
+    if (!nlohmann::json::parse(WithoutHalfPairs(old), nullptr, false).is_object()) {
+        throw std::runtime_error(file.native() + ": the settings are broken");
+    }
+    NewFile settings(file, {.durability = Durability::kOnDisk});
+    settings.Append(WithModel(old, InQuotes(model)));
+    settings.Commit();
+}
 
 std::filesystem::path ChosenModel() {
     const auto text = ReadWholeFile(ToPath(SettingsFile()));
-    if (!text) return {};
+    if (!text) return ToPath(FirstModel());
     const auto settings = nlohmann::json::parse(WithoutHalfPairs(*text), nullptr, false);
     if (!settings.is_object()) return {};
     const auto model = settings.find("modelPath");

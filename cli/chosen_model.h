@@ -6,8 +6,14 @@
 
 namespace vistrel {
 
-// As the settings file names it. Empty: none is chosen, or the file is missing, broken or cannot be
-// read, as the window has it. Any thread; throws std::bad_alloc only.
+// As the settings file names it; FirstModel() where there is no such file or it cannot be read.
+// Empty: none is chosen, or the file is broken, as the window has it. Any thread; throws
+// std::bad_alloc only.
 [[nodiscard]] std::filesystem::path ChosenModel();
+
+// Chooses that network for the window. Everything else in the settings file stays as it is; where
+// there is none, it is made. Throws std::runtime_error, its text naming the file, where that cannot
+// be read or written, or is broken, and then it is as it was.
+void ChooseModel(const std::filesystem::path& model);
 
 }  // namespace vistrel

@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 # ONNX Runtime: headers from the distribution or from the folder that scripts/setup unpacked, the
-# shared library from the npm package. The library is found beside the program when it runs, so a
-# user can replace it by a build with CUDA.
+# shared library from the npm package. Nothing links the library, OnnxRuntime::onnxruntime: it is opened
+# when it is needed, so programs take OnnxRuntime::headers.
 find_path(ONNXRUNTIME_INCLUDE_DIR onnxruntime_cxx_api.h
           HINTS "${VISTREL_DEPS}/usr/include" "/usr/include" PATH_SUFFIXES onnxruntime NO_CACHE)
 find_library(ONNXRUNTIME_LIBRARY NAMES libonnxruntime.so.1
@@ -19,5 +19,6 @@ if(OnnxRuntime_FOUND AND NOT TARGET OnnxRuntime::onnxruntime)
   add_library(OnnxRuntime::onnxruntime SHARED IMPORTED)
   set_target_properties(OnnxRuntime::onnxruntime PROPERTIES IMPORTED_LOCATION "${_beside}"
                                                             IMPORTED_SONAME libonnxruntime.so.1)
-  target_include_directories(OnnxRuntime::onnxruntime SYSTEM INTERFACE "${ONNXRUNTIME_INCLUDE_DIR}")
+  add_library(OnnxRuntime::headers INTERFACE IMPORTED)
+  target_include_directories(OnnxRuntime::headers SYSTEM INTERFACE "${ONNXRUNTIME_INCLUDE_DIR}")
 endif()

@@ -17,7 +17,11 @@ inline constexpr const char* kCudaProviderName = "CUDAExecutionProvider";
 // The providers compiled into the ONNX Runtime library that was loaded, in its order. Being listed
 // does not mean that the provider's own libraries are installed. Any thread.
 //
-// Throws std::runtime_error when that library is older than what this program was compiled with.
+// Throws std::runtime_error when there is no such library that can be used.
 [[nodiscard]] std::vector<std::string> AvailableExecutionProviders();
+
+// Opens the CUDA provider and all it needs, as a conversion does; it has to be among the available
+// ones. Throws std::exception with ONNX Runtime's text. Any thread.
+void OpenCudaProvider();
 
 }  // namespace vistrel

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "engine/sharp_inference.h"
 
-// The table of functions is fetched by hand, because the library beside the program can be replaced
-// by the user, and one that lacks the table has to end in a message.
+// The table of functions is fetched by hand, from a library that is opened late.
 #define ORT_API_MANUAL_INIT
 #include <onnxruntime_cxx_api.h>
 
@@ -15,6 +14,7 @@
 #include "base/log.h"
 #include "base/text_encoding.h"
 #include "engine/model_output.h"
+#include "engine/onnxruntime_library.h"
 
 namespace vistrel {
 namespace {
@@ -22,17 +22,10 @@ namespace {
 constexpr std::array<std::int64_t, 4> kImageShape = {1, 3, kNetworkSide, kNetworkSide};
 constexpr std::array<std::int64_t, 1> kDisparityShape = {1};
 
-// Before anything else of ONNX Runtime. Every version has the tables of all versions before it.
+// Before anything else of ONNX Runtime.
 void RequireApi() {
     static const bool ready [[maybe_unused]] = [] {
-        const OrtApiBase* base = OrtGetApiBase();
-        const OrtApi* api = base->GetApi(ORT_API_VERSION);
-        if (api == nullptr) {
-            throw std::runtime_error(std::string("ONNX Runtime ") + base->GetVersionString() +
-                                     " is too old: version 1." + std::to_string(ORT_API_VERSION) +
-                                     " or newer is needed");
-        }
-        Ort::InitApi(api);
+        Ort::InitApi(static_cast<const OrtApi*>(OpenedOnnxRuntime().api));
         return true;
     }();
 }
@@ -150,6 +143,11 @@ ModelOutput View(const Ort::Value& value) {
 std::vector<std::string> AvailableExecutionProviders() {
     RequireApi();
     return Ort::GetAvailableProviders();
+}
+
+void OpenCudaProvider() {
+    Environment();  // to which failures are logged
+    Ort::SessionOptions().AppendExecutionProvider_CUDA(OrtCUDAProviderOptions());
 }
 
 GaussianSet RunSharpInference(const std::wstring& modelPath, const PreprocessedImage& image,

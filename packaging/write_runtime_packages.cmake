@@ -22,7 +22,7 @@ set(_folder "$ENV{DESTDIR}${_prefix}")
 set(_patterns)
 file(GLOB _photo_modules RELATIVE "${_folder}" "${_folder}/photos/*.so")
 foreach(_name vistrel vistrel-convert vistrel-fetch vistrel-render vistrel-share
-        WebView2Loader.dll libonnxruntime.so.1 ${_photo_modules})
+        WebView2Loader.dll libonnxruntime.so.1 vistrel_http.so ${_photo_modules})
   execute_process(COMMAND "${_readelf}" -W -d "${_folder}/${_name}" OUTPUT_VARIABLE _told
                   COMMAND_ERROR_IS_FATAL ANY)
   string(REGEX MATCHALL "\\(NEEDED\\)[^\n]*" _lines "${_told}")

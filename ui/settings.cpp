@@ -107,6 +107,7 @@ AppSettings::AppSettings()
 
 void AppSettings::Load() {
     const auto text = ReadWholeFile(ToPath(SettingsFile()));
+    if (!text) modelPath = FirstModel();
     const auto object = text ? ParseObject(*text) : std::nullopt;
     if (!object) return;
     modelPath = TextMember(*object, "modelPath", L"");

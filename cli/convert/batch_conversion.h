@@ -1,38 +1,17 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// All photographs of a folder on the command line.
+// Many photographs and scenes on the command line.
 #pragma once
 
-#include <filesystem>
-#include <string>
-
-#include "batch/batch_converter.h"
-#include "engine/execution_provider.h"
-#include "formats/scene_io.h"
-#include "photos/focal_length.h"
+#include "cli/convert/options.h"
 
 namespace vistrel {
 
-struct BatchOptions {
-    std::filesystem::path model;
-    std::filesystem::path inputDir;
-    std::filesystem::path outputDir;  // created where it is missing
-    ExecutionProvider provider = ExecutionProvider::Cpu;
-    BatchConflictPolicy onConflict = BatchConflictPolicy::CancelBatch;
-    FocalChoice focal = {};
-    bool convertColours = true;
-    std::string ending = kBatchEnding;  // of the scenes' names, which says the format
-    SceneWriteOptions writing = {};
-};
-
-enum class BatchOutcome {
-    AllConverted,         // also when there was nothing to convert
-    NotAllConverted,      // a file failed, or the batch did not run to its end
-    WouldOverwriteInput,  // nothing was converted
-};
-
-// Runs the batch and tells about it on standard error. The first SIGINT, SIGTERM or SIGHUP ends it
-// after the current file, the second ends the process at once. Main thread, before any other thread
-// has started. Throws std::filesystem::filesystem_error when the output folder cannot be made.
-[[nodiscard]] BatchOutcome ConvertFolder(const BatchOptions& options);
+// Converts all that `options.many` names, one after the other, and tells about it on standard
+// error. The network is looked for where there are photographs. The first SIGINT, SIGTERM or SIGHUP
+// ends it after the current file, the second ends the process at once. Returns the exit status: 0
+// when every scene is there, 1 when one is not or what was to follow has failed, 2 when nothing was
+// done since a file would have been lost, or since no network is chosen. Main thread, before any
+// other thread has started. Throws std::exception when it cannot begin.
+[[nodiscard]] int ConvertMany(ConvertOptions options);
 
 }  // namespace vistrel

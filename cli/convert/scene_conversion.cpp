@@ -17,28 +17,15 @@
 namespace vistrel {
 namespace {
 
-RawScene ReadNamedScene(const SceneConversion& conversion) {
-    try {
-        RawSceneSink sink;
-        ReadSceneFile(conversion.input, sink, conversion.writing.spzFrame);
-        return std::move(sink.scene);
-    } catch (const std::runtime_error& failure) {
-        throw std::runtime_error(conversion.input.native() + ": " + failure.what());
-    }
-}
-
 void ConvertInSteps(const SceneConversion& conversion, LongStep& step) {
     const auto begin = [&step](const char* stage) {
         Tell(stage);
         step.Begin(stage);
     };
     begin("Reading the scene\u2026");
-    RawScene scene = ReadNamedScene(conversion);
-    MakeOutputFolder(conversion.output);
+    RawScene scene = WithName(conversion.input, [&] { return ReadScene(conversion); });
     begin("Saving the scene\u2026");
-    // Nothing is lost with the power: the scene that it comes from is still there.
-    SaveScene(std::move(scene), conversion.output, conversion.keepRatio, conversion.writing,
-              Durability::kUsual);
+    WriteScene(std::move(scene), conversion);
 }
 
 }  // namespace
@@ -55,6 +42,19 @@ bool IsSceneFile(const std::filesystem::path& file) {
         // Who reads the file tells what is wrong with it.
     }
     return StartsLikeScene(start) || (HasSceneEnding(file) && !IsPhotograph(file, start));
+}
+
+RawScene ReadScene(const SceneConversion& conversion) {
+    RawSceneSink sink;
+    ReadSceneFile(conversion.input, sink, conversion.writing.spzFrame);
+    return std::move(sink.scene);
+}
+
+std::size_t WriteScene(RawScene scene, const SceneConversion& conversion) {
+    MakeOutputFolder(conversion.output);
+    // Nothing is lost with the power: the scene that it comes from is still there.
+    return SaveScene(std::move(scene), conversion.output, conversion.keepRatio, conversion.writing,
+                     Durability::kUsual);
 }
 
 void ConvertScene(const SceneConversion& conversion) {

@@ -2,6 +2,7 @@
 // Scenes of one format into another, on the command line.
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
 
 #include "formats/scene_io.h"
@@ -19,9 +20,16 @@ struct SceneConversion {
 // by its name. A pipe is none. Any thread.
 [[nodiscard]] bool IsSceneFile(const std::filesystem::path& file);
 
-// Converts, and tells about it on standard error; SIGINT, SIGTERM and SIGHUP end the process at
-// once. The output's folder is made once the scene has been read. Main thread, before any other
-// thread has started. Throws std::exception with what went wrong.
+// Reads the input. Throws std::exception, without the input's name. Any thread.
+[[nodiscard]] RawScene ReadScene(const SceneConversion& conversion);
+
+// Makes the output's folder and writes the output. Returns how many Gaussians it has. Throws
+// std::exception with what went wrong. Any thread.
+std::size_t WriteScene(RawScene scene, const SceneConversion& conversion);
+
+// Does both, and tells about it on standard error; SIGINT, SIGTERM and SIGHUP end the process at
+// once. Main thread, before any other thread has started. Throws std::exception with what went
+// wrong.
 void ConvertScene(const SceneConversion& conversion);
 
 }  // namespace vistrel

@@ -6,9 +6,12 @@
 #include <cstddef>
 #include <span>
 #include <string>
+#include <utility>
 
 #include "base/text_encoding.h"
 #include "cli/convert/scene_output.h"
+#include "engine/decimation.h"
+#include "engine/splat_ply.h"
 #include "engine/splat_ply_format.h"
 
 namespace vistrel {
@@ -52,12 +55,25 @@ RawScene EncodedScene(const GaussianSet& gaussians, float focalPx, std::uint32_t
     return scene;
 }
 
-GaussianWriter WriterFor(const std::filesystem::path& output, const SceneWriteOptions& options) {
-    if (!IsForeignName(output)) return {};
-    return [options](const GaussianSet& gaussians, const std::wstring& path, float focalPx,
-                     std::uint32_t width, std::uint32_t height, float keepRatio) {
-        SaveScene(EncodedScene(gaussians, focalPx, width, height), ToPath(path), keepRatio, options,
-                  Durability::kOnDisk);
+GaussianWriter WriterFor(const std::filesystem::path& output, const SceneWriteOptions& options,
+                         std::function<void(std::size_t count)> onWritten) {
+    if (IsForeignName(output)) {
+        return [options, onWritten = std::move(onWritten)](
+                   const GaussianSet& gaussians, const std::wstring& path, float focalPx,
+                   std::uint32_t width, std::uint32_t height, float keepRatio) {
+            const std::size_t count =
+                SaveScene(EncodedScene(gaussians, focalPx, width, height), ToPath(path), keepRatio,
+                          options, Durability::kOnDisk);
+            if (onWritten) onWritten(count);
+        };
+    }
+    if (!onWritten) return {};
+    return [onWritten = std::move(onWritten)](
+               const GaussianSet& gaussians, const std::wstring& path, float focalPx,
+               std::uint32_t width, std::uint32_t height, float keepRatio) {
+        WriteSplatPly(gaussians, path, focalPx, width, height, keepRatio);
+        onWritten(static_cast<std::size_t>(
+            keepRatio < 1.0F ? DecimatedCount(gaussians.count, keepRatio) : gaussians.count));
     };
 }
 

@@ -2,8 +2,10 @@
 // From what the network tells to files of scenes.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 
 #include "engine/gaussian_writer.h"
 #include "formats/scene_io.h"
@@ -15,9 +17,11 @@ namespace vistrel {
 [[nodiscard]] RawScene EncodedScene(const GaussianSet& gaussians, float focalPx,
                                     std::uint32_t width, std::uint32_t height);
 
-// What writes scenes of photographs under names that end as this one does; nothing where the engine
-// does it by itself.
+// What writes scenes of photographs under names that end as this one does. `onWritten`, which may
+// be empty, then receives how many Gaussians a file has. Nothing where the engine does it by itself
+// and nobody counts.
 [[nodiscard]] GaussianWriter WriterFor(const std::filesystem::path& output,
-                                       const SceneWriteOptions& options);
+                                       const SceneWriteOptions& options,
+                                       std::function<void(std::size_t count)> onWritten = {});
 
 }  // namespace vistrel

@@ -64,8 +64,8 @@ bool IsForeignName(const std::filesystem::path& output) {
     return writer != nullptr && writer != WritePly;
 }
 
-void SaveScene(RawScene scene, const std::filesystem::path& output, float keepRatio,
-               const SceneWriteOptions& options, Durability durability) {
+std::size_t SaveScene(RawScene scene, const std::filesystem::path& output, float keepRatio,
+                      const SceneWriteOptions& options, Durability durability) {
     LeaveOut(scene, keepRatio);
     const SceneWriter known = SceneWriterFor(output);
     NewFile file = OpenScene(output, durability);
@@ -78,6 +78,7 @@ void SaveScene(RawScene scene, const std::filesystem::path& output, float keepRa
     }
     LogInfoWide(L"  Saved scene with " + std::to_wstring(scene.Count()) + L" Gaussians in " +
                 std::to_wstring(sink.Count()) + L" bytes to " + FromPath(output));
+    return scene.Count();
 }
 
 }  // namespace vistrel

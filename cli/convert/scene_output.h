@@ -20,8 +20,8 @@ namespace vistrel {
 // file appears whole. Logs a line, and one for what is left out.
 //
 // Throws std::bad_alloc and std::runtime_error, with the text for the user; a former file stays
-// then. Any thread.
-void SaveScene(RawScene scene, const std::filesystem::path& output, float keepRatio,
-               const SceneWriteOptions& options, Durability durability);
+// then. Returns how many Gaussians the file has. Any thread.
+std::size_t SaveScene(RawScene scene, const std::filesystem::path& output, float keepRatio,
+                      const SceneWriteOptions& options, Durability durability);
 
 }  // namespace vistrel

@@ -3,13 +3,15 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
 
 namespace vistrel {
 
 struct GpuOptions {
     std::filesystem::path package;  // brought by hand; empty: the one that the manifest names
+    std::string url;                // where else that one is to be had; empty: from its makers
     bool checkOnly = false;
-    int cuda = 12;  // CUDA's major version
+    int cuda = 12;  // CUDA's major version, one for which there is a package
 };
 
 // Puts the runtime into RuntimeFolder(), unless it is only to be checked, then tells which

@@ -11,8 +11,8 @@ namespace vistrel {
 
 struct ModelFetchOptions {
     std::string url = kModelUrl;
-    bool fromHub = true;           // `url` is the hub's own; $HF_ENDPOINT may name another hub
-    std::filesystem::path folder;  // where the file goes; empty: the one where the window has it
+    bool fromHub = true;             // `url` is the hub's own; $HF_ENDPOINT may name another hub
+    std::filesystem::path folder{};  // where the file goes; empty: the one where the window has it
     bool licenceAccepted = false;
     bool select = true;  // settings.json names the file then
 };

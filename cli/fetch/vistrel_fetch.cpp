@@ -7,9 +7,11 @@
 #include "cli/fetch/gpu_runtime.h"
 #include "cli/fetch/model_file.h"
 #include "cli/fetch/options.h"
+#include "engine/onnxruntime_library.h"
 
 int main(int argc, char** argv) {
     using namespace vistrel;
+    KeepOnnxRuntimeSilent();
     return RunCommand([&] {
         const ParsedFetchOptions parsed = ParseFetchOptions(argc, argv);
         if (parsed.status) return *parsed.status;

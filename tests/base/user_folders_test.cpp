@@ -192,6 +192,18 @@ TEST_F(UserFolders, PrivateFolderNeedsItsParent) {
     EXPECT_FALSE(MakePrivateFolder(HomeText() + L"/gone/mine"));
 }
 
+TEST_F(UserFolders, FirstModelIsTheReliefDemoOfThePackage) {
+    const std::wstring folder = MakeFolder("program/resources/relief");
+    std::ofstream(ToPath(folder + L"/vistrel_relief_demo.onnx")) << "a network";
+    EXPECT_EQ(FirstModel(HomeText() + L"/program"), folder + L"/vistrel_relief_demo.onnx");
+}
+
+TEST_F(UserFolders, FirstModelIsNoneWhereThereIsNoPackage) {
+    EXPECT_EQ(FirstModel(HomeText()), L"");
+    MakeFolder("resources/relief/vistrel_relief_demo.onnx");
+    EXPECT_EQ(FirstModel(HomeText()), L"");
+}
+
 TEST_F(UserFolders, ProgramFolderHoldsTheRunningProgram) {
     const auto program = std::filesystem::read_symlink("/proc/self/exe");
     EXPECT_EQ(ProgramFolder(), FromPath(program.parent_path()));

@@ -120,15 +120,6 @@ TEST_F(BatchConverterTest, ProviderIsPassedOn) {
     for (std::size_t i = 1; i < 4; ++i) EXPECT_TRUE(results_[i].first);
 }
 
-TEST_F(BatchConverterTest, ExtensionsMayBeChosenByOthers) {
-    AddPicture("a.png");
-    AddPicture("b.photo");
-    BatchConverter converter(engine_,
-                             [](std::wstring_view extension) { return extension == L".photo"; });
-    converter.Run(model_, FromPath(input_), FromPath(output_), 0);
-    EXPECT_EQ(Outputs(), std::vector<std::string>{"b.ply"});
-}
-
 TEST_F(BatchConverterTest, EndOfEveryFileIsToldWithItsOutput) {
     AddPicture("a.png");
     Run();

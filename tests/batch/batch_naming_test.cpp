@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -26,16 +25,6 @@ TEST(IsSupportedImageExtension, RefusesAllOthers) {
     for (const wchar_t* extension : {L"", L".", L"jpg", L".jpe", L".jpgx", L".jpg ", L" .jpg",
                                      L".tif", L".gif", L".ply", L"..jpg", L"/.jpg"}) {
         EXPECT_FALSE(IsSupportedImageExtension(extension)) << ToUtf8(extension);
-    }
-}
-
-TEST(IsExtensionAmong, TakesThoseAloneInAnyCase) {
-    constexpr std::array<std::wstring_view, 2> kKnown = {L".heic", L".cr2"};
-    for (const std::wstring_view extension : {L".heic", L".HEIC", L".Cr2"}) {
-        EXPECT_TRUE(IsExtensionAmong(extension, kKnown)) << ToUtf8(extension);
-    }
-    for (const std::wstring_view extension : {L".jpg", L".hei", L".heicc", L"heic", L""}) {
-        EXPECT_FALSE(IsExtensionAmong(extension, kKnown)) << ToUtf8(extension);
     }
 }
 
@@ -94,16 +83,14 @@ TEST_F(MakeUniqueOutputPathTest, EndingOfTwoPartsGoesBehindTheNumberAsAWhole) {
               "a.b(1).compressed.ply");
 }
 
-TEST(BatchOutputPath, EndingIsTheOneThatIsAskedFor) {
+TEST(FreeOutputPath, IsTheNameItselfUntilAFileHasIt) {
     const test::TemporaryFolder folder;
-    const auto name = [&](BatchConflictPolicy policy) {
-        return ToPath(BatchOutputPath(L"/photos/a.b.jpg", FromPath(folder.Path()), policy, ".spz"))
-            .filename();
+    const auto name = [&] {
+        return ToPath(FreeOutputPath(FromPath(folder / "a.b.spz"), ".spz")).filename();
     };
-    EXPECT_EQ(name(BatchConflictPolicy::RenameAll), "a.b.spz");
+    EXPECT_EQ(name(), "a.b.spz");
     folder.Write("a.b.spz", "");
-    EXPECT_EQ(name(BatchConflictPolicy::RenameAll), "a.b(1).spz");
-    EXPECT_EQ(name(BatchConflictPolicy::OverwriteAll), "a.b.spz");
+    EXPECT_EQ(name(), "a.b(1).spz");
 }
 
 TEST_F(MakeUniqueOutputPathTest, AnyBytesStay) {

@@ -6,10 +6,12 @@
 
 #include <filesystem>
 #include <fstream>
+#include <stdexcept>
 #include <string>
 
 #include "base/text_encoding.h"
 #include "tests/support/own_home.h"
+#include "tests/support/temporary_folder.h"
 #include "ui/settings.h"
 
 namespace vistrel {
@@ -87,6 +89,78 @@ TEST_F(ChosenModelTest, IsReadWhereTheConfigurationIs) {
     std::filesystem::create_directories(home.Home() / "moved/Vistrel");
     std::ofstream(home.Home() / "moved/Vistrel/settings.json") << R"({"modelPath":"/moved"})";
     EXPECT_EQ(ChosenModel(), "/moved");
+}
+
+class ChoosingAModelTest : public ChosenModelTest {
+  protected:
+    // What the file holds after the choice of /new.
+    std::string Changed(const std::string& text) {
+        Write(text);
+        ChooseModel("/new");
+        EXPECT_EQ(ChosenModel(), "/new") << text;
+        EXPECT_EQ(OfTheWindow(), "/new") << text;
+        return test::ReadFile(File());
+    }
+};
+
+TEST_F(ChoosingAModelTest, IsFoundByWindowAndCommands) {
+    for (const std::string name :
+         {"/m/net.onnx", "/m/モデル 😀.onnx", R"(/m/"q"\b\\u0041.onnx)", "/m/caf\xE9\xFF.onnx",
+          "/m/a\nb\tc\x01.onnx", "/m/\xEF\xBB\xBFmark.onnx", "/m/\xED\xA0\xBD\xED\xB2\x80.onnx"}) {
+        ChooseModel(name);
+        EXPECT_EQ(ChosenModel().native(), name);
+        EXPECT_EQ(OfTheWindow().native(), name);
+    }
+}
+
+TEST_F(ChoosingAModelTest, LeavesAFileThatTheWindowWouldWrite) {
+    AppSettings settings;
+    settings.modelPath = L"/new";
+    settings.Save();
+    const std::string ofTheWindow = test::ReadFile(File());
+    settings.modelPath = L"/a \"longer\" name";
+    settings.Save();
+    ChooseModel("/new");
+    EXPECT_EQ(test::ReadFile(File()), ofTheWindow);
+}
+
+TEST_F(ChoosingAModelTest, LeavesEverythingElseAsItIs) {
+    EXPECT_EQ(
+        Changed(R"({"a": [1, {"modelPath": "/x"}, "]}\""], "modelPath" : "/old\"", "b":1e99})"),
+        R"({"a": [1, {"modelPath": "/x"}, "]}\""], "modelPath" : "/new", "b":1e99})");
+    EXPECT_EQ(Changed(R"({"modelPath":null})"), R"({"modelPath":"/new"})");
+    EXPECT_EQ(Changed(R"({"modelPath":[{"a":"}"}],"t":"\udc80"})"),
+              R"({"modelPath":"/new","t":"\udc80"})");
+    EXPECT_EQ(Changed("{\"modelPath\":-1.5e3 }"), "{\"modelPath\":\"/new\" }");
+    EXPECT_EQ(Changed("\xEF\xBB\xBF{\"modelPath\":\"\"}"), "\xEF\xBB\xBF{\"modelPath\":\"/new\"}");
+}
+
+TEST_F(ChoosingAModelTest, CountsWhicheverNameOfSeveralCounts) {
+    EXPECT_EQ(Changed(R"({"modelPath":"/x","modelPath":"/y","model\u0050ath":"/z"})"),
+              R"({"modelPath":"/new","modelPath":"/new","model\u0050ath":"/new"})");
+}
+
+TEST_F(ChoosingAModelTest, IsAddedWhereThereIsNone) {
+    EXPECT_EQ(Changed("{}"), "{\n    \"modelPath\": \"/new\"\n}");
+    EXPECT_EQ(Changed(" { \n} "), " {\n    \"modelPath\": \"/new\"\n} ");
+    EXPECT_EQ(Changed("{\n    \"depth\": \"30\"\n}\n"),
+              "{\n    \"modelPath\": \"/new\",\n    \"depth\": \"30\"\n}\n");
+}
+
+TEST_F(ChoosingAModelTest, MakesTheFile) {
+    ChooseModel("/new");
+    EXPECT_EQ(test::ReadFile(File()), "{\n    \"modelPath\": \"/new\"\n}\n");
+}
+
+TEST_F(ChoosingAModelTest, IsRefusedByABrokenFileWhichStays) {
+    for (const char* text : {"", "{", "[]", "7", "{\"a\":1}}", "{\"a\":\"\xFF\"}"}) {
+        Write(text);
+        EXPECT_THROW(ChooseModel("/new"), std::runtime_error) << text;
+        EXPECT_EQ(test::ReadFile(File()), text);
+    }
+    std::filesystem::remove(File());
+    std::filesystem::create_directory(File());
+    EXPECT_THROW(ChooseModel("/new"), std::runtime_error);
 }
 
 }  // namespace

@@ -122,6 +122,16 @@ TEST(Redirect, FromHttpToHttpsIsFollowed) {
     EXPECT_EQ(recorder.body, "model");
 }
 
+TEST(Redirect, IsLeftToTheCallerWhoWantsIt) {
+    const ScriptedServer server(
+        "HTTP/1.1 302 Found\r\nLocation: ../b\r\nContent-Length: 0\r\n\r\n");
+    Recorder recorder;
+    const std::unique_ptr<HttpRequest> request = MakeHttpRequest({.followsRedirects = false});
+    EXPECT_TRUE(test::Send(*request, server.Url("/x/y/a"), recorder));
+    EXPECT_EQ(recorder.statuses, std::vector{302});
+    EXPECT_EQ(request->RedirectTarget(), server.Url("/x/b"));
+}
+
 // Sets a variable for the life of the object.
 class Environment {
   public:

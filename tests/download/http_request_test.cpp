@@ -36,6 +36,46 @@ TEST(HttpRequest, RequestNamesHostAndProgramAndNothingElse) {
                            "\r\nUser-Agent: Vistrel/1.0\r\n\r\n");
 }
 
+TEST(HttpRequest, HeadersOfTheCallerAreSent) {
+    std::string request;
+    Recorder recorder;
+    {
+        const ScriptedServer server([&request](Connection& connection) {
+            request = connection.ReadRequest();
+            connection.Send(kOkHead + "Content-Length: 0\r\n\r\n");
+        });
+        EXPECT_TRUE(
+            Get(server.Url(), recorder, {.headers = {"Range: bytes=5-", "If-Range: \"a\""}}));
+    }
+    EXPECT_NE(request.find("\r\nRange: bytes=5-\r\nIf-Range: \"a\"\r\n"), std::string::npos);
+}
+
+TEST(HttpRequest, HeadersOfTheFinalAnswerAreTold) {
+    const ScriptedServer server("HTTP/1.1 103 Early\r\nLink: <x>\r\n\r\n" + kOkHead +
+                                "ETag:  \"a\" \r\nContent-Length: 0\r\n\r\n");
+    Recorder recorder;
+    EXPECT_TRUE(Get(server.Url(), recorder));
+    EXPECT_EQ(recorder.headers, (std::vector<std::string>{"ETag: \"a\"", "Content-Length: 0"}));
+}
+
+// What ended a transfer of that answer.
+HttpFailure FailureAfter(const std::string& answer) {
+    const ScriptedServer server(answer);
+    Recorder recorder;
+    const std::unique_ptr<HttpRequest> request = MakeHttpRequest();
+    static_cast<void>(test::Send(*request, server.Url(), recorder));
+    return request->Failure();
+}
+
+TEST(HttpRequest, WhatEndedATransferEarlyIsTold) {
+    EXPECT_EQ(FailureAfter(kOkHead + "Content-Length: 5\r\n\r\nmodel").reason, "");
+    for (const std::string& answer : {std::string(), kOkHead + "Content-Length: 6\r\n\r\nmodel"}) {
+        const HttpFailure failure = FailureAfter(answer);
+        EXPECT_NE(failure.reason, "");
+        EXPECT_FALSE(failure.isForGood);
+    }
+}
+
 struct Answer {
     std::string name;
     std::string bytes;
@@ -211,8 +251,12 @@ TEST(HttpRequest, SilenceInTheBodyEndsItLikeABrokenConnection) {
         connection.WaitUntilClosed();
     });
     Recorder recorder;
-    EXPECT_TRUE(Get(server.Url(), recorder, {.silenceTimeout = std::chrono::seconds(1)}));
+    const std::unique_ptr<HttpRequest> request =
+        MakeHttpRequest({.silenceTimeout = std::chrono::seconds(1)});
+    EXPECT_TRUE(test::Send(*request, server.Url(), recorder));
     EXPECT_EQ(recorder.body, "mod");
+    EXPECT_NE(request->Failure().reason, "");
+    EXPECT_FALSE(request->Failure().isForGood);
 }
 
 // A transfer that stops in the middle, without an end, and is cancelled there.

@@ -16,11 +16,15 @@ namespace vistrel::test {
 class Recorder : public HttpReceiver {
   public:
     std::vector<int> statuses;
+    std::vector<std::string> headers;  // "NAME: VALUE"
     std::int64_t length = -1;
     std::string body;
     std::size_t largestPiece = 0;
     std::atomic<bool> cancelled = false;
 
+    void OnHeader(std::string_view name, std::string_view value) override {
+        headers.push_back(std::string(name).append(": ").append(value));
+    }
     void OnAnswer(int status, std::int64_t bytes) override {
         statuses.push_back(status);
         length = bytes;
@@ -33,10 +37,13 @@ class Recorder : public HttpReceiver {
 };
 
 // All steps of a request; false where one of them fails.
+inline bool Send(HttpRequest& request, const std::string& url, HttpReceiver& receiver) {
+    return request.ParseUrl(url) && request.OpenSession() && request.Connect() &&
+           request.OpenRequest() && request.Send(receiver);
+}
+
 inline bool Get(const std::string& url, HttpReceiver& receiver, const HttpSettings& settings = {}) {
-    const std::unique_ptr<HttpRequest> request = MakeHttpRequest(settings);
-    return request->ParseUrl(url) && request->OpenSession() && request->Connect() &&
-           request->OpenRequest() && request->Send(receiver);
+    return Send(*MakeHttpRequest(settings), url, receiver);
 }
 
 }  // namespace vistrel::test

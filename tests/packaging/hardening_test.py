@@ -13,6 +13,7 @@ PROGRAMS = ("vistrel", "vistrel-convert", "vistrel-fetch", "vistrel-render", "vi
 LOADER = "WebView2Loader.dll"
 DECODERS = tuple(f"photos/{name}.so" for name in ("heif", "jxl", "raw", "tiff", "webp"))
 CODECS = r"lib(heif|de265|dav1d|aom|jxl\w*|raw(_r)?|tiff|webp\w*|lcms2)\.so"
+MODULES = ("vistrel_http.so", *DECODERS)
 ENDBR64 = b"\xf3\x0f\x1e\xfa"
 BUILD_TYPE = re.search(r"^CMAKE_BUILD_TYPE:\w+=(.*)$",
                        (BINARIES.parent / "CMakeCache.txt").read_text(), re.MULTILINE)[1]
@@ -31,13 +32,13 @@ class Hardening(unittest.TestCase):
                 self.assertRegex(readelf("-d", name), r"FLAGS_1.*\bPIE\b")
 
     def test_addresses_of_functions_are_read_only_once_all_are_bound(self):
-        for name in (*PROGRAMS, LOADER, *DECODERS):
+        for name in (*PROGRAMS, LOADER, *MODULES):
             with self.subTest(name):
                 self.assertIn("GNU_RELRO", readelf("-l", name))
                 self.assertRegex(readelf("-d", name), r"FLAGS_1.*\bNOW\b")
 
     def test_the_stack_is_not_executable(self):
-        for name in (*PROGRAMS, LOADER, *DECODERS):
+        for name in (*PROGRAMS, LOADER, *MODULES):
             with self.subTest(name):
                 self.assertRegex(readelf("-l", name), r"GNU_STACK .* RW +0x")
 
@@ -48,7 +49,7 @@ class Hardening(unittest.TestCase):
                 self.assertGreater((BINARIES / name).read_bytes().count(ENDBR64), 100)
 
     def test_an_overwritten_stack_is_noticed(self):
-        for name in (*PROGRAMS, LOADER, *DECODERS):
+        for name in (*PROGRAMS, LOADER, *MODULES):
             with self.subTest(name):
                 self.assertIn("__stack_chk_fail", readelf("--dyn-syms", name))
 
@@ -64,6 +65,13 @@ class Hardening(unittest.TestCase):
         self.assertTrue(entries)
         for command in entries:
             self.assertIn("-fstack-clash-protection", command)
+
+
+class Transfer(unittest.TestCase):
+    def test_the_main_program_needs_no_library_that_fetches_files(self):
+        for name in ("vistrel", LOADER):
+            with self.subTest(name):
+                self.assertNotRegex(readelf("-d", name), r"lib(curl|ssl|crypto)\b")
 
 
 class Codecs(unittest.TestCase):

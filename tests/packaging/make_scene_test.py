@@ -125,6 +125,12 @@ class Scenes(MakeScene):
         self.assertEqual((self.photos / "a(1).ply").read_text(), f"scene of {self.photos}/a.png")
         self.assertEqual(self.opened(2), [f"{self.photos}/a(1)-scene.png", f"{self.photos}/a-scene.png"])
 
+    def test_the_picture_is_not_opened_by_vistrel_itself(self):
+        for entry in ("org.vistrel.vistrel.desktop", "vistrel-make-scene.desktop"):
+            self.put(self.commands / "xdg-mime", f"#!/bin/sh\necho {entry}\n")
+            self.run_it(self.photo())
+        self.assertEqual(self.calls("xdg-open"), [])
+
     def test_names_of_every_kind_work(self):
         names = ["-o.jpg", "-", "q\"'$`\\.jpg", "two\nlines.jpg", "\udce9.jpg", ".hidden", "100%.jpg", "(.jpg"]
         for name in names:

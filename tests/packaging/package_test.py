@@ -26,12 +26,15 @@ WINDOW = f"{NAME}.desktop"
 RELIEF = "resources/relief/vistrel_relief_demo.onnx"
 LIBRARIES_AND_PROGRAMS = {"vistrel", "vistrel-convert", "vistrel-fetch", "vistrel-render", "vistrel-share",
                           "WebView2Loader.dll", "libonnxruntime.so.1"}
-DECODERS = {f"photos/{name}.so" for name in ("heif", "jxl", "raw", "tiff", "webp")}
+MODULES = {"vistrel_http.so"} | {f"photos/{name}.so" for name in ("heif", "jxl", "raw", "tiff", "webp")}
 SHARED = {f"share/icons/hicolor/{size}x{size}/apps/vistrel.png" for size in (16, 32, 48, 128, 256)} | {
     "share/icons/hicolor/scalable/apps/vistrel.svg", f"share/applications/{WINDOW}",
     "share/dbus-1/services/org.vistrel.vistrel.service",
     "share/applications/vistrel-make-scene.desktop",
-    "share/metainfo/org.vistrel.vistrel.metainfo.xml", "share/mime/packages/vistrel.xml"}
+    "share/metainfo/org.vistrel.vistrel.metainfo.xml", "share/mime/packages/vistrel.xml"} | {
+    f"share/{place}" for name in ("vistrel-convert", "vistrel-fetch", "vistrel-render", "vistrel-share")
+    for place in (f"bash-completion/completions/{name}", f"zsh/site-functions/_{name}", f"man/man1/{name}.1")} | {
+    f"share/man/man1/{name}.1" for name in ("vistrel", "vistrel-make-scene")}
 OTHERS = {"LICENSE", "README.md", "THIRD_PARTY_NOTICES", "common.sh", "docs/many_machines.md", "folders.sh",
           "install", "install-dependencies", "manifest", RELIEF, "resources/sample/autumn_lake.jpg",
           "openers.sh", "runtime_packages", "uninstall", "vistrel-make-scene"}
@@ -103,7 +106,7 @@ class PackageCase(unittest.TestCase):
 
 class Contents(PackageCase):
     def test_the_package_holds_what_a_user_needs_and_no_more(self):
-        self.assertEqual(files_below(self.package), LIBRARIES_AND_PROGRAMS | DECODERS | SHARED | OTHERS)
+        self.assertEqual(files_below(self.package), LIBRARIES_AND_PROGRAMS | MODULES | SHARED | OTHERS)
 
     def test_programs_are_stripped_and_find_their_libraries_beside_themselves(self):
         for name in LIBRARIES_AND_PROGRAMS:
@@ -113,8 +116,8 @@ class Contents(PackageCase):
                 self.assertNotIn(".symtab", told)
                 self.assertIn("runpath: [$ORIGIN]", told)
 
-    def test_decoders_are_stripped_and_need_nothing_of_the_package(self):
-        for name in DECODERS:
+    def test_modules_are_stripped_and_need_nothing_of_the_package(self):
+        for name in MODULES:
             with self.subTest(name):
                 told = subprocess.run(["readelf", "-W", "-S", "-d", self.package / name], check=True,
                                       capture_output=True, text=True).stdout
@@ -140,7 +143,7 @@ class Contents(PackageCase):
 
     def test_the_named_packages_bring_every_library(self):
         needed = set()
-        for name in LIBRARIES_AND_PROGRAMS | DECODERS:
+        for name in LIBRARIES_AND_PROGRAMS | MODULES:
             told = subprocess.run(["readelf", "-W", "-d", self.package / name], check=True,
                                   capture_output=True, text=True).stdout
             needed |= set(re.findall(r"\(NEEDED\).*\[(.+)\]", told)) - LIBRARIES_AND_PROGRAMS
@@ -201,9 +204,6 @@ class Installed(PackageCase):
     def test_the_menu_entry_starts_the_program_which_ends_on_a_signal(self):
         command = self.command_of(WINDOW)
         self.assertEqual(command, f'"{self.program}/vistrel"')
-        # What the program finds when it looks for its network at the first start.
-        self.assertEqual(json.loads(self.settings().read_text()),
-                         {"modelPath": str(self.program / RELIEF)})
         display = Display(self.home / "display")
         self.addCleanup(display.close)
         environment = self.environment | {"DISPLAY": display.environment["DISPLAY"],
@@ -217,6 +217,8 @@ class Installed(PackageCase):
         process.send_signal(signal.SIGTERM)
         status = process.wait(20)
         self.assertEqual(status, 0, (self.home / "output.log").read_text(errors="replace"))
+        # The network of a first start.
+        self.assertEqual(json.loads(self.settings().read_text())["modelPath"], str(self.program / RELIEF))
 
     def test_the_session_bus_knows_how_to_start_the_program(self):
         display = Display(self.home / "display of the bus")
@@ -234,9 +236,9 @@ class Installed(PackageCase):
         self.assertEqual(os.readlink(f"/proc/{process}/exe"), str(self.program / "vistrel"))
 
     def test_the_converter_converts_with_what_is_in_the_package(self):
-        model, photo = self.program / RELIEF, self.program / "resources/sample/autumn_lake.jpg"
+        photo = self.program / "resources/sample/autumn_lake.jpg"
         scene = self.home / "scenes" / "a lake.ply"
-        done = subprocess.run([self.program / "vistrel-convert", "--model", model, photo, scene],
+        done = subprocess.run([self.program / "vistrel-convert", photo, scene],
                               env=self.environment, capture_output=True, text=True)
         self.assertEqual(done.returncode, 0, done.stderr)
         self.assertTrue(scene.read_bytes().startswith(b"ply\n"))
@@ -331,6 +333,7 @@ class Installing(PackageCase):
         self.install()
         self.assertEqual(self.opener("image/jpeg")[0], "viewer.desktop")
         self.assertEqual(self.opener("image/png")[0], "painter.desktop")
+        (self.home / ".config").mkdir()
         (self.home / ".config/mimeapps.list").write_text(
             "[Default Applications]\nimage/jpeg=vistrel-make-scene.desktop\n")
         self.assertEqual(self.opener("image/jpeg")[0], "vistrel-make-scene.desktop")
@@ -373,6 +376,7 @@ class Installing(PackageCase):
 
     def test_an_update_keeps_settings_and_what_the_user_has_put_in_place(self):
         self.install()
+        self.settings().parent.mkdir(parents=True)
         self.settings().write_text('{"modelPath": "/mine"}')
         runtime = self.program / "libonnxruntime.so.1"
         runtime.write_text("with CUDA")
@@ -390,8 +394,7 @@ class Installing(PackageCase):
         self.install()
         (self.program / "help_en.html").write_text("written at every start")
         self.uninstall()
-        self.assertEqual(files_below(self.home), {".config/Vistrel/settings.json",
-                                                  ".local/share/Vistrel/Models/sharp_fp16.onnx"})
+        self.assertEqual(files_below(self.home), {".local/share/Vistrel/Models/sharp_fp16.onnx"})
         self.assertEqual(empty_folders_below(self.home), set())
 
     def test_file_types_of_others_stay(self):

@@ -7,14 +7,13 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
-#include <cstring>
 #include <limits>
 #include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
+#include "tests/photos/converted_colours.h"
 #include "tests/support/icc_profiles.h"
 #include "tests/support/plain_colours.h"
 #include "tests/support/test_pictures.h"
@@ -22,110 +21,31 @@
 namespace vistrel {
 namespace {
 
+using test::ByTwin;
+using test::Converted;
+using test::ConvertedBy;
+using test::DisplayP3;
+using test::ExpectNear;
+using test::Greys;
 using test::IccOfDisplay;
 using test::IccSrgbCurve;
+using test::kNoiseSide;
+using test::Noise;
+using test::Photo;
+using test::PhotoOfBytes;
+using test::Pixels;
+using test::SoftNoise;
 using test::ToBytes;
+using test::Widened;
 using namespace std::string_literals;
 
-constexpr int kSide = 40;
-
-template <typename Sample>
-DecodedPhoto Photo(const std::vector<Sample>& samples, int width, SampleFormat format) {
-    DecodedPhoto photo;
-    photo.width = width;
-    photo.height = static_cast<int>(samples.size() / 4) / width;
-    photo.format = format;
-    AllocateSamples(photo);
-    std::memcpy(photo.samples.get(), samples.data(), samples.size() * sizeof(Sample));
-    return photo;
-}
-
-DecodedPhoto PhotoOfBytes(const std::vector<std::uint8_t>& samples, int width = 1) {
-    return Photo(samples, width, SampleFormat::Bytes);
-}
-
-std::vector<std::uint8_t> Noise() {
-    return test::NoisePicture(kSide, kSide, false).rgba;
-}
-
-// Every second sample greyish, so that not most of them lie at the edges.
-std::vector<std::uint8_t> SoftNoise() {
-    std::vector<std::uint8_t> samples = Noise();
-    for (std::size_t i = 0; i < samples.size(); i += 8) {
-        samples[i + 1] = static_cast<std::uint8_t>((samples[i] + samples[i + 1] / 8) / 2);
-        samples[i + 2] = static_cast<std::uint8_t>((samples[i] + samples[i + 2] / 8) / 2);
-    }
-    return samples;
-}
-
-std::vector<std::uint8_t> Greys() {
-    std::vector<std::uint8_t> samples;
-    for (int grey = 0; grey < 256; ++grey) {
-        for (const int sample : {grey, grey, grey, 255}) {
-            samples.push_back(static_cast<std::uint8_t>(sample));
-        }
-    }
-    return samples;
-}
-
-std::vector<std::uint16_t> Widened(const std::vector<std::uint8_t>& bytes) {
-    std::vector<std::uint16_t> words;
-    words.reserve(bytes.size());
-    for (const std::uint8_t byte : bytes) words.push_back(static_cast<std::uint16_t>(byte * 257));
-    return words;
-}
-
-std::vector<std::uint8_t> Pixels(const Picture& picture) {
-    const auto bytes = static_cast<std::size_t>(picture.width) *
-                       static_cast<std::size_t>(picture.height) * kPixelBytes;
-    return {picture.pixels.get(), picture.pixels.get() + bytes};
-}
-
-std::vector<std::uint8_t> Converted(DecodedPhoto photo) {
-    return Pixels(ToSrgbPicture(std::move(photo), true));
-}
-
-std::vector<std::uint8_t> ConvertedBy(const std::string& profile,
-                                      const std::vector<std::uint8_t>& samples) {
-    DecodedPhoto photo = PhotoOfBytes(samples);
-    photo.colours.iccProfile = ToBytes(profile);
-    return Converted(std::move(photo));
-}
-
-std::vector<std::uint8_t> ByTwin(const test::PlainPrimaries& primaries,
-                                 const test::PlainCurve& curve,
-                                 const std::vector<std::uint8_t>& samples) {
-    std::vector<std::uint8_t> pixels = samples;
-    for (std::size_t i = 0; i < samples.size(); i += 4) {
-        const auto pixel = test::PlainToSrgb(
-            primaries, curve, {samples[i] / 255.0, samples[i + 1] / 255.0, samples[i + 2] / 255.0});
-        std::copy(pixel.begin(), pixel.end(), pixels.begin() + static_cast<std::ptrdiff_t>(i));
-    }
-    return pixels;
-}
-
-void ExpectNear(const std::vector<std::uint8_t>& pixels,
-                const std::vector<std::uint8_t>& expected) {
-    ASSERT_EQ(pixels.size(), expected.size());
-    int farthest = 0;
-    for (std::size_t i = 0; i < pixels.size(); ++i) {
-        farthest = std::max(farthest, std::abs(pixels[i] - expected[i]));
-    }
-    EXPECT_LE(farthest, 1);
-}
-
-const std::string& DisplayP3() {
-    static const std::string profile = IccOfDisplay(test::kPlainP3, IccSrgbCurve());
-    return profile;
-}
-
 TEST(ColourConversion, PhotographThatTellsNothingKeepsItsMemory) {
-    DecodedPhoto photo = PhotoOfBytes(Noise(), kSide);
+    DecodedPhoto photo = PhotoOfBytes(Noise(), kNoiseSide);
     const std::uint8_t* const memory = photo.samples.get();
     const Picture picture = ToSrgbPicture(std::move(photo), true);
     EXPECT_EQ(picture.pixels.get(), memory);
-    EXPECT_EQ(picture.width, kSide);
-    EXPECT_EQ(picture.height, kSide);
+    EXPECT_EQ(picture.width, kNoiseSide);
+    EXPECT_EQ(picture.height, kNoiseSide);
     EXPECT_EQ(Pixels(picture), Noise());
 }
 
@@ -302,10 +222,6 @@ TEST(ColourConversion, BrokenProfileIsIgnored) {
     EXPECT_EQ(ConvertedBy(withoutRed, Noise()), Noise());
 }
 
-double LightOfTelevision(double sample) {
-    return sample < 0.081 ? sample / 4.5 : std::pow((sample + 0.099) / 1.099, 1 / 0.45);
-}
-
 TEST(ColourConversion, ProfileOfUnknownColoursOrOfNoDeviceIsIgnored) {
     std::string ofNothing = DisplayP3();
     ofNothing.replace(16, 4, "\xC7\x52\0\x19"s);
@@ -313,64 +229,6 @@ TEST(ColourConversion, ProfileOfUnknownColoursOrOfNoDeviceIsIgnored) {
     std::string link = DisplayP3();
     link.replace(12, 4, "link");
     EXPECT_EQ(ConvertedBy(link, Noise()), Noise());
-}
-
-TEST(ColourConversion, SixteenBitsOfTelevisionAreWithinALevelOfTheDefinition) {
-    DecodedPhoto photo = Photo(Widened(SoftNoise()), 1, SampleFormat::Words);
-    photo.colours.coded = {9, 1};
-    ExpectNear(Converted(std::move(photo)),
-               ByTwin(test::kPlain2020, LightOfTelevision, SoftNoise()));
-}
-
-std::vector<std::uint8_t> ConvertedFromCodes(int primaries, int transfer,
-                                             const std::vector<std::uint8_t>& samples) {
-    DecodedPhoto photo = PhotoOfBytes(samples);
-    photo.colours.coded = {primaries, transfer};
-    return Converted(std::move(photo));
-}
-
-TEST(ColourConversion, CodesOfSrgbChangeNothing) {
-    EXPECT_EQ(ConvertedFromCodes(1, 13, Noise()), Noise());
-    EXPECT_EQ(ConvertedFromCodes(2, 13, Noise()), Noise());
-    EXPECT_EQ(ConvertedFromCodes(1, 2, Noise()), Noise());
-}
-
-TEST(ColourConversion, CodesOfDisplayP3AreItsProfile) {
-    ExpectNear(ConvertedFromCodes(12, 13, SoftNoise()), ConvertedBy(DisplayP3(), SoftNoise()));
-}
-
-TEST(ColourConversion, CodesOfTelevisionAreWithinALevelOfTheDefinition) {
-    for (const int transfer : {1, 6, 14, 15}) {
-        ExpectNear(ConvertedFromCodes(9, transfer, SoftNoise()),
-                   ByTwin(test::kPlain2020, LightOfTelevision, SoftNoise()));
-    }
-}
-
-TEST(ColourConversion, CodesOfPowersAreWithinALevelOfTheDefinition) {
-    ExpectNear(ConvertedFromCodes(1, 4, SoftNoise()),
-               ByTwin(test::kPlainSrgb, test::PlainPower(2.2), SoftNoise()));
-    ExpectNear(ConvertedFromCodes(1, 5, SoftNoise()),
-               ByTwin(test::kPlainSrgb, test::PlainPower(2.8), SoftNoise()));
-    ExpectNear(ConvertedFromCodes(1, 8, SoftNoise()),
-               ByTwin(test::kPlainSrgb, test::PlainPower(1), SoftNoise()));
-}
-
-TEST(ColourConversion, UnknownCodesChangeNothing) {
-    EXPECT_EQ(ConvertedFromCodes(250, 251, Noise()), Noise());
-}
-
-TEST(ColourConversion, GammaAndChromaticitiesAreWithinALevelOfTheDefinition) {
-    DecodedPhoto photo = PhotoOfBytes(SoftNoise());
-    photo.colours.gamma = 1 / 1.8;
-    std::copy(test::kPlainAdobe.begin(), test::kPlainAdobe.end(), photo.colours.chromaticities);
-    ExpectNear(Converted(std::move(photo)),
-               ByTwin(test::kPlainAdobe, test::PlainPower(1.8), SoftNoise()));
-}
-
-TEST(ColourConversion, ChromaticitiesThatAreNoneAreIgnored) {
-    DecodedPhoto photo = PhotoOfBytes(Noise());
-    for (double& number : photo.colours.chromaticities) number = 0.25;
-    EXPECT_EQ(Converted(std::move(photo)), Noise());
 }
 
 TEST(ColourConversion, NothingIsConvertedWhereThatIsTurnedOff) {
@@ -404,7 +262,7 @@ TEST(ColourConversion, LinearFloatsAreEncodedAlways) {
 
 TEST(ColourConversion, OpaquePictureStaysOpaque) {
     for (const bool opaque : {true, false}) {
-        DecodedPhoto photo = PhotoOfBytes(test::NoisePicture(kSide, kSide).rgba);
+        DecodedPhoto photo = PhotoOfBytes(test::NoisePicture(kNoiseSide, kNoiseSide).rgba);
         photo.opaque = opaque;
         photo.colours.iccProfile = ToBytes(DisplayP3());
         EXPECT_EQ(ToSrgbPicture(std::move(photo), true).opaque, opaque);

@@ -8,7 +8,9 @@
 
 extern "C" CURLUcode curl_url_set(CURLU* handle, CURLUPart what, const char* part, unsigned flags) {
     using Setter = CURLUcode (*)(CURLU*, CURLUPart, const char*, unsigned);
-    static const auto next = reinterpret_cast<Setter>(dlsym(RTLD_NEXT, "curl_url_set"));
+    // Not the next one in the order of search: a module has brought the library for itself alone.
+    static const auto next =
+        reinterpret_cast<Setter>(dlsym(dlopen("libcurl.so.4", RTLD_NOW), "curl_url_set"));
     const char* address = what == CURLUPART_URL ? std::getenv("VISTREL_MODEL_ADDRESS") : part;
     return next(handle, what, address, flags);
 }

@@ -76,7 +76,7 @@ class GoodBatch(Batch):
         lines = result.stderr.decode().splitlines()
         self.assertEqual(len(lines), 2 * STAGES + 1)
         for i, line in enumerate(lines[:-1]):
-            self.assertRegex(line, rf"^Processing {i // STAGES + 1} / 2: (a.jpg|B.JPEG) \(\d+ s\)$")
+            self.assertRegex(line, rf"^Processing {i // STAGES + 1} / 2: (a.jpg|B.JPEG) \(\d+ s\)(, about \d+ \w+ left)?$")
         self.assertEqual(lines[-1], "Converted 2 of 2.")
         self.assertIn(b"Using CPU Execution Provider", result.stdout)
 
@@ -113,14 +113,22 @@ class GoodBatch(Batch):
         self.assertTrue(os.path.exists(os.fsencode(self.output) + b"/\xff \xe5\x86\x99 #%s.ply"))
         self.assertIn(b": \xff \xe5\x86\x99 #%s.jpg (", result.stderr)
 
-    def test_scene_that_replaces_that_of_another_photograph_is_told(self):
+    def test_pictures_of_one_stem_get_scenes_of_their_own(self):
         self.add("a.jpg", "a.png", "b.png")
-        result = self.run_batch()
-        self.assertEqual(result.returncode, 0)
-        notes = [line for line in result.stderr.decode().splitlines() if "replaces" in line]
-        self.assertIn(notes, [["a.png: Its scene replaces that of a.jpg."],
-                              ["a.jpg: Its scene replaces that of a.png."]])
-        self.assertEqual(self.outputs(), ["a.ply", "b.ply"])
+        for policy in ("cancel", "overwrite", "skip"):
+            self.assertEqual(self.run_batch("--on-conflict", policy).returncode, 0)
+            self.assertEqual(self.outputs(), ["a.jpg.ply", "a.png.ply", "b.ply"])
+            if policy == "cancel":
+                for scene in self.output.iterdir():
+                    scene.unlink()
+        self.output = self.folder / "renamed"
+        self.assertEqual(self.run_batch("--on-conflict", "rename").returncode, 0)
+        self.assertEqual(self.outputs(), ["a(1).ply", "a.ply", "b.ply"])
+
+    def test_share_of_the_gaussians(self):
+        self.add("a.jpg")
+        self.assertEqual(self.run_batch("--keep-ratio", "0.5").returncode, 0)
+        self.assertIn(b"element vertex 2\n", (self.output / "a.ply").read_bytes())
 
     def test_folders_that_look_like_options(self):
         (self.folder / "-in").mkdir()
@@ -198,7 +206,7 @@ class FailedBatch(Batch):
         self.input.rmdir()
         result = self.run_batch()
         self.assertEqual(result.returncode, 1)
-        self.assertEqual(result.stderr.decode(), "Error: Failed to scan input directory.\n")
+        self.assertEqual(result.stderr.decode(), f"Error: {self.input}: No such file or directory\n")
         self.assertFalse(self.output.exists())
 
     def test_output_folder_that_cannot_be_made(self):
@@ -268,7 +276,7 @@ class WrongUsage(Batch):
         model = ["--model", MODELS / "echo.onnx"]
         for arguments in (["--batch", *folders], ["--batch", *model, self.input],
                           ["--batch", *model, *folders, "more"],
-                          ["--batch", "--keep-ratio", "0.5", *model, *folders],
+                          ["--batch", "--keep-ratio", "1.5", *model, *folders],
                           ["--batch", "--on-conflict", "ask", *model, *folders],
                           ["--on-conflict", "rename", *model, self.input / "a.jpg", self.output]):
             with self.subTest(arguments=arguments):
@@ -292,7 +300,7 @@ class Interrupted(Batch):
             with self.subTest(number=number):
                 self.setUp()
                 self.hold()
-                process = self.start("--on-conflict", "overwrite")
+                process = self.start("--on-conflict", "overwrite", "--then", "echo this follows >&2")
                 name = self.wait_until_writing(process)
                 process.send_signal(number)
                 self.assertIn(b"Stopping after the current file", process.stderr.readline())
@@ -365,14 +373,14 @@ class OnATerminal(Batch):
         self.assertEqual(process.wait(timeout=60), 0)
         self.assertIn("INFO", (self.folder / "log").read_text())
 
-    def test_seconds_go_on_between_reports(self):
-        self.add("a.jpg")
+    def test_seconds_go_on_between_reports_and_tell_the_time_left(self):
+        self.add("a.jpg", "b.jpg")
         self.output.mkdir()
         os.mkfifo(self.output / "a.ply")
         process, terminal = self.start_on_terminal(None)
-        self.assertRegex(self.read_until(terminal, rb", [1-9]\d* s: "), rb", [1-9]\d* s: ")
+        self.assertRegex(self.read_until(terminal, rb", [1-9]\d* s: a"), rb", [1-9]\d* s: a")
         (self.output / "a.ply").read_bytes()
-        self.read_until(terminal)
+        self.assertRegex(self.read_until(terminal), rb" 2 / 2, \d+ s, about [1-9]\d* s left: b.jpg")
         self.assertEqual(process.wait(timeout=60), 0)
 
 
