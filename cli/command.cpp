@@ -7,6 +7,8 @@
 #include <exception>
 #include <stdexcept>
 
+#include "cli/last_failure.h"
+
 namespace vistrel {
 namespace {
 
@@ -29,6 +31,7 @@ int RunCommand(const std::function<int()>& work) {
         return status;
     } catch (const std::exception& error) {
         Tell(std::string("Error: ") + error.what());
+        KeepFailure(error.what());
         return EXIT_FAILURE;
     }
 }

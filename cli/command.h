@@ -15,8 +15,9 @@ inline constexpr int kWrongUsage = 2;  // exit status
 void Tell(const std::string& line);
 
 // Runs `work` and returns the exit status: its own, or 1 with "Error: " and the reason on standard
-// error when it throws, and when something that was printed did not reach standard output. A reader
-// of the output that goes away does not stop the work. Main thread, before any other has started.
+// error when it throws, and when something that was printed did not reach standard output; the
+// reason is kept as well. A reader of the output that goes away does not stop the work. Main
+// thread, before any other has started.
 [[nodiscard]] int RunCommand(const std::function<int()>& work);
 
 // What `work` returns. Where it throws a std::runtime_error, its text has the file's name before

@@ -2,6 +2,7 @@
 // What the command line asks for.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -10,10 +11,14 @@
 #include "formats/scene_io.h"
 #include "photos/focal_length.h"
 
+namespace CLI {
+class App;
+}
+
 namespace vistrel {
 
 struct ConvertOptions {
-    enum class Task { Photograph, Scene, Many };
+    enum class Task { Photograph, Scene, Many, Report };
 
     Task task = Task::Photograph;
     std::string model;  // empty: the one that is chosen in the window
@@ -34,5 +39,8 @@ struct ParsedConvertOptions {
 
 // Looks at the input, which may be a scene or a photograph. Main thread.
 [[nodiscard]] ParsedConvertOptions ParseConvertOptions(int argc, char** argv);
+
+// Shows what the command understands; `app` is gone afterwards.
+void ShowConvertOptions(const std::function<void(const CLI::App& app)>& reader);
 
 }  // namespace vistrel

@@ -4,6 +4,7 @@
 // The log goes to standard output, stage texts and errors to standard error. Exit status 0: the
 // scene is there, of many every one; 1: it is not, or the log was lost, standard error says why; 2:
 // wrong usage.
+#include <cstdio>
 #include <cstdlib>
 #include <utility>
 
@@ -12,6 +13,7 @@
 #include "cli/convert/chosen_network.h"
 #include "cli/convert/options.h"
 #include "cli/convert/output_file.h"
+#include "cli/convert/problem_report.h"
 #include "cli/convert/scene_conversion.h"
 #include "cli/convert/single_conversion.h"
 #include "engine/onnxruntime_library.h"
@@ -49,6 +51,9 @@ int Main(int argc, char** argv) {
             return ConvertMany(std::move(options));
         case ConvertOptions::Task::Scene:
             return ConvertOther(options);
+        case ConvertOptions::Task::Report:
+            std::fputs(ProblemReport().c_str(), stdout);
+            return EXIT_SUCCESS;
         case ConvertOptions::Task::Photograph:
             break;
     }

@@ -3,10 +3,15 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <optional>
 
 #include "cli/fetch/gpu_runtime.h"
 #include "cli/fetch/model_file.h"
+
+namespace CLI {
+class App;
+}
 
 namespace vistrel {
 
@@ -24,5 +29,8 @@ struct ParsedFetchOptions {
 };
 
 [[nodiscard]] ParsedFetchOptions ParseFetchOptions(int argc, const char* const* argv);
+
+// Shows what the command understands; `app` is gone afterwards.
+void ShowFetchOptions(const std::function<void(const CLI::App& app)>& reader);
 
 }  // namespace vistrel

@@ -186,22 +186,27 @@ void Take(const CLI::App& app, const Arguments& arguments, RenderOptions& option
     NoteQuiltNames(options);
 }
 
-}  // namespace
-
-ParsedOptions ParseOptions(int argc, char** argv) {
-    ParsedOptions parsed;
-    Arguments arguments;
-    CLI::App app("Draws 3D Gaussian Splat scenes as pictures and movies, for one eye or two.",
-                 "vistrel-render");
+void DescribeRender(CLI::App& app, RenderOptions& options, Arguments& arguments) {
+    app.name("vistrel-render");
+    app.description("Draws 3D Gaussian Splat scenes as pictures and movies, for one eye or two.");
     app.footer(
         "vistrel-render scene.ply picture.png\n"
         "vistrel-render --stereo half-sbs --size 1920x1080 scene.ply television.jpg\n"
         "vistrel-render --stereo sbs one.ply two.ply --output-dir pairs --as jpg");
     app.set_version_flag("--version", "vistrel-render " VISTREL_VERSION);
-    AddViewOptions(app, parsed.options, arguments);
-    AddSpecialOptions(app, parsed.options);
-    AddInputOptions(app, parsed.options);
-    AddOutputOptions(app, parsed.options, arguments);
+    AddViewOptions(app, options, arguments);
+    AddSpecialOptions(app, options);
+    AddInputOptions(app, options);
+    AddOutputOptions(app, options, arguments);
+}
+
+}  // namespace
+
+ParsedOptions ParseOptions(int argc, char** argv) {
+    ParsedOptions parsed;
+    Arguments arguments;
+    CLI::App app;
+    DescribeRender(app, parsed.options, arguments);
     try {
         app.parse(argc, argv);
         Take(app, arguments, parsed.options);
@@ -209,6 +214,14 @@ ParsedOptions ParseOptions(int argc, char** argv) {
         parsed.status = app.exit(error) == 0 ? EXIT_SUCCESS : kWrongUsage;
     }
     return parsed;
+}
+
+void ShowRenderOptions(const std::function<void(const CLI::App& app)>& reader) {
+    RenderOptions options;
+    Arguments arguments;
+    CLI::App app;
+    DescribeRender(app, options, arguments);
+    reader(app);
 }
 
 }  // namespace vistrel

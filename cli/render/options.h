@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -17,6 +18,10 @@
 #include "render/quilt.h"
 #include "render/stereo_layout.h"
 #include "render/window_view.h"
+
+namespace CLI {
+class App;
+}
 
 namespace vistrel {
 
@@ -82,5 +87,8 @@ struct ParsedOptions {
 
 // Main thread.
 [[nodiscard]] ParsedOptions ParseOptions(int argc, char** argv);
+
+// Shows what the command understands; `app` is gone afterwards.
+void ShowRenderOptions(const std::function<void(const CLI::App& app)>& reader);
 
 }  // namespace vistrel

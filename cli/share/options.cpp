@@ -23,6 +23,13 @@ struct ShareArguments {
 };
 
 void DescribeShare(CLI::App& app, ShareOptions& options, ShareArguments& arguments) {
+    app.name("vistrel-share");
+    app.description(
+        "Puts a 3D Gaussian Splat scene into one HTML file that shows it in any browser, from the "
+        "disk or from a server.");
+    app.footer(
+        "vistrel-share scene.ply scene.html\n"
+        "vistrel-share --size-limit 10MB --poster --title \"By the lake\" lake.spz lake.html");
     app.set_version_flag("--version", "vistrel-share " VISTREL_VERSION);
     app.add_option("--title", arguments.title,
                    "Name that the page shows; if not given, that of the scene's file")
@@ -91,13 +98,7 @@ void TakeShare(const CLI::App& app, const ShareArguments& arguments, ShareOption
 ParsedShareOptions ParseShareOptions(int argc, char** argv) {
     ParsedShareOptions parsed;
     ShareArguments arguments;
-    CLI::App app(
-        "Puts a 3D Gaussian Splat scene into one HTML file that shows it in any browser, from the "
-        "disk or from a server.",
-        "vistrel-share");
-    app.footer(
-        "vistrel-share scene.ply scene.html\n"
-        "vistrel-share --size-limit 10MB --poster --title \"By the lake\" lake.spz lake.html");
+    CLI::App app;
     DescribeShare(app, parsed.options, arguments);
     try {
         app.parse(argc, argv);
@@ -106,6 +107,14 @@ ParsedShareOptions ParseShareOptions(int argc, char** argv) {
         parsed.status = app.exit(error) == 0 ? EXIT_SUCCESS : kWrongUsage;
     }
     return parsed;
+}
+
+void ShowShareOptions(const std::function<void(const CLI::App& app)>& reader) {
+    ShareOptions options;
+    ShareArguments arguments;
+    CLI::App app;
+    DescribeShare(app, options, arguments);
+    reader(app);
 }
 
 }  // namespace vistrel

@@ -4,10 +4,15 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 
 #include "formats/scene_io.h"
+
+namespace CLI {
+class App;
+}
 
 namespace vistrel {
 
@@ -29,5 +34,8 @@ struct ParsedShareOptions {
 
 // Main thread.
 [[nodiscard]] ParsedShareOptions ParseShareOptions(int argc, char** argv);
+
+// Shows what the command understands; `app` is gone afterwards.
+void ShowShareOptions(const std::function<void(const CLI::App& app)>& reader);
 
 }  // namespace vistrel

@@ -31,13 +31,14 @@ ARROWS = {
                      ["qt"]),
     "shell/start": (["shell/", "batch/", "viewer/", "ui/", "download/", "engine/", "base/"],
                     ["qt", "xcb"]),
-    "cli": (["cli/command.h", "cli/interrupts.h", "cli/long_step.h", "cli/long_work.h",
+    "cli": (["cli/command.h", "cli/interrupts.h", "cli/last_failure.h", "cli/long_step.h", "cli/long_work.h",
              "cli/output_check.h", "cli/photograph_check.h",
              "cli/chosen_model.h", "base/"], ["nlohmann"]),
     "cli/convert": (["cli/", "batch/", "photos/", "engine/", "formats/", "base/"], ["cli11"]),
     "cli/fetch": (["cli/", "download/", "engine/", "base/"], ["archive", "cli11", "nlohmann", "zlib"]),
     "cli/render": (["cli/", "render/", "formats/", "base/"], ["cli11"]),
     "cli/share": (["cli/", "render/", "formats/", "base/"], ["cli11"]),
+    "cli/texts": (["cli/"], ["cli11"]),
     # Stands between the program and libcurl for pictures of a download.
     "tools": ([], ["curl"]),
     "tests": (["tests/", "base/", "engine/", "formats/", "photos/", "render/", "download/", "batch/", "viewer/", "ui/",
@@ -159,6 +160,9 @@ LINKS = {
     "vistrel_share_command": ["vistrel_warnings", "vistrel_cli", "vistrel_pictures",
                               "CLI11::CLI11"],
     "vistrel-share": ["vistrel_warnings", "vistrel_share_command"],
+    "vistrel_texts": ["vistrel_warnings", "CLI11::CLI11"],
+    "write_command_texts": ["vistrel_warnings", "vistrel_convert_command", "vistrel_fetch_command",
+                            "vistrel_render_command", "vistrel_share_command", "vistrel_texts"],
     "local_model": ["vistrel_warnings", "${CMAKE_DL_LIBS}"],
 }
 
