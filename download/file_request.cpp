@@ -94,7 +94,7 @@ HttpFailure RequestFile(const FileSource& source, const std::vector<std::string>
         }
         Hop hop(receiver, known);
         if (!request->Send(hop)) return FailureOf(*request, "There is no answer", false);
-        if (!hop.IsRedirect()) return request->Failure();
+        if (!hop.IsRedirect()) return hop.IsCancelled() ? HttpFailure() : request->Failure();
         const std::string target = request->RedirectTarget();
         if (target.empty()) {
             return FailureOf(*request, "The server's redirect leads nowhere", true);

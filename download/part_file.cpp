@@ -93,11 +93,9 @@ void PartFile::Open() {
         descriptor_ = open(part_.c_str(), O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC | O_NOFOLLOW,
                            S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH);
         RequireCall(descriptor_ >= 0, part_);
-        if (flock(descriptor_, LOCK_EX | LOCK_NB) != 0) {
-            if (errno == EWOULDBLOCK) {
-                throw PartIsBusy(file_.native() + ": somebody else is fetching this file already");
-            }
-            FailWith(errno, part_);
+        // File systems that know no locks have it for everybody.
+        if (flock(descriptor_, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+            throw PartIsBusy(file_.native() + ": somebody else is fetching this file already");
         }
         RequireCall(fstat(descriptor_, &opened) == 0, part_);
     } while (stat(part_.c_str(), &named) != 0 || named.st_ino != opened.st_ino ||

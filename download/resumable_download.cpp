@@ -84,10 +84,10 @@ std::string InMegabytes(std::int64_t bytes) {
     return std::to_string(bytes / kMegabyte) + " MB";
 }
 
-class Transfer : public FileReceiver {
+class ResumableTransfer : public FileReceiver {
   public:
-    Transfer(const FileSource& source, FileFacts facts, const std::filesystem::path& destination,
-             DownloadWatcher& watcher)
+    ResumableTransfer(const FileSource& source, FileFacts facts,
+                      const std::filesystem::path& destination, DownloadWatcher& watcher)
         : source_(source),
           facts_(std::move(facts)),
           destination_(destination),
@@ -325,7 +325,7 @@ FileFacts AskForFile(const FileSource& source, DownloadWatcher& watcher, int tri
 
 std::string DownloadFile(const FileSource& source, const FileFacts& facts,
                          const std::filesystem::path& destination, DownloadWatcher& watcher) {
-    return Transfer(source, facts, destination, watcher).Run();
+    return ResumableTransfer(source, facts, destination, watcher).Run();
 }
 
 }  // namespace vistrel

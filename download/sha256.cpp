@@ -63,12 +63,12 @@ std::string Sha256::Digest() const {
 }
 
 Sha256 Sha256OfFile(const std::filesystem::path& file) {
-    constexpr std::uint64_t kPiece = std::uint64_t{1} << 20;
+    constexpr std::uint64_t kReadSize = std::uint64_t{1} << 20;
     const InputFile input(file);
     Sha256 sum;
-    std::vector<std::byte> buffer(kPiece);
-    for (std::uint64_t position = 0; position < input.Size(); position += kPiece) {
-        const std::span piece(buffer.data(), std::min(kPiece, input.Size() - position));
+    std::vector<std::byte> buffer(kReadSize);
+    for (std::uint64_t position = 0; position < input.Size(); position += kReadSize) {
+        const std::span piece(buffer.data(), std::min(kReadSize, input.Size() - position));
         input.Read(position, piece);
         sum.Add(piece);
     }

@@ -75,8 +75,9 @@ int ConvertMany(ConvertOptions options) {
         return kWrongUsage;
     }
     Batch batch = {.files = std::move(list.files)};
-    const bool hasPhotographs = !std::ranges::all_of(batch.files, &ListedFile::isScene);
-    if (hasPhotographs && !FindNetwork(options)) return kWrongUsage;
+    const bool needsNetwork =
+        !options.many.inputDir.empty() || !std::ranges::all_of(batch.files, &ListedFile::isScene);
+    if (needsNetwork && !FindNetwork(options)) return kWrongUsage;
     if (const auto status = ResolveConflicts(options, batch)) return *status;
     if (!batch.files.empty()) CreateOutputFolder(FromPath(options.many.outputDir / ""));
     if (!options.many.report.empty()) {

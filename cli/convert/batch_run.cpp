@@ -184,7 +184,7 @@ class BatchRun {
     }
 
     bool FollowedWell() {
-        if (options_.many.then.empty() || wasStopped_) return true;
+        if (options_.many.then.empty() || stopAsked_) return true;
         const std::string failure =
             RunShellCommand(options_.many.then, counts_, options_.many.outputDir, interrupts_);
         if (failure.empty()) return true;
@@ -196,8 +196,8 @@ class BatchRun {
         PhotoReaderOptions reading;
         reading.focal = options_.focal;
         reading.convertColours = !options_.ignoreColours;
-        reading.onNote = [this](const std::wstring& path, const std::string& note) {
-            display_.Tell(ToPath(path).filename().native() + ": " + note);
+        reading.onNote = [this](const std::wstring&, const std::string& note) {
+            display_.Tell(batch_.files[static_cast<std::size_t>(current_ - 1)].name + ": " + note);
         };
         return MakePhotoReader(std::move(reading));
     }

@@ -22,6 +22,8 @@
 namespace vistrel {
 namespace {
 
+constexpr const char* kManyFiles = "Many files";  // heading of the help
+
 void AddSpzOptions(CLI::App& app, ConvertOptions& options) {
     app.add_option_function<std::string>(
            "--spz-frame",
@@ -45,7 +47,9 @@ struct ConvertArguments {
     bool isBatch = false;
     std::string outputDir;
     std::string part;
-    std::vector<std::string> files;
+    std::string input;
+    std::string output;
+    std::vector<std::string> more;
 };
 
 void DescribePhotographs(CLI::App& app, ConvertOptions& options) {
@@ -72,45 +76,56 @@ void DescribePhotographs(CLI::App& app, ConvertOptions& options) {
                  "Take colours for sRGB, whatever the picture says about them");
 }
 
-void DescribeMany(CLI::App& app, ManyOptions& many, ConvertArguments& arguments) {
+void DescribeManyInputs(CLI::App& app, ManyOptions& many, ConvertArguments& arguments) {
+    auto* const batch = app.add_flag("--batch", arguments.isBatch,
+                                     "Convert all pictures of one folder into another: " +
+                                         ListOf(kPhotographEndings))
+                            ->group(kManyFiles);
+    app.add_flag("--recursive", many.isRecursive,
+                 "With --batch: also those of the folders below it, into equal folders; links to "
+                 "folders are not followed")
+        ->group(kManyFiles)
+        ->needs(batch);
+    app.add_option("--output-dir", arguments.outputDir,
+                   "Convert any number of pictures and scenes into this folder, which is created")
+        ->group(kManyFiles)
+        ->type_name("DIR")
+        ->excludes(batch);
+    app.add_option("--part", arguments.part,
+                   "Only every N-th of many files, beginning with the K-th, for one of N machines")
+        ->group(kManyFiles)
+        ->type_name("K/N");
+}
+
+void DescribeManyOutputs(CLI::App& app, ManyOptions& many) {
     const std::map<std::string, ConflictChoice> choices = {{"cancel", ConflictChoice::Cancel},
                                                            {"overwrite", ConflictChoice::Overwrite},
                                                            {"rename", ConflictChoice::Rename},
                                                            {"skip", ConflictChoice::Skip}};
-    auto* const batch =
-        app.add_flag("--batch", arguments.isBatch,
-                     "Convert all pictures of one folder: " + ListOf(kPhotographEndings));
-    app.add_flag("--recursive", many.isRecursive,
-                 "With --batch: also those of the folders below it, into the same folders below "
-                 "OUTPUT; links to folders are not followed")
-        ->needs(batch);
-    app.add_option("--output-dir", arguments.outputDir,
-                   "Convert any number of pictures and scenes into this folder, which is created")
-        ->type_name("DIR")
-        ->excludes(batch);
     app.add_option_function<std::string>(
            "--format", [&many](const std::string& name) { many.ending = '.' + name; },
-           "Of many: format of the scenes [ply]")
+           "Format of the scenes of many files [ply]")
+        ->group(kManyFiles)
         ->check(CLI::IsMember({"ply", "compressed.ply", "splat", "spz", "sog", "glb"}));
     app.add_option_function<std::string>(
            "--on-conflict",
            [choices, &many](const std::string& name) { many.onConflict = choices.at(name); },
-           "Of many: what happens where scenes exist already: cancel (nothing is converted), "
-           "overwrite, rename (the new ones get numbers) or skip (what is there is not made "
-           "again) [cancel]")
+           "What happens where scenes of many files exist already: cancel (nothing is converted), "
+           "overwrite, "
+           "rename (the new ones get numbers) or skip (what is there is not made again) [cancel]")
+        ->group(kManyFiles)
         ->check(CLI::IsMember({"cancel", "overwrite", "rename", "skip"}));
-    app.add_option("--part", arguments.part,
-                   "Of many: K/N is every N-th of the files, beginning with the K-th, for one of N "
-                   "machines")
-        ->type_name("K/N");
-    app.add_option("--report", many.report,
-                   "Of many: table to which each file adds a line when it has been tried: input, "
-                   "output, seconds, Gaussians, error, with tabs between them; \\t, \\n, \\r and "
-                   "\\\\ stand for characters of names; skipped files have no line")
+    app.add_option(
+           "--report", many.report,
+           "Table to which each of many files adds a line when it has been tried: input, output, "
+           "seconds, Gaussians, error, with tabs between them; \\t, \\n, \\r and \\\\ stand "
+           "for characters of names; skipped files have no line")
+        ->group(kManyFiles)
         ->type_name("FILE");
     app.add_option("--then", many.then,
-                   "Of many: command for the shell after the end, unless you stop it; knows "
+                   "Command that the shell runs after many files, unless you stop it; it knows "
                    "$VISTREL_CONVERTED, $VISTREL_FAILED, $VISTREL_SKIPPED and $VISTREL_OUTPUT_DIR")
+        ->group(kManyFiles)
         ->type_name("COMMAND");
 }
 
@@ -132,18 +147,24 @@ void DescribeConvert(CLI::App& app, ConvertOptions& options, ConvertArguments& a
         ->type_name("NUMBER")
         ->capture_default_str();
     AddSpzOptions(app, options);
-    DescribeMany(app, options.many, arguments);
-    app.add_option("FILE", arguments.files,
-                   "INPUT OUTPUT: picture to convert (JPEG, PNG, WebP, HEIC, AVIF, TIFF, JPEG XL, "
-                   "camera raw, BMP, GIF, TGA, PSD, HDR, PIC, PNM, known by content; may be a "
-                   "pipe, and - is standard input) or scene (" +
-                       ListOf(kReadEndings) +
-                       "), and scene to write, in the format of its ending (" +
-                       ListOf(kWrittenEndings) +
-                       "), the folder of which is created; with --batch the folder of pictures and "
-                       "the one for scenes; with --output-dir any number of pictures and scenes")
+    DescribeManyInputs(app, options.many, arguments);
+    DescribeManyOutputs(app, options.many);
+    // Two of their own: of a list CLI11 would take the brackets off a name such as [trip].
+    app.add_option("INPUT", arguments.input,
+                   "Picture to convert: JPEG, PNG, WebP, HEIC, AVIF, TIFF, JPEG XL, camera raw, "
+                   "BMP, GIF, TGA, PSD, HDR, PIC, PNM, known by content; may be a pipe, and - is "
+                   "standard input; or a scene: " +
+                       ListOf(kReadEndings) + "; with --batch the folder of pictures")
         ->type_name("")
         ->required();
+    app.add_option("OUTPUT", arguments.output,
+                   "Scene to write, in the format of its ending: " + ListOf(kWrittenEndings) +
+                       "; its folder is created; with --batch the folder for scenes; with "
+                       "--output-dir the second INPUT")
+        ->type_name("");
+    app.add_option("MORE", arguments.more,
+                   "With --output-dir: any number of further pictures and scenes")
+        ->type_name("");
 }
 
 void RefuseUnused(const CLI::App& app, std::initializer_list<const char*> names,
@@ -188,18 +209,26 @@ ListPart ParsePart(const std::string& text) {
     throw CLI::ValidationError("--part", "is K/N, such as 3/20, with K from 1 to N");
 }
 
+void CheckTwo(const CLI::App& app, const ConvertArguments& arguments) {
+    if (arguments.input.empty()) throw CLI::ValidationError("INPUT", "is empty");
+    if (app.count("OUTPUT") == 0) throw CLI::RequiredError("OUTPUT");
+    if (!arguments.more.empty()) {
+        throw CLI::ValidationError(arguments.more.front(), "goes with --output-dir");
+    }
+}
+
 void TakeMany(const CLI::App& app, const ConvertArguments& arguments, ConvertOptions& options) {
     ManyOptions& many = options.many;
     if (arguments.isBatch) {
-        if (arguments.files.size() != 2) {
-            throw CLI::ValidationError("FILE", "with --batch is two folders");
-        }
-        many.inputDir = arguments.files[0];
-        many.outputDir = arguments.files[1];
+        CheckTwo(app, arguments);
+        many.inputDir = arguments.input;
+        many.outputDir = arguments.output;
     } else {
-        many.files.assign(arguments.files.begin(), arguments.files.end());
+        many.files = {arguments.input};
+        if (app.count("OUTPUT") > 0) many.files.emplace_back(arguments.output);
+        many.files.insert(many.files.end(), arguments.more.begin(), arguments.more.end());
         many.outputDir = arguments.outputDir;
-        if (std::ranges::count(arguments.files, "-") > 0) {
+        if (std::ranges::count(many.files, "-") > 0) {
             throw CLI::ValidationError("-", "goes with an OUTPUT, not with --output-dir");
         }
     }
@@ -212,12 +241,9 @@ void TakeMany(const CLI::App& app, const ConvertArguments& arguments, ConvertOpt
 void TakeOne(const CLI::App& app, const ConvertArguments& arguments, ConvertOptions& options) {
     RefuseUnused(app, {"--format", "--on-conflict", "--part", "--report", "--then"},
                  "goes with --batch or --output-dir");
-    if (arguments.files.size() != 2) {
-        throw CLI::ValidationError("FILE",
-                                   "is INPUT and OUTPUT, unless there is --batch or --output-dir");
-    }
-    options.input = arguments.files[0];
-    options.output = arguments.files[1];
+    CheckTwo(app, arguments);
+    options.input = arguments.input;
+    options.output = arguments.output;
     const bool isScene = IsSceneFile(options.input);
     CheckSceneName(options.output);
     CheckSpz(app, SmallEnding(options.output), isScene);

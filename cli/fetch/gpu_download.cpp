@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "cli/fetch/gpu_download.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <stdexcept>
+#include <string>
 
 #include "base/text_encoding.h"
 #include "base/user_folders.h"
@@ -15,6 +17,8 @@ namespace vistrel {
 namespace {
 
 namespace fs = std::filesystem;
+
+constexpr std::uint64_t kBytesPerMegabyte = 1'000'000;
 
 FileSource SourceOf(const GpuPackage& package, const GpuOptions& options) {
     FileSource source;
@@ -35,6 +39,10 @@ fs::path DownloadGpuPackage(const GpuOptions& options, LongStep& step) {
     step.Begin("");
     TransferDisplay display(step);
     const FileSource source = SourceOf(*package, options);
+    display.OnNotice("Fetching ONNX Runtime " + std::string(package->version) + " for CUDA " +
+                     std::to_string(package->cuda) + ", " +
+                     std::to_string(package->bytes / kBytesPerMegabyte) + " MB, from " +
+                     source.url + ".");
     FileFacts facts = AskForFile(source, display);
     facts.sha256 = package->sha256;
     static_cast<void>(DownloadFile(source, facts, file, display));

@@ -14,7 +14,7 @@ struct GpuPackage {
     std::string_view version;  // of ONNX Runtime
     std::string_view file;
     std::string_view url;
-    std::uint64_t bytes;
+    std::uint64_t bytes;  // told, but not compared: the checksum decides
     std::string_view sha256;
 };
 

@@ -17,8 +17,12 @@ void DescribeModel(CLI::App& app, ModelFetchOptions& options) {
         ->capture_default_str();
     app.add_flag("--accept-licence", options.licenceAccepted,
                  "Agree to the licence of the weights, which is shown and asked about otherwise");
-    app.add_flag("!--no-select", options.select,
-                 "Leave the choice of the network, which the window shows, as it is");
+    app.add_flag_callback(
+        "--no-select", [&options] { options.select = false; },
+        "Leave the choice of the network, which the window shows, as it is");
+    app.footer(
+        "In the environment, HF_ENDPOINT names another hub, HF_TOKEN tells the hub, and nobody\n"
+        "else, who asks, https_proxy names a proxy, SSL_CERT_FILE the certificates to trust.");
 }
 
 void DescribeGpu(CLI::App& app, GpuOptions& options) {

@@ -3,6 +3,7 @@
 
 #include <archive.h>
 #include <archive_entry.h>
+#include <zlib.h>
 
 #include <algorithm>
 #include <array>
@@ -91,6 +92,27 @@ void RequireSensible(std::int64_t bytes, std::int64_t most) {
     if (bytes > most) throw std::runtime_error("It holds more than any package of ONNX Runtime.");
 }
 
+struct CloseGzip {
+    void operator()(gzFile_s* file) const { gzclose_r(file); }
+};
+
+// libarchive passes over the checksum at the end of what gzip has packed.
+void RequireSoundGzip(const fs::path& package) {
+    const std::unique_ptr<gzFile_s, CloseGzip> file(gzopen(package.c_str(), "rbe"));
+    if (file == nullptr) throw std::runtime_error("It cannot be opened.");
+    std::vector<char> piece(kPackagePiece);
+    std::int64_t bytes = 0;
+    int got = 0;
+    while ((got = gzread(file.get(), piece.data(), static_cast<unsigned>(piece.size()))) > 0) {
+        if (gzdirect(file.get()) == 1) return;  // of another kind
+        bytes += got;
+        RequireSensible(bytes, kMostBytesOfPackage);
+    }
+    int error = Z_OK;
+    const char* const reason = gzerror(file.get(), &error);
+    if (error != Z_OK) throw std::runtime_error(std::string("It cannot be read: ") + reason + ".");
+}
+
 void WriteMember(archive* read, const fs::path& file) {
     NewFile out(file);
     std::vector<char> piece(kPackagePiece);
@@ -107,6 +129,7 @@ void WriteMember(archive* read, const fs::path& file) {
 }
 
 void TakeFromArchive(const fs::path& package, const fs::path& folder) {
+    RequireSoundGzip(package);
     const Archive read = OpenPackage(package);
     Missing missing;
     std::int64_t bytes = 0;

@@ -14,8 +14,8 @@ endfunction()
 
 # What dpkg does itself.
 file(STRINGS "${_program}/runtime_packages" _packages REGEX "^[^#]")
-foreach(_name README.md install install-dependencies uninstall folders.sh openers.sh manifest
-              runtime_packages LICENSE)
+foreach(_name LICENSE README.md folders.sh install install-dependencies manifest openers.sh
+              runtime_packages uninstall)
   file(REMOVE "${_program}/${_name}")
 endforeach()
 
@@ -29,9 +29,7 @@ file(COPY ${CPACK_VISTREL_MANUALS} DESTINATION "${_program}"
      FILE_PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
 
 file(RENAME "${_program}/share" "${_share}")
-if(EXISTS "${_share}/zsh/site-functions")
-  file(RENAME "${_share}/zsh/site-functions" "${_share}/zsh/vendor-completions")
-endif()
+file(RENAME "${_share}/zsh/site-functions" "${_share}/zsh/vendor-completions")
 file(GLOB _man_pages "${_share}/man/man1/*.1")
 foreach(_page IN LISTS _man_pages)
   _put_compressed("${_page}")
@@ -43,7 +41,8 @@ file(RENAME "${_program}/THIRD_PARTY_NOTICES" "${_documents}/THIRD_PARTY_NOTICES
 file(REMOVE_RECURSE "${_program}/docs")
 file(COPY "${CMAKE_CURRENT_LIST_DIR}/copyright" DESTINATION "${_documents}")
 file(STRINGS "${_share}/metainfo/org.vistrel.vistrel.metainfo.xml" _releases REGEX "<release ")
-string(REGEX REPLACE ".*date=\"([0-9-]+)\".*" "\\1" _day "${_releases}")
+list(GET _releases 0 _latest)
+string(REGEX REPLACE ".*date=\"([0-9-]+)\".*" "\\1" _day "${_latest}")
 execute_process(COMMAND "${CMAKE_COMMAND}" -E env LC_ALL=C date --utc --rfc-email "--date=${_day}"
                 OUTPUT_VARIABLE _date OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
 configure_file("${CMAKE_CURRENT_LIST_DIR}/../../CHANGELOG.md" "${_documents}/changelog" COPYONLY)
@@ -81,7 +80,10 @@ execute_process(
   COMMAND "${_dpkg_shlibdeps}" -O "-l${_program}" --ignore-missing-info ${_binaries}
   WORKING_DIRECTORY "${_sources}"
   OUTPUT_VARIABLE _told OUTPUT_STRIP_TRAILING_WHITESPACE
-  ERROR_VARIABLE _warnings COMMAND_ERROR_IS_FATAL ANY)
+  ERROR_VARIABLE _said RESULT_VARIABLE _status)
+if(_status)
+  message(FATAL_ERROR "${_said}")
+endif()
 string(REPLACE "shlibs:Depends=" "" _depends "${_told}")
 
 # What else it needs, and what it can do without.

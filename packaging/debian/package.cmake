@@ -6,7 +6,6 @@ endif()
 
 set(CPACK_PACKAGING_INSTALL_PREFIX "/usr/lib/vistrel")
 set(CPACK_PRE_BUILD_SCRIPTS "${CMAKE_CURRENT_LIST_DIR}/arrange.cmake")
-set(CPACK_STRIP_FILES OFF) # what is ours is stripped already
 
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 if(NOT CPACK_DEBIAN_COMPRESSION_TYPE)

@@ -19,8 +19,8 @@ struct DesktopCalls {
     std::function<void(const QList<QUrl>& files)> open;  // comes after `activate`
 };
 
-// Thread of the event loop. Nobody waits for the bus, and without one there are no calls. Of several
-// programs the first has the calls, and the next once that one ends.
+// Thread of the event loop. Nobody waits for the bus, and without one there are no calls. Of
+// several programs the first has the calls, and the next once that one ends.
 class DesktopService : public QDBusVirtualObject {
   public:
     explicit DesktopService(DesktopCalls calls,

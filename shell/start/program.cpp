@@ -39,16 +39,17 @@ void RunBatch(QWidget* owner, const std::shared_ptr<ConversionEngine>& engine,
 
 // An open dialog keeps files away, as it does those that are dropped on the window.
 std::unique_ptr<QObject> AnswerDesktop(MainWindow& window) {
-    return std::make_unique<DesktopService>(DesktopCalls{
-        .activate =
-            [&window](const QVariantMap& platformData) {
-                QWidget* const dialog = QApplication::activeModalWidget();
-                BringToFront(dialog != nullptr ? *dialog : window, platformData);
-            },
-        .open =
-            [&window](const QList<QUrl>& files) {
-                if (QApplication::activeModalWidget() == nullptr) window.TakeFiles(files);
-            }});
+    return std::make_unique<DesktopService>(
+        DesktopCalls{.activate =
+                         [&window](const QVariantMap& platformData) {
+                             QWidget* const dialog = QApplication::activeModalWidget();
+                             BringToFront(dialog != nullptr ? *dialog : window, platformData);
+                         },
+                     .open =
+                         [&window](const QList<QUrl>& files) {
+                             if (QApplication::activeModalWidget() == nullptr)
+                                 window.TakeFiles(files);
+                         }});
 }
 
 ProgramWindow MakeMainWindow(const ProgramFiles& files, MainWindowServices services) {

@@ -3,6 +3,9 @@
 
 #include <QGuiApplication>
 #include <QWidget>
+#include <QWindow>
+
+#include "shell/start/x11_window.h"
 
 namespace vistrel {
 
@@ -13,7 +16,8 @@ void BringToFront(QWidget& window, const QVariantMap& platformData) {
         qputenv("XDG_ACTIVATION_TOKEN", token);
     if (window.isMinimized()) window.setWindowState(window.windowState() & ~Qt::WindowMinimized);
     window.raise();
-    window.activateWindow();
+    const QByteArray startupId = platformData.value("desktop-startup-id").toString().toUtf8();
+    if (!AnswerStartup(*window.windowHandle(), startupId)) window.activateWindow();
 }
 
 }  // namespace vistrel

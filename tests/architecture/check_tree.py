@@ -35,7 +35,7 @@ ARROWS = {
              "cli/output_check.h", "cli/photograph_check.h",
              "cli/chosen_model.h", "base/"], ["nlohmann"]),
     "cli/convert": (["cli/", "batch/", "photos/", "engine/", "formats/", "base/"], ["cli11"]),
-    "cli/fetch": (["cli/", "download/", "engine/", "base/"], ["archive", "cli11", "nlohmann"]),
+    "cli/fetch": (["cli/", "download/", "engine/", "base/"], ["archive", "cli11", "nlohmann", "zlib"]),
     "cli/render": (["cli/", "render/", "formats/", "base/"], ["cli11"]),
     "cli/share": (["cli/", "render/", "formats/", "base/"], ["cli11"]),
     "cli/texts": (["cli/"], ["cli11"]),
@@ -105,7 +105,7 @@ ONE_FILE_ONLY = {
     "render": ["jpeglib.h", "png.h", "webp/encode.h"],
     "download": ["curl/curl.h", "openssl/evp.h"],
     "shell/start": ["xcb/xcb.h"],
-    "cli": ["archive.h", "nlohmann/json.hpp"],
+    "cli": ["archive.h", "nlohmann/json.hpp", "zlib.h"],
 }
 
 # Folders whose headers show no third party.
@@ -150,7 +150,7 @@ LINKS = {
                                 "CLI11::CLI11"],
     "vistrel-convert": ["vistrel_warnings", "vistrel_convert_command"],
     "vistrel_fetch_command": ["vistrel_warnings", "vistrel_cli", "vistrel_resumable",
-                              "vistrel_engine", "CLI11::CLI11", "LibArchive::LibArchive",
+                              "vistrel_engine", "CLI11::CLI11", "LibArchive::LibArchive", "ZLIB::ZLIB",
                               "${CMAKE_DL_LIBS}",
                               "nlohmann_json::nlohmann_json"],
     "vistrel-fetch": ["vistrel_warnings", "vistrel_fetch_command"],

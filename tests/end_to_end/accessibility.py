@@ -2,13 +2,13 @@
 """What a screen reader is told: the controls of a program, and where the keyboard focus is."""
 
 import os
-import subprocess
 
 import gi
 gi.require_version("Atspi", "2.0")
 from gi.repository import Atspi, GLib  # noqa: E402
 
 from display import wait_for
+from session_bus import SessionBus
 
 
 class Bus:
@@ -20,26 +20,15 @@ class Bus:
         environment = display.environment | {
             "HOME": str(folder), "XDG_RUNTIME_DIR": str(folder), "XDG_DATA_HOME": str(folder),
             "GSETTINGS_BACKEND": "memory"}
-        self.process = subprocess.Popen(
-            ["dbus-daemon", "--session", "--nofork", "--nosyslog", "--print-address",
-             f"--address=unix:dir={folder}"],
-            env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-            stderr=display.log, text=True)
-        address = self.process.stdout.readline().strip()
-        if not address:
-            raise RuntimeError("dbus-daemon ended")
+        self.bus = SessionBus(environment, display.log)
+        # The registry ends with its bus.
+        self.close = self.bus.close
         # For the program. On a desktop its toolkit would ask whether there is a screen reader.
-        self.environment = {"DBUS_SESSION_BUS_ADDRESS": address,
+        self.environment = {"DBUS_SESSION_BUS_ADDRESS": self.bus.address,
                             "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1"}
-        os.environ |= {"DBUS_SESSION_BUS_ADDRESS": address,
+        os.environ |= {"DBUS_SESSION_BUS_ADDRESS": self.bus.address,
                        "DISPLAY": display.environment["DISPLAY"]}
         Atspi.init()
-
-    def close(self):
-        """The registry ends with its bus."""
-        self.process.kill()
-        self.process.wait()
-        self.process.stdout.close()
 
 
 class Control:

@@ -2,6 +2,7 @@
 // Which library of ONNX Runtime is opened, and which is refused.
 #include "engine/onnxruntime_library.h"
 
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -102,6 +103,10 @@ TEST_F(OwnOnnxRuntime, IsUsedOnceItIsMended) {
         },
         false));
     EXPECT_TRUE(used);
+}
+
+TEST(UnneededOnnxRuntime, IsNotOpened) {
+    EXPECT_EQ(dlopen(kOnnxRuntimeFile, RTLD_LAZY | RTLD_NOLOAD), nullptr);
 }
 
 TEST(SilentOnnxRuntime, IsWhatTheEnvironmentSaysUnlessItSaysSomething) {

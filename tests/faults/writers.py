@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 """The program's own files: settings, extracted files, saved pictures, the downloaded network."""
 
+import hashlib
 import json
 import os
 import subprocess
@@ -199,3 +200,53 @@ class Download(FirstDownload):
     def prepare(self, folder):
         (folder / "Models").mkdir()
         (folder / "Models/net.onnx").write_bytes(b"older" * 1000)
+
+
+class HubAnswer(Answer):
+    """Sends on to where the file is."""
+    def do_GET(self):
+        if self.path == "/file":
+            super().do_GET()
+            return
+        self.send_response(302)
+        self.send_header("Location", "/file")
+        self.send_header("X-Linked-Etag", hashlib.sha256(b"n" * NETWORK_SIZE).hexdigest())
+        self.send_header("X-Linked-Size", str(NETWORK_SIZE))
+        self.end_headers()
+
+
+class FetchedNetwork(Operation):
+    """By vistrel-fetch, over a file that is another, with settings of others."""
+    message = r"^Error: .+"
+    tells_of_more = True  # the network may be there when the settings cannot be had
+    usual = 4
+    usual_kills = 20
+
+    def __init__(self, programs):
+        super().__init__(programs)
+        self.server = ThreadingHTTPServer(("127.0.0.1", 0), HubAnswer)
+        threading.Thread(target=self.server.serve_forever, daemon=True).start()
+
+    def prepare(self, folder):
+        (folder / "Models").mkdir()
+        (folder / "Models/sharp_fp16.onnx").write_bytes(b"older" * 1000)
+        (folder / "Vistrel").mkdir()
+        (folder / "Vistrel/settings.json").write_text('{"of others": [1, 2, 3]}')
+
+    def command(self, folder):
+        return [self.programs / "vistrel-fetch", "model", "--accept-licence", "--to", folder / "Models"]
+
+    def options(self, folder):
+        environment = {name: value for name, value in os.environ.items()
+                       if not name.lower().endswith("_proxy") and not name.startswith("HF_")}
+        return {"env": environment | {"HF_ENDPOINT": f"http://127.0.0.1:{self.server.server_port}",
+                                      "XDG_CONFIG_HOME": str(folder), "HOME": str(folder / "home")}}
+
+    def is_part(self, name):
+        return name in ("Models/sharp_fp16.onnx.part", "Models/sharp_fp16.onnx.part.origin")
+
+    def may_be_left(self, name, _entry, _run):
+        return self.is_part(name)
+
+    def may_survive_a_kill(self, name, entry, call, good):
+        return self.is_part(name) or super().may_survive_a_kill(name, entry, call, good)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Any bytes as the settings file. Loading takes from it what has its type and nothing else; saving
-// leaves JSON that says the same again, in which the members of others are as they were.
+// leaves JSON that says the same again, in which the members of others are as they were. What the
+// commands choose is found, and nothing else is changed.
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -18,8 +19,10 @@
 #include <iterator>
 #include <limits>
 #include <map>
+#include <stdexcept>
 #include <string>
 
+#include "cli/chosen_model.h"
 #include "tests/fuzz/json_generator.h"
 #include "tests/fuzz/require.h"
 #include "tests/fuzz/scratch_folder.h"
@@ -186,8 +189,25 @@ void RequireSaved(const std::string& text, const AppSettings& settings, const QJ
     Require(object["depth"].toString().toStdString() == SixDigits(settings.depth));
 }
 
+void RequireChosen(const std::filesystem::path& file, const std::string& text) {
+    std::ofstream(file, std::ios::binary) << text;
+    try {
+        ChooseModel("/new");
+    } catch (const std::runtime_error&) {
+        Require(test::ReadFile(file) == text);
+        return;
+    }
+    Require(ChosenModel() == "/new");
+    const QJsonDocument former = Parse(text);
+    if (!former.isObject()) return;  // the two libraries differ in what they bear
+    QJsonObject expected = former.object();
+    expected.insert("modelPath", "/new");
+    Require(IsSame(expected, Parse(test::ReadFile(file)).object()));
+}
+
 void RunOne(const std::string& text) {
     const std::filesystem::path file = SettingsFolder() / "settings.json";
+    RequireChosen(file, text);
     std::ofstream(file, std::ios::binary) << text;
     const QJsonDocument document = Parse(text);
     AppSettings settings = Unusual();

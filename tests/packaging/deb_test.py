@@ -19,7 +19,8 @@ sys.path.insert(0, str(SOURCE / "tests" / "end_to_end"))
 from display import Display, wait_for  # noqa: E402
 
 BUILD = Path(os.environ["VISTREL_BIN"]).parent
-COMMANDS = {"vistrel", "vistrel-convert", "vistrel-fetch", "vistrel-make-scene", "vistrel-render", "vistrel-share"}
+CONSOLE = {"vistrel-convert", "vistrel-fetch", "vistrel-render", "vistrel-share"}
+COMMANDS = CONSOLE | {"vistrel", "vistrel-make-scene"}
 PROGRAM = {*COMMANDS, "WebView2Loader.dll", "common.sh", "help_en.html", "help_jp.html", "libonnxruntime.so.1",
            "resources/relief/vistrel_relief_demo.onnx", "resources/sample/autumn_lake.jpg", "vistrel_http.so",
            *(f"photos/{name}.so" for name in ("heif", "jxl", "raw", "tiff", "webp"))}
@@ -27,6 +28,9 @@ SHARED = {"applications/org.vistrel.vistrel.desktop", "applications/vistrel-make
           "dbus-1/services/org.vistrel.vistrel.service", "icons/hicolor/scalable/apps/vistrel.svg",
           *(f"icons/hicolor/{size}x{size}/apps/vistrel.png" for size in (16, 32, 48, 128, 256)),
           "lintian/overrides/vistrel", "metainfo/org.vistrel.vistrel.metainfo.xml", "mime/packages/vistrel.xml",
+          *(f"bash-completion/completions/{name}" for name in CONSOLE),
+          *(f"zsh/vendor-completions/_{name}" for name in CONSOLE),
+          *(f"man/man1/{name}.1.gz" for name in COMMANDS),
           *(f"doc/vistrel/{name}" for name in ("THIRD_PARTY_NOTICES", "changelog.Debian.gz", "changelog.gz",
                                                "copyright", "many_machines.md"))}
 # The user nobody, whom every Debian has.
@@ -132,7 +136,7 @@ class Programs(unittest.TestCase):
             self.addCleanup(folder.chmod, 0o755)
 
     def test_each_tells_its_version(self):
-        for name in sorted(COMMANDS - {"vistrel", "vistrel-make-scene"}):
+        for name in sorted(CONSOLE):
             with self.subTest(name):
                 told = output(Package.root / "usr/bin" / name, "--version", **self.user)
                 self.assertRegex(told, rf"^{name} \d+\.\d+")

@@ -18,9 +18,11 @@ from pathlib import Path
 SOURCE = Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(SOURCE / "tests" / "end_to_end"))
 from display import Display, wait_for  # noqa: E402
+from session_bus import SessionBus  # noqa: E402
 
 BINARIES = Path(os.environ["VISTREL_BIN"])
-WINDOW = "org.vistrel.vistrel.desktop"
+NAME = "org.vistrel.vistrel"
+WINDOW = f"{NAME}.desktop"
 RELIEF = "resources/relief/vistrel_relief_demo.onnx"
 LIBRARIES_AND_PROGRAMS = {"vistrel", "vistrel-convert", "vistrel-fetch", "vistrel-render", "vistrel-share",
                           "WebView2Loader.dll", "libonnxruntime.so.1"}
@@ -29,7 +31,10 @@ SHARED = {f"share/icons/hicolor/{size}x{size}/apps/vistrel.png" for size in (16,
     "share/icons/hicolor/scalable/apps/vistrel.svg", f"share/applications/{WINDOW}",
     "share/dbus-1/services/org.vistrel.vistrel.service",
     "share/applications/vistrel-make-scene.desktop",
-    "share/metainfo/org.vistrel.vistrel.metainfo.xml", "share/mime/packages/vistrel.xml"}
+    "share/metainfo/org.vistrel.vistrel.metainfo.xml", "share/mime/packages/vistrel.xml"} | {
+    f"share/{place}" for name in ("vistrel-convert", "vistrel-fetch", "vistrel-render", "vistrel-share")
+    for place in (f"bash-completion/completions/{name}", f"zsh/site-functions/_{name}", f"man/man1/{name}.1")} | {
+    f"share/man/man1/{name}.1" for name in ("vistrel", "vistrel-make-scene")}
 OTHERS = {"LICENSE", "README.md", "THIRD_PARTY_NOTICES", "common.sh", "docs/many_machines.md", "folders.sh",
           "install", "install-dependencies", "manifest", RELIEF, "resources/sample/autumn_lake.jpg",
           "openers.sh", "runtime_packages", "uninstall", "vistrel-make-scene"}
@@ -214,6 +219,21 @@ class Installed(PackageCase):
         self.assertEqual(status, 0, (self.home / "output.log").read_text(errors="replace"))
         # The network of a first start.
         self.assertEqual(json.loads(self.settings().read_text())["modelPath"], str(self.program / RELIEF))
+
+    def test_the_session_bus_knows_how_to_start_the_program(self):
+        display = Display(self.home / "display of the bus")
+        self.addCleanup(display.close)
+        # The bus takes the home that the system knows, unless it is told.
+        environment = self.environment | {"XDG_DATA_HOME": str(self.home / ".local/share"),
+                                          "DISPLAY": display.environment["DISPLAY"],
+                                          "QT_QPA_PLATFORM": "xcb", "QTWEBENGINE_DISABLE_SANDBOX": "1"}
+        with open(self.home / "bus.log", "wb") as log:
+            bus = SessionBus(environment, log)
+        self.addCleanup(bus.close)
+        bus.call(NAME, "/org/vistrel/vistrel", "org.freedesktop.Application.Activate", "@a{sv} {}")
+        process = bus.owner(NAME)
+        self.addCleanup(os.kill, process, signal.SIGKILL)
+        self.assertEqual(os.readlink(f"/proc/{process}/exe"), str(self.program / "vistrel"))
 
     def test_the_converter_converts_with_what_is_in_the_package(self):
         photo = self.program / "resources/sample/autumn_lake.jpg"

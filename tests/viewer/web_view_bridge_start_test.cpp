@@ -100,8 +100,7 @@ TEST_F(WebViewBridgeStart, FolderWithAnyNameIsWholeInTheAddress) {
 
 TEST_F(WebViewBridgeStart, WithoutAParentThereIsNoHostWindow) {
     bridge_->Prepare(nullptr, QRect(0, 0, 10, 10));
-    EXPECT_FALSE(
-        bridge_->Initialize(L"/t", [this](bool ready) { answers_.push_back(ready); }));
+    EXPECT_FALSE(bridge_->Initialize(L"/t", [this](bool ready) { answers_.push_back(ready); }));
     EXPECT_EQ(answers_, std::vector{false});
     EXPECT_TRUE(browser_.calls.empty());
 }

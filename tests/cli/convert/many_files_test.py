@@ -31,8 +31,13 @@ class ManyFilesTest(ConversionTest):
     def run_list(self, *words, **how):
         return self.run_program("--output-dir", self.output, *words, **how)
 
+    def outputs(self):
+        """Without what killed processes leave where the file system has no unnamed files."""
+        return [path for path in self.output.rglob("*")
+                if path.is_file() and not path.name.startswith(".vistrel-")]
+
     def scenes(self):
-        return sorted(str(path.relative_to(self.output)) for path in self.output.rglob("*") if path.is_file())
+        return sorted(str(path.relative_to(self.output)) for path in self.outputs())
 
     def check(self, result, status, last_line):
         said = os.fsdecode(result.stderr)
@@ -55,6 +60,14 @@ class Tree(ManyFilesTest):
         self.assertEqual([line.split(" (")[0] for line in told[:-1:4]],
                          [f"Processing {i + 1} / 4: {name}"
                           for i, name in enumerate(["a.jpg", "b/d.jpg", "b/z.jpg", "c.jpg"])])
+
+    def test_folders_in_brackets(self):
+        self.add_photographs("[day]/[a].jpg")
+        self.output = self.folder / "[scenes]"
+        result = self.run_program("--batch", "--recursive", "[in]", "[scenes]",
+                                  cwd=self.input.rename(self.folder / "[in]").parent)
+        self.check(result, 0, "Converted 1 of 1.")
+        self.assertEqual(self.scenes(), ["[day]/[a].ply"])
 
     def test_links_to_folders_are_not_followed(self):
         self.add_photographs("trip/a.jpg")
@@ -159,7 +172,7 @@ class Options(ManyFilesTest):
         photo = self.input / "a.jpg"
         for words in (["--recursive", photo, "x.ply"], ["--part", "1/2", photo, "x.ply"], ["--then", "true", photo, "x.ply"],
                       ["--report", "x", photo, "x.ply"], ["--format", "spz", photo, "x.ply"],
-                      ["--batch", "--output-dir", "x", self.input, "y"], ["--batch", self.input],
+                      ["--batch", "--output-dir", "x", self.input, "y"], ["--batch", self.input], ["--batch", "", "y"],
                       *(["--batch", "--part", part, self.input, "x"] for part in ("0/2", "3/2", "2", "1/2x", "/", "-1/2"))):
             with self.subTest(words=words):
                 before = self.everything()
@@ -207,7 +220,7 @@ class Killed(ManyFilesTest):
     LINES = 4  # that tell of a photograph, each as a stage begins
 
     def facts(self):
-        return {path: (path.stat().st_ino, path.stat().st_mtime_ns) for path in self.output.rglob("*") if path.is_file()}
+        return {path: (path.stat().st_ino, path.stat().st_mtime_ns) for path in self.outputs()}
 
     def kill_at(self, words, line):
         """Whether the program was killed and had not ended by itself."""

@@ -300,7 +300,7 @@ class Interrupted(Batch):
             with self.subTest(number=number):
                 self.setUp()
                 self.hold()
-                process = self.start("--on-conflict", "overwrite")
+                process = self.start("--on-conflict", "overwrite", "--then", "echo this follows >&2")
                 name = self.wait_until_writing(process)
                 process.send_signal(number)
                 self.assertIn(b"Stopping after the current file", process.stderr.readline())
@@ -373,14 +373,14 @@ class OnATerminal(Batch):
         self.assertEqual(process.wait(timeout=60), 0)
         self.assertIn("INFO", (self.folder / "log").read_text())
 
-    def test_seconds_go_on_between_reports(self):
-        self.add("a.jpg")
+    def test_seconds_go_on_between_reports_and_tell_the_time_left(self):
+        self.add("a.jpg", "b.jpg")
         self.output.mkdir()
         os.mkfifo(self.output / "a.ply")
         process, terminal = self.start_on_terminal(None)
-        self.assertRegex(self.read_until(terminal, rb", [1-9]\d* s: "), rb", [1-9]\d* s: ")
+        self.assertRegex(self.read_until(terminal, rb", [1-9]\d* s: a"), rb", [1-9]\d* s: a")
         (self.output / "a.ply").read_bytes()
-        self.read_until(terminal)
+        self.assertRegex(self.read_until(terminal), rb" 2 / 2, \d+ s, about [1-9]\d* s left: b.jpg")
         self.assertEqual(process.wait(timeout=60), 0)
 
 

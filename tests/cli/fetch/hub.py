@@ -109,6 +109,7 @@ class Hub:
                 accepted, _ = self.listener.accept()
             except OSError:
                 return
+            accepted.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
             threading.Thread(target=self._serve, args=(accepted,), daemon=True).start()
 
     def _serve(self, accepted):

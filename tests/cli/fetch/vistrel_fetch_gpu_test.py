@@ -81,9 +81,13 @@ class GpuTest(unittest.TestCase):
         self.data = self.folder / "data" / "Vistrel"
         self.runtime = self.data / "Runtime"
 
+    @property
+    def environment(self):
+        own = {"HOME": str(self.folder), "XDG_DATA_HOME": str(self.folder / "data")}
+        return {**{name: os.environ[name] for name in os.environ if name != "LD_LIBRARY_PATH"}, **own}
+
     def run_it(self, *words, libraries_in=None, **how):
-        environment = {**os.environ, "HOME": str(self.folder), "XDG_DATA_HOME": str(self.folder / "data")}
-        environment.pop("LD_LIBRARY_PATH", None)
+        environment = self.environment
         if libraries_in:
             environment["LD_LIBRARY_PATH"] = str(libraries_in)
         return subprocess.run([PROGRAM, "gpu", *words], env=environment, capture_output=True, text=True,
@@ -110,7 +114,7 @@ class GpuTest(unittest.TestCase):
         return done
 
     def put_former(self):
-        self.runtime.mkdir(parents=True)
+        self.runtime.mkdir(parents=True, exist_ok=True)
         for name in FILES:
             (self.runtime / name).write_bytes(b"former")
 
@@ -187,6 +191,25 @@ class PackageTest(GpuTest):
         self.check_install(tgz(release(libraries())))
 
 
+    def test_killed_at_any_moment_it_leaves_the_former_or_the_new_one(self):
+        files = libraries()
+        package = self.package(tgz(release(files)))
+        former = dict.fromkeys(FILES, b"former")
+        for moment in range(15):
+            self.put_former()
+            process = subprocess.Popen([PROGRAM, "gpu", "--from", package], env=self.environment,
+                                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+            try:
+                process.wait(timeout=moment / 250)
+            except subprocess.TimeoutExpired:
+                process.kill()
+                process.wait()
+            found = {name: (self.runtime / name).read_bytes() for name in FILES}
+            self.assertIn(found, (former, files))
+        self.run_it("--from", package)
+        self.check_installed(files)
+
+
 class RefusalTest(GpuTest):
     def test_cut_archive(self):
         for pack, name in ((tgz, "a.tgz"), (zipped, "a.whl")):
@@ -195,6 +218,11 @@ class RefusalTest(GpuTest):
             for size in (0, 1, 100, len(whole) // 2, len(whole) * 3 // 4):
                 with self.subTest(name=name, size=size):
                     self.check_refused(self.package(whole[:size], name), name)
+
+    def test_archive_with_a_wrong_byte(self):
+        whole = bytearray(tgz(release(libraries())))
+        whole[-6] ^= 1  # of the checksum
+        self.check_refused(self.package(whole), "package.tgz")
 
     def test_package_for_python_with_a_wrong_byte(self):
         members = [member for member in release(libraries()) if isinstance(member[1], bytes)]

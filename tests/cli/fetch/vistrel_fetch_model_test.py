@@ -102,6 +102,14 @@ class Arrival(FetchTest):
         self.assertEqual(json.loads(self.settings.read_text()), {"modelPath": str(self.file)})
         self.assertIn(self.hub.sum, result.stderr)
 
+    def test_a_terminal_has_one_line_that_changes_and_goes(self):
+        terminal, other = pty.openpty()
+        self.addCleanup(os.close, terminal)
+        with os.fdopen(other, "wb") as stderr:
+            self.assertEqual(self.start(stderr=stderr).wait(), 0)
+            told = os.read(terminal, 10_000)
+        self.assertRegex(told, rb"^\r0 of 0 MB\x1b\[K(\r0 of 0 MB\x1b\[K)*\r\x1b\[K/")
+
     def test_another_folder_and_no_choice(self):
         result = self.fetch("--to", self.home / "my models", "--no-select")
         self.assertEqual(result.returncode, 0, result.stderr)

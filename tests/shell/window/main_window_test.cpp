@@ -9,6 +9,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMimeData>
+#include <QPointer>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QSlider>
@@ -71,6 +72,76 @@ TEST_F(MainWindowTest, BrowserBeginsWithItsFinalPlace) {
     ASSERT_NE(host, nullptr);
     EXPECT_EQ(host->geometry().topLeft(), QPoint(290, 0));
     EXPECT_EQ(host->width(), 910);
+}
+
+TEST_F(MainWindowTest, BrowserIsLoadedOnceTheWindowIsOnTheScreen) {
+    window = std::make_unique<MainWindow>(L"/web", L"/app", services);
+    test::DeliverPosted();
+    EXPECT_TRUE(browser.calls.empty());
+    window->show();
+    EXPECT_TRUE(browser.calls.empty());
+    EXPECT_TRUE(WaitUntil([this] { return !browser.calls.empty(); }));
+}
+
+TEST_F(MainWindowTest, BrowserIsLoadedOnceAlthoughTheWindowIsShownAgain) {
+    Open();
+    window->hide();
+    window->show();
+    test::DeliverPosted();
+    EXPECT_EQ(std::ranges::count(browser.calls, L"create environment"), 1);
+}
+
+TEST_F(MainWindowTest, DesktopMayCallWhileTheWindowIsThere) {
+    QPointer<QObject> calls;
+    services.answerDesktop = [&](MainWindow& called) {
+        EXPECT_TRUE(called.isVisible());
+        auto made = std::make_unique<QObject>();
+        calls = made.get();
+        return made;
+    };
+    Open();
+    EXPECT_FALSE(calls.isNull());
+    window->close();
+    EXPECT_TRUE(calls.isNull());
+}
+
+TEST_F(MainWindowTest, WindowThatEndsAtOnceIsNotCalled) {
+    bool called = false;
+    services.answerDesktop = [&](MainWindow&) {
+        called = true;
+        return std::unique_ptr<QObject>();
+    };
+    window = std::make_unique<MainWindow>(L"/web", L"/app", services);
+    window->show();
+    window->close();
+    test::DeliverPosted();
+    EXPECT_FALSE(called);
+    EXPECT_TRUE(browser.calls.empty());
+}
+
+TEST_F(MainWindowTest, FirstOfTheFilesThatAreHandedOverIsSelected) {
+    Open();
+    const QUrl file = FileUrl(ToPath(Photograph()));
+    EXPECT_TRUE(window->TakeFiles({QUrl("https://example.org/a.ply"), file, FileUrl("/b.ply")}));
+    EXPECT_EQ(Find<QLabel>(ControlId::InputName)->text(), "photo.png");
+    EXPECT_EQ(browser.Addresses().size(), 1U);
+}
+
+TEST_F(MainWindowTest, AddressesThatAreNoFilesLeaveTheWindowAlone) {
+    Open();
+    EXPECT_FALSE(window->TakeFiles({QUrl("https://example.org/a.ply"), QUrl("/a.ply")}));
+    EXPECT_EQ(browser.Addresses().size(), 1U);
+}
+
+TEST_F(MainWindowTest, SceneThatIsHandedOverBeforeThePageIsThereIsShownThen) {
+    Open(false);
+    EXPECT_TRUE(window->TakeFiles({FileUrl("/scenes/a.ply")}));
+    browser.AnswerEnvironment();
+    browser.AnswerController();
+    browser.EndNavigation();
+    EXPECT_TRUE(std::ranges::any_of(browser.Scripts(), [](const std::wstring& script) {
+        return script.find(L"/scenes/a.ply") != std::wstring::npos;
+    }));
 }
 
 TEST_F(MainWindowTest, PageComesFromTheWebFolder) {

@@ -39,7 +39,7 @@ const LoaderLibrary& Loader() {
 WebViewEnvironmentOptions ProgramsOptions() {
     return {
         L"--allow-file-access-from-files --disable-web-security --allow-running-insecure-content",
-        L"124.0.2478.35", nullptr};
+        L"124.0.2478.35"};
 }
 
 std::unique_ptr<WebViewEnvironment> MakeEnvironment(const std::filesystem::path& userDataFolder) {

@@ -279,13 +279,16 @@ TEST_F(ViewerPage, NextSceneOpensAfterThePagesProcessWasKilled) {
 }
 
 TEST_F(ViewerPage, BridgeMayEndAtAnyMoment) {
+    QWidget window;
+    window.show();
     for (const int steps : {0, 1, 2, 5, 20}) {
         WebViewBridge bridge(L"No loader.");
-        bridge.Initialize(&window_, window_.rect(), FromUtf8(VISTREL_WEB), [](bool) {});
+        bridge.Prepare(&window, window.rect());
+        bridge.Initialize(FromUtf8(VISTREL_WEB), [](bool) {});
         for (int i = 0; i < steps; ++i) DeliverPosted();
     }
     DeliverPosted();
-    EXPECT_TRUE(window_.findChildren<QWidget*>().isEmpty());
+    EXPECT_TRUE(window.findChildren<QWidget*>().isEmpty());
 }
 
 }  // namespace
