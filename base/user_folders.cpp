@@ -113,6 +113,10 @@ std::wstring SettingsFile() {
     return FromPath(BaseFolder("XDG_CONFIG_HOME", ".config") / "Vistrel" / "settings.json");
 }
 
+std::wstring FailureFile() {
+    return FromPath(BaseFolder("XDG_STATE_HOME", ".local/state") / "Vistrel" / "last_failure");
+}
+
 std::wstring FirstModel(const std::wstring& programFolder) {
     const std::filesystem::path model =
         ToPath(programFolder) / "resources" / "relief" / "vistrel_relief_demo.onnx";

@@ -26,6 +26,8 @@ namespace vistrel {
 // The network of a user without settings: the relief demo of the package in `programFolder`, empty
 // where none lies there.
 [[nodiscard]] std::wstring FirstModel(const std::wstring& programFolder = ProgramFolder());
+// $XDG_STATE_HOME/Vistrel/last_failure, default ~/.local/state.
+[[nodiscard]] std::wstring FailureFile();
 // Of this user alone: $TMPDIR, else $XDG_RUNTIME_DIR, else /tmp/vistrel-<uid>, which is made where
 // it is missing. Nothing where that one belongs to somebody else, is a link or cannot be made. Ends
 // in a separator.

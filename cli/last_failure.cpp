@@ -17,10 +17,6 @@
 namespace vistrel {
 namespace {
 
-std::filesystem::path FailureFile() {
-    return ToPath(UserDataFolder() + L"/Vistrel/last_failure");
-}
-
 // The command line of this process.
 std::vector<std::string> OwnArguments() {
     const std::string line = ReadWholeFile("/proc/self/cmdline").value_or("");
@@ -81,7 +77,7 @@ std::string WithoutNames(std::string_view text) {
 void KeepFailure(std::string_view reason) noexcept {
     constexpr std::size_t kMost = 1000;
     try {
-        const std::filesystem::path file = FailureFile();
+        const std::filesystem::path file = ToPath(FailureFile());
         std::filesystem::create_directories(file.parent_path());
         const std::vector<std::string> arguments = OwnArguments();
         const std::string command =
@@ -96,7 +92,7 @@ void KeepFailure(std::string_view reason) noexcept {
 }
 
 std::string LastFailure() {
-    const std::string text = ReadWholeFile(FailureFile()).value_or("");
+    const std::string text = ReadWholeFile(ToPath(FailureFile())).value_or("");
     return text.substr(0, text.find('\n'));
 }
 

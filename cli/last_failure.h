@@ -12,9 +12,8 @@ namespace vistrel {
 // libraries stay, and so do versions. Any thread.
 [[nodiscard]] std::string WithoutNames(std::string_view text);
 
-// Keeps the reason in Vistrel/last_failure of the user's data folder, at most a thousand
-// characters, in place of the one before. Where that fails, nothing is kept. Any thread; nothing
-// throws.
+// Keeps the reason in FailureFile(), at most a thousand characters, in place of the one before.
+// Where that fails, nothing is kept. Any thread; nothing throws.
 void KeepFailure(std::string_view reason) noexcept;
 
 // With the command's name and the day; empty: no command has failed yet, or nothing can be read.

@@ -46,6 +46,7 @@ void WriteBashValues(std::ostream& script, const std::string& function,
     for (const OptionText& option : command.options) {
         if (option.value.empty()) continue;
         std::vector<std::string> patterns;
+        patterns.reserve(option.names.size());
         for (const std::string& name : option.names) patterns.push_back(subcommand + ":" + name);
         const std::string value = BashValue(function, option);
         script << "        " << Joined(patterns, " | ") << ")\n"
@@ -64,6 +65,7 @@ std::vector<std::string> NamesIn(const CommandText& command) {
 
 std::vector<std::string> SubcommandNames(const CommandText& command) {
     std::vector<std::string> names;
+    names.reserve(command.subcommands.size());
     for (const CommandText& subcommand : command.subcommands) names.push_back(subcommand.name);
     return names;
 }

@@ -174,7 +174,8 @@ std::string ManPage(const CommandText& command, const ManPageFacts& facts) {
     summary[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(summary[0])));
     page << ".TH " << Literal(title) << " 1 " << facts.date << " \"Vistrel " << facts.version
          << "\" \"User Commands\"\n.SH NAME\n"
-         << Literal(command.name) << " \\-\n" << Prose(summary) << '\n';
+         << Literal(command.name) << " \\-\n"
+         << Prose(summary) << '\n';
     WriteSynopsis(page, command);
     page << ".SH DESCRIPTION\n"
          << Prose(command.description.empty() ? command.summary : command.description) << '\n';

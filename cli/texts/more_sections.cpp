@@ -18,6 +18,10 @@ const TextSection::Item kRuntime = {
     "~/.local/share/Vistrel/Runtime",
     "An ONNX Runtime of your own, with CUDA for instance, which is used in place of the one that "
     "lies beside the program."};
+const TextSection::Item kFailure = {"~/.local/state/Vistrel/last_failure",
+                                    "Why a command failed last, for vistrel-convert "
+                                    "--report-problem. $XDG_STATE_HOME takes the place "
+                                    "of ~/.local/state."};
 
 TextSection ExitStatus(const std::string& success, const std::string& failure) {
     return {"EXIT STATUS", {{"0", success}, {"1", failure}, {"2", "Wrong usage."}}};
@@ -48,7 +52,7 @@ std::vector<TextSection> MoreSections(const std::string& command) {
     if (command == "vistrel-convert") {
         return {ExitStatus("Every scene was written.",
                            "One was not, or the log was lost; standard error says why."),
-                {"FILES", {kSettings, kRuntime}},
+                {"FILES", {kSettings, kRuntime, kFailure}},
                 {"ENVIRONMENT",
                  {{"VISTREL_CONVERTED, VISTREL_FAILED, VISTREL_SKIPPED",
                    "For the command of --then: how many files there were of each kind."},

@@ -34,6 +34,7 @@ TEST_F(UserFolders, DefaultsLieBelowHome) {
     EXPECT_EQ(UserDataFolder(), HomeText() + L"/.local/share");
     EXPECT_EQ(ModelFile(), HomeText() + L"/.local/share/Vistrel/Models/sharp_fp16.onnx");
     EXPECT_EQ(SettingsFile(), HomeText() + L"/.config/Vistrel/settings.json");
+    EXPECT_EQ(FailureFile(), HomeText() + L"/.local/state/Vistrel/last_failure");
 }
 
 TEST_F(UserFolders, VariablesMoveThem) {

@@ -39,8 +39,8 @@ TEST(WithoutNames, LinesBecomeOne) {
 
 class LastFailureTest : public testing::Test {
   protected:
-    LastFailureTest() { setenv("XDG_DATA_HOME", folder_.Path().c_str(), 1); }
-    ~LastFailureTest() override { unsetenv("XDG_DATA_HOME"); }
+    LastFailureTest() { setenv("XDG_STATE_HOME", folder_.Path().c_str(), 1); }
+    ~LastFailureTest() override { unsetenv("XDG_STATE_HOME"); }
 
     test::TemporaryFolder folder_;
 };
@@ -61,7 +61,7 @@ TEST_F(LastFailureTest, ALongOneIsCut) {
 }
 
 TEST_F(LastFailureTest, WhereNothingCanBeWrittenNothingIsKept) {
-    setenv("XDG_DATA_HOME", "/proc/nothing", 1);
+    setenv("XDG_STATE_HOME", "/proc/nothing", 1);
     KeepFailure("a reason");
     EXPECT_EQ(LastFailure(), "");
 }

@@ -10,7 +10,7 @@ from pathlib import Path
 
 SOURCE = Path(__file__).resolve().parents[2]
 SCRIPTS = [path for folder in ("scripts", "packaging") for path in sorted((SOURCE / folder).iterdir())
-           if path.read_bytes().startswith(b"#!")]
+           if path.is_file() and path.read_bytes().startswith(b"#!")]
 
 
 class Help(unittest.TestCase):

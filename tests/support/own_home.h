@@ -49,7 +49,8 @@ class OwnHome {
         std::filesystem::create_directories(Temporary());
         variables.Set("HOME", Home().string());
         variables.Set("TMPDIR", Temporary().string());
-        for (const char* name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_RUNTIME_DIR"})
+        for (const char* name :
+             {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_RUNTIME_DIR", "XDG_STATE_HOME"})
             variables.Unset(name);
     }
     ~OwnHome() {

@@ -65,6 +65,7 @@ class ChosenNetwork(unittest.TestCase):
 
     def test_where_its_file_is_missing_it_tells_how_to_choose(self):
         self.choose(self.folder / "none.onnx")
+        shutil.copy(PHOTO, self.folder / "a.jpg")
         for arguments in ((PHOTO, self.output), ("--batch", self.folder, self.results)):
             result = self.run_it(*arguments)
             self.assertEqual(result.returncode, 1)
