@@ -57,7 +57,7 @@ void SplatPlyWriting(benchmark::State& state, float keepRatio) {
 }
 
 void DisparityRangeFinding(benchmark::State& state) {
-    const std::vector<float>& means = Scene().means.data;
+    const AttributeValues& means = Scene().means.data;
     Rounds toSort;
     for (auto _ : state) {
         const double sorting = Seconds([&] {

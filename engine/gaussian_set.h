@@ -5,11 +5,16 @@
 #include <cstdint>
 #include <vector>
 
+#include "base/aligned_array.h"
+
 namespace vistrel {
+
+// Growing it by no value in particular leaves the new ones as whatever the memory holds.
+using AttributeValues = std::vector<float, AlignedAllocator<float>>;
 
 // One attribute of every Gaussian: `count` x `components` values, Gaussian by Gaussian.
 struct AttributeArray {
-    std::vector<float> data;
+    AttributeValues data;
     std::int32_t count = 0;
     std::int32_t components = 0;
 };

@@ -51,7 +51,7 @@ class Selection {
     // together in `scratch`.
     [[nodiscard]] std::span<const float> Values(const VertexGroup& group, std::size_t first,
                                                 std::size_t count, float* scratch) const {
-        const std::vector<float>& data = (gaussians_.*group.source).data;
+        const AttributeValues& data = (gaussians_.*group.source).data;
         const std::size_t components = group.components;
         if (!kept_) return std::span(data).subspan(first * components, count * components);
         float* to = scratch;

@@ -8,7 +8,7 @@ namespace {
 
 AttributeArray Zeroes(std::int32_t count, std::int32_t components) {
     return {
-        std::vector<float>(static_cast<std::size_t>(count) * static_cast<std::size_t>(components)),
+        AttributeValues(static_cast<std::size_t>(count) * static_cast<std::size_t>(components)),
         count, components};
 }
 
