@@ -8,6 +8,7 @@
 #include <memory>
 #include <new>
 #include <utility>
+#include <vector>
 
 #include "base/failures.h"
 
@@ -75,5 +76,8 @@ struct AlignedAllocator {
         return true;
     }
 };
+
+template <typename T>
+using AlignedVector = std::vector<T, AlignedAllocator<T>>;
 
 }  // namespace vistrel

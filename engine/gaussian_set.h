@@ -3,14 +3,13 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
 
 #include "base/aligned_array.h"
 
 namespace vistrel {
 
 // Growing it by no value in particular leaves the new ones as whatever the memory holds.
-using AttributeValues = std::vector<float, AlignedAllocator<float>>;
+using AttributeValues = AlignedVector<float>;
 
 // One attribute of every Gaussian: `count` x `components` values, Gaussian by Gaussian.
 struct AttributeArray {
