@@ -3,9 +3,14 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <memory>
 #include <new>
+#include <utility>
+#include <vector>
+
+#include "base/failures.h"
 
 namespace vistrel {
 
@@ -40,5 +45,39 @@ class AlignedArray {
     std::unique_ptr<T, Free> values_;
     std::size_t size_ = 0;
 };
+
+// The same memory for the standard library's containers. What they make room for begins as whatever
+// the memory holds unless they are told a value: `resize(n)` touches nothing.
+template <typename T>
+struct AlignedAllocator {
+    using value_type = T;
+
+    AlignedAllocator() = default;
+    template <typename U>
+    explicit AlignedAllocator(const AlignedAllocator<U>& /*other*/) {}
+
+    [[nodiscard]] T* allocate(std::size_t count) {
+        if (count > SIZE_MAX / sizeof(T)) FailForMemory();
+        return static_cast<T*>(AllocateAligned(count * sizeof(T)));
+    }
+    void deallocate(T* values, std::size_t /*count*/) { std::free(values); }
+
+    template <typename U>
+    void construct(U* value) {
+        ::new (static_cast<void*>(value)) U;
+    }
+    template <typename U, typename... Arguments>
+    void construct(U* value, Arguments&&... arguments) {
+        ::new (static_cast<void*>(value)) U(std::forward<Arguments>(arguments)...);
+    }
+
+    template <typename U>
+    bool operator==(const AlignedAllocator<U>& /*other*/) const {
+        return true;
+    }
+};
+
+template <typename T>
+using AlignedVector = std::vector<T, AlignedAllocator<T>>;
 
 }  // namespace vistrel

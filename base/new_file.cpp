@@ -75,11 +75,12 @@ class WriteSignalsHeldBack {
     bool wasPending_ = false;
 };
 
-// 0, or what went wrong.
-int WriteAll(int file, std::span<const std::byte> bytes) {
+// 0, or what went wrong. `writeSome` does what the system's call does: it writes some of the bytes.
+template <typename WriteSome>
+int WriteAll(std::span<const std::byte> bytes, const WriteSome& writeSome) {
     const WriteSignalsHeldBack heldBack;
     while (!bytes.empty()) {
-        const ssize_t written = write(file, bytes.data(), bytes.size());
+        const ssize_t written = writeSome(bytes);
         if (written < 0 && errno == EINTR) continue;
         if (written < 0) return errno;
         if (written == 0) return ENOSPC;  // so that this always ends
@@ -241,6 +242,25 @@ void NewFile::Append(std::string_view bytes) {
     Append(std::as_bytes(std::span(bytes)));
 }
 
+std::optional<std::uint64_t> NewFile::LeaveOut(std::uint64_t bytes) {
+    Flush();
+    struct stat opened = {};
+    if (fstat(file_, &opened) != 0) GiveUp(errno);
+    if (!S_ISREG(opened.st_mode)) return std::nullopt;
+    const off_t end = lseek(file_, static_cast<off_t>(bytes), SEEK_CUR);
+    if (end < 0) GiveUp(errno);
+    return static_cast<std::uint64_t>(end) - bytes;
+}
+
+// Leaves the file open after a failure: other threads may be using it.
+void NewFile::WriteAt(std::uint64_t place, std::span<const std::byte> bytes) const {
+    const std::uint64_t end = place + bytes.size();
+    const int error = WriteAll(bytes, [&](std::span<const std::byte> rest) {
+        return pwrite(file_, rest.data(), rest.size(), static_cast<off_t>(end - rest.size()));
+    });
+    if (error != 0) Fail(error, target_);
+}
+
 int NewFile::Descriptor() {
     WriteOut({});
     return file_;
@@ -252,7 +272,11 @@ void NewFile::Flush() {
 
 void NewFile::WriteOut(std::span<const std::byte> bytes) {
     int error = std::exchange(emptyFirst_, false) && ftruncate(file_, 0) != 0 ? errno : 0;
-    if (error == 0) error = WriteAll(file_, bytes);
+    if (error == 0) {
+        error = WriteAll(bytes, [this](std::span<const std::byte> rest) {
+            return write(file_, rest.data(), rest.size());
+        });
+    }
     if (error != 0) GiveUp(error);
 }
 

@@ -3,8 +3,10 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string_view>
 
@@ -25,10 +27,11 @@ struct NewFileOptions {
     std::filesystem::path growsAs = {};
 };
 
-// A file written front to back through a small buffer. It grows in the target's folder without a
-// name, or as a `.part` file where the file system has no unnamed files, and takes its place in
-// Commit. Until then a former file is as it was; the new one gets its permissions. Links are
-// followed, also to a file that is yet to be made. Pipes and devices are written directly.
+// A file written front to back through a small buffer, or in parts by several threads. It grows in
+// the target's folder without a name, or as a `.part` file where the file system has no unnamed
+// files, and takes its place in Commit. Until then a former file is as it was; the new one gets its
+// permissions. Links are followed, also to a file that is yet to be made. Pipes and devices are
+// written directly.
 //
 // Where the folder takes no new file but the former one may be written, that one is written over in
 // place; only then can a failure leave half a file.
@@ -38,7 +41,7 @@ struct NewFileOptions {
 //
 // Failures throw std::system_error with the system's reason; what was written is gone with the
 // object. The signals that come with some of them (SIGPIPE, SIGXFSZ) do not reach the process. One
-// object is for one thread.
+// object is for one thread, but for WriteAt.
 class NewFile {
   public:
     // Fails as opening a file for writing does. Waits for a pipe's reader.
@@ -61,6 +64,14 @@ class NewFile {
     // Any number of bytes.
     void Append(std::span<const std::byte> bytes);
     void Append(std::string_view bytes);
+
+    // Leaves out the next `bytes` of the file, for WriteAt to fill, and returns where they begin.
+    // Nothing where the file takes its bytes in order only, as pipes do.
+    [[nodiscard]] std::optional<std::uint64_t> LeaveOut(std::uint64_t bytes);
+
+    // Fills `bytes` from `place` on, counted from the file's beginning. Threads may do so side by
+    // side while none calls anything else. After a failure the file must not be committed.
+    void WriteAt(std::uint64_t place, std::span<const std::byte> bytes) const;
 
     // The file itself, empty, for what fills it in place of this object: open for writing, and to
     // be opened anew through /proc. Nothing may have been written before.

@@ -26,7 +26,7 @@ constexpr std::size_t kColumns = 14;
 template <typename Work>
 double Timed(const Work& work) {
     decltype(work()) result;
-    const double seconds = vistrel::Seconds([&] { result = work(); });
+    const double seconds = vistrel::ElapsedSeconds([&] { result = work(); });
     benchmark::DoNotOptimize(&result);
     return seconds;
 }

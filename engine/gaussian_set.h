@@ -3,13 +3,17 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
+
+#include "base/aligned_array.h"
 
 namespace vistrel {
 
+// Growing it by no value in particular leaves the new ones as whatever the memory holds.
+using AttributeValues = AlignedVector<float>;
+
 // One attribute of every Gaussian: `count` x `components` values, Gaussian by Gaussian.
 struct AttributeArray {
-    std::vector<float> data;
+    AttributeValues data;
     std::int32_t count = 0;
     std::int32_t components = 0;
 };

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "engine/image_loading.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdio>
 #include <memory>
 #include <optional>
+#include <span>
 #include <stdexcept>
 
 #include "base/log.h"
@@ -46,14 +48,23 @@ const std::uint8_t* ReadUprightRow(void* rows, int y) noexcept {
     return static_cast<UprightRows*>(rows)->Row(y);
 }
 
-std::vector<float> MakeTensor(UprightRows& rows, bool opaque) {
-    std::vector<float> tensor(3 * kPlane);
+RowSource SourceOf(UprightRows& rows, bool opaque) {
+    return {ReadUprightRow, &rows, rows.Width(), rows.Height(), opaque};
+}
+
+AlignedVector<float> MakeTensor(UprightRows& rows, const Photograph& photograph) {
+    AlignedVector<float> tensor(3 * kPlane);
     if (rows.Width() == kNetworkSide && rows.Height() == kNetworkSide) {
         for (int y = 0; y < kNetworkSide; ++y) WriteTensorRow(tensor.data(), y, rows.Row(y));
-    } else {
-        ResizeToSquare({ReadUprightRow, &rows, rows.Width(), rows.Height(), opaque}, kNetworkSide,
-                       {WriteTensorRow, tensor.data()});
+        return tensor;
     }
+    // A second thread sees the picture through rows of its own, unless memory makes them differ.
+    const bool opaque = photograph.picture.opaque;
+    UprightRows others(photograph.picture, photograph.orientation);
+    const std::array sources = {SourceOf(rows, opaque), SourceOf(others, opaque)};
+    const bool agree = rows.IsUnturned() == others.IsUnturned();
+    ResizeToSquare(std::span(sources).first(agree ? 2 : 1), kNetworkSide,
+                   {WriteTensorRow, tensor.data()});
     return tensor;
 }
 
@@ -70,7 +81,7 @@ PreprocessedImage Preprocess(const Photograph& photograph, const std::wstring& p
     UprightRows rows(picture, photograph.orientation);
 
     PreprocessedImage image;
-    image.tensor = MakeTensor(rows, picture.opaque);
+    image.tensor = MakeTensor(rows, photograph);
     image.width = rows.Width();
     image.height = rows.Height();
     image.focalPx = photograph.focalPx.value_or(static_cast<float>(image.width));

@@ -4,8 +4,8 @@
 
 #include <cstdint>
 #include <string>
-#include <vector>
 
+#include "base/aligned_array.h"
 #include "engine/photograph.h"
 
 namespace vistrel {
@@ -14,10 +14,11 @@ namespace vistrel {
 inline constexpr int kNetworkSide = 1536;
 
 struct PreprocessedImage {
-    std::vector<float> tensor;  // 3 x 1536 x 1536: planes red, green, blue; rows from the top; 0..1
-    std::int32_t width = 0;     // pixels, upright picture before it was stretched
-    std::int32_t height = 0;    // likewise
-    float focalPx = 0.0F;       // focal length in pixels of the upright picture
+    AlignedVector<float>
+        tensor;               // 3 x 1536 x 1536: planes red, green, blue; rows from the top; 0..1
+    std::int32_t width = 0;   // pixels, upright picture before it was stretched
+    std::int32_t height = 0;  // likewise
+    float focalPx = 0.0F;     // focal length in pixels of the upright picture
 };
 
 // Turns `photograph` upright by its orientation (2..8; any other value leaves it as it is),

@@ -31,27 +31,32 @@ void WriteRow(const void* output, int /*pixels*/, int y, void* context) {
     sink.row(sink.context, y, static_cast<const unsigned char*>(output));
 }
 
-bool Build(STBIR_RESIZE& resize, bool fastAlpha) {
+bool Build(STBIR_RESIZE& resize, bool fastAlpha, int shares) {
     stbir_free_samplers(&resize);
     stbir_set_non_pm_alpha_speed_over_quality(&resize, fastAlpha ? 1 : 0);
-    return stbir_build_samplers(&resize) != 0;
+    return stbir_build_samplers_with_splits(&resize, shares) != 0;
 }
 
 // Beside the weighted colours the library carries unweighted ones along, for places where alpha
 // vanishes. Without them it is a third faster and, as long as there are no such places, comes to
 // the same bytes, provided that it works in the same order: it estimates for both ways whether to
 // begin with the rows or the columns, and the estimates differ for a few shapes.
-bool BuildFastest(STBIR_RESIZE& resize, bool opaque) {
-    if (!Build(resize, false)) return false;
+bool BuildFastest(STBIR_RESIZE& resize, bool opaque, int shares) {
+    if (!Build(resize, false, shares)) return false;
     if (!opaque) return true;
     const int order = resize.samplers->vertical_first;
-    if (!Build(resize, true)) return false;
-    return resize.samplers->vertical_first == order || Build(resize, false);
+    if (!Build(resize, true, shares)) return false;
+    return resize.samplers->vertical_first == order || Build(resize, false, shares);
+}
+
+// The library makes fewer shares of a few rows; then the last ones have nothing to do.
+bool MakeShare(STBIR_RESIZE& resize, int number) {
+    return number >= resize.splits || stbir_resize_extended_split(&resize, number, 1) != 0;
 }
 
 }  // namespace
 
-bool VISTREL_RESAMPLER(const RowSource& source, int side, const RowSink& sink) {
+bool VISTREL_RESAMPLER(const RowSource& source, int side, const RowSink& sink, const Share& share) {
     // STBIR_RGBA is the layout whose colours are not premultiplied by alpha; STBIR_RGBA_PM is the
     // premultiplied one, and STBIR_4CHANNEL does not weight by alpha at all. The remaining settings
     // are those of the library's one-call form.
@@ -61,7 +66,8 @@ bool VISTREL_RESAMPLER(const RowSource& source, int side, const RowSink& sink) {
     Rows rows{&source, &sink};
     stbir_set_user_data(&resize, &rows);
     stbir_set_pixel_callbacks(&resize, ReadRow, WriteRow);
-    const bool done = BuildFastest(resize, source.opaque) && stbir_resize_extended(&resize) != 0;
+    const bool done =
+        BuildFastest(resize, source.opaque, share.count) && MakeShare(resize, share.number);
     stbir_free_samplers(&resize);
     return done;
 }

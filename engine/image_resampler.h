@@ -8,8 +8,15 @@
 
 namespace vistrel {
 
-// False when there is not enough memory or the size is beyond the library.
-using Resampler = bool(const RowSource& source, int side, const RowSink& sink);
+// A share of the result's rows: the `number`th (from 0) of `count`, from the top.
+struct Share {
+    int number = 0;
+    int count = 1;
+};
+
+// Makes one share of the rows. False when there is not enough memory or the size is beyond the
+// library. Threads may make different shares of one picture side by side.
+using Resampler = bool(const RowSource& source, int side, const RowSink& sink, const Share& share);
 
 [[nodiscard]] Resampler ResampleBaseline;
 [[nodiscard]] Resampler ResampleAvx2;  // only where the processor has AVX2

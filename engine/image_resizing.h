@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 
 namespace vistrel {
 
@@ -16,17 +17,18 @@ struct RowSource {
     bool opaque = false;  // promises that every alpha is 255
 };
 
-// Takes row y of the result, in the same form. Every row is handed over once.
+// Takes row y of the result, in the same form. Every row is handed over once, by any thread.
 struct RowSink {
     void (*row)(void* context, int y, const std::uint8_t* pixels) noexcept = nullptr;
     void* context = nullptr;
 };
 
-// Resamples `source` to `side` x `side` pixels whatever its shape: channels as they are (no sRGB
+// Resamples a picture to `side` x `side` pixels whatever its shape: channels as they are (no sRGB
 // curve), weighted by alpha, cubic when it grows and Mitchell when it shrinks, edges clamped. The
-// bytes do not depend on the processor.
+// bytes do not depend on the processor. `sources`, at least one, all give that picture, each to a
+// thread of its own: as many work on it.
 //
 // Throws std::runtime_error "stb_image_resize failed". Any thread.
-void ResizeToSquare(const RowSource& source, int side, const RowSink& sink);
+void ResizeToSquare(std::span<const RowSource> sources, int side, const RowSink& sink);
 
 }  // namespace vistrel

@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "engine/model_output.h"
 
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -12,13 +9,16 @@
 #include <limits>
 #include <stdexcept>
 #include <string>
+#include <utility>
+
+#include "engine/gaussian_pieces.h"
 
 namespace vistrel {
 namespace {
 
 struct Attribute {
     AttributeArray GaussianSet::* array;
-    std::int32_t components;
+    std::size_t components;
 };
 
 // In the order of the five outputs and of the columns of the single one.
@@ -31,9 +31,16 @@ constexpr std::array<Attribute, 5> kAttributes = {{
 }};
 constexpr std::size_t kColumns = 14;
 
-// Rows that are taken apart in one go. The arrays grow by as many Gaussians, and the zeroes that
-// growing writes are still in the first-level cache when the values overwrite them.
-constexpr std::size_t kRowsPerBlock = 64;
+// Gaussians that are taken apart in one go: their rows stay in the fastest cache while one
+// attribute after the other is taken from them.
+constexpr std::size_t kBlock = 64;
+
+// Where the values of one attribute lie in the outputs.
+struct Column {
+    const float* values;
+    std::size_t stride;  // from a Gaussian's first value to the next one's
+};
+using Columns = std::array<Column, kAttributes.size()>;
 
 std::string Position(std::size_t index) {
     return "model output " + std::to_string(index);
@@ -76,61 +83,45 @@ std::int32_t GaussianCount(const ModelOutput& first) {
     return static_cast<std::int32_t>(count);
 }
 
-// Asks the kernel to back the reserved memory by huge pages. Most of the time that fills fresh
-// memory goes to page faults, and huge ones take a five-hundredth of them. Only a wish: where the
-// kernel declines, or the memory is in use already, nothing changes.
-void PreferHugePages(std::vector<float>& reserved) {
-    static const auto kPage = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-    const std::size_t bytes = reserved.capacity() * sizeof(float);
-    const std::size_t before =
-        (kPage - reinterpret_cast<std::uintptr_t>(reserved.data()) % kPage) % kPage;
-    if (bytes < before + kPage) return;
-    madvise(reinterpret_cast<char*>(reserved.data()) + before, (bytes - before) / kPage * kPage,
-            MADV_HUGEPAGE);
+template <std::size_t kComponents>
+void CopyColumn(const Column& from, std::size_t first, std::size_t count, AttributeValues& to) {
+    const float* value = from.values + first * from.stride;
+    float* copy = to.data() + first * kComponents;
+    for (std::size_t i = 0; i < count; ++i) {
+        std::memcpy(copy, value, kComponents * sizeof(float));
+        copy += kComponents;
+        value += from.stride;
+    }
 }
 
-// Every array with its final size reserved and no values.
-GaussianSet ReservedSet(std::int32_t count) {
+// The attributes of Gaussians, each with its own number of components.
+template <std::size_t... kAttribute>
+void CopyColumns(const Columns& columns, std::size_t first, std::size_t count, GaussianSet& set,
+                 std::index_sequence<kAttribute...> /*attributes*/) {
+    (CopyColumn<kAttributes[kAttribute].components>(columns[kAttribute], first, count,
+                                                    (set.*kAttributes[kAttribute].array).data),
+     ...);
+}
+
+// Most of the time goes to fresh memory, which comes into being when it is written.
+GaussianSet CopiedSet(std::int32_t gaussians, const Columns& columns) {
+    const auto count = static_cast<std::size_t>(gaussians);
     GaussianSet set;
-    set.count = count;
+    set.count = gaussians;
     for (const Attribute& attribute : kAttributes) {
         AttributeArray& array = set.*attribute.array;
-        array.count = count;
-        array.components = attribute.components;
-        array.data.reserve(static_cast<std::size_t>(count) *
-                           static_cast<std::size_t>(attribute.components));
-        PreferHugePages(array.data);
+        array.count = gaussians;
+        array.components = static_cast<std::int32_t>(attribute.components);
+        array.data.resize(count * attribute.components);
     }
+    ForEachPiece(count, [&](std::size_t begin, std::size_t inPiece) {
+        const std::size_t end = begin + inPiece;
+        for (std::size_t first = begin; first < end; first += kBlock) {
+            CopyColumns(columns, first, std::min(kBlock, end - first), set,
+                        std::make_index_sequence<kAttributes.size()>());
+        }
+    });
     return set;
-}
-
-// Adds `count` Gaussians at the end of a reserved array and returns where their values go.
-float* Grow(AttributeArray& array, std::size_t count) {
-    const std::size_t before = array.data.size();
-    array.data.resize(before + count * static_cast<std::size_t>(array.components));
-    return array.data.data() + before;
-}
-
-template <std::size_t kCount>
-void CopyValues(float*& to, const float*& from) {
-    std::memcpy(to, from, kCount * sizeof(float));
-    to += kCount;
-    from += kCount;
-}
-
-void AppendRows(GaussianSet& set, const float* row, std::size_t count) {
-    float* means = Grow(set.means, count);
-    float* scales = Grow(set.scales, count);
-    float* quaternions = Grow(set.quaternions, count);
-    float* colors = Grow(set.colors, count);
-    float* opacities = Grow(set.opacities, count);
-    for (std::size_t i = 0; i < count; ++i) {
-        CopyValues<3>(means, row);
-        CopyValues<3>(scales, row);
-        CopyValues<4>(quaternions, row);
-        CopyValues<3>(colors, row);
-        CopyValues<1>(opacities, row);
-    }
 }
 
 GaussianSet ParseRows(const ModelOutput& rows) {
@@ -143,12 +134,13 @@ GaussianSet ParseRows(const ModelOutput& rows) {
     const auto count = static_cast<std::size_t>(gaussians);
     RequireValues(rows, 0, count * kColumns);
 
-    GaussianSet set = ReservedSet(gaussians);
-    for (std::size_t first = 0; first < count; first += kRowsPerBlock) {
-        AppendRows(set, rows.values.data() + first * kColumns,
-                   std::min(kRowsPerBlock, count - first));
+    Columns columns{};
+    const float* values = rows.values.data();
+    for (std::size_t i = 0; i < kAttributes.size(); ++i) {
+        columns[i] = {values, kColumns};
+        values += kAttributes[i].components;
     }
-    return set;
+    return CopiedSet(gaussians, columns);
 }
 
 // An output that holds more than N Gaussians gives the first N: the stages that follow index every
@@ -156,20 +148,14 @@ GaussianSet ParseRows(const ModelOutput& rows) {
 GaussianSet ParseArrays(std::span<const ModelOutput> outputs) {
     RequireFloat32(outputs[0], 0);
     const std::int32_t gaussians = GaussianCount(outputs[0]);
-    const auto size = [gaussians](const Attribute& attribute) {
-        return static_cast<std::size_t>(gaussians) * static_cast<std::size_t>(attribute.components);
-    };
+    Columns columns{};
     for (std::size_t i = 0; i < kAttributes.size(); ++i) {
+        const std::size_t components = kAttributes[i].components;
         RequireFloat32(outputs[i], i);
-        RequireValues(outputs[i], i, size(kAttributes[i]));
+        RequireValues(outputs[i], i, static_cast<std::size_t>(gaussians) * components);
+        columns[i] = {outputs[i].values.data(), components};
     }
-
-    GaussianSet set = ReservedSet(gaussians);
-    for (std::size_t i = 0; i < kAttributes.size(); ++i) {
-        const std::span<const float> values = outputs[i].values.first(size(kAttributes[i]));
-        (set.*kAttributes[i].array).data.assign(values.begin(), values.end());
-    }
-    return set;
+    return CopiedSet(gaussians, columns);
 }
 
 }  // namespace

@@ -17,6 +17,7 @@
 #include "base/log.h"
 #include "base/new_file.h"
 #include "base/text_encoding.h"
+#include "base/workers.h"
 #include "engine/decimation.h"
 #include "engine/disparity_range.h"
 #include "engine/splat_ply_format.h"
@@ -26,7 +27,13 @@ namespace {
 
 // Gaussians per step: what a step touches stays in the fastest cache.
 constexpr std::size_t kBlockRecords = 256;
-static_assert(kBlockRecords * kVertexBytes <= NewFile::kLargestPiece);
+
+// Gaussians that go to the file at once.
+constexpr std::size_t kPieceRecords = 16 * kBlockRecords;
+
+// One encodes while the other writes. The system lets one thread at a time write to a file, and
+// that takes longer than encoding: more threads would only wait.
+constexpr int kThreads = 2;
 
 constexpr const VertexGroup& kMeans = kVertexGroups.front();
 static_assert(kMeans.source == &GaussianSet::means);
@@ -51,7 +58,7 @@ class Selection {
     // together in `scratch`.
     [[nodiscard]] std::span<const float> Values(const VertexGroup& group, std::size_t first,
                                                 std::size_t count, float* scratch) const {
-        const std::vector<float>& data = (gaussians_.*group.source).data;
+        const AttributeValues& data = (gaussians_.*group.source).data;
         const std::size_t components = group.components;
         if (!kept_) return std::span(data).subspan(first * components, count * components);
         float* to = scratch;
@@ -67,13 +74,34 @@ class Selection {
     std::optional<std::vector<std::int32_t>> kept_;
 };
 
-// Turns blocks of Gaussians into vertex records.
+// Calls `work` with the first Gaussian and the number of each step from `begin` to `end`.
+template <typename Work>
+void InSteps(std::size_t begin, std::size_t end, std::size_t step, const Work& work) {
+    for (std::size_t first = begin; first < end; first += step) {
+        work(first, std::min(step, end - first));
+    }
+}
+
+// Turns Gaussians into vertex records. One object, one thread.
 class RecordBuilder {
   public:
-    explicit RecordBuilder(const Selection& selection) : selection_(selection) {}
+    explicit RecordBuilder(const Selection& selection)
+        : selection_(selection), records_(kPieceRecords * kVertexBytes) {}
 
-    // Writes `count` <= kBlockRecords records to `records`; returns the block's means.
-    std::span<const float> Build(std::size_t first, std::size_t count, std::byte* records) {
+    // The records of `count` <= kPieceRecords Gaussians; valid until the next call.
+    std::span<const std::byte> Build(std::size_t first, std::size_t count) {
+        std::byte* to = records_.data();
+        InSteps(first, first + count, kBlockRecords, [&](std::size_t begin, std::size_t records) {
+            BuildBlock(begin, records, to);
+            to += records * kVertexBytes;
+        });
+        return {records_.data(), to};
+    }
+
+  private:
+    using Scratch = std::array<float, kBlockRecords * 4>;
+
+    void BuildBlock(std::size_t first, std::size_t count, std::byte* records) {
         std::array<const float*, kVertexGroups.size()> values{};
         for (std::size_t g = 0; g < kVertexGroups.size(); ++g) {
             float* const scratch = scratch_[g].data();
@@ -81,11 +109,7 @@ class RecordBuilder {
             values[g] = EncodedValues(kVertexGroups[g].encoding, linear, scratch).data();
         }
         Interleave(values, count, records, std::make_index_sequence<kVertexGroups.size()>());
-        return {values.front(), count * kMeans.components};
     }
-
-  private:
-    using Scratch = std::array<float, kBlockRecords * 4>;
 
     // The sizes are known when this is compiled, so that each copy is a move or two.
     template <std::size_t... kGroup>
@@ -117,8 +141,25 @@ class RecordBuilder {
     }
 
     const Selection& selection_;
+    std::vector<std::byte> records_;
     std::array<Scratch, kVertexGroups.size()> scratch_;
 };
+
+DisparityRange DisparityOf(const Selection& selection) {
+    const auto total = static_cast<std::size_t>(selection.Count());
+    std::array<float, kBlockRecords * kMeans.components> scratch{};
+    const auto means = [&](std::size_t first, std::size_t count) {
+        return selection.Values(kMeans, first, count, scratch.data());
+    };
+    DisparityPercentiles percentiles;
+    InSteps(0, total, kBlockRecords,
+            [&](std::size_t first, std::size_t count) { percentiles.Count(means(first, count)); });
+    percentiles.EndFirstLook();
+    InSteps(0, total, kBlockRecords, [&](std::size_t first, std::size_t count) {
+        percentiles.CountAgain(means(first, count));
+    });
+    return percentiles.Range();
+}
 
 // Who finds a scene takes it for a whole one, also after the machine went down: work on many
 // machines does not do again what is there.
@@ -139,20 +180,28 @@ struct Photograph {
 void Write(NewFile& file, const Selection& selection, const Photograph& photograph) {
     const auto total = static_cast<std::size_t>(selection.Count());
     file.Append(SplatPlyHeader(selection.Count()));
-    RecordBuilder records(selection);
-    DisparityPercentiles percentiles;
-    for (std::size_t first = 0; first < total; first += kBlockRecords) {
-        const std::size_t count = std::min(kBlockRecords, total - first);
-        percentiles.Count(records.Build(first, count, file.Next(count * kVertexBytes).data()));
-    }
-    percentiles.EndFirstLook();
-    std::array<float, kBlockRecords * kMeans.components> scratch{};
-    for (std::size_t first = 0; first < total; first += kBlockRecords) {
-        const std::size_t count = std::min(kBlockRecords, total - first);
-        percentiles.CountAgain(selection.Values(kMeans, first, count, scratch.data()));
-    }
-    file.Append(SplatPlyCamera({photograph.focalPx, photograph.width, photograph.height,
-                                selection.Count(), percentiles.Range()}));
+    const auto place = file.LeaveOut(total * kVertexBytes);
+    const std::size_t pieces = (total + kPieceRecords - 1) / kPieceRecords;
+    Workers workers(place && pieces > 1 ? kThreads : 1);
+    std::vector<RecordBuilder> builders(static_cast<std::size_t>(workers.Count()),
+                                        RecordBuilder(selection));
+    DisparityRange disparity;
+    workers.Run(1 + pieces, [&](std::size_t piece, int worker) {
+        if (piece == 0) {
+            disparity = DisparityOf(selection);
+            return;
+        }
+        const std::size_t first = (piece - 1) * kPieceRecords;
+        const auto records = builders[static_cast<std::size_t>(worker)].Build(
+            first, std::min(kPieceRecords, total - first));
+        if (place) {
+            file.WriteAt(*place + first * kVertexBytes, records);
+        } else {
+            file.Append(records);
+        }
+    });
+    file.Append(SplatPlyCamera(
+        {photograph.focalPx, photograph.width, photograph.height, selection.Count(), disparity}));
     file.Commit();
 }
 

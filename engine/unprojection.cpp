@@ -7,6 +7,7 @@
 #include <string>
 
 #include "base/log.h"
+#include "engine/gaussian_pieces.h"
 #include "engine/unprojection_kernel.h"
 
 namespace vistrel {
@@ -36,9 +37,11 @@ void UnprojectGaussians(GaussianSet& gaussians, float focalPx, int width, int he
             "  sz=" + Fixed(1.0));
 
     const auto count = static_cast<std::size_t>(gaussians.count);
-    StretchMeans(stretch, gaussians.means.data.data(), count);
-    StretchEllipsoids(stretch, gaussians.scales.data.data(), gaussians.quaternions.data.data(),
-                      count);
+    ForEachPiece(count, [&](std::size_t first, std::size_t inPiece) {
+        StretchMeans(stretch, gaussians.means.data.data() + 3 * first, inPiece);
+        StretchEllipsoids(stretch, gaussians.scales.data.data() + 3 * first,
+                          gaussians.quaternions.data.data() + 4 * first, inPiece);
+    });
     LogInfo("  Unprojection complete for " + std::to_string(gaussians.count) + " Gaussians.");
 }
 

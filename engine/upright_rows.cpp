@@ -46,7 +46,9 @@ UprightRows::UprightRows(const Picture& picture, int orientation) noexcept {
     stripRows_ = std::min(Mirrored() ? 1 : StripRows(width_), height_);
     strip_ =
         TryAllocatePixels(static_cast<std::size_t>(stripRows_) * static_cast<std::size_t>(width_));
-    if (!strip_) Orient(picture, 1);
+    if (strip_) return;
+    isUnturned_ = true;
+    Orient(picture, 1);
 }
 
 void UprightRows::Orient(const Picture& picture, int orientation) {

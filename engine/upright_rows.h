@@ -24,6 +24,9 @@ class UprightRows {
     // Throws nothing. Without memory for the strip the picture is read as it was decoded.
     UprightRows(const Picture& picture, int orientation) noexcept;
 
+    // There was no memory for the strip.
+    [[nodiscard]] bool IsUnturned() const { return isUnturned_; }
+
     [[nodiscard]] int Width() const { return width_; }
     [[nodiscard]] int Height() const { return height_; }
 
@@ -52,7 +55,8 @@ class UprightRows {
     const std::uint8_t* base_ = nullptr;  // the decoded pixel that is seen in the top left corner
     std::ptrdiff_t rowStep_ = 0;          // bytes from a pixel to the one that is seen below it
     std::ptrdiff_t columnStep_ = 0;       // bytes from a pixel to the one that is seen right of it
-    PixelBuffer strip_;                   // empty while rows can be taken from the picture
+    bool isUnturned_ = false;
+    PixelBuffer strip_;  // empty while rows can be taken from the picture
     int stripRows_ = 0;
     int stripBegin_ = 0;  // the first row in the strip
     int stripEnd_ = 0;    // the row after the last one

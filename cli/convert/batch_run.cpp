@@ -18,6 +18,7 @@
 #include "cli/convert/scene_conversion.h"
 #include "cli/convert/scene_encoding.h"
 #include "cli/interrupts.h"
+#include "cli/last_failure.h"
 #include "engine/conversion_engine.h"
 #include "photos/photo_reader.h"
 
@@ -47,6 +48,7 @@ class BatchRun {
         worker.join();
         display_.RemoveBar();
         if (const std::string outcome = Outcome(); !outcome.empty()) display_.Tell(outcome);
+        if (!lastFailure_.empty()) KeepFailure(lastFailure_);
         NotifyOfEnd();
         const bool isWhole = !wasStopped_ && counts_.failed == 0 && !hasLostReport_;
         return FollowedWell() && isWhole;
@@ -131,6 +133,7 @@ class BatchRun {
 
     void CountFailure(const ListedFile& file, const std::string& reason) {
         ++counts_.failed;
+        lastFailure_ = reason;
         // One that has never worked would fail with the other photographs as well.
         networkFails_ = stage_ == kNetworkStage && !networkHasWorked_;
         display_.Tell("Error: " + (networkFails_ ? "the network cannot be used" : file.name) +
@@ -214,6 +217,7 @@ class BatchRun {
     int current_ = 0;  // number of the file, from 1
     int stage_ = 0;    // of a photograph, from 1
     std::optional<std::size_t> gaussians_;
+    std::string lastFailure_;  // without the file's name
     bool networkHasWorked_ = false;
     bool networkFails_ = false;  // told already
     bool hasLostReport_ = false;

@@ -47,8 +47,9 @@ const GpuPackage* GpuPackageOfName(std::string_view file) {
     return found != kPackages.end() ? found : nullptr;
 }
 
-bool IsGpuPackageSum(std::string_view sha256) {
-    return std::ranges::find(kPackages, sha256, &GpuPackage::sha256) != kPackages.end();
+const GpuPackage* GpuPackageOfSum(std::string_view sha256) {
+    const auto* const found = std::ranges::find(kPackages, sha256, &GpuPackage::sha256);
+    return found != kPackages.end() ? found : nullptr;
 }
 
 std::span<const std::string_view> NvidiaLibraries() {

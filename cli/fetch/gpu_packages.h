@@ -22,8 +22,8 @@ struct GpuPackage {
 [[nodiscard]] const GpuPackage* GpuPackageForCuda(int major);
 // nullptr: it is not one of ours.
 [[nodiscard]] const GpuPackage* GpuPackageOfName(std::string_view file);
-// Whether the checksum is the one of a package of ours.
-[[nodiscard]] bool IsGpuPackageSum(std::string_view sha256);
+// Of that checksum; nullptr: it is not one of ours.
+[[nodiscard]] const GpuPackage* GpuPackageOfSum(std::string_view sha256);
 
 // NVIDIA's driver comes with it; whoever computes on a card loads it late.
 inline constexpr std::string_view kDriverLibrary = "libcuda.so.1";

@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
+#include <span>
 #include <string>
 #include <thread>
 
@@ -213,6 +214,19 @@ TEST_P(FailedNewFile, CannotBeCommittedAfterAll) {
         }
         EXPECT_NE(ErrorOf([&] { file.Commit(); }), 0);
     });
+    EXPECT_EQ(Entries(), 1);
+}
+
+TEST_P(FailedNewFile, DiskThatIsFullWhereSomethingWasLeftOut) {
+    Run([this] {
+        NewFile file(former_);
+        const auto place = file.LeaveOut(Megabyte().size());
+        ASSERT_TRUE(place);
+        const SmallDisk disk(300'000);
+        const std::string bytes = Megabyte();
+        EXPECT_EQ(ErrorOf([&] { file.WriteAt(*place, std::as_bytes(std::span(bytes))); }), EFBIG);
+    });
+    EXPECT_EQ(ReadFile(former_), "former");
     EXPECT_EQ(Entries(), 1);
 }
 

@@ -32,6 +32,10 @@ TEST_F(WrittenDirectly, NullDeviceTakesEverything) {
     EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
 }
 
+TEST_F(WrittenDirectly, DeviceTakesItsBytesInOrderOnly) {
+    EXPECT_FALSE(NewFile("/dev/null").LeaveOut(10));
+}
+
 // What can be read from a pipe until its writers are gone.
 std::string ReadAll(int pipe, const std::function<void(std::size_t)>& onPiece) {
     std::string all;

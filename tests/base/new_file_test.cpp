@@ -76,6 +76,20 @@ TEST_P(NewFileOf, RoomIsFilledLater) {
     });
 }
 
+TEST_P(NewFileOf, WhatIsLeftOutIsFilledInAnyOrder) {
+    Run([this] {
+        NewFile file(folder_ / "file");
+        file.Append("ab");
+        const auto place = file.LeaveOut(6);
+        ASSERT_EQ(place, 2U);
+        file.Append("i");
+        file.WriteAt(*place + 4, std::as_bytes(std::span("gh", 2)));
+        file.WriteAt(*place, std::as_bytes(std::span("cdef", 4)));
+        file.Commit();
+        EXPECT_EQ(ReadFile(folder_ / "file"), "abcdefghi");
+    });
+}
+
 TEST_P(NewFileOf, NothingWrittenGivesAnEmptyFile) {
     Run([this] { WriteWhole(folder_ / "file", ""); });
     EXPECT_EQ(ReadFile(folder_ / "file"), "");

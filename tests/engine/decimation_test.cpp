@@ -19,10 +19,10 @@ using test::kInfinity;
 using test::kNaN;
 
 // Gaussians of these importances: unit scales, the importance as opacity.
-GaussianSet WithImportances(std::vector<float> importances) {
+GaussianSet WithImportances(AttributeValues importances) {
     GaussianSet set;
     set.count = static_cast<std::int32_t>(importances.size());
-    set.scales = {std::vector<float>(3 * importances.size(), 1.0F), set.count, 3};
+    set.scales = {AttributeValues(3 * importances.size(), 1.0F), set.count, 3};
     set.opacities = {std::move(importances), set.count, 1};
     return set;
 }

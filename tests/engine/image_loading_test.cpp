@@ -184,7 +184,7 @@ TEST_F(ImageLoading, HundredMegapixelsAreLoaded) {
     EXPECT_EQ(image.width, 10000);
     EXPECT_EQ(image.height, 10000);
     const float expected = 128.0F / 255.0F;
-    EXPECT_EQ(image.tensor, std::vector<float>(3 * kPlane, expected));
+    EXPECT_EQ(image.tensor, AlignedVector<float>(3 * kPlane, expected));
 }
 
 TEST_F(ImageLoading, OneLineTellsWhatWasLoaded) {

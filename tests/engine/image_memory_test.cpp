@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdlib>
 #include <filesystem>
+#include <mutex>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -29,12 +30,15 @@ struct Allocations {
     std::size_t peak = 0;
 };
 Allocations allocations;
+std::mutex mutex;  // the stage has threads
 
 bool Fails() {
+    const std::lock_guard lock(mutex);
     return allocations.count++ == allocations.failing;
 }
 
 void* Counted(void* memory) {
+    const std::lock_guard lock(mutex);
     allocations.live += malloc_usable_size(memory);
     allocations.peak = std::max(allocations.peak, allocations.live);
     return memory;
@@ -61,7 +65,10 @@ void* __wrap_calloc(std::size_t count, std::size_t size) {
 }
 
 void __wrap_free(void* memory) {
-    allocations.live -= malloc_usable_size(memory);
+    {
+        const std::lock_guard lock(mutex);
+        allocations.live -= malloc_usable_size(memory);
+    }
     __real_free(memory);
 }
 }
@@ -109,7 +116,7 @@ TEST_F(ImageMemory, EveryFailedAllocationEndsInItsOwnWay) {
     const PreprocessedImage upright = Image();
     ASSERT_EQ(upright.width, kHeight);
 
-    const std::vector<float> unturnedTensor = test::PlainLoadAndPreprocess(Path(), 1).tensor;
+    const AlignedVector<float> unturnedTensor = test::PlainLoadAndPreprocess(Path(), 1).tensor;
 
     int decoding = 0;
     int unturned = 0;

@@ -47,8 +47,21 @@ Square Collect(test::PlainPicture picture, bool opaque, int side, const Resize& 
     return square;
 }
 
+// By as many threads.
+auto ResizingOn(std::size_t threads) {
+    return [threads](const RowSource& source, int side, const RowSink& sink) {
+        ResizeToSquare(std::vector<RowSource>(threads, source), side, sink);
+    };
+}
+
+auto ResamplingBy(Resampler* resample) {
+    return [resample](const RowSource& source, int side, const RowSink& sink) {
+        EXPECT_TRUE(resample(source, side, sink, Share()));
+    };
+}
+
 std::vector<std::uint8_t> Resized(const test::PlainPicture& picture, bool opaque, int side) {
-    return Collect(picture, opaque, side, ResizeToSquare).pixels;
+    return Collect(picture, opaque, side, ResizingOn(1)).pixels;
 }
 
 class ResizeOfShape : public testing::TestWithParam<std::pair<int, int>> {};
@@ -83,17 +96,31 @@ TEST_P(ResizeOfShape, BothInstructionSetsGiveTheSameBytes) {
     const auto [width, height] = GetParam();
     for (const bool opaque : {true, false}) {
         const test::PlainPicture picture = test::NoisePicture(width, height, opaque);
-        const auto expected = Collect(picture, opaque, 150, ResampleBaseline).pixels;
+        const auto expected = Collect(picture, opaque, 150, ResamplingBy(&ResampleBaseline)).pixels;
         // On a processor without AVX2 there is only one of them, and this compares it with itself.
         Resampler* const other =
             __builtin_cpu_supports("avx2") != 0 ? &ResampleAvx2 : &ResampleBaseline;
-        EXPECT_EQ(Collect(picture, opaque, 150, *other).pixels, expected) << opaque;
+        EXPECT_EQ(Collect(picture, opaque, 150, ResamplingBy(other)).pixels, expected) << opaque;
+    }
+}
+
+TEST_P(ResizeOfShape, ThreadsGiveTheSameBytes) {
+    const auto [width, height] = GetParam();
+    for (const bool opaque : {true, false}) {
+        const test::PlainPicture picture = test::NoisePicture(width, height, opaque);
+        const auto expected = Resized(picture, opaque, 150);
+        for (const std::size_t threads : {2U, 3U, 7U}) {
+            EXPECT_EQ(Collect(picture, opaque, 150, ResizingOn(threads)).pixels, expected)
+                << threads << ' ' << opaque;
+        }
     }
 }
 
 TEST(ResizeToSquare, EveryRowIsWrittenOnce) {
-    const Square square = Collect(test::NoisePicture(37, 990), true, 100, ResizeToSquare);
-    EXPECT_EQ(square.timesWritten, std::vector<int>(100, 1));
+    for (const std::size_t threads : {1U, 2U, 40U}) {
+        const Square square = Collect(test::NoisePicture(37, 990), true, 100, ResizingOn(threads));
+        EXPECT_EQ(square.timesWritten, std::vector<int>(100, 1)) << threads;
+    }
 }
 
 TEST(ResizeToSquare, ColourOfVanishingAlphaDoesNotBleed) {
@@ -112,7 +139,8 @@ TEST(ResizeToSquare, ColourOfVanishingAlphaDoesNotBleed) {
 
 TEST(ResizeToSquare, ImpossibleSizeIsRefused) {
     try {
-        ResizeToSquare({ReadRow, nullptr, 0, 0, true}, 10, {WriteRow, nullptr});
+        ResizeToSquare(std::vector{RowSource{ReadRow, nullptr, 0, 0, true}}, 10,
+                       {WriteRow, nullptr});
         FAIL();
     } catch (const std::runtime_error& error) {
         EXPECT_STREQ(error.what(), "stb_image_resize failed");

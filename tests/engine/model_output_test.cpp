@@ -73,12 +73,12 @@ void ExpectEqual(const GaussianSet& actual, const GaussianSet& expected) {
 
 TEST(ModelOutput, ColumnsOfTheSingleOutputBecomeTheAttributes) {
     const GaussianSet set = ParseModelOutputs(Outputs({{1, 2, 14}}).All());
-    EXPECT_EQ(set.means.data, (std::vector{0.5F, 1.5F, 2.5F, 14.5F, 15.5F, 16.5F}));
-    EXPECT_EQ(set.scales.data, (std::vector{3.5F, 4.5F, 5.5F, 17.5F, 18.5F, 19.5F}));
+    EXPECT_EQ(set.means.data, (AttributeValues{0.5F, 1.5F, 2.5F, 14.5F, 15.5F, 16.5F}));
+    EXPECT_EQ(set.scales.data, (AttributeValues{3.5F, 4.5F, 5.5F, 17.5F, 18.5F, 19.5F}));
     EXPECT_EQ(set.quaternions.data,
-              (std::vector{6.5F, 7.5F, 8.5F, 9.5F, 20.5F, 21.5F, 22.5F, 23.5F}));
-    EXPECT_EQ(set.colors.data, (std::vector{10.5F, 11.5F, 12.5F, 24.5F, 25.5F, 26.5F}));
-    EXPECT_EQ(set.opacities.data, (std::vector{13.5F, 27.5F}));
+              (AttributeValues{6.5F, 7.5F, 8.5F, 9.5F, 20.5F, 21.5F, 22.5F, 23.5F}));
+    EXPECT_EQ(set.colors.data, (AttributeValues{10.5F, 11.5F, 12.5F, 24.5F, 25.5F, 26.5F}));
+    EXPECT_EQ(set.opacities.data, (AttributeValues{13.5F, 27.5F}));
 }
 
 TEST(ModelOutput, EveryAttributeKnowsItsCountAndComponents) {
@@ -128,12 +128,12 @@ TEST(ModelOutput, NaNAndInfinityPassThrough) {
 TEST(ModelOutput, FiveOutputsBecomeTheAttributes) {
     const GaussianSet set = ParseModelOutputs(FiveOutputs(2).All());
     EXPECT_EQ(set.count, 2);
-    EXPECT_EQ(set.means.data, (std::vector{0.5F, 1.5F, 2.5F, 3.5F, 4.5F, 5.5F}));
-    EXPECT_EQ(set.scales.data, (std::vector{6.5F, 7.5F, 8.5F, 9.5F, 10.5F, 11.5F}));
+    EXPECT_EQ(set.means.data, (AttributeValues{0.5F, 1.5F, 2.5F, 3.5F, 4.5F, 5.5F}));
+    EXPECT_EQ(set.scales.data, (AttributeValues{6.5F, 7.5F, 8.5F, 9.5F, 10.5F, 11.5F}));
     EXPECT_EQ(set.quaternions.data,
-              (std::vector{12.5F, 13.5F, 14.5F, 15.5F, 16.5F, 17.5F, 18.5F, 19.5F}));
-    EXPECT_EQ(set.colors.data, (std::vector{20.5F, 21.5F, 22.5F, 23.5F, 24.5F, 25.5F}));
-    EXPECT_EQ(set.opacities.data, (std::vector{26.5F, 27.5F}));
+              (AttributeValues{12.5F, 13.5F, 14.5F, 15.5F, 16.5F, 17.5F, 18.5F, 19.5F}));
+    EXPECT_EQ(set.colors.data, (AttributeValues{20.5F, 21.5F, 22.5F, 23.5F, 24.5F, 25.5F}));
+    EXPECT_EQ(set.opacities.data, (AttributeValues{26.5F, 27.5F}));
 }
 
 TEST(ModelOutput, FiveOutputsOfTwoDimensionsMeanTheSame) {
@@ -224,7 +224,7 @@ TEST(ModelOutput, RowsOfNoPictureAreRefused) {
 TEST(ModelOutput, FirstOfSeveralPicturesIsTaken) {
     const GaussianSet set = ParseModelOutputs(Outputs({{2, 3, 14}}).All());
     EXPECT_EQ(set.count, 3);
-    EXPECT_EQ(set.opacities.data, (std::vector{13.5F, 27.5F, 41.5F}));
+    EXPECT_EQ(set.opacities.data, (AttributeValues{13.5F, 27.5F, 41.5F}));
 }
 
 TEST(ModelOutput, FewerValuesThanTheShapeTellsAreRefused) {
@@ -264,7 +264,7 @@ TEST(ModelOutput, OpacitiesBeyondTheGaussiansAreLeftOut) {
     const GaussianSet set = ParseModelOutputs(outputs.All());
     EXPECT_EQ(set.count, 2);
     EXPECT_EQ(set.opacities.count, 2);
-    EXPECT_EQ(set.opacities.data, (std::vector{26.5F, 27.5F}));
+    EXPECT_EQ(set.opacities.data, (AttributeValues{26.5F, 27.5F}));
 }
 
 }  // namespace

@@ -115,7 +115,7 @@ TEST(SharpInference, NoGaussiansAreAnEmptyScene) {
 
 TEST(SharpInference, PictureIsLeftAsItIs) {
     static_cast<void>(RunModel("echo"));
-    std::vector<float> numbers(NumberedImage().tensor.size());
+    AlignedVector<float> numbers(NumberedImage().tensor.size());
     std::iota(numbers.begin(), numbers.end(), 0.0F);
     EXPECT_TRUE(NumberedImage().tensor == numbers);
 }

@@ -272,13 +272,13 @@ TEST(Unprojection, SquarePictureHalvesMeansAcrossTheView) {
     GaussianSet set = OneGaussian({1, 1, 1});
     set.means.data = {2.0F, -6.0F, 5.0F};
     Unproject(set, 800, 800);
-    EXPECT_EQ(set.means.data, (std::vector<float>{1.0F, -3.0F, 5.0F}));
+    EXPECT_EQ(set.means.data, (AttributeValues{1.0F, -3.0F, 5.0F}));
 }
 
 TEST(Unprojection, SquarePictureHalvesABallAcrossTheView) {
     GaussianSet set = OneGaussian({0.5F, 0.5F, 0.5F});
     Unproject(set, 800, 800);
-    EXPECT_EQ(set.scales.data, (std::vector<float>{0.5F, 0.25F, 0.25F}));
+    EXPECT_EQ(set.scales.data, (AttributeValues{0.5F, 0.25F, 0.25F}));
 }
 
 TEST(Unprojection, AxesAreSortedByTheirNewLength) {
@@ -299,7 +299,7 @@ TEST(Unprojection, FocalLengthSetsTheStretch) {
     testing::internal::CaptureStdout();
     UnprojectGaussians(set, 500.0F, 1000, 3000, kSide);
     testing::internal::GetCapturedStdout();
-    EXPECT_EQ(set.means.data, (std::vector<float>{1.0F, 3.0F, 1.0F}));
+    EXPECT_EQ(set.means.data, (AttributeValues{1.0F, 3.0F, 1.0F}));
     EXPECT_FLOAT_EQ(set.scales.data[0], 3.0F);
     EXPECT_FLOAT_EQ(set.scales.data[1], 1.0F);
     EXPECT_FLOAT_EQ(set.scales.data[2], 1.0F);

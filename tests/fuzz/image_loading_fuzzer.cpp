@@ -48,8 +48,8 @@ void Load(std::FILE* file, int orientation) {
     UprightRows rows(picture, orientation);
     int written = 0;
     constexpr int kSide = 8;
-    ResizeToSquare({ReadRow, &rows, rows.Width(), rows.Height(), picture.opaque}, kSide,
-                   {CountRow, &written});
+    const RowSource source = {ReadRow, &rows, rows.Width(), rows.Height(), picture.opaque};
+    ResizeToSquare({&source, 1}, kSide, {CountRow, &written});
     Require(written == kSide);
 }
 

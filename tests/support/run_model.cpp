@@ -13,7 +13,7 @@ namespace vistrel::test {
 const PreprocessedImage& NumberedImage() {
     static const PreprocessedImage image = [] {
         constexpr std::size_t kSize = std::size_t{3} * kNetworkSide * kNetworkSide;
-        PreprocessedImage numbered{std::vector<float>(kSize), 4000, 3000, 4000.0F};
+        PreprocessedImage numbered{AlignedVector<float>(kSize), 4000, 3000, 4000.0F};
         std::iota(numbered.tensor.begin(), numbered.tensor.end(), 0.0F);
         return numbered;
     }();

@@ -104,7 +104,8 @@ class Tree(ManyFilesTest):
             return {}
         nobody = 65534
         self.folder.chmod(0o777)
-        return {"user": nobody, "group": nobody, "extra_groups": []}
+        environment = {**os.environ, "HOME": str(self.folder)}
+        return {"user": nobody, "group": nobody, "extra_groups": [], "env": environment}
 
     def test_parts_make_all_of_it_together(self):
         self.add_photographs("a.jpg", "b.png", "b.jpg", "trip/c.jpg", "trip/d.jpg")

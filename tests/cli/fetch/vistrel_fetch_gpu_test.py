@@ -300,6 +300,16 @@ class DownloadTest(GpuTest):
         self.assertIn(TESTED_SUM, done.stderr)
         self.check_installed(dict.fromkeys(FILES, b"former"))
 
+    def test_package_that_was_fetched_before_is_not_fetched_again(self):
+        self.runtime.mkdir(parents=True)
+        for name, content in libraries().items():
+            (self.runtime / name).write_bytes(content)
+        (self.runtime / "libonnxruntime.sha256").write_text(TESTED_SUM)
+        url = self.serve(b"none", status=404)
+        self.assertIn("ONNX Runtime 1.22.0 is there already.\n", self.run_it("--url", url).stderr)
+        (self.runtime / CUDA).write_bytes(b"broken")
+        self.assertIn("404", self.run_it("--url", url).stderr)
+
     def test_server_without_the_package_is_told(self):
         done = self.run_it("--url", self.serve(b"none", status=404))
         self.assertEqual(done.returncode, 1)
