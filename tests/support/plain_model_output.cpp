@@ -7,9 +7,8 @@ namespace vistrel::test {
 namespace {
 
 AttributeArray Zeroes(std::int32_t count, std::int32_t components) {
-    return {
-        AttributeValues(static_cast<std::size_t>(count) * static_cast<std::size_t>(components)),
-        count, components};
+    return {AttributeValues(static_cast<std::size_t>(count) * static_cast<std::size_t>(components)),
+            count, components};
 }
 
 // Takes the values of one attribute out of rows that are `stride` values long.
