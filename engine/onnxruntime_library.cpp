@@ -26,13 +26,16 @@ struct Close {
 };
 using Handle = std::unique_ptr<void, Close>;
 
-// The user's own library; empty where there is none. One that cannot be looked at counts: falling
-// back to another without a word would leave the user guessing.
+// The user's own library; empty where there is none. Nobody can have put one into a folder that
+// they may not look into, such as the home of another user in whose name a service runs. Any other
+// doubt counts as one: falling back to another without a word would leave the user guessing.
 std::filesystem::path OwnLibrary() {
     const std::filesystem::path file = ToPath(RuntimeFolder()) / kOnnxRuntimeFile;
-    std::error_code ignored;
-    const auto type = std::filesystem::symlink_status(file, ignored).type();
-    return type == std::filesystem::file_type::not_found ? std::filesystem::path() : file;
+    std::error_code failure;
+    const auto type = std::filesystem::symlink_status(file, failure).type();
+    const bool absent =
+        type == std::filesystem::file_type::not_found || failure == std::errc::permission_denied;
+    return absent ? std::filesystem::path() : file;
 }
 
 class CannotBeOpened : public std::runtime_error {

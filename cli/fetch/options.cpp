@@ -28,8 +28,10 @@ void DescribeModel(CLI::App& app, ModelFetchOptions& options) {
 void DescribeGpu(CLI::App& app, GpuOptions& options) {
     auto* from = app.add_option("--from", options.package,
                                 "The package, brought by hand: .tgz, .nupkg, .whl, or a folder")
-                     ->check(CLI::ExistingPath);
-    auto* url = app.add_option("--url", options.url, "Where else the package is to be had");
+                     ->check(CLI::ExistingPath)
+                     ->type_name("FILE");
+    auto* url = app.add_option("--url", options.url, "Where else the package is to be had")
+                    ->type_name("ADDRESS");
     app.add_flag("--check", options.checkOnly, "Only tell what is missing")
         ->excludes(from)
         ->excludes(url);

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include "tests/support/own_home.h"
 #include "tests/support/temporary_folder.h"
 
 namespace vistrel {
@@ -39,9 +40,9 @@ TEST(WithoutNames, LinesBecomeOne) {
 
 class LastFailureTest : public testing::Test {
   protected:
-    LastFailureTest() { setenv("XDG_STATE_HOME", folder_.Path().c_str(), 1); }
-    ~LastFailureTest() override { unsetenv("XDG_STATE_HOME"); }
+    LastFailureTest() { variables_.Set("XDG_STATE_HOME", folder_.Path()); }
 
+    test::Variables variables_;
     test::TemporaryFolder folder_;
 };
 
@@ -61,7 +62,7 @@ TEST_F(LastFailureTest, ALongOneIsCut) {
 }
 
 TEST_F(LastFailureTest, WhereNothingCanBeWrittenNothingIsKept) {
-    setenv("XDG_STATE_HOME", "/proc/nothing", 1);
+    variables_.Set("XDG_STATE_HOME", "/proc/nothing");
     KeepFailure("a reason");
     EXPECT_EQ(LastFailure(), "");
 }

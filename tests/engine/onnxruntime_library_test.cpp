@@ -85,6 +85,13 @@ TEST_F(OwnOnnxRuntime, ThatLeadsNowhereIsNotPassedOver) {
     ExpectBegin(FailureToList(), "ONNX Runtime cannot be opened: " + file_.native());
 }
 
+TEST_F(OwnOnnxRuntime, BehindAClosedDoorIsNobodys) {
+    std::ofstream(file_) << "no library";
+    fs::permissions(file_.parent_path(), fs::perms::none);
+    EXPECT_TRUE(test::RunAsNobody([] { return FailureToList().empty(); }));
+    fs::permissions(file_.parent_path(), fs::perms::owner_all);
+}
+
 TEST_F(OwnOnnxRuntime, WithoutTheEntryIsNamed) {
     Use("other");
     ExpectPart(FailureToList(), "OrtGetApiBase");
