@@ -134,6 +134,8 @@ GaussianSet ParseRows(const ModelOutput& rows) {
     const auto count = static_cast<std::size_t>(gaussians);
     RequireValues(rows, 0, count * kColumns);
 
+    if (count == 0) return CopiedSet(0, {});  // there may be no memory to point into
+
     Columns columns{};
     const float* values = rows.values.data();
     for (std::size_t i = 0; i < kAttributes.size(); ++i) {

@@ -39,5 +39,13 @@ TEST(AlignedArray, MoreThanThereIsThrows) {
                  std::bad_alloc);
 }
 
+TEST(AlignedVector, GrowsByValuesThatItIsToldAndKeepsTheOthers) {
+    AlignedVector<int> values = {1, 2};
+    values.resize(3, 7);
+    values.resize(2'000'000);
+    values.resize(3);
+    EXPECT_EQ(values, (AlignedVector<int>{1, 2, 7}));
+}
+
 }  // namespace
 }  // namespace vistrel

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <mutex>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -25,7 +26,8 @@ namespace {
 
 struct Allocations {
     int count = 0;
-    int failing = -1;  // the number of the call that gets nothing
+    int failing = -1;        // the number of the call that gets nothing
+    std::set<void*> blocks;  // those that were counted and are still there
     std::size_t live = 0;
     std::size_t peak = 0;
 };
@@ -39,6 +41,7 @@ bool Fails() {
 
 void* Counted(void* memory) {
     const std::lock_guard lock(mutex);
+    allocations.blocks.insert(memory);
     allocations.live += malloc_usable_size(memory);
     allocations.peak = std::max(allocations.peak, allocations.live);
     return memory;
@@ -67,7 +70,8 @@ void* __wrap_calloc(std::size_t count, std::size_t size) {
 void __wrap_free(void* memory) {
     {
         const std::lock_guard lock(mutex);
-        allocations.live -= malloc_usable_size(memory);
+        // The tensor comes from elsewhere, and goes back with the next picture.
+        if (allocations.blocks.erase(memory) > 0) allocations.live -= malloc_usable_size(memory);
     }
     __real_free(memory);
 }
