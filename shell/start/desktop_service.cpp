@@ -5,6 +5,7 @@
 #include <QDBusError>
 #include <QDBusMessage>
 #include <QDBusPendingCall>
+#include <QFileInfo>
 #include <QStringList>
 #include <utility>
 
@@ -27,6 +28,13 @@ void CallBus(const QDBusConnection& bus, const char* method, Arguments... argume
 }
 
 }  // namespace
+
+bool HasSessionBus() {
+    const QString address = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
+    if (!address.isEmpty()) return !address.startsWith("autolaunch:");
+    const QString folder = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    return !folder.isEmpty() && QFileInfo::exists(folder + "/bus");
+}
 
 // The object is there before the name, so that no call that waits for the name misses it.
 DesktopService::DesktopService(DesktopCalls calls, QDBusConnection bus)

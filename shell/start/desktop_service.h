@@ -23,8 +23,7 @@ struct DesktopCalls {
 // several programs the first has the calls, and the next once that one ends.
 class DesktopService : public QDBusVirtualObject {
   public:
-    explicit DesktopService(DesktopCalls calls,
-                            QDBusConnection bus = QDBusConnection::sessionBus());
+    DesktopService(DesktopCalls calls, QDBusConnection bus);
     ~DesktopService() override;
     DesktopService(const DesktopService&) = delete;
     DesktopService& operator=(const DesktopService&) = delete;
@@ -36,5 +35,9 @@ class DesktopService : public QDBusVirtualObject {
     DesktopCalls calls_;
     QDBusConnection bus_;
 };
+
+// Whether the session has a bus. Who asks Qt for one that is not there starts one of his own, which
+// nobody ends.
+[[nodiscard]] bool HasSessionBus();
 
 }  // namespace vistrel

@@ -39,6 +39,7 @@ void RunBatch(QWidget* owner, const std::shared_ptr<ConversionEngine>& engine,
 
 // An open dialog keeps files away, as it does those that are dropped on the window.
 std::unique_ptr<QObject> AnswerDesktop(MainWindow& window) {
+    if (!HasSessionBus()) return nullptr;
     return std::make_unique<DesktopService>(
         DesktopCalls{.activate =
                          [&window](const QVariantMap& platformData) {
@@ -49,7 +50,8 @@ std::unique_ptr<QObject> AnswerDesktop(MainWindow& window) {
                          [&window](const QList<QUrl>& files) {
                              if (QApplication::activeModalWidget() == nullptr)
                                  window.TakeFiles(files);
-                         }});
+                         }},
+        QDBusConnection::sessionBus());
 }
 
 ProgramWindow MakeMainWindow(const ProgramFiles& files, MainWindowServices services) {

@@ -50,7 +50,9 @@ class Program:
             path = self.home / folder
             path.mkdir(mode=0o700, exist_ok=True)
             kept[name] = str(path)
-        kept |= {"LANG": language, "QT_QPA_PLATFORM": "xcb", "NO_AT_BRIDGE": "1"}
+        kept |= {"LANG": language, "QT_QPA_PLATFORM": "xcb", "NO_AT_BRIDGE": "1",
+                 # Without an address, Qt starts a bus that outlives the program.
+                 "DBUS_SESSION_BUS_ADDRESS": "unix:path=/nowhere"}
         if os.geteuid() == 0:
             kept["QTWEBENGINE_DISABLE_SANDBOX"] = "1"
         return kept

@@ -11,6 +11,7 @@
 #include <QStringList>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/text_encoding.h"
@@ -161,6 +162,48 @@ TEST_F(DesktopServiceTest, WithoutABusNobodyCalls) {
     const DesktopService service({}, QDBusConnection::connectToBus("unix:path=/nowhere", "none"));
     test::DeliverPosted();
     EXPECT_FALSE(desktop.interface()->isServiceRegistered(kName));
+}
+
+class SessionBusTest : public testing::Test {
+  protected:
+    ~SessionBusTest() override {
+        for (const auto& [name, value] : kept_) {
+            if (value.isNull())
+                qunsetenv(name);
+            else
+                qputenv(name, value);
+        }
+    }
+
+    const test::TemporaryFolder folder;
+
+  private:
+    static std::pair<const char*, QByteArray> Kept(const char* name) {
+        return {name, qEnvironmentVariableIsSet(name) ? qgetenv(name) : QByteArray()};
+    }
+    std::vector<std::pair<const char*, QByteArray>> kept_ = {Kept("DBUS_SESSION_BUS_ADDRESS"),
+                                                             Kept("XDG_RUNTIME_DIR")};
+};
+
+TEST_F(SessionBusTest, IsThereWhereItsAddressIs) {
+    qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/a");
+    EXPECT_TRUE(HasSessionBus());
+}
+
+TEST_F(SessionBusTest, IsThereWhereTheUsersFolderHasIt) {
+    qunsetenv("DBUS_SESSION_BUS_ADDRESS");
+    qputenv("XDG_RUNTIME_DIR", folder.Path().c_str());
+    EXPECT_FALSE(HasSessionBus());
+    (void)folder.Write("bus", "");
+    EXPECT_TRUE(HasSessionBus());
+}
+
+TEST_F(SessionBusTest, IsNotStartedForTheProgram) {
+    qputenv("DBUS_SESSION_BUS_ADDRESS", "autolaunch:");
+    EXPECT_FALSE(HasSessionBus());
+    qunsetenv("DBUS_SESSION_BUS_ADDRESS");
+    qunsetenv("XDG_RUNTIME_DIR");
+    EXPECT_FALSE(HasSessionBus());
 }
 
 }  // namespace
