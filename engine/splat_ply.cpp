@@ -142,7 +142,7 @@ class RecordBuilder {
 
     const Selection& selection_;
     std::vector<std::byte> records_;
-    std::array<Scratch, kVertexGroups.size()> scratch_;
+    std::array<Scratch, kVertexGroups.size()> scratch_{};
 };
 
 DisparityRange DisparityOf(const Selection& selection) {
