@@ -7,7 +7,7 @@
 #include <exception>
 #include <stdexcept>
 
-#include "cli/last_failure.h"
+#include "base/last_failure.h"
 
 namespace vistrel {
 namespace {

@@ -10,6 +10,7 @@
 #include <thread>
 #include <utility>
 
+#include "base/last_failure.h"
 #include "base/new_file.h"
 #include "base/text_encoding.h"
 #include "batch/batch_converter.h"
@@ -18,7 +19,6 @@
 #include "cli/convert/scene_conversion.h"
 #include "cli/convert/scene_encoding.h"
 #include "cli/interrupts.h"
-#include "cli/last_failure.h"
 #include "engine/conversion_engine.h"
 #include "photos/photo_reader.h"
 

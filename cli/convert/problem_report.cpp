@@ -16,10 +16,10 @@
 #include <system_error>
 #include <thread>
 
+#include "base/last_failure.h"
 #include "base/text_encoding.h"
 #include "base/user_folders.h"
 #include "cli/chosen_model.h"
-#include "cli/last_failure.h"
 #include "engine/onnxruntime_library.h"
 #include "photos/photo_formats.h"
 
@@ -152,7 +152,7 @@ std::string ProblemReport() {
     const std::string failure = LastFailure();
     report << "Network: " << Network() << '\n'
            << "Language: " << Language() << '\n'
-           << "Last failure of a command: " << (failure.empty() ? "none" : failure) << '\n';
+           << "Last failure: " << (failure.empty() ? "none" : failure) << '\n';
     return report.str();
 }
 

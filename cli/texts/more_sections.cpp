@@ -19,7 +19,7 @@ const TextSection::Item kRuntime = {
     "An ONNX Runtime of your own, with CUDA for instance, which is used in place of the one that "
     "lies beside the program."};
 const TextSection::Item kFailure = {"~/.local/state/Vistrel/last_failure",
-                                    "Why a command failed last, for vistrel-convert "
+                                    "What failed last, for vistrel-convert "
                                     "--report-problem. $XDG_STATE_HOME takes the place "
                                     "of ~/.local/state."};
 

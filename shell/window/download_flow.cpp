@@ -8,6 +8,7 @@
 #include <system_error>
 #include <utility>
 
+#include "base/last_failure.h"
 #include "base/text_encoding.h"
 #include "base/user_folders.h"
 #include "shell/window/download_reports.h"
@@ -109,6 +110,7 @@ void DownloadFlow::OnDone(const WindowMessage& message) {
     pause_.stop();
     if (message.Value() != 0) {
         sidebar_.ShowDownloadEnd(Text(TextId::DownloadFailed) + *message.Text());
+        if (!downloader_->cancelRequested) KeepFailure(ToUtf8(*message.Text()));
         return;
     }
     settings_.modelPath = *message.Text();

@@ -9,6 +9,7 @@
 #include <optional>
 #include <utility>
 
+#include "base/last_failure.h"
 #include "base/text_encoding.h"
 #include "shell/window/sidebar.h"
 #include "shell/window/window_dialogs.h"
@@ -140,6 +141,7 @@ void GenerateFlow::OnDone(const WindowMessage& message) {
         if (onScene) onScene(text);
     } else {
         sidebar_.ShowStatus(Text(TextId::ConversionFailed) + text);
+        KeepFailure(ToUtf8(text));
     }
     settings_.Save();
 }

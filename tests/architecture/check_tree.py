@@ -31,7 +31,7 @@ ARROWS = {
                      ["qt"]),
     "shell/start": (["shell/", "batch/", "viewer/", "ui/", "download/", "engine/", "base/"],
                     ["qt", "xcb"]),
-    "cli": (["cli/command.h", "cli/interrupts.h", "cli/last_failure.h", "cli/long_step.h", "cli/long_work.h",
+    "cli": (["cli/command.h", "cli/interrupts.h", "cli/long_step.h", "cli/long_work.h",
              "cli/output_check.h", "cli/photograph_check.h",
              "cli/chosen_model.h", "base/"], ["nlohmann"]),
     "cli/convert": (["cli/", "batch/", "photos/", "engine/", "formats/", "base/"], ["cli11"]),

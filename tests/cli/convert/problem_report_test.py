@@ -44,7 +44,7 @@ class ProblemReportTest(unittest.TestCase):
         for text in (platform.release(), "\nProcessor: ", " threads, ", "\nMemory: ", "\nGraphics: ",
                      "\nONNX Runtime: 1.", ", the one of the program\n", "\nDecoder of JPEG XL: opens\n",
                      "\nlibcuda.so.1: ", "\nNetwork: none chosen\n", "\nLanguage: C.UTF-8\n",
-                     "\nLast failure of a command: none\n"):
+                     "\nLast failure: none\n"):
             self.assertIn(text, report)
 
     def test_no_name_of_the_user_his_files_or_his_machine_is_in_it(self):

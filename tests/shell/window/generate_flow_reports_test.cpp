@@ -4,6 +4,7 @@
 #include <future>
 #include <utility>
 
+#include "base/last_failure.h"
 #include "batch/batch_converter.h"
 
 namespace vistrel {
@@ -56,6 +57,11 @@ TEST_F(GenerateFlowTest, NetworkThatFailsLaterIsNotReported) {
     WaitForEnd();
     EXPECT_EQ(window.received.back().value, 1U);
     for (const auto& message : window.received) EXPECT_NE(message.number, kModelFileErrorMessage);
+}
+
+TEST_F(GenerateFlowTest, FailureIsKeptForReportsOfProblems) {
+    Done(1, L"Failed to load /home/me/a.jpg");
+    EXPECT_TRUE(LastFailure().ends_with(": <file>")) << LastFailure();
 }
 
 TEST_F(GenerateFlowTest, SceneIsHandedOnBeforeTheSettingsAreSaved) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "cli/last_failure.h"
+#include "base/last_failure.h"
 
 #include <algorithm>
 #include <array>
@@ -80,10 +80,10 @@ void KeepFailure(std::string_view reason) noexcept {
         const std::filesystem::path file = ToPath(FailureFile());
         std::filesystem::create_directories(file.parent_path());
         const std::vector<std::string> arguments = OwnArguments();
-        const std::string command =
+        const std::string program =
             arguments.empty() ? "" : std::filesystem::path(arguments.front()).filename().native();
         NewFile kept(file);
-        kept.Append(Day() + (command.starts_with("vistrel-") ? " " + command : "") + ": " +
+        kept.Append(Day() + (program.starts_with("vistrel") ? " " + program : "") + ": " +
                     WithoutNames(reason).substr(0, kMost) + "\n");
         kept.Commit();
     } catch (...) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Why a command failed last, kept for reports of problems. It holds no names of the user's files.
+// What failed last, kept for reports of problems. It holds no names of the user's files.
 #pragma once
 
 #include <string>
@@ -16,7 +16,7 @@ namespace vistrel {
 // Where that fails, nothing is kept. Any thread; nothing throws.
 void KeepFailure(std::string_view reason) noexcept;
 
-// With the command's name and the day; empty: no command has failed yet, or nothing can be read.
+// With the program's name and the day; empty: nothing has failed yet, or nothing can be read.
 [[nodiscard]] std::string LastFailure();
 
 }  // namespace vistrel

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "cli/last_failure.h"
+#include "base/last_failure.h"
 
 #include <gtest/gtest.h>
 
