@@ -205,9 +205,9 @@ void ChooseModel(const std::filesystem::path& model) {
 
 std::filesystem::path ChosenModel() {
     const auto text = ReadWholeFile(ToPath(SettingsFile()));
-    if (!text) return ToPath(FirstModel());
-    const auto settings = nlohmann::json::parse(WithoutHalfPairs(*text), nullptr, false);
-    if (!settings.is_object()) return {};
+    const auto settings =
+        nlohmann::json::parse(WithoutHalfPairs(text.value_or("")), nullptr, false);
+    if (!settings.is_object()) return ToPath(FirstModel());
     const auto model = settings.find("modelPath");
     if (model == settings.end() || !model->is_string()) return {};
     return NameIn(model->get_ref<const std::string&>());

@@ -6,9 +6,8 @@
 
 namespace vistrel {
 
-// As the settings file names it; FirstModel() where there is no such file or it cannot be read.
-// Empty: none is chosen, or the file is broken, as the window has it. Any thread; throws
-// std::bad_alloc only.
+// As the settings file names it; FirstModel() where there is no such file, or it cannot be read or
+// is broken, as the window has it. Empty: none is chosen. Any thread; throws std::bad_alloc only.
 [[nodiscard]] std::filesystem::path ChosenModel();
 
 // Chooses that network for the window. Everything else in the settings file stays as it is; where

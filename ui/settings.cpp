@@ -103,11 +103,12 @@ QJsonValue ToJson(std::int32_t number) {
 }  // namespace
 
 AppSettings::AppSettings()
-    : outputDir(DocumentsFolder() + L"/Vistrel"), outputFilename(L"output.ply") {}
+    : modelPath(FirstModel()),
+      outputDir(DocumentsFolder() + L"/Vistrel"),
+      outputFilename(L"output.ply") {}
 
 void AppSettings::Load() {
     const auto text = ReadWholeFile(ToPath(SettingsFile()));
-    if (!text) modelPath = FirstModel();
     const auto object = text ? ParseObject(*text) : std::nullopt;
     if (!object) return;
     modelPath = TextMember(*object, "modelPath", L"");

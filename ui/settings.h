@@ -12,11 +12,11 @@
 namespace vistrel {
 
 struct AppSettings {
-    // Sets the defaults; asks for the documents folder.
+    // Sets the defaults; asks for the documents folder and for FirstModel().
     AppSettings();
 
-    // Leaves the record as it is when the file is broken, and but for FirstModel() when it cannot
-    // be read. Values that are missing or of the wrong type fall back, each in its own way.
+    // Leaves the record as it is when the file cannot be read or is broken. Values that are missing
+    // or of the wrong type fall back, each in its own way.
     void Load();
     // Writes every value. An old file stays whole when that fails, and as it is when it cannot be
     // read; a broken one is replaced.

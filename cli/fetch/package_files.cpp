@@ -69,9 +69,10 @@ struct FreeArchive {
 using Archive = std::unique_ptr<archive, FreeArchive>;
 
 [[noreturn]] void FailToRead(archive* read) {
-    const char* const reason = archive_error_string(read);
-    throw std::runtime_error(std::string("It cannot be read: ") +
-                             (reason != nullptr ? reason : "it is no archive") + ".");
+    const char* const told = archive_error_string(read);
+    std::string reason = told != nullptr ? told : "it is no archive";
+    while (reason.ends_with('\n')) reason.pop_back();
+    throw std::runtime_error("It cannot be read: " + reason + ".");
 }
 
 void Require(archive* read, int result) {

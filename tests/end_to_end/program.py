@@ -38,7 +38,7 @@ class Program:
         self.folder.mkdir(parents=True, exist_ok=True)
         if not (self.folder / "vistrel").exists():
             shutil.copy2(binaries / "vistrel", self.folder)
-            for library in binaries.glob("lib*.so*"):
+            for library in (*binaries.glob("lib*.so*"), *binaries.glob("vistrel_*.so")):
                 (self.folder / library.name).symlink_to(library)
 
     def _environment(self, language):
