@@ -51,7 +51,8 @@ patiently() {
     tell_time "$what" &
     watcher=$!
     "$@" || status=$?
-    kill "$watcher" 2>/dev/null || true
+    # Any other signal might come before the watcher has dropped this script's traps, and run these.
+    kill -KILL "$watcher" 2>/dev/null || true
     wait "$watcher" 2>/dev/null || true
     return "$status"
 }
